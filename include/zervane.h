@@ -1,0 +1,369 @@
+/* The client API of the Zervane process database: 87 functions with C linkage, C11 and C++20.
+ *
+ * Conventions of every function; each then says only what differs.
+ *
+ * Status. The result is a ZR3_STATUS (zr3Enum.h): 0 is success. Without a session every function
+ * but nt3_connect and those that free what was handed out answers ZR3_ERR_NOT_CONNECTED. A null
+ * pointer where one must be given is ZR3_ERR_NULL_ARGUMENT, a negative count ZR3_ERR_INVALID_COUNT,
+ * an unterminated text ZR3_ERR_INVALID_TEXT. On any status but 0 nothing was changed and outputs
+ * are unspecified, unless the function says otherwise.
+ *
+ * Batches. They take a count and arrays of that many elements; arrays may be null when the count is
+ * 0, which succeeds. The error-code array receives one status per element and may be null. When
+ * some elements failed, the others were carried out and the result is ZR3_ERR_SOME_RECORDS_FAILED,
+ * or the code that the function names.
+ *
+ * Texts. NUL-terminated bytes in whatever encoding the caller uses; they are kept and returned as
+ * given. The system itself gives meaning to ASCII alone.
+ *
+ * Times. Seconds since 1970-01-01 UTC, read as unsigned 32 bits, and 0..999 milliseconds.
+ *
+ * Ownership. All memory is the caller's, but for what cc3_cmd, tag3_query_all_tags_prop,
+ * sn3_get_callback_sn and am3_get_callback_am hand out; each has its free function.
+ *
+ * Handles. Tokens, never addresses. They fit in 31 bits, and a stale, foreign or zero one is
+ * ZR3_ERR_INVALID_HANDLE.
+ *
+ * Threads. Any function may be called from any number of threads; a process has one session.
+ *
+ * A library may answer ZR3_ERR_NOT_SUPPORTED for a function that it does not offer, after checking
+ * its arguments. */
+#ifndef ZERVANE_ZERVANE_H
+#define ZERVANE_ZERVANE_H
+
+#include "zr3Struct.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ==== nt3: connection ==== */
+
+/* Opens the session. An empty szAddress is the embedded database in $ZERVANE_HOME, else in
+ * $XDG_DATA_HOME/zervane, else in ~/.local/share/zervane; "embedded:DIR" is the one in DIR,
+ * "memory:" a volatile one; anything else is a server's host name or address. The folder is made
+ * when it is missing. nTimeout is in seconds, from 1; other values mean 3. Connected to the same
+ * servers already: 0, and nothing changes. ZR3_ERR_ALREADY_CONNECTED when connected to others;
+ * ZR3_ERR_CONNECT_FAILED, ZR3_ERR_INVALID_ADDRESS, ZR3_ERR_DATABASE_IN_USE,
+ * ZR3_ERR_DATABASE_VERSION, ZR3_ERR_NOT_A_DATABASE, or a ZR3_ERR_STORAGE_... status. */
+int32 nt3_connect(const ZR3Connection* pConnection);
+
+/* Stores what is still queued and closes the session. Every handle and every pending change becomes
+ * invalid. When the queue cannot be stored, its status; the session is closed all the same. */
+int32 nt3_disconnect(void);
+
+/* ==== ut3: iteration, settings, time, relay ==== */
+
+/* Copies the iterator's next item into *pItem, whose type the query that made the iterator fixes
+ * (ZR3PtTagProp, ZR3CommTagProp, uint32, ZR3AlarmRecord, ZR3AlarmGroup, ZR3SecUser, ZR3SecGroup or
+ * ZR3SecAuthItem). ZR3_ERR_END_OF_ITERATION past the last one, as often as it is asked; *pItem is
+ * then untouched. */
+int32 ut3_get_item_step(ZR3HANDLE hIterator, void* pItem);
+
+/* Releases an iterator. ZR3_ERR_INVALID_HANDLE when there is none of that handle. */
+int32 ut3_free_handle(ZR3HANDLE hIterator);
+
+/* Sets how long a request to a server may take, in seconds, from 1 to 86,400;
+ * ZR3_ERR_INVALID_ARGUMENT otherwise. The embedded database answers without a limit. Lasts for the
+ * process. */
+int32 ut3_set_request_timeout(int32 nTimeout);
+
+/* Sets option bits of the client. None is defined: 0 is accepted, every other value is
+ * ZR3_ERR_INVALID_ARGUMENT. Lasts for the process. */
+int32 ut3_set_api_option(int64 nOption);
+
+/* Sets how many tag identities (name to identifier, identifier to type) the request cache may hold:
+ * 0 turns it off, the default is 100,000. ZR3_ERR_INVALID_COUNT when negative. Lasts for the
+ * process. */
+int32 ut3_set_request_cache_capacity(int32 nCapacity);
+
+/* The database's clock, in milliseconds since 1970-01-01 UTC. */
+int32 ut3_get_server_ms_time(int64* pMsTime);
+
+/* Hands over the settings of a relay, a copy of the whole record by value, and starts it; a later
+ * call replaces them. */
+int32 ut3_send_rest_info(ZRRestCfg cfg);
+
+/* ==== pt3: point tags and tag types ==== */
+
+/* Creates a point tag from the properties that the masks select; the others take their defaults,
+ * the name always counts. szNode names the data node that is to hold the tag, null for none; the
+ * embedded database has one node and accepts any name. *pTagID receives the identifier.
+ * ZR3_ERR_TAG_EXISTS, ZR3_ERR_INVALID_TAG_NAME, ZR3_ERR_INVALID_TAG_TYPE,
+ * ZR3_ERR_INVALID_TAG_CLASS, ZR3_ERR_INVALID_PROPERTY, ZR3_ERR_INVALID_MASK,
+ * ZR3_ERR_TAG_IDS_EXHAUSTED. */
+int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* szNode,
+                  uint32* pTagID);
+
+/* Changes the selected properties of a point tag; only they are read. Errors as above, and
+ * ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_TAG_HAS_RECORDS. The identifier is never changed: its bit is
+ * accepted and has no effect. */
+int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask);
+
+/* Fills *pProp whole. ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not a point
+ * tag. */
+int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp);
+
+/* The type of a tag of any class. ZR3_ERR_TAG_NOT_FOUND. */
+int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType);
+
+/* Searches point tags: an iterator of ZR3PtTagProp, in order of identifier, with the properties
+ * that the mask selects (the others zero; identifier and name always). ZR3_ERR_INVALID_ARGUMENT for
+ * an unknown column or relation. */
+int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
+                          ZR3HANDLE* pIterator);
+
+/* ==== tag3: tags of all classes ==== */
+
+/* Deletes a tag of any class with its values. ZR3_ERR_TAG_NOT_FOUND. */
+int32 tag3_delete_tag(uint32 nTagID);
+
+/* Searches tags of the selected classes (bit i is class i, bit 6 all classes; 0 is an error): an
+ * iterator of ZR3CommTagProp, in order of identifier, with the common properties that nPropMask
+ * selects. */
+int32 tag3_query_tags_cond(int64 nTagClassMask, const ZR3FilterItemSet* pItemSet, int64 nPropMask,
+                           ZR3HANDLE* pIterator);
+
+/* The same for one page of the matches. */
+int32 tag3_query_specify_page_tags_cond(int64 nTagClassMask, const ZR3PageQueryTagParam* pParam,
+                                        ZR3HANDLE* pIterator);
+
+/* Counts the matches of one class (ZR3_TAG_CLASS_...). */
+int32 tag3_query_tag_num_cond(int32 nTagClass, const ZR3FilterItemSet* pItemSet, int32* pNum);
+
+/* The common properties of all tags of the selected classes: *ppProps receives an array of *pNum
+ * records, to be released with tag3_free_all_tags_prop. nReserved is 0. */
+int32 tag3_query_all_tags_prop(int64 nTagClassMask, int32* pNum, int64 nPropMask,
+                               ZR3CommTagProp** ppProps, int32 nReserved);
+
+/* Releases such an array; null does nothing. */
+int32 tag3_free_all_tags_prop(ZR3CommTagProp* pProps);
+
+/* The identifier of the tag of that name, without regard to ASCII case. ZR3_ERR_NAME_NOT_FOUND. */
+int32 tag3_query_id_by_name(const char* szTagName, uint32* pTagID);
+
+/* The same for nNum names, one per slot of ZR3_LEN_TAG_NAME bytes. An element that failed leaves
+ * its identifier as it was and has ZR3_ERR_NAME_NOT_FOUND or ZR3_ERR_INVALID_TEXT; the result is
+ * then ZR3_ERR_SOME_NAMES_FAILED. */
+int32 tag3_query_ids_by_names(int32 nNum, const char* pTagNames, uint32* pTagIDs, int32* pErrCodes);
+
+/* ==== cc3: text commands ==== */
+
+/* Carries out a command and hands out its reply, to be released with cc3_cmd_free.
+ * "cmdtype=read_version;" replies "tag_version=" (12 characters), the catalogue's version in
+ * decimal, and ";". ZR3_ERR_UNKNOWN_COMMAND for anything else. */
+int32 cc3_cmd(const char* szCommand, char** ppReply);
+
+/* Releases a reply; null does nothing. */
+int32 cc3_cmd_free(char* pReply);
+
+/* ==== sn3: current values ==== */
+
+/* Reads the current value of a tag. In: nTagType, and for STRING and BLOB strBlob with a buffer and
+ * its capacity. Out: the whole record; a STRING is terminated inside its buffer, nLenBuf is the
+ * value's length (a STRING's with its terminator). ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_NO_RECORD before
+ * the first value; ZR3_ERR_TYPE_MISMATCH when a STRING or BLOB tag is read without a buffer;
+ * ZR3_ERR_BUFFER_TOO_SMALL. */
+int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord);
+
+/* The same for nNum tags, with one code per tag. The record of a tag that failed is untouched. */
+int32 sn3_query_snapshots(int32 nNum, const uint32* pTagIDs, ZR3Record* pRecords, int32* pErrCodes);
+
+/* Writes the value of a tag; durable once answered. The record must not be older than the current
+ * value; one of equal time replaces it. Time 0.0 means the database's clock. ZR3_ERR_TAG_NOT_FOUND,
+ * ZR3_ERR_TYPE_MISMATCH, ZR3_ERR_INVALID_TIME, ZR3_ERR_OUT_OF_ORDER, ZR3_ERR_VALUE_TOO_LONG,
+ * ZR3_ERR_INVALID_TEXT, ZR3_ERR_STORAGE_.... */
+int32 sn3_save_snapshot(uint32 nTagID, const ZR3Record* pRecord);
+
+/* The same for nNum records, record i for tag i, taken in order; a tag may stand more than once.
+ * One code per record. */
+int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
+                         int32* pErrCodes);
+
+/* The same, answered when the values are queued: they are stored in the order of the calls, are
+ * visible then, and nothing is lost on nt3_disconnect. The codes tell what was refused; a later
+ * failure of the disk is logged and answered by the next call that waits. */
+int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
+                                int32* pErrCodes);
+
+/* Writes nNum records of one tag in any order of time; durable once answered. The current value
+ * only moves forward. */
+int32 sn3_save_disorder_snapshots(int32 nNum, uint32 nTagID, const ZR3Record* pRecords,
+                                  int32* pErrCodes);
+
+/* The same with a tag for each record. */
+int32 sn3_save_tags_disorder_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
+                                       int32* pErrCodes);
+
+/* Subscribes to changes of the current values of nNum tags; pReserved is null. */
+int32 sn3_register_callback(int32 nNum, const uint32* pTagIDs, void* pReserved);
+
+/* Ends the subscription to those tags. */
+int32 sn3_unregister_callback_of_sometag(int32 nNum, const uint32* pTagIDs);
+
+/* Subscribes to nNum pairs of tag and field. */
+int32 sn3_register_rest(int32 nNum, const ZRRegInfo* pInfos);
+
+/* Ends the subscription to those pairs. */
+int32 sn3_unregister_callback_rest(int32 nNum, const ZRRegInfo* pInfos);
+
+/* Hands out the changes that have come since the last call: two arrays of *pNum elements, oldest
+ * change first, to be released with sn3_free_callback_sn. */
+int32 sn3_get_callback_sn(int32* pNum, uint32** ppTagIDs, ZR3Record** ppRecords);
+
+/* Releases such a pair of arrays; nulls do nothing. */
+int32 sn3_free_callback_sn(int32 nNum, uint32* pTagIDs, ZR3Record* pRecords);
+
+/* ==== ar3: archive ==== */
+
+/* Counts the archived records of a tag in a region. ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TIME,
+ * ZR3_ERR_INVALID_REGION. */
+int32 ar3_query_raw_records_number(uint32 nTagID, const ZR3TimeRegion* pRegion, int32* pNum);
+
+/* Reads the archived records of a tag in a region, oldest first. *pNum: in, the capacity of
+ * pRecords; out, how many were filled (the oldest, when the capacity ran out). For STRING and BLOB
+ * every element comes with its buffer, as in sn3_query_snapshot. Errors as above, and
+ * ZR3_ERR_BUFFER_TOO_SMALL, ZR3_ERR_TYPE_MISMATCH. */
+int32 ar3_query_raw_records(uint32 nTagID, const ZR3TimeRegion* pRegion, int32* pNum,
+                            ZR3Record* pRecords);
+
+/* Reads up to *pNum archived records from a time on, which counts: ascending, or descending when
+ * bBackward is not 0. Everything else as above. */
+int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8 bBackward,
+                                     int32* pNum, ZR3Record* pRecords);
+
+/* Computes the values of a tag at the instants that the records' times give.
+ * ZR3_ERR_SOME_INSTANTS_FAILED when some could not be computed; the codes tell which. */
+int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 nTagID, int32 nNum,
+                                       ZR3Record* pRecords, int32* pErrCodes);
+
+/* The same with a tag for each instant. */
+int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int32 nNum,
+                                            const uint32* pTagIDs, ZR3Record* pRecords,
+                                            int32* pErrCodes);
+
+/* Replaces quality and value of the archived record that stands at exactly the record's time.
+ * ZR3_ERR_NO_RECORD. */
+int32 ar3_modify_record(uint32 nTagID, const ZR3Record* pRecord);
+
+/* ==== st3: statistics and statistics tags ==== */
+
+/* Computes one statistic of a tag's archived values over the regions of *pParam into *pValue. */
+int32 st3_tag_stats_calc(uint32 nTagID, const ZR3StRelatedParam* pParam, float64* pValue);
+
+/* Creates, changes and reads a statistics tag, as pt3_add_tag, pt3_modify_tag_prop and
+ * pt3_query_tag_prop do point tags. */
+int32 st3_add_tag(const ZR3StatsTagProp* pProp, const ZR3Mask* pMask, const char* szNode,
+                  uint32* pTagID);
+int32 st3_modify_tag_prop(uint32 nTagID, const ZR3StatsTagProp* pProp, const ZR3Mask* pMask);
+int32 st3_query_tag_prop(uint32 nTagID, ZR3StatsTagProp* pProp);
+
+/* ==== ca3: calculation tags ==== */
+
+/* Creates, changes and reads a calculation tag, as for point tags. */
+int32 ca3_add_tag(const ZR3CalcTagProp* pProp, const ZR3Mask* pMask, const char* szNode,
+                  uint32* pTagID);
+int32 ca3_modify_tag_prop(uint32 nTagID, const ZR3CalcTagProp* pProp, const ZR3Mask* pMask);
+int32 ca3_query_tag_prop(uint32 nTagID, ZR3CalcTagProp* pProp);
+
+/* ==== am3: alarms ==== */
+
+/* Creates, changes and reads an alarm tag, as for point tags. pTagID may be the record's own
+ * nTagID. */
+int32 am3_add_tag(ZR3AlarmTagProp* pProp, const ZR3Mask* pMask, const char* szNode, uint32* pTagID);
+int32 am3_modify_tag_prop(uint32 nTagID, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask);
+int32 am3_query_tag_prop(uint32 nTagID, ZR3AlarmTagProp* pProp);
+
+/* Alarm records of nTagNum tags, of one tag, or of the tags of a group and its subgroups: an
+ * iterator of ZR3AlarmRecord with the properties that nPropMask selects. */
+int32 am3_query_tags_all_records(int32 nTagNum, const uint32* pTagIDs, const ZR3AlarmQuery* pQuery,
+                                 int64 nPropMask, ZR3HANDLE* pIterator);
+int32 am3_query_tag_records(uint32 nTagID, const ZR3AlarmQuery* pQuery, int64 nPropMask,
+                            ZR3HANDLE* pIterator);
+int32 am3_query_group_records(uint32 nGroupID, const ZR3AlarmQuery* pQuery, int64 nPropMask,
+                              ZR3HANDLE* pIterator);
+
+/* The latest alarm of nTagNum tags, with one code per tag. ZR3_ERR_SOME_ALARMS_FAILED when some
+ * failed. */
+int32 am3_query_snapshots(int32 nTagNum, const uint32* pTagIDs, int64 nPropMask,
+                          ZR3AlarmRecord* pRecords, int32* pErrCodes);
+
+/* Acknowledges nNum alarms, each named by its tag and start time; one code per alarm. */
+int32 am3_acknowledge_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* pTimes,
+                             int32* pErrCodes);
+
+/* Comments nNum alarms; comment i stands in slot i of ZR3_LEN_ALARM_COMMENT bytes. */
+int32 am3_comment_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* pTimes,
+                         const char* pComments, int32* pErrCodes);
+
+/* Creates an alarm group under the record's nParentID (0 is the root). pGroupID receives its
+ * identifier; it may be the record's own nParentID. */
+int32 am3_add_group(const ZR3AlarmGroup* pGroup, uint32* pGroupID);
+
+/* Deletes a group that has no children. */
+int32 am3_delete_group(uint32 nGroupID);
+
+/* Changes a group's name and description; an empty text stays as it was. */
+int32 am3_modify_group(uint32 nGroupID, const ZR3AlarmGroup* pGroup);
+
+/* The identifier of the group of that name under that parent. */
+int32 am3_query_group_id(const char* szName, uint32 nParentID, uint32* pGroupID);
+
+/* The properties of nNum groups, with one code per group. */
+int32 am3_query_group_props(int32 nNum, const uint32* pGroupIDs, ZR3AlarmGroup* pGroups,
+                            int32* pErrCodes);
+
+/* The groups (an iterator of ZR3AlarmGroup) and the alarm tags (of uint32 identifiers) directly
+ * under a group. */
+int32 am3_query_group_child_groups(uint32 nGroupID, ZR3HANDLE* pIterator);
+int32 am3_query_group_child_tags(uint32 nGroupID, ZR3HANDLE* pIterator);
+
+/* Starts collecting new alarm records; pReserved is null. */
+int32 am3_register_alarm_record_info(void* pReserved);
+
+/* Hands out the alarm records that have come since the last call: an array of *pNum, to be released
+ * with am3_free_callback_am. */
+int32 am3_get_callback_am(int32* pNum, ZR3AlarmRecord** ppRecords);
+
+/* Releases such an array; null does nothing. */
+int32 am3_free_callback_am(int32 nNum, ZR3AlarmRecord* pRecords);
+
+/* ==== sc3: security ==== */
+
+/* Logs a user in for this session. */
+int32 sc3_login(const char* szUser, const char* szPassword);
+
+/* Users. */
+int32 sc3_add_user(const ZR3SecUser* pUser);
+int32 sc3_delete_user(const char* szUser);
+int32 sc3_modify_password(const char* szUser, const char* szOldPassword, const char* szNewPassword);
+int32 sc3_modify_user_desc(const char* szUser, const char* szDesc);
+int32 sc3_reset_password(const char* szUser, const char* szNewPassword);
+
+/* The name of the user who is logged in, into a buffer of nSize bytes, terminator included. */
+int32 sc3_query_current_user_name(int32 nSize, char* szUser);
+
+/* All users: an iterator of ZR3SecUser without passwords. */
+int32 sc3_query_all_users(ZR3HANDLE* pIterator);
+
+/* User groups and membership; lists are iterators of ZR3SecGroup and ZR3SecUser. */
+int32 sc3_add_group(const ZR3SecGroup* pGroup);
+int32 sc3_delete_group(const char* szGroup);
+int32 sc3_modify_group_desc(const char* szGroup, const char* szDesc);
+int32 sc3_add_user_to_group(const char* szUser, const char* szGroup);
+int32 sc3_delete_user_from_group(const char* szUser, const char* szGroup);
+int32 sc3_query_members_of_group(const char* szGroup, ZR3HANDLE* pIterator);
+int32 sc3_query_all_groups(ZR3HANDLE* pIterator);
+int32 sc3_query_groups_of_user(const char* szUser, ZR3HANDLE* pIterator);
+
+/* The authority items: an iterator of ZR3SecAuthItem. */
+int32 sc3_query_all_auth_items(ZR3HANDLE* pIterator);
+
+/* The level (0 none, 1 read, 2 write, 3 manage) that a user holds for an authority item. */
+int32 sc3_query_auth_of_user(const char* szUser, const char* szAuthItem, int32* pLevel);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
