@@ -1,0 +1,49 @@
+#include "engine/value.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/case_name.h"
+
+namespace zervane {
+namespace {
+
+struct ValueCase {
+  const char* name;
+  TagType type;
+  Value value;
+  ValueFault fault;
+};
+
+class CheckedValue : public testing::TestWithParam<ValueCase> {};
+
+TEST_P(CheckedValue, HasTheFault) {
+  EXPECT_EQ(CheckValue(GetParam().type, GetParam().value), GetParam().fault);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Value, CheckedValue,
+    testing::Values(
+        ValueCase{"LeastInt8", TagType::kInt8, -128, ValueFault::kNone},
+        ValueCase{"BelowInt8", TagType::kInt8, -129, ValueFault::kWrongType},
+        ValueCase{"GreatestInt16", TagType::kInt16, 32767, ValueFault::kNone},
+        ValueCase{"AboveInt16", TagType::kInt16, 32768, ValueFault::kWrongType},
+        ValueCase{"Int32", TagType::kInt32, -2147483647, ValueFault::kNone},
+        ValueCase{"DigitalAboveItsByte", TagType::kDigital, 128, ValueFault::kWrongType},
+        ValueCase{"Float32", TagType::kFloat32, 1.5F, ValueFault::kNone},
+        ValueCase{"DoubleForFloat32", TagType::kFloat32, 1.5, ValueFault::kWrongType},
+        ValueCase{"Float64", TagType::kFloat64, 1.5, ValueFault::kNone},
+        ValueCase{"TextForFloat64", TagType::kFloat64, std::string("1"), ValueFault::kWrongType},
+        ValueCase{"EmptyString", TagType::kString, std::string(), ValueFault::kNone},
+        ValueCase{"LongestString", TagType::kString, std::string(999, 'x'), ValueFault::kNone},
+        ValueCase{"StringTooLong", TagType::kString, std::string(1000, 'x'), ValueFault::kTooLong},
+        ValueCase{"StringWithNul", TagType::kString, std::string("a\0b", 3),
+                  ValueFault::kEmbeddedNul},
+        ValueCase{"LongestBlob", TagType::kBlob, std::string(1000, '\0'), ValueFault::kNone},
+        ValueCase{"BlobTooLong", TagType::kBlob, std::string(1001, 'x'), ValueFault::kTooLong},
+        ValueCase{"NoSuchType", static_cast<TagType>(8), 1, ValueFault::kWrongType}),
+    CaseName());
+
+}  // namespace
+}  // namespace zervane
