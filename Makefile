@@ -1,0 +1,30 @@
+# The front door. Every target does its own set-up (scripts/bootstrap installs what is missing) and is
+# quick when nothing changed.
+
+PREFIX ?= /usr/local
+
+.PHONY: help build demo test lint install clean
+
+help:  ## this list
+	@sed -n 's/^\([a-z]*\):.*## /  make \1\t/p' $(MAKEFILE_LIST)
+
+build:  ## the libraries, headers and jar, in build/dist
+	@scripts/build
+
+demo:  ## a Java program that records this machine's measurements and shows them
+	@scripts/demo
+
+test:  ## every suite; the last line sums them up
+	@scripts/test
+
+lint:  ## formatting and static analysis
+	@scripts/lint
+
+install: build  ## copies build/dist to PREFIX (default /usr/local)
+	install -d $(DESTDIR)$(PREFIX)/lib $(DESTDIR)$(PREFIX)/include $(DESTDIR)$(PREFIX)/share/java
+	cp -a build/dist/lib/. $(DESTDIR)$(PREFIX)/lib/
+	cp -a build/dist/include/. $(DESTDIR)$(PREFIX)/include/
+	install -m 644 build/dist/zervane-1.0.0.jar $(DESTDIR)$(PREFIX)/share/java/
+
+clean:  ## removes everything that was built
+	rm -rf build java/target
