@@ -1,8 +1,6 @@
 package com.talvoro.zrjni;
 
-/**
- * A group of alarm tags in the tree of groups, mirroring {@code ZR3AlarmGroup}.
- */
+/** A group of alarm tags in the tree of groups, mirroring {@code ZR3AlarmGroup}. */
 public class AlarmGroup {
   /** Name, up to 255 bytes in the system encoding. */
   public String m_GroupName;

@@ -1,8 +1,6 @@
 package com.talvoro.zrjni;
 
-/**
- * The common properties of a tag of any class, mirroring {@code ZR3CommTagProp}.
- */
+/** The common properties of a tag of any class, mirroring {@code ZR3CommTagProp}. */
 public class ZRJniCommTagProp extends CommonTagProperties {
   /** Free parameter 1, an unsigned 8-bit number. */
   public byte m_param1;

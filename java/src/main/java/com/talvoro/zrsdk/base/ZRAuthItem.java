@@ -1,8 +1,6 @@
 package com.talvoro.zrsdk.base;
 
-/**
- * An authority item, mirroring {@code ZR3SecAuthItem} without its level.
- */
+/** An authority item, mirroring {@code ZR3SecAuthItem} without its level. */
 public class ZRAuthItem {
   /** Name, up to 63 bytes in the system encoding. */
   public String authItemName;

@@ -1,8 +1,6 @@
 package com.talvoro.zrsdk.base;
 
-/**
- * A group of users, mirroring {@code ZR3SecGroup}.
- */
+/** A group of users, mirroring {@code ZR3SecGroup}. */
 public class ZRGroup {
   /** Name, up to 63 bytes in the system encoding. */
   public String groupName;

@@ -1,8 +1,6 @@
 package com.talvoro.zrsdk.base;
 
-/**
- * A user, mirroring {@code ZR3SecUser}.
- */
+/** A user, mirroring {@code ZR3SecUser}. */
 public class ZRUser {
   /** Name, up to 63 bytes in the system encoding. */
   public String userName;

@@ -1,8 +1,6 @@
 package com.talvoro.zrsdk.common;
 
-/**
- * One condition of a tag search, mirroring {@code ZR3FilterItem}.
- */
+/** One condition of a tag search, mirroring {@code ZR3FilterItem}. */
 public class ZRQueryTagCondition {
   /** Column that is compared, read as an unsigned 8-bit number. */
   public byte tagPropID;
