@@ -1,0 +1,42 @@
+#include "os/os_lang.h"
+
+#include <string>
+
+#include "os/system_encoding.h"
+#include "os/text_converter.h"
+
+namespace {
+
+using zervane::os::TextConverter;
+
+constexpr int kConverted = 0;
+constexpr int kFailed = 1;
+
+// The calling thread's converter, for the encoding that the whole process keeps.
+TextConverter& ThreadConverter() {
+  static const std::string encoding = zervane::os::SelectEncoding(
+      zervane::os::ReadEncodingEnvironment(), zervane::os::InstalledCodeset);
+  thread_local TextConverter converter(encoding);
+  return converter;
+}
+
+using Direction = bool (TextConverter::*)(const char* src, char* dst, int capacity_bytes);
+
+int Convert(Direction direction, const char* src, char* dst, int capacity) {
+  try {
+    return (ThreadConverter().*direction)(src, dst, capacity) ? kConverted : kFailed;
+  } catch (...) {  // no memory for the thread's converter
+    if (dst != nullptr && capacity > 0) *dst = '\0';
+    return kFailed;
+  }
+}
+
+}  // namespace
+
+int os_lang_conv_utf8_to_sys(const char* src, char* dst, int capacity) {
+  return Convert(&TextConverter::ToSystem, src, dst, capacity);
+}
+
+int os_lang_conv_sys_to_utf8(const char* src, char* dst, int capacity) {
+  return Convert(&TextConverter::FromSystem, src, dst, capacity);
+}

@@ -1,0 +1,18 @@
+// Counts the allocations of the whole process, the C library's and those of operator new included.
+#ifndef ZERVANE_TESTS_OS_ALLOCATION_COUNTER_H_
+#define ZERVANE_TESTS_OS_ALLOCATION_COUNTER_H_
+
+namespace zervane::os {
+
+struct AllocationCounts {
+  long made;      // since the process began
+  long released;  // likewise
+
+  long live() const { return made - released; }
+};
+
+AllocationCounts CountAllocations();
+
+}  // namespace zervane::os
+
+#endif  // ZERVANE_TESTS_OS_ALLOCATION_COUNTER_H_

@@ -1,0 +1,36 @@
+/* convert_text to_system|from_system HEX: converts the bytes in the encoding of this process's
+ * environment and prints the result in hexadecimal, or "failed". */
+#include <stdio.h>
+#include <string.h>
+
+#include "os/os_lang.h"
+
+enum { kMaxTextBytes = 64 };
+
+static int parse_hex(const char* hex, char* text) {
+  const size_t length = strlen(hex) / 2;
+  if (length > kMaxTextBytes) return 0;
+  for (size_t i = 0; i < length; ++i) {
+    unsigned byte;
+    if (sscanf(hex + 2 * i, "%2x", &byte) != 1) return 0;
+    text[i] = (char)byte;
+  }
+  text[length] = '\0';
+  return 1;
+}
+
+int main(int argc, char** argv) {
+  char text[kMaxTextBytes + 1];
+  char converted[4 * kMaxTextBytes + 1];
+  if (argc != 3 || !parse_hex(argv[2], text)) return 2;
+  const int status = strcmp(argv[1], "to_system") == 0
+                         ? os_lang_conv_utf8_to_sys(text, converted, sizeof(converted))
+                         : os_lang_conv_sys_to_utf8(text, converted, sizeof(converted));
+  if (status != 0) {
+    puts("failed");
+    return 0;
+  }
+  for (const char* byte = converted; *byte != '\0'; ++byte) printf("%02X", (unsigned char)*byte);
+  puts("");
+  return 0;
+}

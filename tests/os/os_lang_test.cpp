@@ -1,0 +1,193 @@
+// The exported converters, in this process with GB18030 as the system encoding and in child
+// processes with others.
+#include "os/os_lang.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "allocation_counter.h"
+#include "case_name.h"
+
+namespace zervane::os {
+namespace {
+
+constexpr const char* kHanUtf8 = "\xE4\xB8\xAD\xE6\x96\x87";
+constexpr const char* kHanGb18030 = "\xD6\xD0\xCE\xC4";
+constexpr const char* kAccentUtf8 = "\xC3\xBF";  // GB18030 has it, GBK has not
+constexpr const char* kAccentGb18030 = "\x81\x30\x8B\x37";
+
+class Gb18030Process : public testing::Environment {
+ public:
+  void SetUp() override { setenv("ZERVANE_ENCODING", "GB18030", 1); }
+};
+
+const auto* const gb18030_process = testing::AddGlobalTestEnvironment(new Gb18030Process);
+
+std::string ToSystem(const char* text) {
+  std::array<char, 64> buffer{};
+  const int status = os_lang_conv_utf8_to_sys(text, buffer.data(), buffer.size());
+  return status == 0 ? buffer.data() : "failed";
+}
+
+std::string FromSystem(const char* text) {
+  std::array<char, 64> buffer{};
+  const int status = os_lang_conv_sys_to_utf8(text, buffer.data(), buffer.size());
+  return status == 0 ? buffer.data() : "failed";
+}
+
+bool ConvertsBothWays() {
+  return ToSystem(kHanUtf8) == kHanGb18030 && FromSystem(kHanGb18030) == kHanUtf8 &&
+         ToSystem(kAccentUtf8) == kAccentGb18030 && FromSystem(kAccentGb18030) == kAccentUtf8;
+}
+
+TEST(OsLang, ConvertsInBothDirections) { EXPECT_TRUE(ConvertsBothWays()); }
+
+TEST(OsLang, FailsWithAnEmptyText) {
+  char buffer[8] = "before";
+  EXPECT_NE(os_lang_conv_utf8_to_sys("\xC0\x80", buffer, sizeof(buffer)), 0);
+  EXPECT_STREQ(buffer, "");
+  EXPECT_NE(os_lang_conv_sys_to_utf8("\xFF", buffer, sizeof(buffer)), 0);
+  EXPECT_STREQ(buffer, "");
+  EXPECT_NE(os_lang_conv_utf8_to_sys("seven b", buffer, 7), 0);
+  EXPECT_NE(os_lang_conv_utf8_to_sys(nullptr, buffer, sizeof(buffer)), 0);
+  EXPECT_NE(os_lang_conv_utf8_to_sys("text", nullptr, 8), 0);
+  EXPECT_NE(os_lang_conv_sys_to_utf8("text", buffer, 0), 0);
+  EXPECT_NE(os_lang_conv_sys_to_utf8("text", buffer, -1), 0);
+}
+
+TEST(OsLang, ReadsTheEnvironmentOnce) {
+  ASSERT_TRUE(ConvertsBothWays());
+  setenv("ZERVANE_ENCODING", "GBK", 1);
+  EXPECT_TRUE(ConvertsBothWays());
+  std::thread([] { EXPECT_TRUE(ConvertsBothWays()) << "on a thread that begins later"; }).join();
+  setenv("ZERVANE_ENCODING", "GB18030", 1);
+}
+
+TEST(OsLang, LeavesTheLocaleAlone) {
+  ASSERT_TRUE(ConvertsBothWays());
+  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+}
+
+TEST(OsLang, ServesManyThreadsAtOnce) {
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&wrong] {
+      for (int round = 0; round < 2'000; ++round) wrong += ConvertsBothWays() ? 0 : 1;
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST(OsLang, AllocatesNothingOnceWarm) {
+  const std::string text = [] {
+    std::string result;
+    for (int i = 0; i < 1'000; ++i) result += kHanUtf8 + std::string(kAccentUtf8) + "\xEE\xA0\x96";
+    return result;
+  }();
+  std::vector<char> system(4 * text.size() + 1);
+  std::vector<char> utf8(4 * text.size() + 1);
+  const auto there_and_back = [&] {
+    return os_lang_conv_utf8_to_sys(text.c_str(), system.data(), static_cast<int>(system.size())) ==
+               0 &&
+           os_lang_conv_sys_to_utf8(system.data(), utf8.data(), static_cast<int>(utf8.size())) == 0;
+  };
+  const long cold = CountAllocations().made;
+  std::thread(there_and_back).join();
+  ASSERT_GT(CountAllocations().made, cold) << "the counter does not count";
+  ASSERT_TRUE(there_and_back());
+
+  const long warm = CountAllocations().made;
+  bool converted = true;
+  for (int i = 0; i < 100; ++i) converted = there_and_back() && converted;
+  char small[4];
+  const int refused = os_lang_conv_utf8_to_sys("\xFF", small, sizeof(small)) +
+                      os_lang_conv_sys_to_utf8("\xFF", small, sizeof(small));
+  const long after = CountAllocations().made;
+  EXPECT_EQ(after, warm);
+  EXPECT_TRUE(converted);
+  EXPECT_NE(refused, 0);
+  EXPECT_EQ(utf8.data(), text);
+}
+
+TEST(OsLang, ReleasesWhatAThreadHoldsWhenItEnds) {
+  const auto convert_on_a_thread = [] { std::thread([] { ConvertsBothWays(); }).join(); };
+  for (int i = 0; i < 3; ++i) convert_on_a_thread();
+  const long before = CountAllocations().live();
+  for (int i = 0; i < 50; ++i) convert_on_a_thread();
+  EXPECT_LT(CountAllocations().live() - before, 50) << "each thread left something behind";
+}
+
+// What a command prints; it must succeed.
+std::string OutputOf(const std::string& command) {
+  std::FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return "cannot run " + command;
+  std::string printed;
+  std::array<char, 256> part;
+  while (std::fgets(part.data(), part.size(), pipe) != nullptr) printed += part.data();
+  EXPECT_EQ(pclose(pipe), 0) << command;
+  return printed;
+}
+
+struct EnvironmentCase {
+  const char* name;
+  const char* environment;
+  const char* utf8;
+  const char* system;  // in hexadecimal, or "failed"
+};
+
+void PrintTo(const EnvironmentCase& row, std::ostream* out) { *out << row.name; }
+
+class InEnvironment : public testing::TestWithParam<EnvironmentCase> {};
+
+TEST_P(InEnvironment, ConvertsToTheEncodingThatItNames) {
+  const auto& [name, environment, utf8, system] = GetParam();
+  const std::string command = std::string("env -i ") + environment + " " CONVERT_TEXT " ";
+  EXPECT_EQ(OutputOf(command + "to_system " + utf8), std::string(system) + "\n");
+  if (system != std::string("failed")) {
+    EXPECT_EQ(OutputOf(command + "from_system " + system), std::string(utf8) + "\n");
+  }
+}
+
+constexpr const char* kEuro = "E282AC";
+constexpr const char* kEmoji = "EDA0BDEDB880";
+
+INSTANTIATE_TEST_SUITE_P(
+    Children, InEnvironment,
+    testing::Values(
+        EnvironmentCase{"NothingSet", "", kEmoji, "F09F9880"},
+        EnvironmentCase{"CLocale", "LC_ALL=C", kEuro, "E282AC"},
+        EnvironmentCase{"PosixLocale", "LANG=POSIX", kEuro, "E282AC"},
+        EnvironmentCase{"Utf8Locale", "LANG=zh_CN.UTF-8", kEmoji, "F09F9880"},
+        EnvironmentCase{"ChineseLocale", "LC_ALL=zh_CN.GB18030", kEmoji, "9439FC36"},
+        EnvironmentCase{"GbkLocale", "LC_CTYPE=zh_CN.gbk", "E4B8AD", "D6D0"},
+        EnvironmentCase{"LatinLocale", "LANG=de_DE.ISO-8859-15@euro", kEuro, "A4"},
+        EnvironmentCase{"LatinLocaleLacksHan", "LANG=de_DE.ISO-8859-15@euro", "E4B8AD", "failed"},
+        EnvironmentCase{"UninstalledLocale", "LANG=xx_XX", kEuro, "E282AC"},
+        EnvironmentCase{"Override", "ZERVANE_ENCODING=ISO-8859-15 LC_ALL=zh_CN.GBK", kEuro, "A4"},
+        EnvironmentCase{"UnknownOverride", "ZERVANE_ENCODING=none LC_ALL=C", kEuro, "failed"},
+        EnvironmentCase{"UnknownCodeset", "LC_ALL=de_DE.none", "61", "failed"}),
+    kCaseName);
+
+TEST(SharedLibrary, ExportsItsTwoHeadersAndNothingElse) {
+  EXPECT_EQ(
+      OutputOf("nm -D --defined-only --format=just-symbols " ZR_OS_LIBRARY " | LC_ALL=C sort"),
+      "os_lang_conv_sys_to_utf8\n"
+      "os_lang_conv_utf8_to_sys\n"
+      "os_mutex_create\n"
+      "os_mutex_destroy\n"
+      "os_mutex_lock\n"
+      "os_mutex_unlock\n");
+}
+
+}  // namespace
+}  // namespace zervane::os
