@@ -1,0 +1,78 @@
+package com.talvoro.zervane.demo;
+
+import com.talvoro.zrjni.Jni_Zervane;
+import java.io.IOException;
+import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
+import java.time.Instant;
+import java.time.temporal.ChronoUnit;
+
+/**
+ * Records this machine's own measurements for some seconds and shows what the database then holds.
+ *
+ * <p>Usage: {@code Demo [SECONDS [ADDRESS]]}, 10 seconds and the embedded database unless told
+ * otherwise. Run again, it finds its tags and shows the history of earlier runs beside its own.
+ */
+public final class Demo {
+  private Demo() {}
+
+  /**
+   * Runs the demo; ends with exit code 1 when anything fails.
+   *
+   * @param arguments seconds and address, both optional
+   */
+  public static void main(String[] arguments) {
+    // The curves need UTF-8, whatever the locale says.
+    System.setOut(new PrintStream(System.out, true, StandardCharsets.UTF_8));
+    try {
+      int seconds = arguments.length > 0 ? Integer.parseUnsignedInt(arguments[0]) : 10;
+      String address = arguments.length > 1 ? arguments[1] : "";
+      run(seconds, address);
+    } catch (NumberFormatException e) {
+      fail("usage: Demo [SECONDS [ADDRESS]]");
+    } catch (Status.Failure | UnsatisfiedLinkError | IOException e) {
+      fail(e.getMessage());
+    } catch (InterruptedException e) {
+      fail("interrupted");
+    }
+  }
+
+  private static void run(int seconds, String address) throws IOException, InterruptedException {
+    Status.check("connectEx", Jni_Zervane.connectEx(address, 0, "", 0));
+    System.out.printf(
+        "Recording this machine for %d s into %s%n", seconds, Address.describe(address));
+    Catalogue catalogue = Catalogue.open(Measurement.ALL);
+    int tags = catalogue.tags().size();
+    System.out.printf("%d tags, of which %d are new%n", tags, catalogue.created());
+
+    Instant start = Instant.now().truncatedTo(ChronoUnit.MILLIS);
+    Recorder recorder = new Recorder(catalogue.tags());
+    recorder.record(seconds);
+
+    Report report = new Report(catalogue.tags());
+    report.printCatalogue();
+    report.printCurrentValues();
+    History history = new History(start);
+    report.printHistory(history);
+    printSummary(catalogue, history, recorder.recordsWritten());
+    System.out.println("The database is " + Address.describe(address) + ".");
+    Status.check("disconnect", Jni_Zervane.disconnect());
+  }
+
+  private static void printSummary(Catalogue catalogue, History history, long written) {
+    long stored = catalogue.tags().stream().mapToLong(history::count).sum();
+    Instant since =
+        catalogue.tags().stream()
+            .map(tag -> Text.instant(history.first(tag)))
+            .min(Instant::compareTo)
+            .orElseThrow();
+    System.out.printf(
+        "%nThis run wrote %,d records; the database holds %,d since %s.%n",
+        written, stored, Text.time(since));
+  }
+
+  private static void fail(String message) {
+    System.err.println("Demo: " + message);
+    System.exit(1);
+  }
+}

@@ -1,0 +1,110 @@
+package com.talvoro.zervane.demo;
+
+import com.talvoro.zrjni.Jni_Zervane;
+import com.talvoro.zrjni.ZRJniRecord;
+import com.talvoro.zrjni.ZRJniTagProp;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Locale;
+import java.util.stream.DoubleStream;
+
+/** Prints what the database holds: its tags, their current values and their history. */
+final class Report {
+  private static final int EARLIER_COLUMNS = 24;
+  private static final int THIS_RUN_COLUMNS = 36;
+
+  private final List<Catalogue.Tag> tags;
+
+  Report(List<Catalogue.Tag> tags) {
+    this.tags = tags;
+  }
+
+  void printCatalogue() {
+    heading("Catalogue");
+    row("%4s  %-20s %-8s %-6s %6s  %s", "ID", "TAG", "TYPE", "UNIT", "SPAN", "DESCRIPTION");
+    for (Catalogue.Tag tag : tags) {
+      ZRJniTagProp properties = new ZRJniTagProp();
+      Status.check("getTag", Jni_Zervane.getTag(tag.id(), properties));
+      row(
+          "%4d  %-20s %-8s %-6s %6s  %s",
+          properties.m_tagID,
+          properties.m_tagName,
+          TagType.values()[properties.m_tagType],
+          properties.m_engUnits,
+          properties.m_span == 0 ? "" : String.valueOf((int) properties.m_span),
+          properties.m_descriptor);
+    }
+  }
+
+  void printCurrentValues() {
+    heading("Current values");
+    row("%-20s %16s %-6s %8s  %s", "TAG", "VALUE", "UNIT", "QUALITY", "TIME");
+    int[] ids = tags.stream().mapToInt(Catalogue.Tag::id).toArray();
+    ZRJniRecord[] records = new ZRJniRecord[ids.length];
+    int status = Jni_Zervane.querySnapShots(ids, ids.length, records, new int[ids.length]);
+    Status.check("querySnapShots", status);
+    for (int i = 0; i < records.length; i++) {
+      Measurement measurement = tags.get(i).measurement();
+      TagType type = measurement.type();
+      row(
+          "%-20s %16s %-6s %8d  %s",
+          measurement.tagName(),
+          Text.value(type, type.load(records[i])),
+          measurement.unit(),
+          records[i].nQuality,
+          Text.time(Text.instant(records[i])));
+    }
+  }
+
+  /** Prints a curve for every tag, or for a text its latest values. */
+  void printHistory(History history) {
+    heading("History: up to " + History.MOST_RECORDS + " records before this run │ this run");
+    row("%-20s %8s  %-19s %10s %10s", "TAG", "RECORDS", "SINCE", "LEAST", "GREATEST");
+    for (Catalogue.Tag tag : tags) {
+      Measurement measurement = tag.measurement();
+      ZRJniRecord[] earlier = history.beforeThisRun(tag);
+      ZRJniRecord[] thisRun = history.ofThisRun(tag);
+      String beginning =
+          String.format(
+              Locale.ROOT,
+              "%-20s %,8d  %-19s",
+              measurement.tagName(),
+              history.count(tag),
+              Text.time(Text.instant(history.first(tag))));
+      if (measurement.type().isNumeric()) {
+        printCurve(beginning, measurement.type(), earlier, thisRun);
+      } else {
+        row("%s  %s │ %s", beginning, lastText(earlier), lastText(thisRun));
+      }
+    }
+  }
+
+  private static void printCurve(
+      String beginning, TagType type, ZRJniRecord[] earlier, ZRJniRecord[] thisRun) {
+    double[] before = History.numbers(type, earlier);
+    double[] now = History.numbers(type, thisRun);
+    double[] all = DoubleStream.concat(Arrays.stream(before), Arrays.stream(now)).toArray();
+    double least = Arrays.stream(all).min().orElse(0);
+    double greatest = Arrays.stream(all).max().orElse(0);
+    row(
+        "%s %10s %10s  %24s │ %s",
+        beginning,
+        Text.value(type, least),
+        Text.value(type, greatest),
+        Sparkline.draw(before, EARLIER_COLUMNS, least, greatest),
+        Sparkline.draw(now, THIS_RUN_COLUMNS, least, greatest));
+  }
+
+  private static String lastText(ZRJniRecord[] records) {
+    return records.length == 0 ? "" : records[records.length - 1].strValue;
+  }
+
+  private static void heading(String text) {
+    System.out.println();
+    System.out.println(text);
+  }
+
+  private static void row(String format, Object... arguments) {
+    System.out.println(String.format(Locale.ROOT, "  " + format, arguments).stripTrailing());
+  }
+}
