@@ -1,0 +1,29 @@
+package com.talvoro.zrjni.stack;
+
+/** The status codes that the tests expect, named as in the client API. */
+final class Codes {
+  static final int OK = 0;
+  static final int NOT_CONNECTED = 110100;
+  static final int ALREADY_CONNECTED = 110101;
+  static final int INVALID_TEXT = 110112;
+  static final int DATABASE_IN_USE = 110130;
+  static final int INVALID_HANDLE = 110191;
+  static final int TAG_NOT_FOUND = 117801;
+  static final int NAME_NOT_FOUND = 117802;
+  static final int SOME_NAMES_FAILED = 117803;
+  static final int TAG_EXISTS = 117804;
+  static final int INVALID_TAG_NAME = 117805;
+  static final int INVALID_TAG_TYPE = 117806;
+  static final int INVALID_TAG_CLASS = 117807;
+  static final int INVALID_PROPERTY = 117808;
+  static final int INVALID_MASK = 117809;
+  static final int TAG_HAS_RECORDS = 117810;
+  static final int INVALID_TIME = 119601;
+  static final int INVALID_REGION = 119602;
+  static final int NO_RECORD = 119603;
+  static final int OUT_OF_ORDER = 119605;
+  static final int VALUE_TOO_LONG = 119606;
+  static final int SOME_RECORDS_FAILED = 119610;
+
+  private Codes() {}
+}

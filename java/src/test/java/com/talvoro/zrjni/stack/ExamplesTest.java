@@ -1,0 +1,97 @@
+package com.talvoro.zrjni.stack;
+
+import static org.junit.jupiter.api.Assertions.assertAll;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.talvoro.zrjni.Jni_Zervane;
+import java.io.IOException;
+import java.io.StringWriter;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+import java.util.stream.Stream;
+import javax.tools.JavaCompiler;
+import javax.tools.StandardJavaFileManager;
+import javax.tools.ToolProvider;
+import org.junit.jupiter.api.BeforeAll;
+import org.junit.jupiter.api.DisplayName;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+@DisplayName("The examples")
+class ExamplesTest {
+  private static final Path EXAMPLES = Path.of("..", "examples"); // tests run in the Maven project
+  private static final String DEMO = "com.talvoro.zervane.demo.Demo";
+
+  @TempDir static Path classes;
+
+  @TempDir Path folder;
+
+  @BeforeAll
+  static void compile() throws IOException {
+    JavaCompiler compiler = ToolProvider.getSystemJavaCompiler();
+    StringWriter messages = new StringWriter();
+    try (StandardJavaFileManager files = compiler.getStandardFileManager(null, null, null);
+        Stream<Path> sources = Files.walk(EXAMPLES)) {
+      List<Path> paths = sources.filter(path -> path.toString().endsWith(".java")).toList();
+      List<String> options =
+          List.of("-Xlint:all", "-Werror", "-cp", ChildJvm.CLASSES + "", "-d", classes + "");
+      boolean compiled =
+          compiler
+              .getTask(
+                  messages, files, null, options, null, files.getJavaFileObjectsFromPaths(paths))
+              .call();
+      assertTrue(compiled, messages::toString);
+    }
+  }
+
+  private static ChildJvm.Result run(String main, String... arguments)
+      throws IOException, InterruptedException {
+    return ChildJvm.withLibrary().run(List.of(ChildJvm.CLASSES, classes), main, arguments);
+  }
+
+  @Test
+  void theQuickStartPrintsTheValueThatItWrote() throws Exception {
+    ChildJvm.Result result = run("QuickStart", "embedded:" + folder);
+
+    assertEquals(0, result.exitCode(), result.output());
+    assertTrue(
+        result.output().matches("FIC101\\.PV = 42\\.5 at \\d{4}-\\d\\d-\\d\\dT.*Z\n"),
+        result.output());
+  }
+
+  @Test
+  void theDemoShowsItsHistoryAndInASecondRunTheEarlierOneToo() throws Exception {
+    ChildJvm.Result first = run(DEMO, "1", "embedded:" + folder);
+    ChildJvm.Result second = run(DEMO, "1", "embedded:" + folder);
+
+    assertAll(
+        () -> assertEquals(0, first.exitCode(), first.output()),
+        () -> assertContains(first, "22 tags, of which 22 are new"),
+        () -> assertContains(first, "   1 s     110 records"),
+        () -> assertContains(first, "This run wrote 110 records; the database holds 110 since"),
+        () -> assertContains(first, "The database is the embedded database in " + folder),
+        () -> assertEquals(0, second.exitCode(), second.output()),
+        () -> assertContains(second, "22 tags, of which 0 are new"),
+        () -> assertContains(second, "This run wrote 110 records; the database holds 220 since"));
+  }
+
+  @Test
+  void theDemoNamesTheCallThatFailedAndItsStatus() throws Exception {
+    String address = "embedded:" + folder;
+    assertEquals(Codes.OK, Jni_Zervane.connectEx(address, 0, "", 0));
+    try {
+      ChildJvm.Result result = run(DEMO, "1", address);
+
+      assertEquals("Demo: connectEx returned " + Codes.DATABASE_IN_USE + "\n", result.output());
+      assertEquals(1, result.exitCode());
+    } finally {
+      Jni_Zervane.disconnect();
+    }
+  }
+
+  private static void assertContains(ChildJvm.Result result, String text) {
+    assertTrue(result.output().contains(text), () -> text + " is not in:\n" + result.output());
+  }
+}
