@@ -1,0 +1,22 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "engine/status.h"
+#include "engine/storage/store.h"
+
+namespace zervane::storage {
+
+// Accepted records as one block of the journal, in their order.
+//
+// The records are valid, at most kMaxBlockRecords.
+std::string EncodeBatch(std::span<const AcceptedSample> records);
+
+// The records of a batch in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless what
+// comes out is what EncodeBatch may be given.
+Result<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes);
+
+}  // namespace zervane::storage

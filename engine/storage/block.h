@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "engine/status.h"
+#include "engine/value.h"
+
+// A block is how records stand in the database file: a header that tells what follows, a checksum
+// and a body, compressed where that makes it smaller. docs/file-layout.md shows it byte by byte.
+namespace zervane::storage {
+
+enum class BlockKind : std::uint8_t { kBatch = 'B', kChunk = 'C' };
+
+constexpr std::uint8_t kBlockFormat = 1;
+constexpr std::size_t kBlockHeaderBytes = 20;
+
+// Bounds that a reader holds a header to before it allocates what the header asks for.
+constexpr std::size_t kMaxBlockRecords = 65'536;
+constexpr std::size_t kMaxRecordBytes = 40 + kMaxBlobBytes;  // the longest value and its company
+
+struct Block {
+  std::uint8_t type = 0;  // of a chunk's values; 0 in a batch
+  std::size_t count = 0;  // records
+  std::string body;
+};
+
+// The block as bytes. At most kMaxBlockRecords records of at most kMaxRecordBytes in the body.
+std::string SealBlock(BlockKind kind, const Block& block);
+
+// The block in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless they are exactly
+// one whole block of the kind.
+Result<Block> OpenBlock(BlockKind kind, std::string_view bytes);
+
+// The failure that a decoder of blocks answers.
+Status DamagedBlock(std::string_view why);
+
+}  // namespace zervane::storage

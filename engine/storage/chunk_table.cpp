@@ -1,0 +1,124 @@
+#include "engine/storage/chunk_table.h"
+
+#include <spdlog/fmt/fmt.h>
+
+#include <string_view>
+#include <utility>
+
+#include "engine/storage/chunk_codec.h"
+
+namespace zervane::storage {
+namespace {
+
+// The chunks of tag ?1 that overlap [?2, ?3]. Since chunks do not overlap each other, the search
+// starts at the last one that begins by ?2 and needs no other.
+#define ZERVANE_OVERLAPPING_CHUNKS                                                        \
+  "FROM chunk WHERE tag = ?1 AND first_time <= ?3 AND last_time >= ?2 AND first_time >= " \
+  "ifnull((SELECT max(first_time) FROM chunk WHERE tag = ?1 AND first_time <= ?2), ?2) "  \
+  "ORDER BY first_time "
+
+constexpr char kExtentsSql[] =
+    "SELECT id, tag, first_time, last_time, count " ZERVANE_OVERLAPPING_CHUNKS;
+constexpr char kAscendingSql[] =
+    "SELECT id, tag, first_time, last_time, count, payload " ZERVANE_OVERLAPPING_CHUNKS;
+constexpr char kDescendingSql[] =
+    "SELECT id, tag, first_time, last_time, count, payload " ZERVANE_OVERLAPPING_CHUNKS "DESC";
+
+#undef ZERVANE_OVERLAPPING_CHUNKS
+
+ChunkExtent ReadExtent(const Query& row) {
+  return {.id = row.Integer(0),
+          .tag = static_cast<TagId>(row.Integer(1)),
+          .first_ms = row.Integer(2),
+          .last_ms = row.Integer(3),
+          .count = row.Integer(4)};
+}
+
+Status DamagedChunk(const ChunkExtent& extent, std::string_view why) {
+  return Status(ZR3_ERR_STORAGE_DAMAGED,
+                fmt::format("chunk {} of tag {}, times {} to {} ms, {} records: {}", extent.id,
+                            extent.tag, extent.first_ms, extent.last_ms, extent.count, why));
+}
+
+Result<std::vector<Sample>> DecodeRow(const ChunkExtent& extent, std::string_view payload) {
+  Result<std::vector<Sample>> records = DecodeChunk(payload);
+  if (!records.ok()) return DamagedChunk(extent, records.status().message());
+  const bool as_the_row_says = std::cmp_equal(records->size(), extent.count) &&
+                               records->front().time_ms == extent.first_ms &&
+                               records->back().time_ms == extent.last_ms;
+  if (!as_the_row_says) return DamagedChunk(extent, "its records are not those of its row");
+  return records;
+}
+
+}  // namespace
+
+Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms) {
+  Query row(connection,
+            "SELECT id, tag, first_time, last_time, count FROM chunk "
+            "WHERE tag = ? AND first_time <= ? ORDER BY first_time DESC LIMIT 1",
+            tag, time_ms);
+  if (row.Next()) return std::optional(ReadExtent(row));
+  if (!row.status().ok()) return row.status();
+  return std::optional<ChunkExtent>();
+}
+
+Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms) {
+  Query row(connection, "SELECT min(first_time) FROM chunk WHERE tag = ? AND first_time > ?", tag,
+            time_ms);
+  if (row.Next() && !row.IsNull(0)) return std::optional(row.Integer(0));
+  if (!row.status().ok()) return row.status();
+  return std::optional<std::int64_t>();
+}
+
+Result<std::vector<ChunkExtent>> ChunksWithin(Connection& connection, TagId tag, TimeRange range) {
+  std::vector<ChunkExtent> extents;
+  Query rows(connection, kExtentsSql, tag, range.from_ms, range.to_ms);
+  while (rows.Next()) extents.push_back(ReadExtent(rows));
+  if (!rows.status().ok()) return rows.status();
+  return extents;
+}
+
+Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent& extent) {
+  Query row(connection, "SELECT payload FROM chunk WHERE id = ?", extent.id);
+  if (row.Next()) return DecodeRow(extent, row.Bytes(0));
+  if (!row.status().ok()) return row.status();
+  return DamagedChunk(extent, "its row is missing");
+}
+
+Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
+                   const std::function<bool(std::vector<Sample>)>& take) {
+  const bool forward = direction == Direction::kForward;
+  Query rows(connection, forward ? kAscendingSql : kDescendingSql, tag, range.from_ms, range.to_ms);
+  while (rows.Next()) {
+    Result<std::vector<Sample>> records = DecodeRow(ReadExtent(rows), rows.Bytes(5));
+    if (!records.ok()) return records.status();
+    if (!take(*std::move(records))) return {};
+  }
+  return rows.status();
+}
+
+Status InsertChunk(Connection& connection, TagId tag, std::span<const Sample> records) {
+  const std::string payload = EncodeChunk(records);
+  return Query(connection,
+               "INSERT INTO chunk (tag, first_time, last_time, count, payload) "
+               "VALUES (?, ?, ?, ?, ?)",
+               tag, records.front().time_ms, records.back().time_ms, records.size(), payload)
+      .Run();
+}
+
+Status DeleteChunk(Connection& connection, const ChunkExtent& extent) {
+  return Query(connection, "DELETE FROM chunk WHERE id = ?", extent.id).Run();
+}
+
+Status SetChunkAside(Connection& connection, const ChunkExtent& extent) {
+  Status status = Query(connection,
+                        "INSERT INTO damaged (tag, payload) "
+                        "SELECT tag, payload FROM chunk WHERE id = ?",
+                        extent.id)
+                      .Run();
+  return status.ok() ? DeleteChunk(connection, extent) : status;
+}
+
+}  // namespace zervane::storage

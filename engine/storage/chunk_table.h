@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "engine/status.h"
+#include "engine/storage/sqlite.h"
+#include "engine/value.h"
+
+// The table of chunks. Within a tag chunks never overlap in time, so that (tag, time) is unique.
+namespace zervane::storage {
+
+// A chunk without its records.
+struct ChunkExtent {
+  std::int64_t id = 0;
+  TagId tag = 0;
+  std::int64_t first_ms = 0;
+  std::int64_t last_ms = 0;
+  std::int64_t count = 0;
+};
+
+// The last chunk of the tag that starts at or before the time.
+Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms);
+
+// The start of the first chunk of the tag that starts after the time.
+Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms);
+
+// The chunks of the tag that overlap the range, ascending.
+Result<std::vector<ChunkExtent>> ChunksWithin(Connection& connection, TagId tag, TimeRange range);
+
+// The records of a chunk. ZR3_ERR_STORAGE_DAMAGED when it does not decode to what its row says.
+Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent& extent);
+
+// Hands the records of the chunks that overlap the range to `take`, chunk by chunk in the
+// direction's order (ascending within a chunk), until it answers false. Holds one chunk at a time;
+// all are of one state of the table.
+Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
+                   const std::function<bool(std::vector<Sample>)>& take);
+
+// Adds a chunk of the records, which are as EncodeChunk wants them.
+Status InsertChunk(Connection& connection, TagId tag, std::span<const Sample> records);
+
+Status DeleteChunk(Connection& connection, const ChunkExtent& extent);
+
+// Moves a chunk that does not decode to the table of damaged payloads.
+Status SetChunkAside(Connection& connection, const ChunkExtent& extent);
+
+}  // namespace zervane::storage

@@ -1,0 +1,118 @@
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <shared_mutex>
+#include <utility>
+
+#include "engine/storage/guard.h"
+#include "engine/storage/record_check.h"
+#include "engine/storage/series.h"
+#include "engine/storage/store.h"
+
+namespace zervane {
+namespace {
+
+using storage::CopyWithin;
+using storage::Guarded;
+using storage::PartWithin;
+using storage::Series;
+
+struct StoredTag {
+  TagProperties properties;
+  std::optional<Sample> current;
+  Series archive;
+};
+
+class MemoryStore final : public Store {
+ public:
+  Result<CatalogueImage> LoadCatalogue() override {
+    return Guarded([&]() -> Result<CatalogueImage> {
+      const std::shared_lock lock(mutex_);
+      CatalogueImage image{.tags = {}, .last_id = last_id_, .version = version_};
+      for (const auto& [id, tag] : tags_) image.tags.push_back(tag.properties);
+      return image;
+    });
+  }
+
+  Status PutTag(const TagProperties& properties, std::int64_t version) override {
+    return Guarded([&]() -> Status {
+      const std::unique_lock lock(mutex_);
+      tags_[properties.id].properties = properties;
+      last_id_ = std::max(last_id_, properties.id);
+      version_ = version;
+      return {};
+    });
+  }
+
+  Status RemoveTag(TagId id, std::int64_t version) override {
+    return Guarded([&]() -> Status {
+      const std::unique_lock lock(mutex_);
+      tags_.erase(id);
+      version_ = version;
+      return {};
+    });
+  }
+
+  Result<std::vector<TagSample>> LoadCurrent() override {
+    return Guarded([&]() -> Result<std::vector<TagSample>> {
+      const std::shared_lock lock(mutex_);
+      std::vector<TagSample> values;
+      for (const auto& [id, tag] : tags_) {
+        if (tag.current) values.push_back({id, *tag.current});
+      }
+      return values;
+    });
+  }
+
+  Status Append(std::span<const AcceptedSample> records) override {
+    return Guarded([&]() -> Status {
+      if (Status status = storage::CheckRecords(records); !status.ok()) return status;
+      const std::unique_lock lock(mutex_);
+      for (const AcceptedSample& record : records) {
+        const auto tag = tags_.find(record.tag);
+        if (tag == tags_.end()) continue;
+        if (record.current) tag->second.current = record.sample;
+        if (record.archive) {
+          tag->second.archive.insert_or_assign(record.sample.time_ms, record.sample);
+        }
+      }
+      return {};
+    });
+  }
+
+  Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
+                                   std::size_t limit) override {
+    return Guarded([&]() -> Result<std::vector<Sample>> {
+      const std::shared_lock lock(mutex_);
+      return CopyWithin(ArchiveOf(id), range, direction, limit);
+    });
+  }
+
+  Result<std::int64_t> Count(TagId id, TimeRange range) override {
+    return Guarded([&]() -> Result<std::int64_t> {
+      const std::shared_lock lock(mutex_);
+      const auto [begin, end] = PartWithin(ArchiveOf(id), range);
+      return std::int64_t{std::distance(begin, end)};
+    });
+  }
+
+ private:
+  // Of a tag that is not there: an empty one. Under the mutex.
+  const Series& ArchiveOf(TagId id) const {
+    static const Series empty;
+    const auto tag = tags_.find(id);
+    return tag == tags_.end() ? empty : tag->second.archive;
+  }
+
+  mutable std::shared_mutex mutex_;  // guards all that follows
+  std::map<TagId, StoredTag> tags_;
+  TagId last_id_ = 0;
+  std::int64_t version_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Store> OpenMemoryStore() { return std::make_unique<MemoryStore>(); }
+
+}  // namespace zervane

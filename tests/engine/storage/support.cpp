@@ -1,0 +1,138 @@
+#include "tests/engine/storage/support.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <bit>
+#include <cstdlib>
+#include <map>
+#include <utility>
+
+#include "engine/storage/batch_codec.h"
+#include "engine/storage/chunk_codec.h"
+#include "engine/storage/sqlite.h"
+
+namespace zervane::storage {
+namespace fs = std::filesystem;
+
+TempFolder::TempFolder() {
+  std::string pattern = fs::temp_directory_path() / "zervane-test-XXXXXX";
+  if (mkdtemp(pattern.data()) == nullptr) std::abort();
+  path_ = pattern;
+}
+
+TempFolder::~TempFolder() { fs::remove_all(path_); }
+
+std::unique_ptr<Store> MustOpen(const fs::path& folder, const SqliteStoreOptions& options) {
+  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder, options);
+  EXPECT_TRUE(store.ok()) << store.status().message();
+  if (!store.ok()) std::abort();
+  return *std::move(store);
+}
+
+TagProperties TagNamed(TagId id, std::string name) {
+  TagProperties properties;
+  properties.id = id;
+  properties.name = std::move(name);
+  return properties;
+}
+
+AcceptedSample Record(TagId tag, std::int64_t time_ms, double value) {
+  AcceptedSample record{.tag = tag, .sample = {}};
+  record.sample.time_ms = time_ms;
+  record.sample.value = value;
+  return record;
+}
+
+bool Identical(const Sample& a, const Sample& b) {
+  const auto bits = [](const Value& value) -> Value {
+    if (const auto* f = std::get_if<float>(&value)) return std::bit_cast<std::int32_t>(*f);
+    if (const auto* d = std::get_if<double>(&value)) {
+      return std::to_string(std::bit_cast<std::uint64_t>(*d));
+    }
+    return value;
+  };
+  return a.time_ms == b.time_ms && a.quality == b.quality && a.type == b.type &&
+         a.value.index() == b.value.index() && bits(a.value) == bits(b.value);
+}
+
+std::vector<Sample> ReadAll(Store& store, TagId tag) {
+  Result<std::vector<Sample>> records = store.Read(tag, {}, Direction::kForward, SIZE_MAX);
+  EXPECT_TRUE(records.ok()) << records.status().message();
+  return records.ok() ? *std::move(records) : std::vector<Sample>();
+}
+
+void CopyAsAfterCrash(const fs::path& from, const fs::path& to) {
+  fs::create_directories(to);
+  for (const char* name : {"zervane.db", "zervane.db-wal"}) {
+    if (!fs::exists(from / name)) continue;
+    fs::copy_file(from / name, to / name, fs::copy_options::overwrite_existing);
+  }
+}
+
+void ExpectInChild(const std::function<void()>& body) {
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    body();
+    _exit(testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
+  EXPECT_EQ(WEXITSTATUS(status), 0) << "an expectation failed in the child, see above";
+}
+
+namespace {
+
+std::unique_ptr<Connection> OpenFile(const fs::path& folder) {
+  auto connection = Connection::Open(folder / "zervane.db");
+  EXPECT_TRUE(connection.ok()) << connection.status().message();
+  if (!connection.ok()) std::abort();
+  return *std::move(connection);
+}
+
+}  // namespace
+
+void ExpectWholeFile(const fs::path& folder) {
+  const auto file = OpenFile(folder);
+  Query check(*file, "PRAGMA integrity_check");
+  ASSERT_TRUE(check.Next());
+  EXPECT_EQ(check.Bytes(0), "ok");
+  std::map<std::int64_t, std::int64_t> last_ms;
+  Query chunks(*file,
+               "SELECT tag, first_time, last_time, count, payload FROM chunk "
+               "ORDER BY tag, first_time");
+  while (chunks.Next()) {
+    const std::int64_t tag = chunks.Integer(0);
+    const auto records = DecodeChunk(chunks.Bytes(4));
+    ASSERT_TRUE(records.ok()) << records.status().message();
+    EXPECT_EQ(records->front().time_ms, chunks.Integer(1));
+    EXPECT_EQ(records->back().time_ms, chunks.Integer(2));
+    EXPECT_TRUE(std::cmp_equal(records->size(), chunks.Integer(3)));
+    if (last_ms.contains(tag)) {
+      EXPECT_LT(last_ms[tag], chunks.Integer(1)) << "of tag " << tag;
+    }
+    last_ms[tag] = chunks.Integer(2);
+  }
+  Query batches(*file, "SELECT payload FROM journal");
+  while (batches.Next()) EXPECT_TRUE(DecodeBatch(batches.Bytes(0)).ok());
+  Query values(*file, "SELECT payload FROM current");
+  while (values.Next()) EXPECT_TRUE(DecodeChunk(values.Bytes(0)).ok());
+  EXPECT_TRUE(chunks.status().ok() && batches.status().ok() && values.status().ok());
+  EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM damaged"), 0);
+}
+
+void EditFile(const fs::path& folder, const std::string& sql) {
+  const Status status = OpenFile(folder)->Execute(sql.c_str());
+  EXPECT_TRUE(status.ok()) << status.message();
+}
+
+std::int64_t NumberInFile(const fs::path& folder, const std::string& sql) {
+  const auto file = OpenFile(folder);
+  Query row(*file, sql);
+  EXPECT_TRUE(row.Next()) << row.status().message();
+  return row.Integer(0);
+}
+
+}  // namespace zervane::storage

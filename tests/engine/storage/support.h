@@ -1,0 +1,65 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "engine/storage/sqlite_store.h"
+#include "engine/storage/store.h"
+
+// What the suites of the storage share.
+namespace zervane::storage {
+
+// A new folder under the system's temporary one, removed with the object.
+class TempFolder {
+ public:
+  TempFolder();
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+  ~TempFolder();
+
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Bounds so small that every test runs into them.
+constexpr SqliteStoreOptions kTinyOptions{.pending_bytes = 40 * kPendingRecordBytes,
+                                          .chunk_records = 8};
+
+// The store in the folder; fails the test when it does not open.
+std::unique_ptr<Store> MustOpen(const std::filesystem::path& folder,
+                                const SqliteStoreOptions& options = kTinyOptions);
+
+TagProperties TagNamed(TagId id, std::string name);
+
+// A FLOAT64 record that is archived and becomes current.
+AcceptedSample Record(TagId tag, std::int64_t time_ms, double value);
+
+// Equal to the last bit: NaNs and zeros of either sign are told apart.
+bool Identical(const Sample& a, const Sample& b);
+
+std::vector<Sample> ReadAll(Store& store, TagId tag);
+
+// Copies the database's files as they stand, as if the process ended now.
+void CopyAsAfterCrash(const std::filesystem::path& from, const std::filesystem::path& to);
+
+// Runs the body in a child process, whose failed expectations fail the test.
+void ExpectInChild(const std::function<void()>& body);
+
+// Expects of a database that no store has open: all chunks, batches and current values decode, and
+// no two chunks of a tag overlap.
+void ExpectWholeFile(const std::filesystem::path& folder);
+
+// Runs SQL on the database's file, which no store has open.
+void EditFile(const std::filesystem::path& folder, const std::string& sql);
+
+// The one number that a query answers.
+std::int64_t NumberInFile(const std::filesystem::path& folder, const std::string& sql);
+
+}  // namespace zervane::storage
