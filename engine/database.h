@@ -26,8 +26,9 @@ enum class WriteAnswer {
 // A process database: what the client API needs of one, in terms of the domain. The embedded engine
 // and the network client implement it, so whatever runs on one runs on both.
 //
-// Every method validates its arguments, throws nothing and may be called from any number of
-// threads. Statuses are those of zr3Enum.h. Batches fill one code per element.
+// Every method validates its arguments, throws nothing but std::bad_alloc, and may be called from
+// any number of threads; after Close all answer ZR3_ERR_NOT_CONNECTED. Statuses are those of
+// zr3Enum.h. Batches fill one code per element.
 class Database {
  public:
   virtual ~Database() = default;
@@ -64,6 +65,10 @@ class Database {
   // records have their code in codes[i] and change nothing; the others are carried out. The result
   // is 0, ZR3_ERR_SOME_RECORDS_FAILED, or the status of the store (then nothing of the batch was
   // carried out, and the codes of those not refused hold that status).
+  //
+  // Order is judged when the records are queued, against those accepted before. A queued batch that
+  // cannot be stored later is logged, and its status is the result of the next durable write or of
+  // Close; the codes then tell what became of that write's own records.
   virtual Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
                        std::span<std::int32_t> codes) = 0;
 
@@ -72,6 +77,7 @@ class Database {
 
   // ---- archive ----
 
+  // An empty range holds no records.
   virtual Result<std::int64_t> CountRecords(TagId id, TimeRange range) = 0;
 
   // Up to `limit` archived records of the range: the oldest ones ascending, or (backward) the
@@ -85,6 +91,7 @@ class Database {
   virtual Result<std::int64_t> ServerTimeMs() = 0;
 
   // Stores what is still queued and stops accepting calls; the destructor does the same, silently.
+  // The status of queued records that could not be stored, unless it was answered before.
   virtual Status Close() = 0;
 };
 

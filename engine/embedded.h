@@ -1,21 +1,18 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 
+#include "engine/clock.h"
 #include "engine/database.h"
 #include "engine/storage/store.h"
 
 namespace zervane {
 
-// The database's clock, in milliseconds since 1970-01-01 UTC. Handed in, so that tests set it.
-using Clock = std::function<std::int64_t()>;
-Clock SystemClock();
-
 // The embedded database over a store of any kind. `user` is whom changes of the catalogue are
-// stamped with.
+// stamped with: 1 to 63 bytes, else ZR3_ERR_INVALID_ARGUMENT. The statuses of the store, and
+// ZR3_ERR_STORAGE_DAMAGED when what it holds breaks a rule of the database.
 Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock,
                                                std::string user);
 

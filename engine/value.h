@@ -40,6 +40,7 @@ ValueFault CheckValue(TagType type, const Value& value);
 
 // Times are milliseconds since 1970-01-01 UTC, 0 to kMaxTimeMs (2106-02-07T06:28:15.999).
 constexpr std::int64_t kMaxTimeMs = 0xFFFFFFFFLL * 1000 + 999;
+constexpr std::int64_t kNoTime = -1;  // before all of them
 
 // One measurement.
 struct Sample {

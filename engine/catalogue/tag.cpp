@@ -21,6 +21,12 @@ constexpr PropertyColumn Number(std::int32_t column, const char* name, T Tag::*m
   return {.column = column, .name = name, .member = member};
 }
 
+// A deviation or a time: 0 turns its test off, less has no meaning.
+template <typename T>
+constexpr PropertyColumn Tolerance(std::int32_t column, const char* name, T Tag::*member) {
+  return {.column = column, .name = name, .member = member, .non_negative = true};
+}
+
 constexpr PropertyColumn Enumeration(std::int32_t column, const char* name,
                                      std::int32_t Tag::*member, std::int32_t max) {
   return {.column = column, .name = name, .member = member, .min = 0, .max = max};
@@ -31,8 +37,8 @@ const PropertyColumn kCommon[] = {
     Number(ZR3_TAG_COL_COMM_PROP_ARCHIVING, "archiving", &Tag::archiving),
     Number(ZR3_TAG_COL_COMM_PROP_CHANGE_DATE, "change_date", &Tag::change_date),
     Text(ZR3_TAG_COL_COMM_PROP_CHANGER, "changer", &Tag::changer, kMaxName),
-    Number(ZR3_TAG_COL_COMM_PROP_COMP_DEV, "comp_dev", &Tag::comp_dev),
-    Number(ZR3_TAG_COL_COMM_PROP_COMP_MAX_TIME, "comp_max_time", &Tag::comp_max_time),
+    Tolerance(ZR3_TAG_COL_COMM_PROP_COMP_DEV, "comp_dev", &Tag::comp_dev),
+    Tolerance(ZR3_TAG_COL_COMM_PROP_COMP_MAX_TIME, "comp_max_time", &Tag::comp_max_time),
     Enumeration(ZR3_TAG_COL_COMM_PROP_COMP_TYPE, "comp_type", &Tag::comp_type, ZR3_COMP_TYPE_SDT),
     Number(ZR3_TAG_COL_COMM_PROP_CREATION_DATE, "creation_date", &Tag::creation_date),
     Text(ZR3_TAG_COL_COMM_PROP_CREATOR, "creator", &Tag::creator, kMaxName),
@@ -43,8 +49,8 @@ const PropertyColumn kCommon[] = {
     Text(ZR3_TAG_COL_COMM_PROP_DESCRIPTOR, "descriptor", &Tag::descriptor, ZR3_LEN_DESCRIPTOR - 1),
     Text(ZR3_TAG_COL_COMM_PROP_DIGITAL_SET, "digital_set", &Tag::digital_set, kMaxName),
     Text(ZR3_TAG_COL_COMM_PROP_ENG_UNITS, "eng_units", &Tag::eng_units, kMaxName),
-    Number(ZR3_TAG_COL_COMM_PROP_EXC_MAX_TIME, "exc_max_time", &Tag::exc_max_time),
-    Number(ZR3_TAG_COL_COMM_PROP_EXC_DEV, "exc_dev", &Tag::exc_dev),
+    Tolerance(ZR3_TAG_COL_COMM_PROP_EXC_MAX_TIME, "exc_max_time", &Tag::exc_max_time),
+    Tolerance(ZR3_TAG_COL_COMM_PROP_EXC_DEV, "exc_dev", &Tag::exc_dev),
     Number(ZR3_TAG_COL_COMM_PROP_TAGID, "id", &Tag::id),
     Enumeration(ZR3_TAG_COL_COMM_PROP_TAG_TYPE, "type", &Tag::type, ZR3_TAG_TYPE_MAX),
     Number(ZR3_TAG_COL_COMM_PROP_TAG_ACCESS, "tag_access", &Tag::tag_access),

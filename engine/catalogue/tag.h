@@ -75,6 +75,7 @@ struct PropertyColumn {
   std::int32_t min = 0;  // bounds of an enumeration; none when min > max
   std::int32_t max = -1;
   std::size_t max_bytes = 0;  // of a text, without its terminator
+  bool non_negative = false;  // of a number
 };
 
 // The columns of every class (numbers 0 to 35) and of point tags (100 to 108), in order of number.

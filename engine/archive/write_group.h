@@ -1,0 +1,55 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "engine/status.h"
+#include "engine/storage/store.h"
+
+namespace zervane {
+
+// Where the queue leaves its answer for a caller who waits.
+struct Ticket {
+  bool is_answered = false;
+  Status status;
+  std::condition_variable answered;
+};
+
+// What the write queue takes in one go: the records of some batches, end to end, and changes of the
+// store that follow them.
+struct WriteGroup {
+  struct Batch {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    Ticket* ticket = nullptr;  // null when nobody waits
+    Status status;             // what became of it
+  };
+  struct Change {
+    const std::function<Status()>* run = nullptr;
+    Ticket* ticket = nullptr;
+  };
+
+  std::vector<AcceptedSample> records;
+  std::vector<Batch> batches;
+  std::vector<Change> changes;
+  std::size_t bytes = 0;  // of the records, their texts included
+
+  bool IsEmpty() const { return batches.empty() && changes.empty(); }
+  std::span<AcceptedSample> RecordsOf(const Batch& batch);
+
+  // Room for one more batch, so that closing it cannot fail.
+  void ReserveBatch();
+  // Makes a batch of the records from `begin` on; room is reserved.
+  void CloseBatch(std::size_t begin, Ticket* ticket);
+
+  // Removes the records of a tag; their batches stay.
+  void Drop(TagId tag);
+
+  // Keeps the memory for the next use.
+  void Clear();
+};
+
+}  // namespace zervane

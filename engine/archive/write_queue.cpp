@@ -1,0 +1,146 @@
+#include "engine/archive/write_queue.h"
+
+#include <utility>
+
+#include "engine/log.h"
+#include "engine/storage/guard.h"
+
+namespace zervane {
+namespace {
+
+Status Closed() { return {ZR3_ERR_NOT_CONNECTED, "the database is closed"}; }
+
+void Answer(Ticket& ticket) {
+  ticket.is_answered = true;
+  ticket.answered.notify_one();
+}
+
+Status Await(Ticket& ticket, std::unique_lock<std::mutex>& lock) {
+  ticket.answered.wait(lock, [&] { return ticket.is_answered; });
+  return std::move(ticket.status);
+}
+
+}  // namespace
+
+WriteQueue::WriteQueue(Owner& owner, const Limits& limits)
+    : owner_(owner), limits_(limits), thread_([this] { Loop(); }) {}
+
+WriteQueue::~WriteQueue() { Close(); }
+
+Status WriteQueue::Write(WriteAnswer answer, const Admit& admit) {
+  std::unique_lock lock(mutex_);
+  ++blocked_callers_;
+  room_.wait(lock, [&] { return is_closing_ || !IsFull(); });
+  --blocked_callers_;
+  if (is_closing_) return Closed();
+
+  Ticket ticket;
+  const bool waits = answer == WriteAnswer::kDurable;
+  const std::size_t begin = waiting_.records.size();
+  waiting_.ReserveBatch();
+  admit(waiting_.records);
+  if (waiting_.records.size() == begin) return {};
+  waiting_.CloseBatch(begin, waits ? &ticket : nullptr);
+  work_.notify_one();
+  return waits ? Await(ticket, lock) : Status();
+}
+
+Status WriteQueue::Run(const std::function<Status()>& change) {
+  std::unique_lock lock(mutex_);
+  if (is_closing_) return Closed();
+  Ticket ticket;
+  waiting_.changes.push_back({.run = &change, .ticket = &ticket});
+  work_.notify_one();
+  return Await(ticket, lock);
+}
+
+Status WriteQueue::TakeFailure() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(failure_, Status());
+}
+
+void WriteQueue::Close() {
+  {
+    const std::lock_guard lock(mutex_);
+    is_closing_ = true;
+  }
+  work_.notify_all();
+  room_.notify_all();
+  const std::lock_guard lock(join_mutex_);
+  if (thread_.joinable()) thread_.join();
+}
+
+WriteQueue::Load WriteQueue::load() {
+  const std::lock_guard lock(mutex_);
+  return {waiting_.records.size(), waiting_.bytes, blocked_callers_};
+}
+
+bool WriteQueue::IsFull() const {
+  return waiting_.records.size() >= limits_.max_records || waiting_.bytes >= limits_.max_bytes;
+}
+
+void WriteQueue::Loop() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    work_.wait(lock, [&] { return is_closing_ || !waiting_.IsEmpty(); });
+    if (waiting_.IsEmpty()) return;
+    std::swap(waiting_, taken_);
+    room_.notify_all();
+    lock.unlock();
+    CommitGroup();
+    lock.lock();
+    SettleBatches();
+    lock.unlock();
+    RunChanges();
+    lock.lock();
+    SettleChanges();
+    taken_.Clear();
+  }
+}
+
+void WriteQueue::CommitGroup() {
+  const Status status = Commit(taken_.records);
+  const bool tries_each = !status.ok() && taken_.batches.size() > 1;
+  for (WriteGroup::Batch& batch : taken_.batches) {
+    batch.status = tries_each ? Commit(taken_.RecordsOf(batch)) : status;
+  }
+}
+
+Status WriteQueue::Commit(std::span<AcceptedSample> records) {
+  if (records.empty()) return {};
+  return storage::Guarded([&] { return owner_.Commit(records); });
+}
+
+void WriteQueue::SettleBatches() {
+  bool any_refused = false;
+  for (WriteGroup::Batch& batch : taken_.batches) {
+    if (!batch.status.ok()) any_refused = true;
+    if (batch.ticket == nullptr) KeepFailure(batch);
+  }
+  if (any_refused) owner_.Refused(taken_.records, waiting_.records);
+  for (WriteGroup::Batch& batch : taken_.batches) {
+    if (batch.ticket == nullptr) continue;
+    batch.ticket->status = std::move(batch.status);
+    Answer(*batch.ticket);
+  }
+}
+
+// Logged once until it is answered: a full disk fails every batch.
+void WriteQueue::KeepFailure(WriteGroup::Batch& batch) {
+  if (batch.status.ok() || !failure_.ok()) return;
+  Log().error("{} records that were answered when queued could not be stored: {} ({})",
+              batch.end - batch.begin, zr3_status_text(batch.status.code()),
+              batch.status.message());
+  failure_ = std::move(batch.status);
+}
+
+void WriteQueue::RunChanges() {
+  for (WriteGroup::Change& change : taken_.changes)
+    change.ticket->status = storage::Guarded(*change.run);
+}
+
+void WriteQueue::SettleChanges() {
+  for (WriteGroup::Change& change : taken_.changes) Answer(*change.ticket);
+}
+
+}  // namespace zervane

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <mutex>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "engine/archive/write_group.h"
+#include "engine/database.h"
+#include "engine/status.h"
+#include "engine/storage/store.h"
+
+namespace zervane {
+
+// The one way to the store: a thread that commits together what many callers handed in, in the
+// order in which they did, and carries out all other changes of the store in between.
+//
+// The queue is bounded: once it is full, callers wait; nothing is dropped. When a group of several
+// batches is refused by the store, each is tried alone, so that one takes no other along.
+//
+// Threads: any may call, but Write, Run and Close not from within the queue's own thread.
+class WriteQueue {
+ public:
+  // The queue is full with as many records or bytes; the batch that gets it there is still taken.
+  struct Limits {
+    std::size_t max_records = 262'144;
+    std::size_t max_bytes = 64U << 20;
+  };
+
+  // What goes through the queue belongs to someone who knows what it means.
+  class Owner {
+   public:
+    // Stores the records, all or none, and makes them readable. On the queue's thread.
+    virtual Status Commit(std::span<AcceptedSample> records) = 0;
+
+    // Some of the `settled` records could not be stored; `queued` are those that still wait. On the
+    // queue's thread, under its lock.
+    virtual void Refused(std::span<const AcceptedSample> settled,
+                         std::span<const AcceptedSample> queued) = 0;
+
+   protected:
+    ~Owner() = default;
+  };
+
+  // Appends accepted records to those that wait, under the queue's lock. When it throws, it has
+  // appended nothing.
+  using Admit = std::function<void(std::vector<AcceptedSample>&)>;
+
+  // How much waits, apart from what is being committed.
+  struct Load {
+    std::size_t records = 0;
+    std::size_t bytes = 0;
+    std::size_t blocked_callers = 0;  // until there is room
+  };
+
+  // Starts the thread; throws std::system_error when there can be none.
+  WriteQueue(Owner& owner, const Limits& limits);
+  ~WriteQueue();
+  WriteQueue(const WriteQueue&) = delete;
+  WriteQueue& operator=(const WriteQueue&) = delete;
+
+  // Queues what `admit` appends, as one batch: all or nothing of it is stored. The status of the
+  // store, when the answer is to be durable; ZR3_ERR_NOT_CONNECTED after Close, and `admit` was not
+  // called.
+  Status Write(WriteAnswer answer, const Admit& admit);
+
+  // Carries out a change of the store on the queue's thread, after all that was queued before, and
+  // answers its status. ZR3_ERR_NOT_CONNECTED after Close.
+  Status Run(const std::function<Status()>& change);
+
+  // The status of the first batch that nobody waited for and that could not be stored, once; then
+  // 0 again until the next one.
+  Status TakeFailure();
+
+  // Stores what is queued, ends the thread and refuses all later calls.
+  void Close();
+
+  Load load();
+
+  // While the lock is held nothing is admitted; for changes that run on the queue's thread.
+  std::unique_lock<std::mutex> Lock() { return std::unique_lock(mutex_); }
+  // Forgets the queued records of a tag. Under Lock.
+  void Drop(TagId tag) { waiting_.Drop(tag); }
+
+ private:
+  void Loop();
+  void CommitGroup();
+  Status Commit(std::span<AcceptedSample> records);
+  void RunChanges();
+
+  // Under the lock.
+  bool IsFull() const;
+  void SettleBatches();
+  void SettleChanges();
+  void KeepFailure(WriteGroup::Batch& batch);
+
+  Owner& owner_;
+  const Limits limits_;
+
+  std::mutex mutex_;              // guards all down to `failure_`
+  std::condition_variable work_;  // something waits, or the queue closes
+  std::condition_variable room_;  // the queue has room, or closes
+  WriteGroup waiting_;
+  std::size_t blocked_callers_ = 0;
+  bool is_closing_ = false;
+  Status failure_;
+
+  WriteGroup taken_;  // being committed; the queue's thread alone
+  std::mutex join_mutex_;
+  std::thread thread_;
+};
+
+}  // namespace zervane

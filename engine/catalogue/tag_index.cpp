@@ -1,0 +1,34 @@
+#include "engine/catalogue/tag_index.h"
+
+namespace zervane {
+namespace {
+
+// Never 0: that stands for no tag.
+std::uint8_t Encode(const TagTraits& traits) {
+  const int type = static_cast<int>(traits.type) + 1;
+  return static_cast<std::uint8_t>(type << 1 | (traits.archiving ? 1 : 0));
+}
+
+}  // namespace
+
+TagIndex::TagIndex() : chunks_(std::make_unique<Chunks>()) {}
+
+TagIndex::~TagIndex() {
+  for (const std::atomic<Chunk*>& chunk : *chunks_) delete chunk.load(std::memory_order_relaxed);
+}
+
+void TagIndex::Reserve(TagId id) {
+  if (FindSlot(id) != nullptr) return;
+  (*chunks_)[id >> kChunkBits].store(new Chunk, std::memory_order_release);
+}
+
+void TagIndex::Put(TagId id, const TagTraits& traits) {
+  Reserve(id);
+  FindSlot(id)->traits.store(Encode(traits), std::memory_order_release);
+}
+
+void TagIndex::Remove(TagId id) {
+  if (Slot* slot = FindSlot(id)) slot->traits.store(0, std::memory_order_release);
+}
+
+}  // namespace zervane

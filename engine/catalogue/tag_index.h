@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "engine/value.h"
+
+namespace zervane {
+
+// What the path of a record needs to know of its tag.
+struct TagTraits {
+  TagType type = TagType::kFloat64;
+  bool archiving = true;
+
+  friend bool operator==(const TagTraits&, const TagTraits&) = default;
+};
+
+// What is looked up for every record, by identifier, in a few nanoseconds and without a lock.
+//
+// Slots stand in chunks that are made when an identifier of theirs is first put, and that never
+// move or go away before the table does: whoever found a slot may keep it. Threads: any may look
+// up; Put and Remove are called by one thread at a time.
+class TagIndex {
+ public:
+  struct Slot {
+    // Encoded traits, 0 when there is no such tag.
+    std::atomic<std::uint8_t> traits{0};
+    // The newest time among the tag's accepted records, those still queued included, or kNoTime.
+    // Guarded by the lock of the write queue.
+    std::int64_t newest_ms = kNoTime;
+  };
+
+  TagIndex();
+  ~TagIndex();
+  TagIndex(const TagIndex&) = delete;
+  TagIndex& operator=(const TagIndex&) = delete;
+
+  std::optional<TagTraits> Find(TagId id) const;
+
+  // The slot of an identifier that is or was in the table; null for some that never were.
+  Slot* FindSlot(TagId id) const;
+  static std::optional<TagTraits> TraitsOf(const Slot& slot);
+
+  // Makes room for the tag, so that putting it cannot fail.
+  void Reserve(TagId id);
+  void Put(TagId id, const TagTraits& traits);
+  void Remove(TagId id);
+
+ private:
+  static constexpr std::size_t kChunkBits = 16;
+  using Chunk = std::array<Slot, std::size_t{1} << kChunkBits>;
+  using Chunks = std::array<std::atomic<Chunk*>, std::size_t{1} << (32 - kChunkBits)>;
+
+  const std::unique_ptr<Chunks> chunks_;
+};
+
+inline TagIndex::Slot* TagIndex::FindSlot(TagId id) const {
+  Chunk* chunk = (*chunks_)[id >> kChunkBits].load(std::memory_order_acquire);
+  return chunk == nullptr ? nullptr : &(*chunk)[id & (chunk->size() - 1)];
+}
+
+inline std::optional<TagTraits> TagIndex::TraitsOf(const Slot& slot) {
+  const std::uint8_t code = slot.traits.load(std::memory_order_acquire);
+  if (code == 0) return std::nullopt;
+  return TagTraits{static_cast<TagType>((code >> 1) - 1), (code & 1) != 0};
+}
+
+inline std::optional<TagTraits> TagIndex::Find(TagId id) const {
+  const Slot* slot = FindSlot(id);
+  return slot == nullptr ? std::nullopt : TraitsOf(*slot);
+}
+
+}  // namespace zervane

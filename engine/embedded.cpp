@@ -1,0 +1,38 @@
+#include "engine/embedded.h"
+
+#include <chrono>
+#include <utility>
+
+#include "engine/embedded_database.h"
+
+namespace zervane {
+namespace {
+
+constexpr char kLocalUser[] = "admin";
+
+}  // namespace
+
+Clock SystemClock() {
+  return [] {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<std::int64_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+  };
+}
+
+Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock,
+                                               std::string user) {
+  return EmbeddedDatabase::Open(std::move(store), std::move(clock), std::move(user));
+}
+
+Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder) {
+  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder);
+  if (!store.ok()) return store.status();
+  return OpenEmbedded(*std::move(store), SystemClock(), kLocalUser);
+}
+
+Result<std::unique_ptr<Database>> OpenVolatile() {
+  return OpenEmbedded(OpenMemoryStore(), SystemClock(), kLocalUser);
+}
+
+}  // namespace zervane

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/archive/write_queue.h"
+#include "engine/catalogue/catalogue.h"
+#include "engine/clock.h"
+#include "engine/database.h"
+#include "engine/snapshots/admission.h"
+#include "engine/snapshots/current_values.h"
+#include "engine/storage/store.h"
+
+namespace zervane {
+
+// The database in this process: the catalogue and the current values in memory, everything in a
+// store. It brings the parts together; the README of this folder tells how they meet.
+class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
+ public:
+  static Result<std::unique_ptr<Database>> Open(std::unique_ptr<Store> store, Clock clock,
+                                                std::string user,
+                                                const WriteQueue::Limits& limits = {});
+  ~EmbeddedDatabase() override;
+
+  Result<TagId> AddTag(const TagProperties& properties, PropertyMask mask) override;
+  Status ModifyTag(TagId id, std::int32_t tag_class, const TagProperties& properties,
+                   PropertyMask mask) override;
+  Status DeleteTag(TagId id) override;
+  Result<TagProperties> GetTag(TagId id) override;
+  Result<TagType> GetTagType(TagId id) override;
+  Result<TagId> FindTag(std::string_view name) override;
+  Result<std::int64_t> CatalogueVersion() override;
+
+  Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+               std::span<std::int32_t> codes) override;
+  Result<Sample> ReadCurrent(TagId id) override;
+
+  Result<std::int64_t> CountRecords(TagId id, TimeRange range) override;
+  Result<std::vector<Sample>> ReadRecords(TagId id, TimeRange range, Direction direction,
+                                          std::size_t limit) override;
+
+  Result<std::int64_t> ServerTimeMs() override;
+  Status Close() override;
+
+ private:
+  EmbeddedDatabase(std::unique_ptr<Store> store, Clock clock, std::string user);
+
+  Status Load();
+  Status LoadCurrentValues();
+  Status CheckOpen() const;
+  Status CheckReadable(TagId id) const;
+  Stamp Now() const { return MakeStamp(clock_(), user_); }
+
+  Status Commit(std::span<AcceptedSample> records) override;
+  void Refused(std::span<const AcceptedSample> settled,
+               std::span<const AcceptedSample> queued) override;
+
+  const std::unique_ptr<Store> store_;
+  const Clock clock_;
+  const std::string user_;
+  std::atomic<bool> is_closed_{false};
+  Catalogue catalogue_;
+  CurrentValues current_values_;
+  Admission admission_;  // under the queue's lock
+  // Set once by Open, after loading; goes first, for its thread uses all of the above.
+  std::unique_ptr<WriteQueue> queue_;
+};
+
+}  // namespace zervane

@@ -1,0 +1,56 @@
+#include "engine/snapshots/admission.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "engine/snapshots/acceptance.h"
+
+namespace zervane {
+namespace {
+
+bool TakesClock(const TagSample& record) { return record.sample.time_ms == 0; }
+
+// Room for `more` elements, growing by doubling, so that many batches cost no more than one.
+void Reserve(std::vector<AcceptedSample>& records, std::size_t more) {
+  const std::size_t needed = records.size() + more;
+  if (needed > records.capacity()) records.reserve(std::max(needed, 2 * records.capacity()));
+}
+
+}  // namespace
+
+void Admission::Admit(std::vector<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
+                      std::vector<AcceptedSample>& accepted) {
+  Reserve(accepted, batch.size());
+  const bool reads_clock = std::any_of(batch.begin(), batch.end(), TakesClock);
+  const std::int64_t now_ms = reads_clock ? clock_() : 0;
+  for (std::size_t i = 0; i < batch.size(); ++i) {
+    Sample& sample = batch[i].sample;
+    if (TakesClock(batch[i])) sample.time_ms = now_ms;
+    TagIndex::Slot* slot = tags_.FindSlot(batch[i].tag);
+    const std::optional<TagTraits> traits =
+        slot == nullptr ? std::nullopt : TagIndex::TraitsOf(*slot);
+    codes[i] = JudgeRecord(sample, traits, traits ? slot->newest_ms : kNoTime, order);
+    if (codes[i] != ZR3_OK) continue;
+    slot->newest_ms = std::max(slot->newest_ms, sample.time_ms);
+    accepted.push_back({.tag = batch[i].tag, .sample = std::move(sample)});
+  }
+}
+
+bool Admission::HoldsRecords(TagId tag) const {
+  const TagIndex::Slot* slot = tags_.FindSlot(tag);
+  return slot != nullptr && slot->newest_ms != kNoTime;
+}
+
+void Admission::FallBack(std::span<const AcceptedSample> settled,
+                         std::span<const AcceptedSample> queued) {
+  for (const AcceptedSample& record : settled) {
+    tags_.FindSlot(record.tag)->newest_ms = current_values_.TimeOf(record.tag);
+  }
+  for (const AcceptedSample& record : queued) {
+    std::int64_t& newest_ms = tags_.FindSlot(record.tag)->newest_ms;
+    newest_ms = std::max(newest_ms, record.sample.time_ms);
+  }
+}
+
+}  // namespace zervane

@@ -1,0 +1,291 @@
+#include "engine/archive/write_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/engine/fake_store.h"
+#include "tests/engine/records.h"
+
+namespace zervane {
+namespace {
+
+constexpr WriteAnswer kDurable = WriteAnswer::kDurable;
+constexpr WriteAnswer kQueued = WriteAnswer::kQueued;
+
+// Waits for a condition of another thread; false when it does not come.
+bool Eventually(const std::function<bool()>& condition) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+// Commits to a disk whose failures and delays the test dictates.
+class Committer : public WriteQueue::Owner {
+ public:
+  Status Commit(std::span<AcceptedSample> records) override {
+    Status status = disk.Append(records);
+    if (status.ok()) {
+      for (const AcceptedSample& record : records) times.push_back(record.sample.time_ms);
+    }
+    return status;
+  }
+  void Refused(std::span<const AcceptedSample> settled,
+               std::span<const AcceptedSample> queued) override {
+    settled_sizes.push_back(settled.size());
+    queued_sizes.push_back(queued.size());
+  }
+
+  FakeDisk disk;
+  // Read after the queue has answered or closed.
+  std::vector<std::int64_t> times;
+  std::vector<std::size_t> settled_sizes;
+  std::vector<std::size_t> queued_sizes;
+};
+
+class WriteQueueTest : public testing::Test {
+ protected:
+  explicit WriteQueueTest(const WriteQueue::Limits& limits = {}) : queue_(committer_, limits) {}
+  ~WriteQueueTest() override { committer_.disk.Release(); }
+
+  Status Write(WriteAnswer answer, std::vector<AcceptedSample> batch) {
+    return queue_.Write(answer, [&](std::vector<AcceptedSample>& records) {
+      for (AcceptedSample& record : batch) records.push_back(std::move(record));
+    });
+  }
+  // Has the queue's thread busy with a commit, so that what follows waits in one group.
+  void HoldWithOneRecord(std::int64_t time_ms = 1) {
+    committer_.disk.Hold();
+    EXPECT_TRUE(Write(kQueued, {Accepted(1, time_ms)}).ok());
+    EXPECT_TRUE(committer_.disk.AwaitHeld());
+  }
+  bool AwaitBlockedCallers(std::size_t count) {
+    return Eventually([&] { return queue_.load().blocked_callers == count; });
+  }
+  bool AwaitRecords(std::size_t count) {
+    return Eventually([&] { return queue_.load().records == count; });
+  }
+
+  Committer committer_;
+  WriteQueue queue_;
+};
+
+using Times = std::vector<std::int64_t>;
+using Sizes = std::vector<std::size_t>;
+
+TEST_F(WriteQueueTest, StoresABatchBeforeADurableAnswer) {
+  EXPECT_TRUE(Write(kDurable, {Accepted(1, 10), Accepted(2, 11)}).ok());
+  EXPECT_EQ(committer_.times, (Times{10, 11}));
+}
+
+TEST_F(WriteQueueTest, AnswersAQueuedBatchBeforeItIsStored) {
+  HoldWithOneRecord();
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 2)}).ok());
+  EXPECT_EQ(queue_.load().records, 1U);
+  EXPECT_TRUE(committer_.disk.append_sizes().empty());
+}
+
+TEST_F(WriteQueueTest, CommitsWaitingBatchesTogetherAndInOrder) {
+  HoldWithOneRecord(1);
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 2), Accepted(1, 3)}).ok());
+  std::thread durable([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 4)}).ok()); });
+  EXPECT_TRUE(AwaitRecords(3));
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 5)}).ok());
+  committer_.disk.Release();
+  durable.join();
+  queue_.Close();
+  EXPECT_EQ(committer_.times, (Times{1, 2, 3, 4, 5}));
+  EXPECT_EQ(committer_.disk.append_sizes(), (Sizes{1, 4}));
+}
+
+TEST_F(WriteQueueTest, StoresNothingForABatchOfWhichNothingWasAdmitted) {
+  EXPECT_TRUE(Write(kDurable, {}).ok());
+  queue_.Close();
+  EXPECT_TRUE(committer_.disk.append_sizes().empty());
+}
+
+TEST_F(WriteQueueTest, PassesOnWhatAdmissionThrows) {
+  EXPECT_THROW((void)queue_.Write(kDurable, [](auto&) { throw std::bad_alloc(); }), std::bad_alloc);
+  EXPECT_TRUE(Write(kDurable, {Accepted(1, 10)}).ok());
+  EXPECT_EQ(committer_.times, Times{10});
+}
+
+// ---- bounds ----
+
+class BoundedQueueTest : public WriteQueueTest {
+ protected:
+  BoundedQueueTest() : WriteQueueTest({.max_records = 3, .max_bytes = 5000}) {}
+};
+
+TEST_F(BoundedQueueTest, MakesCallersWaitWhileItHoldsAsManyRecordsAsItMay) {
+  HoldWithOneRecord(1);
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 2), Accepted(1, 3)}).ok());
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 4), Accepted(1, 5)}).ok());
+  std::thread blocked([&] { EXPECT_TRUE(Write(kQueued, {Accepted(1, 6)}).ok()); });
+  EXPECT_TRUE(AwaitBlockedCallers(1));
+  EXPECT_EQ(queue_.load().records, 4U);
+  committer_.disk.Release();
+  blocked.join();
+  queue_.Close();
+  EXPECT_EQ(committer_.times, (Times{1, 2, 3, 4, 5, 6}));
+}
+
+TEST_F(BoundedQueueTest, MakesCallersWaitWhileItHoldsAsManyBytesAsItMay) {
+  HoldWithOneRecord(1);
+  const std::string text(5000, 'x');
+  EXPECT_TRUE(Write(kQueued, {{.tag = 1, .sample = TextAt(2, text)}}).ok());
+  std::thread blocked([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 3)}).ok()); });
+  EXPECT_TRUE(AwaitBlockedCallers(1));
+  EXPECT_GT(queue_.load().bytes, 5000U);
+  committer_.disk.Release();
+  blocked.join();
+  EXPECT_EQ(committer_.times, (Times{1, 2, 3}));
+}
+
+TEST_F(BoundedQueueTest, TakesABatchGreaterThanItsBounds) {
+  EXPECT_TRUE(Write(kDurable, std::vector<AcceptedSample>(100, Accepted(1, 7))).ok());
+  EXPECT_EQ(committer_.times.size(), 100U);
+}
+
+TEST_F(BoundedQueueTest, RefusesThoseWhoWaitForRoomWhenItCloses) {
+  HoldWithOneRecord(1);
+  EXPECT_TRUE(Write(kQueued, std::vector<AcceptedSample>(3, Accepted(1, 2))).ok());
+  std::thread blocked(
+      [&] { EXPECT_EQ(Write(kQueued, {Accepted(1, 3)}).code(), ZR3_ERR_NOT_CONNECTED); });
+  EXPECT_TRUE(AwaitBlockedCallers(1));
+  std::thread closing([&] { queue_.Close(); });
+  blocked.join();
+  committer_.disk.Release();
+  closing.join();
+  EXPECT_EQ(committer_.times, (Times{1, 2, 2, 2}));
+}
+
+// ---- failures ----
+
+TEST_F(WriteQueueTest, AnswersTheStoresStatusToTheWaitingCaller) {
+  committer_.disk.FailAppends(1);
+  EXPECT_EQ(Write(kDurable, {Accepted(1, 10)}).code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(committer_.settled_sizes, Sizes{1});
+  EXPECT_TRUE(queue_.TakeFailure().ok());
+  EXPECT_TRUE(Write(kDurable, {Accepted(1, 11)}).ok());
+  EXPECT_EQ(committer_.times, Times{11});
+}
+
+TEST_F(WriteQueueTest, TriesTheBatchesOfARefusedGroupOneByOne) {
+  committer_.disk.FailAppendsOf(9);
+  HoldWithOneRecord(1);
+  Status good;
+  Status bad;
+  std::thread good_caller([&] { good = Write(kDurable, {Accepted(1, 2)}); });
+  EXPECT_TRUE(AwaitRecords(1));
+  std::thread bad_caller([&] { bad = Write(kDurable, {Accepted(1, 3), Accepted(9, 3)}); });
+  EXPECT_TRUE(AwaitRecords(3));
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 4)}).ok());
+  committer_.disk.Release();
+  good_caller.join();
+  bad_caller.join();
+  queue_.Close();
+  EXPECT_TRUE(good.ok());
+  EXPECT_EQ(bad.code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(committer_.times, (Times{1, 2, 4}));
+  EXPECT_TRUE(queue_.TakeFailure().ok());
+}
+
+TEST_F(WriteQueueTest, KeepsTheFirstFailureThatNobodyWaitedForUntilItIsTaken) {
+  HoldWithOneRecord(1);
+  committer_.disk.FailAppends(FakeDisk::kForever);
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 2)}).ok());
+  committer_.disk.Release();
+  EXPECT_EQ(Write(kDurable, {Accepted(1, 3)}).code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(queue_.TakeFailure().code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_TRUE(queue_.TakeFailure().ok());
+}
+
+TEST_F(WriteQueueTest, TellsItsOwnerOfARefusalWithWhatStillWaits) {
+  committer_.disk.FailAppends(1);
+  HoldWithOneRecord(1);
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 2), Accepted(1, 3)}).ok());
+  committer_.disk.Release();
+  queue_.Close();
+  EXPECT_EQ(committer_.settled_sizes, Sizes{1});
+  EXPECT_EQ(committer_.queued_sizes, Sizes{2});
+}
+
+TEST_F(WriteQueueTest, SurvivesAnExceptionOfItsOwner) {
+  committer_.disk.ThrowOnAppend();
+  EXPECT_EQ(Write(kDurable, {Accepted(1, 10)}).code(), ZR3_ERR_OUT_OF_MEMORY);
+  EXPECT_TRUE(Write(kDurable, {Accepted(1, 11)}).ok());
+}
+
+// ---- changes ----
+
+TEST_F(WriteQueueTest, CarriesOutAChangeAfterWhatWasQueuedBefore) {
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 1)}).ok());
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 2)}).ok());
+  Times seen;
+  EXPECT_TRUE(queue_
+                  .Run([&] {
+                    seen = committer_.times;
+                    return Status();
+                  })
+                  .ok());
+  EXPECT_EQ(seen, (Times{1, 2}));
+}
+
+TEST_F(WriteQueueTest, AnswersTheStatusOfAChange) {
+  EXPECT_EQ(queue_.Run([] { return Status(ZR3_ERR_TAG_EXISTS, "a"); }).code(), ZR3_ERR_TAG_EXISTS);
+  EXPECT_EQ(queue_.Run([]() -> Status { throw std::runtime_error("b"); }).code(), ZR3_ERR_INTERNAL);
+  EXPECT_TRUE(queue_.Run([] { return Status(); }).ok());
+}
+
+TEST_F(WriteQueueTest, ForgetsTheQueuedRecordsOfATag) {
+  HoldWithOneRecord(1);
+  Status durable;
+  std::thread caller([&] { durable = Write(kDurable, {Accepted(7, 2)}); });
+  EXPECT_TRUE(AwaitRecords(1));
+  EXPECT_TRUE(Write(kQueued, {Accepted(7, 3), Accepted(1, 4)}).ok());
+  {
+    const auto lock = queue_.Lock();
+    queue_.Drop(7);
+  }
+  committer_.disk.Release();
+  caller.join();
+  queue_.Close();
+  EXPECT_TRUE(durable.ok());
+  EXPECT_EQ(committer_.times, (Times{1, 4}));
+}
+
+// ---- the end ----
+
+TEST_F(WriteQueueTest, StoresWhatIsQueuedWhenItCloses) {
+  HoldWithOneRecord(1);
+  for (std::int64_t time_ms = 2; time_ms <= 50; ++time_ms) {
+    EXPECT_TRUE(Write(kQueued, {Accepted(1, time_ms)}).ok());
+  }
+  std::thread closing([&] { queue_.Close(); });
+  committer_.disk.Release();
+  closing.join();
+  ASSERT_EQ(committer_.times.size(), 50U);
+  for (std::size_t i = 0; i < 50; ++i) EXPECT_EQ(committer_.times[i], static_cast<int>(i) + 1);
+}
+
+TEST_F(WriteQueueTest, RefusesEverythingOnceItIsClosed) {
+  queue_.Close();
+  queue_.Close();
+  bool was_asked = false;
+  EXPECT_EQ(queue_.Write(kQueued, [&](auto&) { was_asked = true; }).code(), ZR3_ERR_NOT_CONNECTED);
+  EXPECT_FALSE(was_asked);
+  EXPECT_EQ(queue_.Run([] { return Status(); }).code(), ZR3_ERR_NOT_CONNECTED);
+}
+
+}  // namespace
+}  // namespace zervane

@@ -1,0 +1,288 @@
+#include "engine/catalogue/catalogue.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "tests/engine/fake_store.h"
+#include "tests/support/case_name.h"
+
+namespace zervane {
+namespace {
+
+const Stamp kStamp = {.date = 1000, .user = "admin"};
+const PropertyMask kAll = {-1, -1};
+constexpr std::int64_t kTypeBit = std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_TYPE;
+
+TagProperties Named(const std::string& name) {
+  TagProperties tag;
+  tag.name = name;
+  return tag;
+}
+
+class CatalogueTest : public testing::Test {
+ protected:
+  CatalogueTest() { EXPECT_TRUE(catalogue_->Load().ok()); }
+
+  Status Reload() {
+    catalogue_ = std::make_unique<Catalogue>(store_);
+    return catalogue_->Load();
+  }
+  TagId Add(const std::string& name) {
+    const Result<TagId> id = catalogue_->Add(Named(name), kAll, kStamp);
+    EXPECT_TRUE(id.ok()) << id.status().message();
+    return id.ok() ? *id : 0;
+  }
+  Status Rename(TagId id, const std::string& name) {
+    return catalogue_->Modify(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0}, kStamp, false);
+  }
+  Status Retype(TagId id, std::int32_t type, bool holds_records) {
+    TagProperties given;
+    given.type = type;
+    return catalogue_->Modify(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0}, kStamp, holds_records);
+  }
+
+  std::shared_ptr<FakeDisk> disk_ = std::make_shared<FakeDisk>();
+  FakeStore store_{disk_};
+  std::unique_ptr<Catalogue> catalogue_ = std::make_unique<Catalogue>(store_);
+};
+
+// ---- identifiers and version ----
+
+TEST_F(CatalogueTest, CountsIdentifiersUpFromOne) {
+  EXPECT_EQ(Add("a"), 1U);
+  EXPECT_EQ(Add("b"), 2U);
+}
+
+TEST_F(CatalogueTest, NeverUsesAnIdentifierAgain) {
+  Add("a");
+  EXPECT_TRUE(catalogue_->Remove(1).ok());
+  EXPECT_EQ(Add("a"), 2U);
+  EXPECT_TRUE(catalogue_->Remove(2).ok());
+  ASSERT_TRUE(Reload().ok());
+  EXPECT_EQ(Add("a"), 3U);
+}
+
+TEST_F(CatalogueTest, SpendsNoIdentifierOnATagThatIsRefused) {
+  Add("a");
+  EXPECT_EQ(catalogue_->Add(Named("A"), kAll, kStamp).code(), ZR3_ERR_TAG_EXISTS);
+  EXPECT_EQ(Add("b"), 2U);
+}
+
+TEST_F(CatalogueTest, SaysSoWhenNoIdentifierIsLeft) {
+  disk_->set_image({.tags = {}, .last_id = std::numeric_limits<TagId>::max() - 1, .version = 0});
+  ASSERT_TRUE(Reload().ok());
+  EXPECT_EQ(Add("last"), std::numeric_limits<TagId>::max());
+  EXPECT_EQ(catalogue_->Add(Named("more"), kAll, kStamp).code(), ZR3_ERR_TAG_IDS_EXHAUSTED);
+}
+
+TEST_F(CatalogueTest, AddsOneToTheVersionWithEveryChange) {
+  EXPECT_EQ(catalogue_->Version(), 0);
+  Add("a");
+  EXPECT_EQ(catalogue_->Version(), 1);
+  EXPECT_TRUE(Rename(1, "b").ok());
+  EXPECT_EQ(catalogue_->Version(), 2);
+  EXPECT_TRUE(catalogue_->Remove(1).ok());
+  EXPECT_EQ(catalogue_->Version(), 3);
+  EXPECT_EQ(catalogue_->Remove(1).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(catalogue_->Version(), 3);
+  ASSERT_TRUE(Reload().ok());
+  EXPECT_EQ(catalogue_->Version(), 3);
+}
+
+// ---- names ----
+
+TEST_F(CatalogueTest, FindsATagWithoutRegardToCaseAndKeepsItsNameAsGiven) {
+  Add("Fic101.PV");
+  EXPECT_EQ(catalogue_->FindByName("fIC101.pv"), 1U);
+  EXPECT_EQ(catalogue_->Find(1)->name, "Fic101.PV");
+  EXPECT_EQ(catalogue_->FindByName("fic101"), std::nullopt);
+  EXPECT_EQ(catalogue_->FindByName(""), std::nullopt);
+}
+
+TEST_F(CatalogueTest, RefusesASecondTagOfTheSameName) {
+  Add("a");
+  Add("b");
+  EXPECT_EQ(catalogue_->Add(Named("A"), kAll, kStamp).code(), ZR3_ERR_TAG_EXISTS);
+  EXPECT_EQ(Rename(2, "A").code(), ZR3_ERR_TAG_EXISTS);
+  EXPECT_EQ(catalogue_->FindByName("b"), 2U);
+}
+
+TEST_F(CatalogueTest, FindsARenamedTagByItsNewNameAlone) {
+  Add("old");
+  EXPECT_TRUE(Rename(1, "new").ok());
+  EXPECT_EQ(catalogue_->FindByName("new"), 1U);
+  EXPECT_EQ(catalogue_->FindByName("old"), std::nullopt);
+  EXPECT_EQ(Add("old"), 2U);
+}
+
+TEST_F(CatalogueTest, LetsATagChangeTheCaseOfItsName) {
+  Add("pump");
+  EXPECT_TRUE(Rename(1, "PUMP").ok());
+  EXPECT_EQ(catalogue_->Find(1)->name, "PUMP");
+  EXPECT_EQ(catalogue_->FindByName("Pump"), 1U);
+}
+
+TEST_F(CatalogueTest, GivesANameFreeWithItsTag) {
+  Add("a");
+  EXPECT_TRUE(catalogue_->Remove(1).ok());
+  EXPECT_EQ(catalogue_->FindByName("a"), std::nullopt);
+  EXPECT_EQ(catalogue_->Find(1), nullptr);
+  EXPECT_EQ(catalogue_->tags().Find(1), std::nullopt);
+}
+
+// ---- types and classes ----
+
+TEST_F(CatalogueTest, TellsTheTraitsOfATag) {
+  TagProperties given = Named("a");
+  given.type = ZR3_TAG_TYPE_STRING;
+  given.archiving = false;
+  ASSERT_TRUE(catalogue_->Add(given, kAll, kStamp).ok());
+  EXPECT_EQ(catalogue_->tags().Find(1), (TagTraits{TagType::kString, false}));
+  ASSERT_TRUE(Reload().ok());
+  EXPECT_EQ(catalogue_->tags().Find(1), (TagTraits{TagType::kString, false}));
+}
+
+TEST_F(CatalogueTest, ChangesTheTypeOfATagWithoutRecords) {
+  Add("a");
+  EXPECT_TRUE(Retype(1, ZR3_TAG_TYPE_INT8, false).ok());
+  EXPECT_EQ(catalogue_->tags().Find(1)->type, TagType::kInt8);
+}
+
+TEST_F(CatalogueTest, FixesTheTypeOfATagThatHoldsRecords) {
+  Add("a");
+  EXPECT_EQ(Retype(1, ZR3_TAG_TYPE_INT8, true).code(), ZR3_ERR_TAG_HAS_RECORDS);
+  EXPECT_EQ(catalogue_->tags().Find(1)->type, TagType::kFloat64);
+  EXPECT_TRUE(Retype(1, ZR3_TAG_TYPE_FLOAT64, true).ok());
+}
+
+TEST_F(CatalogueTest, TellsWhetherAChangeIsOneOfType) {
+  Add("a");
+  TagProperties given;
+  EXPECT_FALSE(catalogue_->ChangesType(1, given, kAll));
+  given.type = ZR3_TAG_TYPE_INT8;
+  EXPECT_TRUE(catalogue_->ChangesType(1, given, kAll));
+  EXPECT_FALSE(catalogue_->ChangesType(1, given, {0, -1}));
+  EXPECT_FALSE(catalogue_->ChangesType(2, given, kAll));
+}
+
+TEST_F(CatalogueTest, KeepsATagInItsClass) {
+  Add("a");
+  EXPECT_EQ(catalogue_->Modify(1, ZR3_TAG_CLASS_ALARM, Named("a"), kAll, kStamp, false).code(),
+            ZR3_ERR_INVALID_TAG_CLASS);
+  TagProperties alarm = Named("a");
+  alarm.tag_class = ZR3_TAG_CLASS_ALARM;
+  EXPECT_EQ(catalogue_->Modify(1, ZR3_TAG_CLASS_BASIC, alarm, kAll, kStamp, false).code(),
+            ZR3_ERR_INVALID_TAG_CLASS);
+  EXPECT_EQ(catalogue_->Add(alarm, kAll, kStamp).code(), ZR3_ERR_INVALID_TAG_CLASS);
+}
+
+TEST_F(CatalogueTest, TakesAnUnselectedClassAsThatOfPointTags) {
+  TagProperties alarm = Named("a");
+  alarm.tag_class = ZR3_TAG_CLASS_ALARM;
+  EXPECT_TRUE(catalogue_->Add(alarm, {0, 0}, kStamp).ok());
+  EXPECT_EQ(catalogue_->Find(1)->tag_class, ZR3_TAG_CLASS_BASIC);
+}
+
+// ---- refusals ----
+
+TEST_F(CatalogueTest, RefusesWhatTheRulesRefuse) {
+  EXPECT_EQ(catalogue_->Add(Named(""), kAll, kStamp).code(), ZR3_ERR_INVALID_TAG_NAME);
+  EXPECT_EQ(catalogue_->Add(Named("a"), {-2, 0}, kStamp).code(), ZR3_ERR_INVALID_MASK);
+  Add("a");
+  EXPECT_EQ(Rename(1, "").code(), ZR3_ERR_INVALID_TAG_NAME);
+  EXPECT_EQ(Rename(0, "b").code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(
+      catalogue_->Modify(1, ZR3_TAG_CLASS_BASIC, Named("b"), {0, 1 << 9}, kStamp, false).code(),
+      ZR3_ERR_INVALID_MASK);
+  EXPECT_EQ(catalogue_->Version(), 1);
+}
+
+TEST_F(CatalogueTest, ReadsOnlySelectedProperties) {
+  TagProperties broken = Named("a");
+  broken.type = 99;
+  broken.comp_dev = -1;
+  EXPECT_TRUE(catalogue_->Add(broken, {0, 0}, kStamp).ok());
+  EXPECT_TRUE(catalogue_->Modify(1, ZR3_TAG_CLASS_BASIC, broken, {1, 0}, kStamp, false).ok());
+}
+
+TEST_F(CatalogueTest, StaysAsItWasWhenTheStoreRefuses) {
+  Add("a");
+  disk_->FailCatalogue(true);
+  EXPECT_EQ(catalogue_->Add(Named("b"), kAll, kStamp).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(Rename(1, "b").code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(Retype(1, ZR3_TAG_TYPE_INT8, false).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(catalogue_->Remove(1).code(), ZR3_ERR_STORAGE_FULL);
+
+  EXPECT_EQ(catalogue_->Version(), 1);
+  EXPECT_EQ(catalogue_->FindByName("b"), std::nullopt);
+  EXPECT_EQ(catalogue_->FindByName("a"), 1U);
+  EXPECT_EQ(catalogue_->tags().Find(1)->type, TagType::kFloat64);
+  EXPECT_EQ(catalogue_->tags().Find(2), std::nullopt);
+
+  disk_->FailCatalogue(false);
+  EXPECT_EQ(Add("b"), 2U);
+}
+
+TEST_F(CatalogueTest, HoldsAfterReloadingWhatItHeldBefore) {
+  Add("a");
+  Add("b");
+  EXPECT_TRUE(Rename(2, "c").ok());
+  const TagProperties before = *catalogue_->Find(2);
+  ASSERT_TRUE(Reload().ok());
+  EXPECT_EQ(*catalogue_->Find(2), before);
+  EXPECT_EQ(catalogue_->FindByName("C"), 2U);
+}
+
+// ---- what a damaged store may hold ----
+
+TagProperties Stored(TagId id, const std::string& name) {
+  TagProperties tag = Named(name);
+  tag.id = id;
+  return tag;
+}
+
+struct DamageCase {
+  const char* name;
+  CatalogueImage image;
+};
+
+class DamagedCatalogue : public testing::TestWithParam<DamageCase> {};
+
+class ImageStore : public FakeStore {
+ public:
+  explicit ImageStore(CatalogueImage image)
+      : FakeStore(std::make_shared<FakeDisk>()), image_(std::move(image)) {}
+  Result<CatalogueImage> LoadCatalogue() override { return image_; }
+
+ private:
+  const CatalogueImage image_;
+};
+
+TEST_P(DamagedCatalogue, IsRefused) {
+  ImageStore store(GetParam().image);
+  Catalogue catalogue(store);
+  EXPECT_EQ(catalogue.Load().code(), ZR3_ERR_STORAGE_DAMAGED);
+}
+
+TagProperties OfType(std::int32_t type) {
+  TagProperties tag = Stored(1, "a");
+  tag.type = type;
+  return tag;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Catalogue, DamagedCatalogue,
+    testing::Values(DamageCase{"IdentifierZero", {{Stored(0, "a")}, 1, 1}},
+                    DamageCase{"IdentifierPastTheLast", {{Stored(2, "a")}, 1, 1}},
+                    DamageCase{"IdentifierTwice", {{Stored(1, "a"), Stored(1, "b")}, 1, 1}},
+                    DamageCase{"NameTwice", {{Stored(1, "a"), Stored(2, "A")}, 2, 1}},
+                    DamageCase{"NoName", {{Stored(1, "")}, 1, 1}},
+                    DamageCase{"NoSuchType", {{OfType(8)}, 1, 1}}),
+    CaseName());
+
+}  // namespace
+}  // namespace zervane

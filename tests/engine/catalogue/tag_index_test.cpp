@@ -1,0 +1,72 @@
+#include "engine/catalogue/tag_index.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace zervane {
+namespace {
+
+constexpr TagId kGreatest = std::numeric_limits<TagId>::max();
+
+TEST(TagIndex, KnowsNoTagAtFirst) {
+  const TagIndex index;
+  for (TagId id : {TagId{0}, TagId{1}, TagId{65535}, TagId{65536}, kGreatest}) {
+    EXPECT_EQ(index.Find(id), std::nullopt) << id;
+    EXPECT_EQ(index.FindSlot(id), nullptr) << id;
+  }
+}
+
+TEST(TagIndex, RemembersTheTraitsOfEveryKindOfTag) {
+  TagIndex index;
+  TagId id = 1;
+  for (int type = ZR3_TAG_TYPE_MIN; type <= ZR3_TAG_TYPE_MAX; ++type) {
+    for (bool archiving : {false, true}) {
+      const TagTraits traits = {static_cast<TagType>(type), archiving};
+      index.Put(id, traits);
+      EXPECT_EQ(index.Find(id), traits) << type << archiving;
+      ++id;
+    }
+  }
+}
+
+TEST(TagIndex, TakesIdentifiersAnywhere) {
+  TagIndex index;
+  const TagTraits traits = {TagType::kBlob, false};
+  for (TagId id : {TagId{0}, TagId{65535}, TagId{65536}, TagId{1'000'000}, kGreatest}) {
+    index.Put(id, traits);
+    EXPECT_EQ(index.Find(id), traits) << id;
+  }
+  EXPECT_EQ(index.Find(kGreatest - 1), std::nullopt);
+  EXPECT_EQ(index.Find(65537), std::nullopt);
+}
+
+TEST(TagIndex, ForgetsARemovedTag) {
+  TagIndex index;
+  index.Put(5, {});
+  index.Remove(5);
+  index.Remove(kGreatest);
+  EXPECT_EQ(index.Find(5), std::nullopt);
+}
+
+TEST(TagIndex, KeepsSlotsWhereTheyAre) {
+  TagIndex index;
+  index.Put(5, {});
+  TagIndex::Slot* slot = index.FindSlot(5);
+  slot->newest_ms = 42;
+  index.Put(6, {});
+  index.Put(70'000, {});
+  index.Put(5, {TagType::kInt8, true});
+  EXPECT_EQ(index.FindSlot(5), slot);
+  EXPECT_EQ(slot->newest_ms, 42);
+}
+
+TEST(TagIndex, HasNoTagWhereRoomIsReserved) {
+  TagIndex index;
+  index.Reserve(9);
+  EXPECT_EQ(index.Find(9), std::nullopt);
+  EXPECT_EQ(index.FindSlot(9)->newest_ms, kNoTime);
+}
+
+}  // namespace
+}  // namespace zervane

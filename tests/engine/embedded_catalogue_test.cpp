@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "engine/embedded.h"
+#include "tests/engine/embedded_fixture.h"
+
+namespace zervane {
+namespace {
+
+constexpr std::int64_t kTypeBit = std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_TYPE;
+
+class EmbeddedCatalogue : public EmbeddedTest {
+ protected:
+  Status Retype(TagId id, TagType type) {
+    TagProperties given;
+    given.type = static_cast<std::int32_t>(type);
+    return database_->ModifyTag(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0});
+  }
+};
+
+TEST_F(EmbeddedCatalogue, AnswersByIdentifierAndByName) {
+  const TagId id = AddTag("Pump.On", TagType::kDigital);
+  EXPECT_EQ(database_->GetTag(id)->name, "Pump.On");
+  EXPECT_EQ(*database_->GetTagType(id), TagType::kDigital);
+  EXPECT_EQ(*database_->FindTag("pump.on"), id);
+  EXPECT_EQ(*database_->CatalogueVersion(), 1);
+}
+
+TEST_F(EmbeddedCatalogue, StampsTagsWithItsClockAndItsUser) {
+  const TagId id = AddTag("a");
+  const Result<TagProperties> tag = database_->GetTag(id);
+  EXPECT_EQ(tag->creation_date, 1'700'000'000U);
+  EXPECT_EQ(tag->creator, "admin");
+  EXPECT_EQ(tag->changer, "admin");
+}
+
+TEST_F(EmbeddedCatalogue, SaysSoWhenThereIsNoSuchTag) {
+  EXPECT_EQ(database_->GetTag(1).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->GetTagType(0).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->GetTagType(0xFFFFFFFF).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->FindTag("a").code(), ZR3_ERR_NAME_NOT_FOUND);
+  EXPECT_EQ(database_->FindTag(std::string(100'000, 'x')).code(), ZR3_ERR_NAME_NOT_FOUND);
+  EXPECT_EQ(database_->DeleteTag(1).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->ModifyTag(1, ZR3_TAG_CLASS_BASIC, {}, {}).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->ReadCurrent(1).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->CountRecords(1, {}).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->ReadRecords(1, {}, Direction::kForward, 1).code(), ZR3_ERR_TAG_NOT_FOUND);
+}
+
+TEST_F(EmbeddedCatalogue, StaysAsItWasWhenTheStoreRefuses) {
+  AddTag("a");
+  disk_->FailCatalogue(true);
+  TagProperties other;
+  other.name = "b";
+  EXPECT_EQ(database_->AddTag(other, {}).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(database_->DeleteTag(1).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(*database_->FindTag("a"), 1U);
+  EXPECT_EQ(WriteAt(1, 10), ZR3_OK);
+  EXPECT_EQ(StoredTimes(1).size(), 1U);
+}
+
+TEST_F(EmbeddedCatalogue, KeepsTheTypeOfATagWithRecords) {
+  const TagId id = AddTag("a");
+  EXPECT_TRUE(Retype(id, TagType::kInt32).ok());
+  EXPECT_TRUE(Retype(id, TagType::kFloat64).ok());
+  EXPECT_EQ(WriteAt(id, 10), ZR3_OK);
+  EXPECT_EQ(Retype(id, TagType::kInt32).code(), ZR3_ERR_TAG_HAS_RECORDS);
+  EXPECT_TRUE(Retype(id, TagType::kFloat64).ok());
+  Reopen();
+  EXPECT_EQ(Retype(id, TagType::kInt32).code(), ZR3_ERR_TAG_HAS_RECORDS);
+}
+
+TEST_F(EmbeddedCatalogue, ChangesTheTypeOfATagWhoseOnlyRecordWasRefusedByTheStore) {
+  const TagId id = AddTag("a");
+  disk_->FailAppends(1);
+  EXPECT_EQ(WriteAt(id, 10), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_TRUE(Retype(id, TagType::kInt32).ok());
+  EXPECT_EQ(WriteAt(id, 10), ZR3_ERR_TYPE_MISMATCH);
+}
+
+TEST_F(EmbeddedCatalogue, DeletesATagWithItsRecordsForGood) {
+  const TagId id = AddTag("a");
+  EXPECT_EQ(WriteAt(id, 10), ZR3_OK);
+  EXPECT_TRUE(database_->DeleteTag(id).ok());
+  EXPECT_EQ(database_->ReadCurrent(id).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(WriteAt(id, 11), ZR3_ERR_TAG_NOT_FOUND);
+  const TagId next = AddTag("a");
+  EXPECT_EQ(next, id + 1);
+  EXPECT_EQ(database_->ReadCurrent(next).code(), ZR3_ERR_NO_RECORD);
+  EXPECT_EQ(*database_->CountRecords(next, {}), 0);
+  EXPECT_EQ(disk_->orphans(), 0);
+}
+
+TEST_F(EmbeddedCatalogue, DeletesATagWhoseRecordsStillWait) {
+  const TagId doomed = AddTag("doomed");
+  const TagId other = AddTag("other");
+  disk_->Hold();
+  std::thread deleting([&] { EXPECT_TRUE(database_->DeleteTag(doomed).ok()); });
+  // The store is about to remove the tag; until it has, records of the tag are accepted.
+  ASSERT_TRUE(disk_->AwaitHeld());
+  for (std::int64_t time_ms = 11; time_ms < 40; ++time_ms) {
+    EXPECT_EQ(WriteAt(doomed, time_ms, WriteAnswer::kQueued), ZR3_OK);
+    EXPECT_EQ(WriteAt(other, time_ms, WriteAnswer::kQueued), ZR3_OK);
+  }
+  disk_->Release();
+  deleting.join();
+  EXPECT_EQ(WriteAt(doomed, 50), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_TRUE(database_->Close().ok());
+  EXPECT_EQ(disk_->orphans(), 0);
+  EXPECT_TRUE(disk_->archive(doomed).empty());
+  EXPECT_EQ(StoredTimes(other).size(), 29U);
+}
+
+TEST_F(EmbeddedCatalogue, KeepsTheQueuedRecordsOfATagThatTheStoreDidNotRemove) {
+  const TagId id = AddTag("a");
+  disk_->FailCatalogue(true);
+  disk_->Hold();
+  std::thread deleting([&] { EXPECT_EQ(database_->DeleteTag(id).code(), ZR3_ERR_STORAGE_FULL); });
+  ASSERT_TRUE(disk_->AwaitHeld());
+  EXPECT_EQ(WriteAt(id, 10, WriteAnswer::kQueued), ZR3_OK);
+  disk_->Release();
+  deleting.join();
+  EXPECT_EQ(WriteAt(id, 11), ZR3_OK);
+  EXPECT_EQ(StoredTimes(id).size(), 2U);
+}
+
+TEST_F(EmbeddedCatalogue, HoldsAfterReopeningWhatItHeldBefore) {
+  const TagId id = AddTag("a", TagType::kString);
+  EXPECT_EQ(Write({{id, TextAt(10, "on")}}).status, ZR3_OK);
+  const TagProperties before = *database_->GetTag(id);
+  Reopen();
+  EXPECT_EQ(*database_->GetTag(id), before);
+  EXPECT_EQ(*database_->CatalogueVersion(), 1);
+  EXPECT_EQ(*database_->ReadCurrent(id), TextAt(10, "on"));
+  EXPECT_EQ(AddTag("b"), id + 1);
+}
+
+// ---- opening ----
+
+TEST(OpenEmbedded, RefusesAUserThatCannotStandInATag) {
+  for (const std::string& user : {std::string(), std::string(64, 'x')}) {
+    auto store = std::make_unique<FakeStore>(std::make_shared<FakeDisk>());
+    EXPECT_EQ(OpenEmbedded(std::move(store), SystemClock(), user).code(), ZR3_ERR_INVALID_ARGUMENT);
+  }
+}
+
+TEST(OpenEmbedded, RefusesACurrentValueThatBreaksARule) {
+  TagProperties tag;
+  tag.name = "a";
+  tag.id = 1;
+  const TagSample damaged[] = {{2, NumberAt(10)},
+                               {1, TextAt(10, "x")},
+                               {1, NumberAt(-5)},
+                               {1, {.time_ms = 10, .type = TagType::kFloat64, .value = 3}}};
+  for (const TagSample& current : damaged) {
+    auto disk = std::make_shared<FakeDisk>();
+    disk->set_image({.tags = {tag}, .last_id = 1, .version = 1});
+    disk->set_current(current);
+    EXPECT_EQ(OpenEmbedded(std::make_unique<FakeStore>(disk), SystemClock(), "admin").code(),
+              ZR3_ERR_STORAGE_DAMAGED);
+  }
+}
+
+TEST(OpenVolatile, GivesADatabaseOfItsOwnEachTime) {
+  const auto first = OpenVolatile();
+  const auto second = OpenVolatile();
+  ASSERT_TRUE(first.ok() && second.ok());
+  TagProperties tag;
+  tag.name = "a";
+  EXPECT_EQ(*(*first)->AddTag(tag, {}), 1U);
+  EXPECT_EQ((*first)->GetTag(1)->creator, "admin");
+  EXPECT_EQ((*second)->FindTag("a").code(), ZR3_ERR_NAME_NOT_FOUND);
+  EXPECT_GT(*(*first)->ServerTimeMs(), 1'600'000'000'000);
+}
+
+}  // namespace
+}  // namespace zervane
