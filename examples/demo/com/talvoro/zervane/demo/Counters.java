@@ -26,7 +26,10 @@ final class Counters {
 
   private final long readAtNanos = System.nanoTime();
   private final Map<String, Double> values = new HashMap<>();
-  private final Map<String, Long> ticksByCommand = new HashMap<>();
+  private final Map<Path, ProcessTime> processes = new HashMap<>();
+
+  /** A process and the processor time that it has used, in clock ticks. */
+  private record ProcessTime(String command, long ticks) {}
 
   private Counters() {}
 
@@ -74,10 +77,11 @@ final class Counters {
   String busiestCommandSince(Counters before) {
     String busiest = "idle";
     long most = 0;
-    for (Map.Entry<String, Long> entry : ticksByCommand.entrySet()) {
-      long ticks = entry.getValue() - before.ticksByCommand.getOrDefault(entry.getKey(), 0L);
+    for (Map.Entry<Path, ProcessTime> entry : processes.entrySet()) {
+      ProcessTime earlier = before.processes.get(entry.getKey());
+      long ticks = entry.getValue().ticks() - (earlier == null ? 0 : earlier.ticks());
       if (ticks > most) {
-        busiest = entry.getKey();
+        busiest = entry.getValue().command();
         most = ticks;
       }
     }
@@ -148,7 +152,7 @@ final class Counters {
       int end = line.lastIndexOf(')'); // a command may hold spaces and parentheses itself
       String[] fields = fields(line.substring(end + 1));
       long ticks = Long.parseLong(fields[11]) + Long.parseLong(fields[12]);
-      ticksByCommand.merge(line.substring(line.indexOf('(') + 1, end), ticks, Long::sum);
+      processes.put(folder, new ProcessTime(line.substring(line.indexOf('(') + 1, end), ticks));
     } catch (IOException e) {
       // The process ended between the listing and the reading.
     }

@@ -24,17 +24,23 @@ public final class Demo {
   public static void main(String[] arguments) {
     // The curves need UTF-8, whatever the locale says.
     System.setOut(new PrintStream(System.out, true, StandardCharsets.UTF_8));
-    try {
-      int seconds = arguments.length > 0 ? Integer.parseUnsignedInt(arguments[0]) : 10;
-      String address = arguments.length > 1 ? arguments[1] : "";
-      run(seconds, address);
-    } catch (NumberFormatException e) {
+    int seconds = arguments.length > 0 ? wholeNumber(arguments[0]) : 10;
+    String address = arguments.length > 1 ? arguments[1] : "";
+    if (seconds < 1 || arguments.length > 2) {
       fail("usage: Demo [SECONDS [ADDRESS]]");
+    }
+    try {
+      run(seconds, address);
     } catch (Status.Failure | UnsatisfiedLinkError | IOException e) {
       fail(e.getMessage());
     } catch (InterruptedException e) {
       fail("interrupted");
     }
+  }
+
+  /** The number that a text is, or 0. */
+  private static int wholeNumber(String text) {
+    return text.matches("\\d{1,9}") ? Integer.parseInt(text) : 0;
   }
 
   private static void run(int seconds, String address) throws IOException, InterruptedException {

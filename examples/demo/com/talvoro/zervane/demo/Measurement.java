@@ -63,13 +63,6 @@ record Measurement(
               "0 idle, 1 working, 2 busy",
               (before, now) -> state(100 - now.cpuShareSince(before, "idle", "iowait"))),
           new Measurement(
-              "HOST.CPU.TOP",
-              TagType.STRING,
-              "",
-              0,
-              "command that used most processor time",
-              (before, now) -> now.busiestCommandSince(before)),
-          new Measurement(
               "HOST.LOAD.1MIN",
               TagType.FLOAT32,
               "",
@@ -139,6 +132,13 @@ record Measurement(
               0,
               "switches between tasks",
               (before, now) -> now.perSecondSince(before, "stat.ctxt")),
+          new Measurement(
+              "HOST.TASKS.TOP",
+              TagType.STRING,
+              "",
+              0,
+              "command that used most processor time",
+              (before, now) -> now.busiestCommandSince(before)),
           new Measurement(
               "HOST.FILES.OPEN",
               TagType.INT32,

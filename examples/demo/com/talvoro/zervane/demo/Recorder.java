@@ -16,7 +16,7 @@ final class Recorder {
   private static final Map<String, String> PROGRESS_LABELS =
       Map.of(
           "HOST.CPU.BUSY", "cpu ",
-          "HOST.CPU.TOP", "top ",
+          "HOST.TASKS.TOP", "top ",
           "HOST.LOAD.1MIN", "load ",
           "HOST.MEM.USED", "memory ");
 

@@ -38,7 +38,7 @@ final class Report {
 
   void printCurrentValues() {
     heading("Current values");
-    row("%-20s %16s %-6s %8s  %s", "TAG", "VALUE", "UNIT", "QUALITY", "TIME");
+    row("%-20s %20s %-6s %8s  %s", "TAG", "VALUE", "UNIT", "QUALITY", "TIME");
     int[] ids = tags.stream().mapToInt(Catalogue.Tag::id).toArray();
     ZRJniRecord[] records = new ZRJniRecord[ids.length];
     int status = Jni_Zervane.querySnapShots(ids, ids.length, records, new int[ids.length]);
@@ -47,7 +47,7 @@ final class Report {
       Measurement measurement = tags.get(i).measurement();
       TagType type = measurement.type();
       row(
-          "%-20s %16s %-6s %8d  %s",
+          "%-20s %20.20s %-6s %8d  %s",
           measurement.tagName(),
           Text.value(type, type.load(records[i])),
           measurement.unit(),
@@ -56,43 +56,45 @@ final class Report {
     }
   }
 
-  /** Prints a curve for every tag, or for a text its latest values. */
+  /** Prints a curve for every tag, or for a text its last values. */
   void printHistory(History history) {
-    heading("History: up to " + History.MOST_RECORDS + " records before this run │ this run");
-    row("%-20s %8s  %-19s %10s %10s", "TAG", "RECORDS", "SINCE", "LEAST", "GREATEST");
+    heading("History, its curves over up to " + History.MOST_RECORDS + " records");
+    historyRow("TAG", "RECORDS", "SINCE", "LEAST", "GREATEST", "EARLIER RUNS", "THIS RUN");
     for (Catalogue.Tag tag : tags) {
       Measurement measurement = tag.measurement();
+      String name = measurement.tagName();
+      String count = String.format(Locale.ROOT, "%,d", history.count(tag));
+      String since = Text.time(Text.instant(history.first(tag)));
       ZRJniRecord[] earlier = history.beforeThisRun(tag);
       ZRJniRecord[] thisRun = history.ofThisRun(tag);
-      String beginning =
-          String.format(
-              Locale.ROOT,
-              "%-20s %,8d  %-19s",
-              measurement.tagName(),
-              history.count(tag),
-              Text.time(Text.instant(history.first(tag))));
-      if (measurement.type().isNumeric()) {
-        printCurve(beginning, measurement.type(), earlier, thisRun);
+      if (measurement.type() == TagType.STRING) {
+        historyRow(name, count, since, "", "", lastText(earlier), lastText(thisRun));
       } else {
-        row("%s  %s │ %s", beginning, lastText(earlier), lastText(thisRun));
+        Curves curves = Curves.of(measurement.type(), earlier, thisRun);
+        historyRow(
+            name, count, since, curves.least, curves.greatest, curves.earlier, curves.thisRun);
       }
     }
   }
 
-  private static void printCurve(
-      String beginning, TagType type, ZRJniRecord[] earlier, ZRJniRecord[] thisRun) {
-    double[] before = History.numbers(type, earlier);
-    double[] now = History.numbers(type, thisRun);
-    double[] all = DoubleStream.concat(Arrays.stream(before), Arrays.stream(now)).toArray();
-    double least = Arrays.stream(all).min().orElse(0);
-    double greatest = Arrays.stream(all).max().orElse(0);
-    row(
-        "%s %10s %10s  %24s │ %s",
-        beginning,
-        Text.value(type, least),
-        Text.value(type, greatest),
-        Sparkline.draw(before, EARLIER_COLUMNS, least, greatest),
-        Sparkline.draw(now, THIS_RUN_COLUMNS, least, greatest));
+  private static void historyRow(Object... cells) {
+    row("%-20s %8s  %-19s %10s %10s  %24.24s │ %.36s", cells);
+  }
+
+  /** The curves of two lots of records on one scale, and the ends of the scale. */
+  private record Curves(String least, String greatest, String earlier, String thisRun) {
+    static Curves of(TagType type, ZRJniRecord[] earlier, ZRJniRecord[] thisRun) {
+      double[] before = History.numbers(type, earlier);
+      double[] now = History.numbers(type, thisRun);
+      double[] all = DoubleStream.concat(Arrays.stream(before), Arrays.stream(now)).toArray();
+      double least = Arrays.stream(all).min().orElse(0);
+      double greatest = Arrays.stream(all).max().orElse(0);
+      return new Curves(
+          Text.value(type, least),
+          Text.value(type, greatest),
+          Sparkline.draw(before, EARLIER_COLUMNS, least, greatest),
+          Sparkline.draw(now, THIS_RUN_COLUMNS, least, greatest));
+    }
   }
 
   private static String lastText(ZRJniRecord[] records) {

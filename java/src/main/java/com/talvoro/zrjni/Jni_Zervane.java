@@ -459,8 +459,8 @@ public final class Jni_Zervane {
       int[] tagIDArray, int recordCount, ZRJniRecord[] snapRecords, int[] errCodesOut);
 
   /**
-   * Queues what {@link #saveSnapshots} writes, and answers before it is stored. The order of the
-   * calls is kept, and {@link #disconnect} stores the rest.
+   * Queues what {@link #saveSnapshots} writes, and answers before it is stored and can be read. The
+   * order of the calls is kept, and {@link #disconnect} stores the rest.
    *
    * @param tagIDArray tag identifiers, one per record
    * @param recordCount number of records

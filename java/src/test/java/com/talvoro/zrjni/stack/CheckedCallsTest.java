@@ -30,7 +30,7 @@ class CheckedCallsTest {
     ChildJvm.Result result =
         ChildJvm.withLibrary().option("-Xcheck:jni").run(TagsLifeMain.class, database.address());
 
-    assertEquals(0, result.exitCode(), result.output());
+    assertEquals(0, result.exitCode(), result.errors());
     assertFalse(result.output().contains("FATAL ERROR"), result.output());
     assertFalse(result.output().contains("WARNING in native method"), result.output());
   }

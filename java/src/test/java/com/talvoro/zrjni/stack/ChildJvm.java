@@ -16,8 +16,8 @@ import java.util.concurrent.TimeUnit;
 
 /** A Java virtual machine of its own, for what cannot be seen, or not be survived, in this one. */
 final class ChildJvm {
-  /** How a child ended, and everything it wrote. */
-  record Result(int exitCode, String output) {}
+  /** How a child ended, and what it wrote to standard output and to standard error. */
+  record Result(int exitCode, String output, String errors) {}
 
   static final Path CLASSES = folderOf(Jni_Zervane.class);
   static final Path TEST_CLASSES = folderOf(ChildJvm.class);
@@ -63,19 +63,25 @@ final class ChildJvm {
     command.add(main);
     command.addAll(List.of(arguments));
 
-    Path output = Files.createTempFile("zervane-child-", ".txt");
+    ProcessBuilder builder = new ProcessBuilder(command);
+    withoutVariables.forEach(builder.environment()::remove);
+    builder.environment().putAll(environment);
+    return waitFor(builder);
+  }
+
+  private static Result waitFor(ProcessBuilder builder) throws IOException, InterruptedException {
+    Path output = Files.createTempFile("zervane-child-", ".out");
+    Path errors = Files.createTempFile("zervane-child-", ".err");
     try {
-      ProcessBuilder builder = new ProcessBuilder(command);
-      builder.redirectErrorStream(true).redirectOutput(output.toFile());
-      withoutVariables.forEach(builder.environment()::remove);
-      builder.environment().putAll(environment);
-      Process process = builder.start();
+      Process process =
+          builder.redirectOutput(output.toFile()).redirectError(errors.toFile()).start();
       boolean ended = process.waitFor(LIMIT_SECONDS, TimeUnit.SECONDS);
       process.destroyForcibly();
-      assertTrue(ended, () -> "the child did not end: " + command);
-      return new Result(process.exitValue(), Files.readString(output));
+      assertTrue(ended, () -> "the child did not end: " + builder.command());
+      return new Result(process.exitValue(), Files.readString(output), Files.readString(errors));
     } finally {
       Files.delete(output);
+      Files.delete(errors);
     }
   }
 

@@ -79,6 +79,14 @@ class ConnectionTest {
   }
 
   @Test
+  void toAServerThatDoesNotAnswerIsRefused() {
+    database.close();
+
+    assertEquals(Codes.CONNECT_FAILED, Jni_Zervane.connectEx("127.0.0.1", 1, "127.0.0.1", 1));
+    assertEquals(Codes.NOT_CONNECTED, Jni_Zervane.disconnect());
+  }
+
+  @Test
   void toMemoryForgetsEverything() {
     database.close();
     assertEquals(Codes.OK, Jni_Zervane.connectEx("memory:", 0, "", 0));

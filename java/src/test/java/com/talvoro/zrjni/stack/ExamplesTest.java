@@ -18,6 +18,8 @@ import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
 
 @DisplayName("The examples")
 class ExamplesTest {
@@ -55,7 +57,7 @@ class ExamplesTest {
   void theQuickStartPrintsTheValueThatItWrote() throws Exception {
     ChildJvm.Result result = run("QuickStart", "embedded:" + folder);
 
-    assertEquals(0, result.exitCode(), result.output());
+    assertEquals(0, result.exitCode(), result.errors());
     assertTrue(
         result.output().matches("FIC101\\.PV = 42\\.5 at \\d{4}-\\d\\d-\\d\\dT.*Z\n"),
         result.output());
@@ -67,12 +69,12 @@ class ExamplesTest {
     ChildJvm.Result second = run(DEMO, "1", "embedded:" + folder);
 
     assertAll(
-        () -> assertEquals(0, first.exitCode(), first.output()),
+        () -> assertEquals(0, first.exitCode(), first.errors()),
         () -> assertContains(first, "22 tags, of which 22 are new"),
         () -> assertContains(first, "   1 s     110 records"),
         () -> assertContains(first, "This run wrote 110 records; the database holds 110 since"),
         () -> assertContains(first, "The database is the embedded database in " + folder),
-        () -> assertEquals(0, second.exitCode(), second.output()),
+        () -> assertEquals(0, second.exitCode(), second.errors()),
         () -> assertContains(second, "22 tags, of which 0 are new"),
         () -> assertContains(second, "This run wrote 110 records; the database holds 220 since"));
   }
@@ -84,11 +86,23 @@ class ExamplesTest {
     try {
       ChildJvm.Result result = run(DEMO, "1", address);
 
-      assertEquals("Demo: connectEx returned " + Codes.DATABASE_IN_USE + "\n", result.output());
       assertEquals(1, result.exitCode());
+      assertEquals("", result.output());
+      assertTrue(
+          result.errors().endsWith("Demo: connectEx returned " + Codes.DATABASE_IN_USE + "\n"),
+          result.errors());
     } finally {
       Jni_Zervane.disconnect();
     }
+  }
+
+  @ParameterizedTest(name = "{0}")
+  @ValueSource(strings = {"0", "-1", "soon", "9999999999"})
+  void theDemoTellsItsUsageWhenTheSecondsAreNone(String seconds) throws Exception {
+    ChildJvm.Result result = run(DEMO, seconds, "memory:");
+
+    assertEquals(1, result.exitCode());
+    assertEquals("Demo: usage: Demo [SECONDS [ADDRESS]]\n", result.errors());
   }
 
   private static void assertContains(ChildJvm.Result result, String text) {

@@ -57,13 +57,13 @@ class LibraryLoadingTest {
             .run(List.of(empty, ChildJvm.TEST_CLASSES), LoadMain.class.getName());
 
     assertNotEquals(0, result.exitCode());
-    assertTrue(result.output().contains("java.library.path: no zrDataSDK"), result.output());
-    assertTrue(result.output().contains("the jar: it has no /native/"), result.output());
+    assertTrue(result.errors().contains("java.library.path: no zrDataSDK"), result.errors());
+    assertTrue(result.errors().contains("the jar: it has no /native/"), result.errors());
   }
 
   private static void assertLoads(ChildJvm.Result result) {
+    assertEquals(0, result.exitCode(), result.errors());
     assertEquals("good\n", result.output());
-    assertEquals(0, result.exitCode());
   }
 
   /** Copies the classes without the native libraries beside them. */

@@ -100,6 +100,7 @@ class SnapshotBatchTest {
     assertEquals(Codes.SOME_RECORDS_FAILED, form.save(ids, records, errors));
 
     assertArrayEquals(new int[] {0, Codes.VALUE_TOO_LONG, Codes.INVALID_TIME}, errors);
+    database.reopen();
     assertEquals(1.5, Records.current(ids[0]).fFloat64);
     assertEquals(List.of(), Records.history(ids[1]));
     assertEquals(List.of(), Records.history(ids[2]));
@@ -129,6 +130,7 @@ class SnapshotBatchTest {
     int id = Tags.add("A", ValueType.FLOAT64);
 
     assertEquals(Codes.OK, form.save(repeated(id, 3), float64Records(10, 11, 12), new int[3]));
+    database.reopen();
     assertEquals(List.of(10, 11, 12), Records.seconds(Records.history(id)));
     assertEquals(12, Records.current(id).nSec);
   }
@@ -145,6 +147,7 @@ class SnapshotBatchTest {
         Codes.SOME_RECORDS_FAILED,
         form.save(repeated(id, 4), float64Records(10, 9, 10, 11), errors));
     assertArrayEquals(new int[] {0, Codes.OUT_OF_ORDER, 0, 0}, errors);
+    database.reopen();
     assertEquals(List.of(10, 11), Records.seconds(Records.history(id)));
   }
 
@@ -184,7 +187,7 @@ class SnapshotBatchTest {
   }
 
   @Test
-  void withoutWaitingShowsTheValuesAtOnceAndLosesNoneAtTheDisconnection() {
+  void withoutWaitingLosesNoneAtTheDisconnection() {
     int id = Tags.add("A", ValueType.FLOAT64);
     int batches = 200;
     int batchSize = 50;
@@ -195,13 +198,37 @@ class SnapshotBatchTest {
           Jni_Zervane.saveSnapshotsNowait(
               repeated(id, batchSize), batchSize, float64Records(seconds), new int[batchSize]);
       assertEquals(Codes.OK, status);
-      assertEquals(first + batchSize - 1, Records.current(id).nSec);
     }
 
     database.reopen();
 
     List<Integer> all = IntStream.rangeClosed(1, batches * batchSize).boxed().toList();
     assertEquals(all, Records.seconds(Records.history(id)));
+  }
+
+  @Test
+  void withoutWaitingShowsThemNoLaterThanWhatIsWrittenNext() {
+    int id = Tags.add("A", ValueType.FLOAT64);
+    int next = Tags.add("B", ValueType.FLOAT64);
+    int[] errors = new int[2];
+
+    assertEquals(Codes.OK, Form.NO_WAIT.save(repeated(id, 2), float64Records(1, 2), errors));
+    assertEquals(Codes.OK, Records.save(next, Records.float64(1, 1)));
+
+    assertEquals(2, Records.current(id).nSec);
+    assertEquals(List.of(1, 2), Records.seconds(Records.history(id)));
+  }
+
+  @Test
+  void withoutWaitingJudgesTheOrderByWhatIsQueued() {
+    int id = Tags.add("A", ValueType.FLOAT64);
+    int[] errors = new int[1];
+
+    assertEquals(Codes.OK, Form.NO_WAIT.save(repeated(id, 1), float64Records(10), errors));
+    assertEquals(
+        Codes.SOME_RECORDS_FAILED, Form.NO_WAIT.save(repeated(id, 1), float64Records(9), errors));
+    assertArrayEquals(new int[] {Codes.OUT_OF_ORDER}, errors);
+    assertEquals(Codes.OUT_OF_ORDER, Records.save(id, Records.float64(9, 1)));
   }
 
   @Test
