@@ -106,8 +106,9 @@ Status CheckIdentity(const FileIdentity& file) {
 
 Status UseWriteAheadLog(Connection& connection) {
   Query mode(connection, "PRAGMA journal_mode = WAL");
-  if (mode.Next() && mode.Bytes(0) == "wal") return {};
-  if (!mode.status().ok()) return mode.status();
+  const bool is_used = mode.Next() && mode.Bytes(0) == "wal";
+  Status status = mode.Run();  // the row comes before the mode is written
+  if (is_used || !status.ok()) return status;
   return Status(ZR3_ERR_STORAGE_FAILED, "the file system cannot carry a write-ahead log");
 }
 

@@ -34,13 +34,29 @@ ZR3_STATUS CodeOf(int result) {
   }
 }
 
+// The error number behind a failed file operation, 0 when there is none. A failed commit leaves it
+// only with the file: the write-ahead log's or the database's own.
+int SystemError(sqlite3* connection) {
+  if (const int error = sqlite3_system_errno(connection); error != 0) return error;
+  sqlite3_file* log = nullptr;
+  sqlite3_file* database = nullptr;
+  sqlite3_file_control(connection, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+  sqlite3_file_control(connection, "main", SQLITE_FCNTL_FILE_POINTER, &database);
+  int error = 0;
+  for (sqlite3_file* file : {log, database}) {
+    if (error != 0 || file == nullptr || file->pMethods == nullptr) continue;
+    file->pMethods->xFileControl(file, SQLITE_FCNTL_LAST_ERRNO, &error);
+  }
+  return error;
+}
+
 }  // namespace
 
 Status SqliteStatus(int result, sqlite3* connection, std::string_view doing) {
   const char* cause = connection == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(connection);
   std::string message = fmt::format("{}: {} (SQLite result {})", doing, cause, result);
   const bool by_system = (result & 0xFF) == SQLITE_IOERR || (result & 0xFF) == SQLITE_CANTOPEN;
-  const int error = by_system && connection != nullptr ? sqlite3_system_errno(connection) : 0;
+  const int error = by_system && connection != nullptr ? SystemError(connection) : 0;
   if (error != 0) return SystemStatus(error, message);
   return Status(CodeOf(result), std::move(message));
 }
@@ -91,6 +107,7 @@ Query::Query(Connection& connection, std::string_view sql, Unbound)
 }
 
 Query::~Query() {
+  if (statement_ == nullptr) return;
   sqlite3_reset(statement_);
   sqlite3_clear_bindings(statement_);
 }

@@ -44,7 +44,7 @@ class Store {
   // Adds or replaces the tag of properties.id; last_id becomes at least that.
   virtual Status PutTag(const TagProperties& properties, std::int64_t version) = 0;
 
-  // Removes the tag with its current value and its archive.
+  // Removes the tag with its current value and its archive; one that is not there is no failure.
   virtual Status RemoveTag(TagId id, std::int64_t version) = 0;
 
   // ---- values ----
@@ -52,11 +52,14 @@ class Store {
   // The current value of every tag that has one.
   virtual Result<std::vector<TagSample>> LoadCurrent() = 0;
 
-  // Stores one or more batches' records, all or none, in order.
+  // Stores one or more batches' records, all or none, in order. Records of tags that are not there,
+  // or not any more, are left out. ZR3_ERR_INVALID_ARGUMENT when the time or the value of one
+  // cannot be stored.
   virtual Status Append(std::span<const AcceptedSample> records) = 0;
 
   // Up to `limit` archived records of the range, ascending from its start or descending from its
-  // end. Memory is needed only for what is returned.
+  // end. Memory is needed only for what is returned. ZR3_ERR_STORAGE_DAMAGED when records that are
+  // wanted cannot be read any more.
   virtual Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
                                            std::size_t limit) = 0;
 

@@ -39,9 +39,15 @@ class AnyStore : public testing::TestWithParam<StoreKind> {
     EXPECT_TRUE(status.ok()) << status.message();
   }
 
-  // Records of tag 1 at 10, 20 ... 10 * count, each of its time as value, one append each.
+  // Records of tag 1 at 10, 20 ... 10 * count, each of its time as value, a few at a time.
   void AppendTens(int count) {
-    for (int i = 1; i <= count; ++i) Append({Record(1, 10 * i, 10.0 * i)});
+    std::vector<AcceptedSample> batch;
+    for (int i = 1; i <= count; ++i) {
+      batch.push_back(Record(1, 10 * i, 10.0 * i));
+      if (batch.size() < 5 && i < count) continue;
+      Append(batch);
+      batch.clear();
+    }
   }
 
   std::vector<std::int64_t> Times(TimeRange range, Direction direction, std::size_t limit) {
