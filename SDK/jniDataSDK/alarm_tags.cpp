@@ -1,0 +1,63 @@
+// Creating, changing, reading, finding and deleting alarm tags.
+#include "native.h"
+#include "tag_fields.h"
+#include "tag_lookup.h"
+
+using namespace zervane::bridge;
+
+namespace {
+
+constexpr std::array<FieldRow, 13> kAlarmRows{{
+    TextRow("m_Test1", offsetof(ZR3AlarmTagProp, szTest1)),
+    TextRow("m_Test2", offsetof(ZR3AlarmTagProp, szTest2)),
+    TextRow("m_Test3", offsetof(ZR3AlarmTagProp, szTest3)),
+    TextRow("m_Test4", offsetof(ZR3AlarmTagProp, szTest4)),
+    TextRow("m_Action1", offsetof(ZR3AlarmTagProp, szAction1)),
+    TextRow("m_Action2", offsetof(ZR3AlarmTagProp, szAction2)),
+    TextRow("m_Action3", offsetof(ZR3AlarmTagProp, szAction3)),
+    TextRow("m_Action4", offsetof(ZR3AlarmTagProp, szAction4)),
+    TextRow("m_SourceTagName", offsetof(ZR3AlarmTagProp, szSourceTagName)),
+    Row("m_nAlarmGroupID", "I", Conv::kInt, offsetof(ZR3AlarmTagProp, nAlarmGroupID)),
+    Row("m_nAutoAck", "B", Conv::kEnum, offsetof(ZR3AlarmTagProp, nAutoAck)),
+    Row("m_TimeDeadBand", "I", Conv::kInt, offsetof(ZR3AlarmTagProp, nTimeDeadBand)),
+    Row("m_fValueDeadBand", "F", Conv::kFloat, offsetof(ZR3AlarmTagProp, fValueDeadBand)),
+}};
+
+constexpr auto kAlarmTagRows = JoinRows(kCommonTagRows, kAlarmRows);
+static_assert(kAlarmTagRows.size() == 39);
+constexpr ClassTable kAlarmTag{"com/talvoro/zrjni/ZRJniAlarmTag", kAlarmTagRows};
+
+}  // namespace
+
+ZR_NATIVE(jint, addAlarmTag)
+(JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
+  ZR3AlarmTagProp prop;
+  ReadTag(env, kAlarmTag, tagprop, sizeof prop, &prop);
+  const ZR3Mask mask{tag_mask, ext_mask};
+  // kept: the new identifier ends in the record; the caller looks it up by name.
+  return am3_add_tag(&prop, &mask, nullptr, &prop.nTagID);
+}
+
+// Changes the properties that the masks select, of the tag that m_tagID names.
+ZR_NATIVE(jint, modifyAlarmTag)
+(JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
+  ZR3AlarmTagProp prop;
+  ReadTag(env, kAlarmTag, tagprop, kClearedToModify, &prop);  // kept: the rest is not cleared.
+  const ZR3Mask mask{tag_mask, ext_mask};
+  return am3_modify_tag_prop(prop.nTagID, &prop, &mask);
+}
+
+// Writes every field but m_tagClass on status 0.
+ZR_NATIVE(jint, queryAlarmTag)(JNIEnv* env, jclass, jint tag_id, jobject tagprop) {
+  const Binding fields(env, kAlarmTag);
+  ZR3AlarmTagProp prop;
+  const int32 status = am3_query_tag_prop(tag_id, &prop);
+  return StoreOnSuccess(status, fields, &prop, tagprop);
+}
+
+ZR_NATIVE(jint, deleteAlarmTag)(JNIEnv*, jclass, jint tag_id) { return tag3_delete_tag(tag_id); }
+
+// kept: the tag of that name is found whatever its class.
+ZR_NATIVE(jint, queryAlarmTagID)(JNIEnv* env, jclass, jstring tag_name) {
+  return FindTagId(env, tag_name);
+}
