@@ -6,6 +6,7 @@ import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
 import java.time.Instant;
 import java.time.temporal.ChronoUnit;
+import java.util.Locale;
 
 /**
  * Records this machine's own measurements for some seconds and shows what the database then holds.
@@ -73,8 +74,11 @@ public final class Demo {
             .min(Instant::compareTo)
             .orElseThrow();
     System.out.printf(
+        Locale.ROOT,
         "%nThis run wrote %,d records; the database holds %,d since %s.%n",
-        written, stored, Text.time(since));
+        written,
+        stored,
+        Text.time(since));
   }
 
   private static void fail(String message) {

@@ -2,6 +2,7 @@ package com.talvoro.zervane.demo;
 
 import java.time.Duration;
 import java.util.List;
+import java.util.Locale;
 
 /**
  * Something that is measured on this machine, and the tag that holds it.
@@ -192,7 +193,11 @@ record Measurement(
   private static String uptime(long seconds) {
     Duration time = Duration.ofSeconds(seconds);
     return String.format(
+        Locale.ROOT,
         "%d d %02d:%02d:%02d",
-        time.toDays(), time.toHoursPart(), time.toMinutesPart(), time.toSecondsPart());
+        time.toDays(),
+        time.toHoursPart(),
+        time.toMinutesPart(),
+        time.toSecondsPart());
   }
 }
