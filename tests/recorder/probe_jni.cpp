@@ -1,5 +1,4 @@
 // The natives of the test classes com.talvoro.zrjni.bridge.AllocationProbe and NativeOutput.
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <jni.h>
 #include <unistd.h>
@@ -71,20 +70,6 @@ JNIEXPORT jboolean JNICALL Java_com_talvoro_zrjni_bridge_NativeOutput_redirect(J
 
 JNIEXPORT void JNICALL Java_com_talvoro_zrjni_bridge_NativeOutput_flush(JNIEnv*, jclass) {
   fflush(stdout);
-}
-
-// Whether a library of the process, given by its path, offers a symbol.
-JNIEXPORT jboolean JNICALL Java_com_talvoro_zrjni_bridge_LoadedLibrary_offers(JNIEnv* env, jclass,
-                                                                              jstring path,
-                                                                              jstring symbol) {
-  const char* path_chars = env->GetStringUTFChars(path, nullptr);
-  const char* symbol_chars = env->GetStringUTFChars(symbol, nullptr);
-  void* const library = dlopen(path_chars, RTLD_LAZY | RTLD_NOLOAD);
-  const bool offers = library != nullptr && dlsym(library, symbol_chars) != nullptr;
-  if (library != nullptr) dlclose(library);
-  env->ReleaseStringUTFChars(symbol, symbol_chars);
-  env->ReleaseStringUTFChars(path, path_chars);
-  return offers ? JNI_TRUE : JNI_FALSE;
 }
 
 }  // extern "C"
