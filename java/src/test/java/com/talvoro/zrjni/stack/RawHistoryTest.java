@@ -13,6 +13,7 @@ import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
 import java.util.stream.IntStream;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
@@ -54,13 +55,11 @@ class RawHistoryTest {
     return Records.seconds(Records.present(records));
   }
 
+  /** The seconds of a row of a table; none for an empty cell. */
   private static List<Integer> list(String seconds) {
     return seconds == null
         ? List.of()
-        : IntStream.of(
-                java.util.Arrays.stream(seconds.split(" ")).mapToInt(Integer::parseInt).toArray())
-            .boxed()
-            .toList();
+        : Stream.of(seconds.split(" ")).map(Integer::valueOf).toList();
   }
 
   @ParameterizedTest(name = "{0} s {1} ms to {2} s {3} ms: {4}")
