@@ -1,6 +1,5 @@
 #include "engine/embedded.h"
 
-#include <chrono>
 #include <utility>
 
 #include "engine/embedded_database.h"
@@ -11,14 +10,6 @@ namespace {
 constexpr char kLocalUser[] = "admin";
 
 }  // namespace
-
-Clock SystemClock() {
-  return [] {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return static_cast<std::int64_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
-  };
-}
 
 Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock,
                                                std::string user) {

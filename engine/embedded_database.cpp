@@ -69,8 +69,7 @@ Status EmbeddedDatabase::LoadCurrentValues() {
 }
 
 Status EmbeddedDatabase::CheckOpen() const {
-  if (!is_closed_.load(std::memory_order_acquire)) return {};
-  return {ZR3_ERR_NOT_CONNECTED, "the database is closed"};
+  return is_closed_.load(std::memory_order_acquire) ? DatabaseClosed() : Status();
 }
 
 Status EmbeddedDatabase::CheckReadable(TagId id) const {
@@ -96,13 +95,22 @@ Status EmbeddedDatabase::ModifyTag(TagId id, std::int32_t tag_class,
     // A type is changed under the queue's lock, so that no record of the old one is accepted
     // between the look for records and the change.
     std::unique_lock<std::mutex> no_admission;
-    bool holds_records = false;
+    Result<bool> holds_records = false;
     if (catalogue_.ChangesType(id, properties, mask)) {
       no_admission = queue_->Lock();
-      holds_records = admission_.HoldsRecords(id);
+      holds_records = HoldsRecords(id);
     }
-    return catalogue_.Modify(id, tag_class, properties, mask, Now(), holds_records);
+    if (!holds_records.ok()) return holds_records.status();
+    return catalogue_.Modify(id, tag_class, properties, mask, Now(), *holds_records);
   });
+}
+
+// The archive is asked too: a damaged store may have lost the current value alone.
+Result<bool> EmbeddedDatabase::HoldsRecords(TagId id) const {
+  if (admission_.HoldsRecords(id)) return true;
+  const Result<std::int64_t> archived = store_->Count(id, {});
+  if (!archived.ok()) return archived.status();
+  return *archived > 0;
 }
 
 Status EmbeddedDatabase::DeleteTag(TagId id) {

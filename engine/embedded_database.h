@@ -52,6 +52,7 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   Status LoadCurrentValues();
   Status CheckOpen() const;
   Status CheckReadable(TagId id) const;
+  Result<bool> HoldsRecords(TagId id) const;  // stored or queued
   Stamp Now() const { return MakeStamp(clock_(), user_); }
 
   Status Commit(std::span<AcceptedSample> records) override;

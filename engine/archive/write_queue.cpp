@@ -8,8 +8,6 @@
 namespace zervane {
 namespace {
 
-Status Closed() { return {ZR3_ERR_NOT_CONNECTED, "the database is closed"}; }
-
 void Answer(Ticket& ticket) {
   ticket.is_answered = true;
   ticket.answered.notify_one();
@@ -22,6 +20,8 @@ Status Await(Ticket& ticket, std::unique_lock<std::mutex>& lock) {
 
 }  // namespace
 
+Status DatabaseClosed() { return {ZR3_ERR_NOT_CONNECTED, "the database is closed"}; }
+
 WriteQueue::WriteQueue(Owner& owner, const Limits& limits)
     : owner_(owner), limits_(limits), thread_([this] { Loop(); }) {}
 
@@ -32,7 +32,7 @@ Status WriteQueue::Write(WriteAnswer answer, const Admit& admit) {
   ++blocked_callers_;
   room_.wait(lock, [&] { return is_closing_ || !IsFull(); });
   --blocked_callers_;
-  if (is_closing_) return Closed();
+  if (is_closing_) return DatabaseClosed();
 
   Ticket ticket;
   const bool waits = answer == WriteAnswer::kDurable;
@@ -47,7 +47,7 @@ Status WriteQueue::Write(WriteAnswer answer, const Admit& admit) {
 
 Status WriteQueue::Run(const std::function<Status()>& change) {
   std::unique_lock lock(mutex_);
-  if (is_closing_) return Closed();
+  if (is_closing_) return DatabaseClosed();
   Ticket ticket;
   waiting_.changes.push_back({.run = &change, .ticket = &ticket});
   work_.notify_one();

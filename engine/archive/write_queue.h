@@ -15,6 +15,9 @@
 
 namespace zervane {
 
+// What every call answers once the database is closed: ZR3_ERR_NOT_CONNECTED.
+Status DatabaseClosed();
+
 // The one way to the store: a thread that commits together what many callers handed in, in the
 // order in which they did, and carries out all other changes of the store in between.
 //

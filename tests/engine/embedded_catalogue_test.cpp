@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 
 #include "engine/embedded.h"
 #include "tests/engine/embedded_fixture.h"
@@ -71,12 +73,40 @@ TEST_F(EmbeddedCatalogue, KeepsTheTypeOfATagWithRecords) {
   EXPECT_EQ(Retype(id, TagType::kInt32).code(), ZR3_ERR_TAG_HAS_RECORDS);
 }
 
+TEST_F(EmbeddedCatalogue, KeepsTheTypeOfATagThatLostItsCurrentValueAlone) {
+  const TagId id = AddTag("a");
+  EXPECT_EQ(WriteAt(id, 10), ZR3_OK);
+  disk_->LoseCurrent(id);
+  Reopen();
+  EXPECT_EQ(database_->ReadCurrent(id).code(), ZR3_ERR_NO_RECORD);
+  EXPECT_EQ(Retype(id, TagType::kInt32).code(), ZR3_ERR_TAG_HAS_RECORDS);
+}
+
 TEST_F(EmbeddedCatalogue, ChangesTheTypeOfATagWhoseOnlyRecordWasRefusedByTheStore) {
   const TagId id = AddTag("a");
   disk_->FailAppends(1);
   EXPECT_EQ(WriteAt(id, 10), ZR3_ERR_STORAGE_FAILED);
   EXPECT_TRUE(Retype(id, TagType::kInt32).ok());
   EXPECT_EQ(WriteAt(id, 10), ZR3_ERR_TYPE_MISMATCH);
+}
+
+TEST_F(EmbeddedCatalogue, AcceptsNoRecordWhileTheStoreChangesATagsType) {
+  const TagId id = AddTag("a");
+  disk_->Hold();
+  std::thread retyping([&] { EXPECT_TRUE(Retype(id, TagType::kString).ok()); });
+  ASSERT_TRUE(disk_->AwaitHeld());
+  std::atomic<bool> is_answered{false};
+  ZR3_STATUS code = ZR3_OK;
+  std::thread writing([&] {
+    code = WriteAt(id, 10, WriteAnswer::kQueued);
+    is_answered = true;
+  });
+  for (int chances = 20'000; chances > 0 && !is_answered; --chances) std::this_thread::yield();
+  EXPECT_FALSE(is_answered);
+  disk_->Release();
+  retyping.join();
+  writing.join();
+  EXPECT_EQ(code, ZR3_ERR_TYPE_MISMATCH);
 }
 
 TEST_F(EmbeddedCatalogue, DeletesATagWithItsRecordsForGood) {

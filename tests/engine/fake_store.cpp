@@ -61,6 +61,11 @@ void FakeDisk::set_current(TagSample current) {
   current_[current.tag] = std::move(current.sample);
 }
 
+void FakeDisk::LoseCurrent(TagId tag) {
+  const std::lock_guard lock(mutex_);
+  current_.erase(tag);
+}
+
 std::map<std::int64_t, Sample> FakeDisk::archive(TagId tag) const {
   const std::lock_guard lock(mutex_);
   const auto found = archive_.find(tag);

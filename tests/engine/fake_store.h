@@ -41,6 +41,7 @@ class FakeDisk {
   CatalogueImage image() const;
   void set_image(CatalogueImage image);
   void set_current(TagSample current);
+  void LoseCurrent(TagId tag);
   std::map<std::int64_t, Sample> archive(TagId tag) const;
   std::optional<Sample> current(TagId tag) const;
   // The number of records of each append that was carried out.
