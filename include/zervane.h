@@ -180,9 +180,9 @@ int32 sn3_save_snapshot(uint32 nTagID, const ZR3Record* pRecord);
 int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                          int32* pErrCodes);
 
-/* The same, answered when the values are queued: they are stored in the order of the calls, are
- * visible then, and nothing is lost on nt3_disconnect. The codes tell what was refused; a later
- * failure of the disk is logged and answered by the next call that waits. */
+/* The same, answered when the values are queued. They are stored in the order of the calls, become
+ * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
+ * refused; a later failure of the disk is logged and answered by the next call that waits. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
 
