@@ -1,0 +1,173 @@
+#include "tests/vask/fake_database.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zervane {
+namespace {
+
+constexpr std::int64_t kNowMs = 1'700'000'000'123;
+
+}  // namespace
+
+TagId FakeDatabase::Add(const std::string& name, TagType type) {
+  TagProperties properties;
+  properties.name = name;
+  properties.type = static_cast<std::int32_t>(type);
+  const std::lock_guard lock(mutex_);
+  properties.id = ++last_id_;
+  ++version_;
+  tags_[last_id_] = {.properties = properties, .records = {}};
+  return last_id_;
+}
+
+Status FakeDatabase::Enter() {
+  ++calls_;
+  return on_call ? on_call() : Status();
+}
+
+Result<FakeDatabase::Tag*> FakeDatabase::Find(TagId id) {
+  const auto found = tags_.find(id);
+  if (found == tags_.end()) return Status(ZR3_ERR_TAG_NOT_FOUND, "tag " + std::to_string(id));
+  return &found->second;
+}
+
+Result<TagId> FakeDatabase::AddTag(const TagProperties& properties, PropertyMask mask) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_properties_ = properties;
+  last_mask_ = mask;
+  for (const auto& [id, tag] : tags_) {
+    if (tag.properties.name == properties.name) return Status(ZR3_ERR_TAG_EXISTS, {});
+  }
+  ++version_;
+  tags_[++last_id_].properties = properties;
+  tags_[last_id_].properties.id = last_id_;
+  return last_id_;
+}
+
+Status FakeDatabase::ModifyTag(TagId id, std::int32_t tag_class, const TagProperties& properties,
+                               PropertyMask mask) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_properties_ = properties;
+  last_mask_ = mask;
+  const Result<Tag*> tag = Find(id);
+  if (!tag.ok()) return tag.status();
+  if ((*tag)->properties.tag_class != tag_class) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
+  ++version_;
+  return {};
+}
+
+Status FakeDatabase::DeleteTag(TagId id) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  if (tags_.erase(id) == 0) return {ZR3_ERR_TAG_NOT_FOUND, {}};
+  ++version_;
+  return {};
+}
+
+Result<TagProperties> FakeDatabase::GetTag(TagId id) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  const Result<Tag*> tag = Find(id);
+  if (!tag.ok()) return tag.status();
+  return (*tag)->properties;
+}
+
+Result<TagType> FakeDatabase::GetTagType(TagId id) {
+  const Result<TagProperties> tag = GetTag(id);
+  if (!tag.ok()) return tag.status();
+  return static_cast<TagType>(tag->type);
+}
+
+Result<TagId> FakeDatabase::FindTag(std::string_view name) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  for (const auto& [id, tag] : tags_) {
+    if (tag.properties.name == name) return id;
+  }
+  return Status(ZR3_ERR_NAME_NOT_FOUND, {});
+}
+
+Result<std::int64_t> FakeDatabase::CatalogueVersion() {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  return version_;
+}
+
+ZR3_STATUS FakeDatabase::Judge(const TagSample& record, WriteOrder order) {
+  const Result<Tag*> tag = Find(record.tag);
+  if (!tag.ok()) return tag.code();
+  const auto& [properties, records] = **tag;
+  if (properties.type != static_cast<std::int32_t>(record.sample.type)) {
+    return ZR3_ERR_TYPE_MISMATCH;
+  }
+  const bool late = !records.empty() && record.sample.time_ms < records.rbegin()->first;
+  return late && order == WriteOrder::kInOrder ? ZR3_ERR_OUT_OF_ORDER : ZR3_OK;
+}
+
+Status FakeDatabase::Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+                           std::span<std::int32_t> codes) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_order_ = order;
+  last_answer_ = answer;
+  last_batch_ = batch;
+  bool all_ok = true;
+  for (std::size_t i = 0; i < batch.size(); ++i) {
+    codes[i] = Judge(batch[i], order);
+    if (codes[i] != ZR3_OK) {
+      all_ok = false;
+    } else if (write_status_ != ZR3_OK) {
+      codes[i] = write_status_;
+    } else {
+      Sample& sample = batch[i].sample;
+      if (sample.time_ms == 0) sample.time_ms = kNowMs;
+      const std::int64_t time_ms = sample.time_ms;
+      tags_[batch[i].tag].records[time_ms] = std::move(sample);
+    }
+  }
+  if (write_status_ != ZR3_OK) return {write_status_, "as the test wants"};
+  return all_ok ? Status() : Status(ZR3_ERR_SOME_RECORDS_FAILED, {});
+}
+
+Result<Sample> FakeDatabase::ReadCurrent(TagId id) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  const Result<Tag*> tag = Find(id);
+  if (!tag.ok()) return tag.status();
+  if ((*tag)->records.empty()) return Status(ZR3_ERR_NO_RECORD, {});
+  return (*tag)->records.rbegin()->second;
+}
+
+Result<std::int64_t> FakeDatabase::CountRecords(TagId id, TimeRange range) {
+  if (count_ >= 0) return count_;
+  const auto records = ReadRecords(id, range, Direction::kForward, SIZE_MAX);
+  if (!records.ok()) return records.status();
+  return static_cast<std::int64_t>(records->size());
+}
+
+Result<std::vector<Sample>> FakeDatabase::ReadRecords(TagId id, TimeRange range,
+                                                      Direction direction, std::size_t limit) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  const Result<Tag*> tag = Find(id);
+  if (!tag.ok()) return tag.status();
+  std::vector<Sample> samples;
+  for (const auto& [time_ms, sample] : (*tag)->records) {
+    if (time_ms >= range.from_ms && time_ms <= range.to_ms) samples.push_back(sample);
+  }
+  if (direction == Direction::kBackward) std::reverse(samples.begin(), samples.end());
+  if (samples.size() > limit) samples.resize(limit);
+  return samples;
+}
+
+Result<std::int64_t> FakeDatabase::ServerTimeMs() {
+  if (Status status = Enter(); !status.ok()) return status;
+  return kNowMs;
+}
+
+Status FakeDatabase::Close() { return on_close ? on_close() : Status(); }
+
+}  // namespace zervane

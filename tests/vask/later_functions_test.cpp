@@ -1,0 +1,352 @@
+// Functions that are not offered yet: whatever is wrong with their records is told before that.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "tests/vask/connected_test.h"
+#include "zervane.h"
+
+namespace zervane {
+namespace {
+
+template <std::size_t kCapacity>
+void Overflow(char (&text)[kCapacity]) {
+  std::memset(text, 'x', kCapacity);
+}
+
+int64 Bit(int32 column) { return int64{1} << (column % 100); }
+
+class LaterFunctions : public ConnectedTest {
+ protected:
+  ZR3HANDLE handle = nullptr;
+  uint32 id = 0;
+  int32 number = 0;
+};
+
+// ---- searches ----
+
+class LaterSearches : public LaterFunctions {
+ protected:
+  void ExpectAll(int32 status) {
+    const ZR3FilterItemSet set{.nSize = size, .pItem = items};
+    const ZR3PageQueryTagParam page{.itemSet = set, .mask = {}, .nStartID = 0, .nCapacity = 1};
+    EXPECT_EQ(pt3_query_tags_cond(&set, &mask, &handle), status);
+    EXPECT_EQ(tag3_query_tags_cond(1, &set, 0, &handle), status);
+    EXPECT_EQ(tag3_query_specify_page_tags_cond(1, &page, &handle), status);
+    EXPECT_EQ(tag3_query_tag_num_cond(0, &set, &number), status);
+  }
+
+  const ZR3Mask mask{};
+  ZR3FilterItem item[2] = {};
+  ZR3FilterItem* items = item;
+  int32 size = 2;
+};
+
+TEST_F(LaterSearches, TakeRightConditions) {
+  item[1] = {ZR3_TAG_COL_CA_EXT_PROP_MAX, ZR3_RELATION_MAX, "*"};
+  ExpectAll(ZR3_ERR_NOT_SUPPORTED);
+  size = 0;
+  items = nullptr;
+  ExpectAll(ZR3_ERR_NOT_SUPPORTED);
+}
+
+TEST_F(LaterSearches, RefuseConditionsThatAreNotThere) {
+  items = nullptr;
+  ExpectAll(ZR3_ERR_NULL_ARGUMENT);
+}
+
+TEST_F(LaterSearches, RefuseANegativeNumberOfConditions) {
+  size = -1;
+  ExpectAll(ZR3_ERR_INVALID_COUNT);
+}
+
+TEST_F(LaterSearches, RefuseAValueThatDoesNotEnd) {
+  Overflow(item[1].szValue);
+  ExpectAll(ZR3_ERR_INVALID_TEXT);
+}
+
+TEST_F(LaterSearches, RefuseUnknownColumns) {
+  for (const int32 column : {-1, 36, 99, 109, 213, 300, 426, 508, INT32_MAX}) {
+    item[1].nItemID = column;
+    ExpectAll(ZR3_ERR_INVALID_ARGUMENT);
+  }
+}
+
+TEST_F(LaterSearches, RefuseUnknownRelations) {
+  for (const int32 relation : {-1, 7, 255}) {
+    item[1].nRelation = relation;
+    ExpectAll(ZR3_ERR_INVALID_ARGUMENT);
+  }
+}
+
+TEST_F(LaterSearches, RefuseClassesThatAreNone) {
+  const ZR3FilterItemSet set{};
+  const ZR3PageQueryTagParam page{};
+  ZR3CommTagProp* props = nullptr;
+  for (const int64 classes : {int64{0}, int64{1} << 7}) {
+    EXPECT_EQ(tag3_query_tags_cond(classes, &set, 0, &handle), ZR3_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(tag3_query_specify_page_tags_cond(classes, &page, &handle), ZR3_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(tag3_query_all_tags_prop(classes, &number, 0, &props, 0), ZR3_ERR_INVALID_ARGUMENT);
+  }
+  for (const int32 tag_class : {-1, 7}) {
+    EXPECT_EQ(tag3_query_tag_num_cond(tag_class, &set, &number), ZR3_ERR_INVALID_TAG_CLASS);
+  }
+}
+
+TEST_F(LaterSearches, RefuseAPageOfNegativeSize) {
+  const ZR3PageQueryTagParam page{.itemSet = {}, .mask = {}, .nStartID = 0, .nCapacity = -1};
+  EXPECT_EQ(tag3_query_specify_page_tags_cond(1, &page, &handle), ZR3_ERR_INVALID_COUNT);
+}
+
+TEST_F(LaterSearches, LeaveNoHandleBehind) {
+  const ZR3HANDLE garbage = &number;
+  const ZR3FilterItemSet set{};
+  const ZR3PageQueryTagParam page{.itemSet = {}, .mask = {}, .nStartID = 0, .nCapacity = 1};
+  const ZR3AlarmQuery query{};
+  const std::function<int32()> calls[] = {
+      [&] { return pt3_query_tags_cond(&set, &mask, &handle); },
+      [&] { return tag3_query_tags_cond(1, &set, 0, &handle); },
+      [&] { return tag3_query_specify_page_tags_cond(1, &page, &handle); },
+      [&] { return am3_query_tags_all_records(1, &id, &query, 0, &handle); },
+      [&] { return am3_query_tag_records(1, &query, 0, &handle); },
+      [&] { return am3_query_group_records(1, &query, 0, &handle); },
+      [&] { return am3_query_group_child_groups(1, &handle); },
+      [&] { return am3_query_group_child_tags(1, &handle); },
+      [&] { return sc3_query_all_users(&handle); },
+      [&] { return sc3_query_members_of_group("g", &handle); },
+      [&] { return sc3_query_all_groups(&handle); },
+      [&] { return sc3_query_groups_of_user("u", &handle); },
+      [&] { return sc3_query_all_auth_items(&handle); },
+  };
+  for (const auto& call : calls) {
+    handle = garbage;
+    EXPECT_EQ(call(), ZR3_ERR_NOT_SUPPORTED);
+    EXPECT_EQ(handle, nullptr);
+  }
+}
+
+// ---- tags of the other classes ----
+
+template <typename Record>
+struct TagFunctions;
+
+template <>
+struct TagFunctions<ZR3StatsTagProp> {
+  static constexpr auto kAdd = st3_add_tag;
+  static constexpr auto kModify = st3_modify_tag_prop;
+  static constexpr int32 kColumns = ZR3_TAG_COL_ST_EXT_PROP_MAX - ZR3_TAG_COL_ST_EXT_PROP_MIN + 1;
+};
+
+template <>
+struct TagFunctions<ZR3CalcTagProp> {
+  static constexpr auto kAdd = ca3_add_tag;
+  static constexpr auto kModify = ca3_modify_tag_prop;
+  static constexpr int32 kColumns = ZR3_TAG_COL_CA_EXT_PROP_MAX - ZR3_TAG_COL_CA_EXT_PROP_MIN + 1;
+};
+
+template <>
+struct TagFunctions<ZR3AlarmTagProp> {
+  static constexpr auto kAdd = am3_add_tag;
+  static constexpr auto kModify = am3_modify_tag_prop;
+  static constexpr int32 kColumns = ZR3_TAG_COL_AM_EXT_PROP_MAX - ZR3_TAG_COL_AM_EXT_PROP_MIN + 1;
+};
+
+template <typename Record>
+class LaterTags : public LaterFunctions {
+ protected:
+  void ExpectBoth(int32 status, const ZR3Mask& mask) {
+    EXPECT_EQ(TagFunctions<Record>::kAdd(&tag, &mask, nullptr, &this->id), status);
+    EXPECT_EQ(TagFunctions<Record>::kModify(1, &tag, &mask), status);
+  }
+
+  static constexpr int32 kLastColumn = TagFunctions<Record>::kColumns - 1;
+
+  Record tag{};
+};
+
+using LaterRecords = testing::Types<ZR3StatsTagProp, ZR3CalcTagProp, ZR3AlarmTagProp>;
+TYPED_TEST_SUITE(LaterTags, LaterRecords);
+
+TYPED_TEST(LaterTags, TakeMasksOfTheirColumns) {
+  this->ExpectBoth(ZR3_ERR_NOT_SUPPORTED, {-1, -1});
+  this->ExpectBoth(ZR3_ERR_NOT_SUPPORTED, {0, 0});
+  this->ExpectBoth(ZR3_ERR_NOT_SUPPORTED, {0, int64{1} << (TestFixture::kLastColumn)});
+}
+
+TYPED_TEST(LaterTags, RefuseMasksBeyondTheirColumns) {
+  this->ExpectBoth(ZR3_ERR_INVALID_MASK, {int64{1} << 36, 0});
+  this->ExpectBoth(ZR3_ERR_INVALID_MASK, {INT64_MIN, 0});
+  this->ExpectBoth(ZR3_ERR_INVALID_MASK, {0, int64{1} << (TestFixture::kLastColumn + 1)});
+}
+
+TYPED_TEST(LaterTags, RefuseSelectedTextsThatDoNotEnd) {
+  Overflow(this->tag.szSourceTagName);
+  this->ExpectBoth(ZR3_ERR_INVALID_TEXT, {0, -1});
+  this->ExpectBoth(ZR3_ERR_NOT_SUPPORTED, {0, 0});
+  Overflow(this->tag.szDescriptor);
+  this->ExpectBoth(ZR3_ERR_INVALID_TEXT, {-1, 0});
+  this->ExpectBoth(ZR3_ERR_NOT_SUPPORTED, {0, 0});
+}
+
+TYPED_TEST(LaterTags, AlwaysCountTheNameOnAdding) {
+  Overflow(this->tag.szTagName);
+  const ZR3Mask nothing{};
+  EXPECT_EQ(TagFunctions<TypeParam>::kAdd(&this->tag, &nothing, nullptr, &this->id),
+            ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(TagFunctions<TypeParam>::kModify(1, &this->tag, &nothing), ZR3_ERR_NOT_SUPPORTED);
+}
+
+TEST_F(LaterFunctions, KnowEveryTextOfTheExtensions) {
+  const auto refuses = [&](auto tag, auto member, int32 column) {
+    Overflow(tag.*member);
+    const ZR3Mask mask{.nCommMask = 0, .nExtMask = Bit(column)};
+    EXPECT_EQ(TagFunctions<decltype(tag)>::kModify(1, &tag, &mask), ZR3_ERR_INVALID_TEXT) << column;
+  };
+  refuses(ZR3StatsTagProp{}, &ZR3StatsTagProp::szSourceTagName, 400);
+  refuses(ZR3StatsTagProp{}, &ZR3StatsTagProp::szFilterExpr, 413);
+  refuses(ZR3CalcTagProp{}, &ZR3CalcTagProp::szCalcExpr, 502);
+  refuses(ZR3CalcTagProp{}, &ZR3CalcTagProp::szSourceTagName, 507);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szTest1, 200);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szTest2, 201);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szTest3, 202);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szTest4, 203);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szAction1, 204);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szAction2, 205);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szAction3, 206);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szAction4, 207);
+  refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szSourceTagName, 208);
+}
+
+// ---- statistics, interpolation, correction ----
+
+TEST_F(LaterFunctions, CheckTheParametersOfAStatistic) {
+  const ZR3TimeRegion right{{1, 0}, {2, 0}, 1, 1};
+  const ZR3TimeRegion wrong{{1, 0}, {2, 1000}, 1, 1};
+  const ZR3TimeRegion reversed{{2, 0}, {1, 0}, 1, 1};
+  const auto status_of = [&](const ZR3TimeRegion& region, auto&& change) {
+    ZR3TimeRegion regions[] = {right, region};
+    ZR3StRelatedParam param{};
+    param.nTimeRegionNum = 2;
+    param.pTimeRegions = regions;
+    change(param);
+    float64 value = 0;
+    return st3_tag_stats_calc(1, &param, &value);
+  };
+  using Param = ZR3StRelatedParam;
+  EXPECT_EQ(status_of(right, [](Param&) {}), ZR3_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(status_of(wrong, [](Param&) {}), ZR3_ERR_INVALID_TIME);
+  EXPECT_EQ(status_of(reversed, [](Param&) {}), ZR3_ERR_INVALID_REGION);
+  EXPECT_EQ(status_of(right, [](Param& p) { p.pTimeRegions = nullptr; }), ZR3_ERR_NULL_ARGUMENT);
+  EXPECT_EQ(status_of(right, [](Param& p) { p.nTimeRegionNum = -1; }), ZR3_ERR_INVALID_COUNT);
+  EXPECT_EQ(status_of(right, [](Param& p) { Overflow(p.szFilterExpr); }), ZR3_ERR_INVALID_TEXT);
+  for (const int32 type : {-1, 26}) {
+    EXPECT_EQ(status_of(right, [=](Param& p) { p.nStatsType = type; }), ZR3_ERR_INVALID_ARGUMENT);
+  }
+  for (const int32 type : {-1, 3}) {
+    EXPECT_EQ(status_of(right, [=](Param& p) { p.nSampleType = type; }), ZR3_ERR_INVALID_ARGUMENT);
+  }
+  for (const int32 mode : {-1, 2}) {
+    EXPECT_EQ(status_of(right, [=](Param& p) { p.nFilterFailMode = mode; }),
+              ZR3_ERR_INVALID_ARGUMENT);
+  }
+}
+
+TEST_F(LaterFunctions, CheckTheModeOfInterpolation) {
+  ZR3Record record{};
+  for (const uint8 mode : {uint8{0}, uint8{1}}) {
+    EXPECT_EQ(ar3_query_interp_records_by_mode(mode, 1, 1, &record, nullptr),
+              ZR3_ERR_NOT_SUPPORTED);
+  }
+  for (const uint8 mode : {uint8{2}, uint8{255}}) {
+    EXPECT_EQ(ar3_query_interp_records_by_mode(mode, 1, 1, &record, nullptr),
+              ZR3_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(ar3_query_tags_interp_records_by_mode(mode, 1, &id, &record, nullptr),
+              ZR3_ERR_INVALID_ARGUMENT);
+  }
+}
+
+TEST_F(LaterFunctions, CheckTheRecordOfACorrection) {
+  ZR3Record record{};
+  record.nTagType = 9;
+  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_TYPE_MISMATCH);
+  record.nTagType = ZR3_TAG_TYPE_STRING;
+  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_NULL_ARGUMENT);
+  record.nTagType = ZR3_TAG_TYPE_INT8;
+  record.nMsec = 1000;
+  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_INVALID_TIME);
+}
+
+// ---- alarms ----
+
+TEST_F(LaterFunctions, CheckTheTimesOfAnAlarmQuery) {
+  const auto expect = [&](const ZR3AlarmQuery& query, int32 status) {
+    EXPECT_EQ(am3_query_tags_all_records(1, &id, &query, 0, &handle), status);
+    EXPECT_EQ(am3_query_tag_records(1, &query, 0, &handle), status);
+    EXPECT_EQ(am3_query_group_records(1, &query, 0, &handle), status);
+  };
+  ZR3AlarmQuery query{};
+  query.tvStart = {1, 1000};
+  expect(query, ZR3_ERR_INVALID_TIME);
+  query.tvStart = {2, 0};
+  expect(query, ZR3_ERR_INVALID_REGION);
+  query.tvEnd = {-1, 999};
+  expect(query, ZR3_ERR_NOT_SUPPORTED);
+}
+
+TEST_F(LaterFunctions, CheckTheTextsOfAnAlarmGroup) {
+  for (const auto member : {&ZR3AlarmGroup::szName, &ZR3AlarmGroup::szDesc}) {
+    ZR3AlarmGroup group{};
+    Overflow(group.*member);
+    EXPECT_EQ(am3_add_group(&group, &id), ZR3_ERR_INVALID_TEXT);
+    EXPECT_EQ(am3_modify_group(1, &group), ZR3_ERR_INVALID_TEXT);
+  }
+}
+
+TEST_F(LaterFunctions, RefuseWhatIsReserved) {
+  ZR3CommTagProp* props = nullptr;
+  EXPECT_EQ(sn3_register_callback(1, &id, &number), ZR3_ERR_INVALID_ARGUMENT);
+  EXPECT_EQ(am3_register_alarm_record_info(&number), ZR3_ERR_INVALID_ARGUMENT);
+  EXPECT_EQ(tag3_query_all_tags_prop(1, &number, 0, &props, 1), ZR3_ERR_INVALID_ARGUMENT);
+}
+
+// ---- security and relay ----
+
+TEST_F(LaterFunctions, CheckTheTextsOfAUserAndAGroup) {
+  const auto user_with = [](auto member) {
+    ZR3SecUser user{};
+    Overflow(user.*member);
+    return sc3_add_user(&user);
+  };
+  EXPECT_EQ(user_with(&ZR3SecUser::szUserName), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(user_with(&ZR3SecUser::szPasswd), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(user_with(&ZR3SecUser::szUserDesc), ZR3_ERR_INVALID_TEXT);
+  const auto group_with = [](auto member) {
+    ZR3SecGroup group{};
+    Overflow(group.*member);
+    return sc3_add_group(&group);
+  };
+  EXPECT_EQ(group_with(&ZR3SecGroup::szGroupName), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(group_with(&ZR3SecGroup::szGroupDesc), ZR3_ERR_INVALID_TEXT);
+}
+
+TEST_F(LaterFunctions, TakeNamesAndPasswordsThatJustFit) {
+  const std::string name(ZR3_LEN_NAME - 1, 'n');
+  const std::string password(ZR3_LEN_PASSWORD - 1, 'p');
+  EXPECT_EQ(sc3_login(name.c_str(), password.c_str()), ZR3_ERR_NOT_SUPPORTED);
+  EXPECT_EQ(sc3_login((name + "n").c_str(), password.c_str()), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(sc3_login(name.c_str(), (password + "p").c_str()), ZR3_ERR_INVALID_TEXT);
+}
+
+TEST_F(LaterFunctions, CheckEveryTextOfARelay) {
+  constexpr std::size_t kTexts = sizeof(ZRRestCfg) / ZR3_LEN_RELAY_TEXT;
+  static_assert(kTexts == 18);
+  for (std::size_t i = 0; i < kTexts; ++i) {
+    ZRRestCfg cfg{};
+    std::memset(reinterpret_cast<char*>(&cfg) + i * ZR3_LEN_RELAY_TEXT, 'x', ZR3_LEN_RELAY_TEXT);
+    EXPECT_EQ(ut3_send_rest_info(cfg), ZR3_ERR_INVALID_TEXT) << i;
+  }
+}
+
+}  // namespace
+}  // namespace zervane

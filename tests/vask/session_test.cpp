@@ -1,0 +1,206 @@
+#include "vask/session.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/vask/fake_database.h"
+
+namespace zervane {
+namespace {
+
+const Target kServer{.kind = Target::Kind::kServer, .folder = {}, .host = "one", .port = 1};
+const Target kOther{.kind = Target::Kind::kServer, .folder = {}, .host = "two", .port = 1};
+const Target kFolder{.kind = Target::Kind::kFolder, .folder = "/plant"};
+
+// Opens a fake database; notes what it was asked for.
+struct Opener {
+  std::vector<Target> asked;
+  std::vector<ZR3_STATUS> failures;  // in order; past them it succeeds
+  std::function<Status()> on_close;
+
+  Result<std::unique_ptr<Database>> operator()(const Target& target) {
+    asked.push_back(target);
+    if (asked.size() <= failures.size()) return Status(failures[asked.size() - 1], {});
+    auto database = std::make_unique<FakeDatabase>();
+    database->on_close = on_close;
+    return Result<std::unique_ptr<Database>>(std::move(database));
+  }
+};
+
+ZR3_STATUS Connect(Session& session, const Servers& servers, Opener& opener) {
+  return session.Connect(servers, std::ref(opener)).code();
+}
+
+ZR3_STATUS Use(Session& session) {
+  return session.Hold([](Session&) { return Status(); }).code();
+}
+
+TEST(Session, IsClosedAtFirst) {
+  Session session;
+  EXPECT_EQ(Use(session), ZR3_ERR_NOT_CONNECTED);
+  EXPECT_EQ(session.Disconnect().code(), ZR3_ERR_NOT_CONNECTED);
+}
+
+TEST(Session, LastsFromConnectToDisconnect) {
+  Session session;
+  Opener opener;
+  EXPECT_EQ(Connect(session, {.primary = kFolder, .standby = {}}, opener), ZR3_OK);
+  EXPECT_EQ(Use(session), ZR3_OK);
+  EXPECT_EQ(session.Disconnect().code(), ZR3_OK);
+  EXPECT_EQ(Use(session), ZR3_ERR_NOT_CONNECTED);
+  EXPECT_EQ(Connect(session, {.primary = kServer, .standby = {}}, opener), ZR3_OK);
+  EXPECT_EQ(Use(session), ZR3_OK);
+}
+
+TEST(Session, ConnectsToTheSameServersAgainWithoutChange) {
+  Session session;
+  Opener opener;
+  const Servers servers{.primary = kServer, .standby = kOther};
+  ASSERT_EQ(Connect(session, servers, opener), ZR3_OK);
+  EXPECT_EQ(Connect(session, servers, opener), ZR3_OK);
+  EXPECT_EQ(opener.asked.size(), 1U);
+}
+
+TEST(Session, ConnectsToNoOthersBeforeItIsClosed) {
+  Session session;
+  Opener opener;
+  ASSERT_EQ(Connect(session, {.primary = kServer, .standby = {}}, opener), ZR3_OK);
+  EXPECT_EQ(Connect(session, {.primary = kOther, .standby = {}}, opener),
+            ZR3_ERR_ALREADY_CONNECTED);
+  EXPECT_EQ(Connect(session, {.primary = kServer, .standby = kOther}, opener),
+            ZR3_ERR_ALREADY_CONNECTED);
+  EXPECT_EQ(opener.asked.size(), 1U);
+  EXPECT_EQ(Use(session), ZR3_OK);
+}
+
+TEST(Session, TriesTheStandbyWhenThePrimaryCannotBeReached) {
+  Session session;
+  Opener opener;
+  opener.failures = {ZR3_ERR_CONNECT_FAILED};
+  EXPECT_EQ(Connect(session, {.primary = kServer, .standby = kFolder}, opener), ZR3_OK);
+  EXPECT_EQ(opener.asked, (std::vector<Target>{kServer, kFolder}));
+}
+
+TEST(Session, FailsWhenNeitherCanBeReached) {
+  Session session;
+  Opener opener;
+  opener.failures = {ZR3_ERR_CONNECT_FAILED, ZR3_ERR_CONNECT_FAILED};
+  EXPECT_EQ(Connect(session, {.primary = kServer, .standby = kOther}, opener),
+            ZR3_ERR_CONNECT_FAILED);
+  EXPECT_EQ(Use(session), ZR3_ERR_NOT_CONNECTED);
+}
+
+TEST(Session, DoesNotPassOverAPrimaryThatIsThereButFails) {
+  Session session;
+  Opener opener;
+  opener.failures = {ZR3_ERR_DATABASE_IN_USE};
+  EXPECT_EQ(Connect(session, {.primary = kServer, .standby = kOther}, opener),
+            ZR3_ERR_DATABASE_IN_USE);
+  EXPECT_EQ(opener.asked, std::vector<Target>{kServer});
+}
+
+TEST(Session, IsOverEvenWhenTheDatabaseClosesWithAFailure) {
+  Session session;
+  Opener opener;
+  opener.on_close = [] { return Status(ZR3_ERR_STORAGE_FULL, {}); };
+  ASSERT_EQ(Connect(session, {.primary = kFolder, .standby = {}}, opener), ZR3_OK);
+  EXPECT_EQ(session.Disconnect().code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(session.Disconnect().code(), ZR3_ERR_NOT_CONNECTED);
+  EXPECT_EQ(Use(session), ZR3_ERR_NOT_CONNECTED);
+}
+
+TEST(Session, ClosesTheDatabaseOnlyAfterTheCallsInProgress) {
+  Session session;
+  Opener opener;
+  std::atomic<bool> closed{false};
+  opener.on_close = [&] {
+    closed = true;
+    return Status();
+  };
+  ASSERT_EQ(Connect(session, {.primary = kFolder, .standby = {}}, opener), ZR3_OK);
+
+  std::atomic<bool> disconnecting{false};
+  std::thread disconnector;
+  const Status status = session.Hold([&](Session&) {
+    disconnector = std::thread([&] {
+      disconnecting = true;
+      EXPECT_EQ(session.Disconnect().code(), ZR3_OK);
+    });
+    while (!disconnecting) std::this_thread::yield();
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    EXPECT_FALSE(closed) << "closed under a call";
+    return Status();
+  });
+  EXPECT_EQ(status.code(), ZR3_OK);
+  disconnector.join();
+  EXPECT_TRUE(closed);
+}
+
+TEST(Session, IsDisconnectedHoweverBusyItsCallersAre) {
+  Session session;
+  Opener opener;
+  ASSERT_EQ(Connect(session, {.primary = kFolder, .standby = {}}, opener), ZR3_OK);
+  std::vector<std::thread> callers;
+  for (int t = 0; t < 40; ++t) {  // more than there are parts of the lock
+    callers.emplace_back([&] {
+      while (Use(session) == ZR3_OK) {
+      }
+    });
+  }
+  EXPECT_EQ(session.Disconnect().code(), ZR3_OK);
+  for (std::thread& caller : callers) caller.join();
+}
+
+class OneItem : public ItemIterator {
+ public:
+  Status Next(void*) override { return {}; }
+};
+
+TEST(Session, FreesItsHandlesWhenItIsOver) {
+  Session session;
+  Opener opener;
+  const Servers servers{.primary = kFolder, .standby = {}};
+  ASSERT_EQ(Connect(session, servers, opener), ZR3_OK);
+  ZR3HANDLE handle = nullptr;
+  const Status added = session.Hold([&](Session& held) {
+    handle = held.handles().Add(std::make_unique<OneItem>());
+    return Status();
+  });
+  ASSERT_EQ(added.code(), ZR3_OK);
+  ASSERT_EQ(session.Disconnect().code(), ZR3_OK);
+  ASSERT_EQ(Connect(session, servers, opener), ZR3_OK);
+  const Status stale =
+      session.Hold([&](Session& held) { return held.handles().Step(handle, nullptr); });
+  EXPECT_EQ(stale.code(), ZR3_ERR_INVALID_HANDLE);
+}
+
+TEST(Session, ForgetsNamesOfTheDatabaseBefore) {
+  Session session;
+  const Servers servers{.primary = kFolder, .standby = {}};
+  const auto id_in_database_with_tags = [&](std::vector<std::string> names) {
+    const Status connected =
+        session.Connect(servers, [&](const Target&) -> Result<std::unique_ptr<Database>> {
+          auto database = std::make_unique<FakeDatabase>();
+          for (const std::string& name : names) database->Add(name, TagType::kInt8);
+          return Result<std::unique_ptr<Database>>(std::move(database));
+        });
+    EXPECT_EQ(connected.code(), ZR3_OK);
+    TagId id = 0;
+    const Status found = session.Hold([&](Session& held) {
+      id = *held.cache().FindTag(held.database(), "A");
+      return Status();
+    });
+    EXPECT_EQ(found.code(), ZR3_OK);
+    EXPECT_EQ(session.Disconnect().code(), ZR3_OK);
+    return id;
+  };
+  EXPECT_EQ(id_in_database_with_tags({"A", "B"}), 1U);
+  EXPECT_EQ(id_in_database_with_tags({"B", "A"}), 2U);
+}
+
+TEST(ProcessSession, IsOne) { EXPECT_EQ(&ProcessSession(), &ProcessSession()); }
+
+}  // namespace
+}  // namespace zervane

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <utility>
+
+#include "vask/arguments.h"
+#include "vask/session.h"
+
+// The shape of every exported function: arguments checked, the session held, work done, its outcome
+// made the API's status. Nothing that is thrown on the way leaves.
+
+namespace zervane {
+
+// Logs a failure of a function, and answers its status.
+ZR3_STATUS Failed(const char* function, const Status& failure) noexcept;
+
+// The same for the exception being handled: ZR3_ERR_OUT_OF_MEMORY or ZR3_ERR_INTERNAL.
+ZR3_STATUS FailedByException(const char* function) noexcept;
+
+// The outcome of Status work() as a status, whatever happens in it.
+template <typename Work>
+int32 Guard(const char* function, Work&& work) noexcept {
+  try {
+    const Status status = work();
+    return status.ok() ? ZR3_OK : Failed(function, status);
+  } catch (...) {
+    return FailedByException(function);
+  }
+}
+
+// Carries out Status body(Session&) for a function that needs the session. Without one it is
+// ZR3_ERR_NOT_CONNECTED, with wrong arguments their fault.
+template <typename Body>
+int32 Call(const char* function, const Arguments& arguments, Body&& body) noexcept {
+  return Guard(function, [&] {
+    return ProcessSession().Hold([&](Session& session) -> Status {
+      if (!arguments.ok()) return Status(arguments.fault(), {});
+      return body(session);
+    });
+  });
+}
+
+// The answer of a function that this library does not offer yet.
+int32 Unsupported(const char* function, const Arguments& arguments) noexcept;
+
+// The same for a query: its iterator (when one is given) becomes 0, so that no caller takes what
+// stood there for a handle.
+int32 UnsupportedQuery(const char* function, const Arguments& arguments,
+                       ZR3HANDLE* iterator) noexcept;
+
+// Hands a value out to the caller, or its failure.
+template <typename T, typename Out>
+Status Deliver(const Result<T>& result, Out* out) {
+  if (!result.ok()) return result.status();
+  *out = static_cast<Out>(*result);
+  return {};
+}
+
+}  // namespace zervane

@@ -1,0 +1,67 @@
+// nt3: the connection.
+
+#include <cstdlib>
+#include <string>
+
+#include "engine/embedded.h"
+#include "vask/address.h"
+#include "vask/api.h"
+#include "vask/call.h"
+
+namespace zervane {
+namespace {
+
+std::string Variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? "" : value;
+}
+
+Environment ProcessEnvironment() {
+  return {.zervane_home = Variable("ZERVANE_HOME"),
+          .xdg_data_home = Variable("XDG_DATA_HOME"),
+          .home = Variable("HOME")};
+}
+
+Result<Servers> ReadServers(const ZR3Connection& connection) {
+  Result<Servers> servers =
+      ParseServers(connection.szAddress, connection.nPort, connection.szBakAddress,
+                   connection.nBakPort, ProcessEnvironment());
+  if (servers.ok()) servers->primary = Resolved(servers->primary);
+  return servers;
+}
+
+Result<std::unique_ptr<Database>> OpenDatabase(const Target& target) {
+  switch (target.kind) {
+    case Target::Kind::kFolder:
+      return OpenEmbeddedFolder(target.folder);
+    case Target::Kind::kMemory:
+      return OpenVolatile();
+    case Target::Kind::kServer:
+      break;
+  }
+  return Status(ZR3_ERR_CONNECT_FAILED, "server " + target.host + ", port " +
+                                            std::to_string(target.port) +
+                                            ": this library has no network client");
+}
+
+}  // namespace
+}  // namespace zervane
+
+using zervane::Arguments;
+
+int32 nt3_connect(const ZR3Connection* pConnection) {
+  return zervane::Guard(__func__, [&]() -> zervane::Status {
+    const Arguments arguments = Arguments()
+                                    .Given(pConnection)
+                                    .Text(pConnection, &ZR3Connection::szAddress)
+                                    .Text(pConnection, &ZR3Connection::szBakAddress);
+    if (!arguments.ok()) return zervane::Status(arguments.fault(), {});
+    const zervane::Result<zervane::Servers> servers = zervane::ReadServers(*pConnection);
+    if (!servers.ok()) return servers.status();
+    return zervane::ProcessSession().Connect(*servers, zervane::OpenDatabase);
+  });
+}
+
+int32 nt3_disconnect() {
+  return zervane::Guard(__func__, [] { return zervane::ProcessSession().Disconnect(); });
+}

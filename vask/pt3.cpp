@@ -1,0 +1,59 @@
+// pt3: point tags and tag types.
+
+#include "vask/api.h"
+#include "vask/call.h"
+#include "vask/search_arguments.h"
+#include "vask/tag_properties.h"
+
+using zervane::Arguments;
+using zervane::Call;
+using zervane::Deliver;
+using zervane::PropertyMask;
+using zervane::Result;
+using zervane::Session;
+using zervane::Status;
+using zervane::TagProperties;
+using zervane::UnsupportedQuery;
+
+// The node's name is accepted as it is: the embedded database has one node.
+int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
+                  uint32* pTagID) {
+  return Call(__func__, Arguments().Given(pProp, pMask, pTagID), [&](Session& session) -> Status {
+    const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
+    const Result<TagProperties> properties = zervane::ReadPointTag(*pProp, mask);
+    if (!properties.ok()) return properties.status();
+    return Deliver(session.database().AddTag(*properties, mask), pTagID);
+  });
+}
+
+int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
+  return Call(__func__, Arguments().Given(pProp, pMask), [&](Session& session) -> Status {
+    const PropertyMask mask = zervane::ReadMask(*pMask);
+    const Result<TagProperties> properties = zervane::ReadPointTag(*pProp, mask);
+    if (!properties.ok()) return properties.status();
+    return session.database().ModifyTag(nTagID, ZR3_TAG_CLASS_BASIC, *properties, mask);
+  });
+}
+
+int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
+  return Call(__func__, Arguments().Given(pProp), [&](Session& session) -> Status {
+    const Result<TagProperties> properties = session.database().GetTag(nTagID);
+    if (!properties.ok()) return properties.status();
+    if (properties->tag_class != ZR3_TAG_CLASS_BASIC) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
+    zervane::FillPointTag(*properties, pProp);
+    return {};
+  });
+}
+
+int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
+  return Call(__func__, Arguments().Given(pTagType), [&](Session& session) {
+    return Deliver(session.database().GetTagType(nTagID), pTagType);
+  });
+}
+
+int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
+                          ZR3HANDLE* pIterator) {
+  Arguments arguments;
+  arguments.Given(pItemSet, pMask, pIterator);
+  return UnsupportedQuery(__func__, zervane::CheckFilter(arguments, pItemSet), pIterator);
+}

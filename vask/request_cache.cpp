@@ -1,0 +1,48 @@
+#include "vask/request_cache.h"
+
+#include <mutex>
+#include <shared_mutex>
+
+namespace zervane {
+
+void RequestCache::SetCapacity(std::size_t capacity) {
+  const std::unique_lock lock(mutex_);
+  capacity_ = capacity;
+  if (ids_.size() > capacity) ids_.clear();
+}
+
+Result<TagId> RequestCache::FindTag(Database& database, std::string_view name) {
+  if (capacity_ == 0) return database.FindTag(name);
+  const Result<std::int64_t> version = database.CatalogueVersion();
+  if (!version.ok()) return version.status();
+  {
+    const std::shared_lock lock(mutex_);
+    const auto kept = ids_.find(name);
+    if (version_ == *version && kept != ids_.end()) return kept->second;
+  }
+  Result<TagId> id = database.FindTag(name);
+  if (id.ok()) Keep(name, *id, *version);
+  return id;
+}
+
+void RequestCache::Clear() {
+  const std::unique_lock lock(mutex_);
+  ids_.clear();
+  version_ = kNoVersion;
+}
+
+std::size_t RequestCache::size() {
+  const std::shared_lock lock(mutex_);
+  return ids_.size();
+}
+
+void RequestCache::Keep(std::string_view name, TagId id, std::int64_t version) {
+  const std::unique_lock lock(mutex_);
+  if (version < version_) return;  // another thread has seen a later catalogue
+  const std::size_t capacity = capacity_;
+  if (version > version_ || ids_.size() >= capacity) ids_.clear();
+  version_ = version;
+  if (capacity > 0) ids_.insert_or_assign(std::string(name), id);
+}
+
+}  // namespace zervane

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "vask/arguments.h"
+
+namespace zervane {
+
+// The conditions of a search, given by now: ZR3_ERR_NULL_ARGUMENT, ZR3_ERR_INVALID_COUNT,
+// ZR3_ERR_INVALID_TEXT, ZR3_ERR_INVALID_ARGUMENT for an unknown column or relation.
+Arguments& CheckFilter(Arguments& arguments, const ZR3FilterItemSet* filter);
+
+// The classes of a search: at least one must be selected. ZR3_ERR_INVALID_ARGUMENT.
+Arguments& CheckClassMask(Arguments& arguments, int64 class_mask);
+
+}  // namespace zervane

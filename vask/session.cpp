@@ -1,0 +1,43 @@
+#include "vask/session.h"
+
+#include <mutex>
+#include <utility>
+
+namespace zervane {
+namespace {
+
+Result<std::unique_ptr<Database>> OpenEither(const Servers& servers, const DatabaseOpener& open) {
+  Result<std::unique_ptr<Database>> primary = open(servers.primary);
+  if (primary.code() != ZR3_ERR_CONNECT_FAILED || !servers.standby) return primary;
+  return open(*servers.standby);
+}
+
+}  // namespace
+
+Status Session::Connect(const Servers& servers, const DatabaseOpener& open) {
+  const std::unique_lock lock(mutex_);
+  if (database_ != nullptr) {
+    return servers == servers_ ? Status() : Status(ZR3_ERR_ALREADY_CONNECTED, {});
+  }
+  Result<std::unique_ptr<Database>> opened = OpenEither(servers, open);
+  if (!opened.ok()) return opened.status();
+  servers_ = servers;
+  database_ = *std::move(opened);
+  return {};
+}
+
+Status Session::Disconnect() {
+  const std::unique_lock lock(mutex_);
+  if (database_ == nullptr) return Status(ZR3_ERR_NOT_CONNECTED, {});
+  handles_.Clear();
+  cache_.Clear();
+  const std::unique_ptr<Database> database = std::move(database_);
+  return database->Close();
+}
+
+Session& ProcessSession() {
+  static Session& session = *new Session;
+  return session;
+}
+
+}  // namespace zervane

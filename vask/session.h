@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <shared_mutex>
+
+#include "engine/database.h"
+#include "vask/address.h"
+#include "vask/distributed_shared_mutex.h"
+#include "vask/handle_table.h"
+#include "vask/request_cache.h"
+
+namespace zervane {
+
+// Opens the database that a target names; ZR3_ERR_CONNECT_FAILED when it cannot be reached.
+using DatabaseOpener = std::function<Result<std::unique_ptr<Database>>(const Target&)>;
+
+// The connection to a database and what callers hold of it. Calls share the session, connecting and
+// disconnecting have it alone: a database stays open for as long as a call works on it.
+class Session {
+ public:
+  // Opens the primary or, when that cannot be reached, the standby. Connected to the same servers
+  // already: changes nothing. ZR3_ERR_ALREADY_CONNECTED when connected to others.
+  Status Connect(const Servers& servers, const DatabaseOpener& open);
+
+  // Waits for the calls in progress, frees every handle and closes the database; the session is
+  // over whatever the database's status. ZR3_ERR_NOT_CONNECTED.
+  Status Disconnect();
+
+  // Status body(Session&), with the session held for as long as it takes; ZR3_ERR_NOT_CONNECTED
+  // without one. The body must not connect, disconnect or ask for the session again.
+  template <typename Body>
+  Status Hold(Body&& body) {
+    const std::shared_lock lock(mutex_);
+    if (database_ == nullptr) return Status(ZR3_ERR_NOT_CONNECTED, {});
+    return body(*this);
+  }
+
+  // For the body of Hold.
+  Database& database() { return *database_; }
+  HandleTable& handles() { return handles_; }
+  RequestCache& cache() { return cache_; }
+
+ private:
+  DistributedSharedMutex mutex_;  // guards database_ (the pointer) and servers_
+  std::unique_ptr<Database> database_;
+  Servers servers_;
+  HandleTable handles_;
+  RequestCache cache_;
+};
+
+// The process's one session. It outlives every thread: some may still be calling when the process
+// ends, which closes an open database as abruptly as a crash would.
+Session& ProcessSession();
+
+}  // namespace zervane

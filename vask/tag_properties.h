@@ -1,0 +1,28 @@
+#pragma once
+
+#include "engine/catalogue/tag.h"
+#include "engine/status.h"
+#include "zr3Struct.h"
+
+// The C records of tag properties, to and from the domain. Every tag record begins with the members
+// of ZR3CommTagProp.
+
+namespace zervane {
+
+PropertyMask ReadMask(const ZR3Mask& mask);
+
+// The mask of a tag that is added: its name always counts.
+PropertyMask ReadMaskToAdd(const ZR3Mask& mask);
+
+// The selected properties; nothing else of the record is looked at, so that may be garbage. The
+// others have their defaults. ZR3_ERR_INVALID_TEXT when a selected text does not end within its
+// array. Bits for which there is no property are ignored here.
+Result<TagProperties> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask);
+
+// The same for the members that all tag records begin with; `record` is any of them.
+Result<TagProperties> ReadCommonProperties(const void* record, PropertyMask mask);
+
+// Fills the whole record, padding included.
+void FillPointTag(const TagProperties& properties, ZR3PtTagProp* record);
+
+}  // namespace zervane
