@@ -137,6 +137,12 @@ void CopyOutstanding(Sizes* sizes) {
   for (size_t i = 0; i < sizes->count; ++i) sizes->bytes[i] = outstanding[i].size;
 }
 
+const void* OutstandingBlock(size_t index) {
+  const Lock lock;
+  const size_t count = outstanding_count.load(std::memory_order_relaxed);
+  return index < count ? outstanding[index].address : nullptr;
+}
+
 }  // namespace zervane::probe
 
 __attribute__((visibility("default"))) int64_t zervane_offset_in_block(const void* address) {

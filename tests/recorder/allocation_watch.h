@@ -39,6 +39,9 @@ void CopyRequested(Sizes* sizes);
 // What of it is left.
 void CopyOutstanding(Sizes* sizes);
 
+// The index-th block that is left, counted as above from 0; null when there are fewer.
+const void* OutstandingBlock(size_t index);
+
 }  // namespace zervane::probe
 
 // Where an address stands within the outstanding block that it belongs to, or -1 when it belongs to

@@ -56,6 +56,18 @@ JNIEXPORT jlongArray JNICALL Java_com_talvoro_zrjni_bridge_AllocationProbe_outst
   return ToJava(env, zervane::probe::CopyOutstanding);
 }
 
+// The beginning of the index-th block that is left.
+JNIEXPORT jbyteArray JNICALL Java_com_talvoro_zrjni_bridge_AllocationProbe_content(JNIEnv* env,
+                                                                                   jclass,
+                                                                                   jint index,
+                                                                                   jint size) {
+  const void* const block = zervane::probe::OutstandingBlock(static_cast<size_t>(index));
+  if (block == nullptr) return nullptr;
+  const jbyteArray result = env->NewByteArray(size);
+  env->SetByteArrayRegion(result, 0, size, static_cast<const jbyte*>(block));
+  return result;
+}
+
 // Sends the process's standard output to a file from now on.
 JNIEXPORT jboolean JNICALL Java_com_talvoro_zrjni_bridge_NativeOutput_redirect(JNIEnv* env, jclass,
                                                                                jstring path) {

@@ -37,6 +37,14 @@ final class AllocationProbe {
   /** Those of them that are not freed, in order. */
   static native long[] outstanding();
 
+  /** The content of the index-th block that is not freed; null when there is none. */
+  static byte[] content(int index) {
+    long[] sizes = outstanding();
+    return index < sizes.length ? content(index, (int) sizes[index]) : null;
+  }
+
+  private static native byte[] content(int index, int size);
+
   private static boolean isPreloaded() {
     Jni_Zervane.connectEx(null, 0, null, 0);
     boolean seen = requested().length > 0;

@@ -70,7 +70,7 @@ class SnapshotSubscriptionTest extends BridgeTest {
     }
 
     @Test
-    void withoutMemoryFailsBeforeAnyCall() {
+    void withoutMemoryForTheIdentifiersFailsBeforeAnyCall() {
       AllocationProbe.failRequest(1);
       assertEquals(-1, Jni_Zervane.registerSnCallback(1, new int[1]));
       AllocationProbe.failRequest(1);
@@ -109,14 +109,14 @@ class SnapshotSubscriptionTest extends BridgeTest {
     }
 
     @Test
-    void withoutMemoryFailsBeforeAnyCall() {
+    void withoutMemoryForThePairsFailsBeforeAnyCall() {
       AllocationProbe.failRequest(1);
       assertEquals(-1, Jni_Zervane.register_rest(1, new TagInfoWithField[] {field(1, 2)}));
     }
 
     @MismatchedAccessor
     @Test
-    void withoutMemoryFailsBeforeAnyCallWhenUnregistering() {
+    void withoutMemoryForThePairsFailsWhenUnregistering() {
       AllocationProbe.failRequest(1);
       assertEquals(-1, Jni_Zervane.unregister_rest(1, new TagInfoWithField[] {field(1, 2)}));
     }
@@ -247,7 +247,7 @@ class SnapshotSubscriptionTest extends BridgeTest {
     }
 
     @Test
-    void withoutMemoryFailsBeforeAnyCall() {
+    void withoutMemoryForTheHolderFailsBeforeAnyCall() {
       AllocationProbe.failRequest(1);
       LongWrapper handle = Holders.ofLong();
       assertEquals(-1, Jni_Zervane.getRegisterTagSnHandle(handle));

@@ -1,15 +1,19 @@
 package com.talvoro.zrjni.bridge;
 
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
 import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.ZRJniRecord;
+import java.nio.charset.StandardCharsets;
+import java.util.Arrays;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
 import org.junit.jupiter.params.provider.NullAndEmptySource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 /** The conversion of texts, through one method for each direction; the system encoding is UTF-8. */
 @DisplayName("Texts")
@@ -43,6 +47,17 @@ class TextTest extends BridgeTest {
     Jni_Zervane.queryTagID("cut\0short");
     assertCalls(call("tag3_query_id_by_name").with("szTagName", ""));
     assertAllocated(9 * 4 + 1);
+  }
+
+  /** Seen in the standby address, whose buffer stays allocated. */
+  @ParameterizedTest
+  @ValueSource(strings = {"", "ab", "\u6f22\ud83d\ude00"})
+  void goThroughABufferThatIsZeroedBeforehand(String text) {
+    Jni_Zervane.connectEx(null, 0, text, 0);
+    Recorder.takeCalls();
+    byte[] converted = text.getBytes(StandardCharsets.UTF_8);
+    assertArrayEquals(Arrays.copyOf(converted, (int) textBuffer(text)), AllocationProbe.content(0));
+    assertLeft(textBuffer(text));
   }
 
   @ParameterizedTest
