@@ -6,6 +6,8 @@ import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.LongWrapper;
 import com.talvoro.zrjni.ZRJniAlarmRecord;
 import com.talvoro.zrjni.ZrAlarmQuery;
+import java.util.function.ToIntBiFunction;
+import java.util.function.ToIntFunction;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Nested;
 import org.junit.jupiter.api.Test;
@@ -32,85 +34,68 @@ class AlarmQueryTest extends BridgeTest {
         .set("nRestoreMask", query.nRestoreMask);
   }
 
-  private static ExpectedCall ofTags(ZrAlarmQuery query) {
-    return rest(
-        call("am3_query_tags_all_records").with("nTagNum", 2).with("pTagIDs", new int[] {11, -12}),
-        query);
-  }
-
-  private static ExpectedCall ofTag(ZrAlarmQuery query) {
-    return rest(call("am3_query_tag_records").with("nTagID", 0xffff_fffeL), query);
-  }
-
-  private static ExpectedCall ofGroup(ZrAlarmQuery query) {
-    return rest(call("am3_query_group_records").with("nGroupID", 0xffff_fffeL), query);
-  }
-
-  private static ExpectedCall rest(ExpectedCall call, ZrAlarmQuery query) {
-    return call.with("pQuery", sent(query)).with("nPropMask", MASK);
-  }
-
-  private static final long[] IDENTIFIERS = {2 * 4};
-  private static final long[] NOTHING = {};
+  private static final String QUERY_TAGS = "am3_query_tags_all_records";
+  private static final String QUERY_TAG = "am3_query_tag_records";
+  private static final String QUERY_GROUP = "am3_query_group_records";
 
   /** The methods that write the handle into a holder. */
   enum WithHolder {
-    OF_TAGS("am3_query_tags_all_records", IDENTIFIERS) {
-      @Override
-      int query(ZrAlarmQuery query, LongWrapper holder) {
-        return Jni_Zervane.queryAllAlarmRecordsHandle(TAGS, 2, query, MASK, holder);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofTags(query);
-      }
-    },
-    OF_TAGS_EX("am3_query_tags_all_records", IDENTIFIERS) {
-      @Override
-      int query(ZrAlarmQuery query, LongWrapper holder) {
-        return Jni_Zervane.queryAllAlarmRecordsEx(TAGS, 2, query, MASK, holder);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofTags(query);
-      }
-    },
-    OF_TAG("am3_query_tag_records", NOTHING) {
-      @Override
-      int query(ZrAlarmQuery query, LongWrapper holder) {
-        return Jni_Zervane.queryAlarmRecordsEx(-2, query, MASK, holder);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofTag(query);
-      }
-    },
-    OF_GROUP("am3_query_group_records", NOTHING) {
-      @Override
-      int query(ZrAlarmQuery query, LongWrapper holder) {
-        return Jni_Zervane.queryAlarmGroupRecordsEx(-2, query, MASK, holder);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofGroup(query);
-      }
-    };
+    OF_TAGS(
+        QUERY_TAGS,
+        (query, holder) -> Jni_Zervane.queryAllAlarmRecordsHandle(TAGS, 2, query, MASK, holder)),
+    OF_TAGS_EX(
+        QUERY_TAGS,
+        (query, holder) -> Jni_Zervane.queryAllAlarmRecordsEx(TAGS, 2, query, MASK, holder)),
+    OF_TAG(QUERY_TAG, (query, holder) -> Jni_Zervane.queryAlarmRecordsEx(-2, query, MASK, holder)),
+    OF_GROUP(
+        QUERY_GROUP,
+        (query, holder) -> Jni_Zervane.queryAlarmGroupRecordsEx(-2, query, MASK, holder));
 
     final String function;
-    final long[] allocated;
+    private final ToIntBiFunction<ZrAlarmQuery, LongWrapper> method;
 
-    WithHolder(String function, long[] allocated) {
+    WithHolder(String function, ToIntBiFunction<ZrAlarmQuery, LongWrapper> method) {
       this.function = function;
-      this.allocated = allocated;
+      this.method = method;
     }
 
-    abstract int query(ZrAlarmQuery query, LongWrapper holder);
+    int query(ZrAlarmQuery query, LongWrapper holder) {
+      return method.applyAsInt(query, holder);
+    }
+  }
 
-    abstract ExpectedCall expected(ZrAlarmQuery query);
+  /** The methods that return the handle. */
+  enum Returning {
+    OF_TAGS(QUERY_TAGS, query -> Jni_Zervane.queryAllAlarmRecords(TAGS, 2, query, MASK)),
+    OF_TAG(QUERY_TAG, query -> Jni_Zervane.queryAlarmRecords(-2, query, MASK)),
+    OF_GROUP(QUERY_GROUP, query -> Jni_Zervane.queryAlarmGroupRecords(-2, query, MASK));
+
+    final String function;
+    private final ToIntFunction<ZrAlarmQuery> method;
+
+    Returning(String function, ToIntFunction<ZrAlarmQuery> method) {
+      this.function = function;
+      this.method = method;
+    }
+
+    int query(ZrAlarmQuery query) {
+      return method.applyAsInt(query);
+    }
+  }
+
+  /** The call that a query makes; what it allocates for that is the identifiers alone. */
+  private static ExpectedCall expected(String function, ZrAlarmQuery query) {
+    ExpectedCall call = call(function);
+    switch (function) {
+      case QUERY_TAGS -> call.with("nTagNum", 2).with("pTagIDs", new int[] {11, -12});
+      case QUERY_TAG -> call.with("nTagID", 0xffff_fffeL);
+      default -> call.with("nGroupID", 0xffff_fffeL);
+    }
+    return call.with("pQuery", sent(query)).with("nPropMask", MASK);
+  }
+
+  private static void assertAllocatedBy(String function) {
+    assertAllocated(function.equals(QUERY_TAGS) ? new long[] {2 * 4} : new long[0]);
   }
 
   @ParameterizedTest
@@ -123,8 +108,8 @@ class AlarmQueryTest extends BridgeTest {
         LongWrapper holder = Holders.ofLong();
         assertEquals(status, method.query(query, holder));
         assertEquals(HANDLE, holder.Value);
-        assertCalls(method.expected(query));
-        assertAllocated(method.allocated);
+        assertCalls(expected(method.function, query));
+        assertAllocatedBy(method.function);
         AllocationProbe.reset();
       }
     }
@@ -137,59 +122,7 @@ class AlarmQueryTest extends BridgeTest {
     query.nAckMask = given;
     Jni_Zervane.queryAlarmRecordsEx(-2, query, MASK, Holders.ofLong());
     assertCalls(
-        call("am3_query_tag_records")
-            .with("nTagID", 0xffff_fffeL)
-            .with("pQuery", sent(new ZrAlarmQuery()).set("nAckMask", sent))
-            .with("nPropMask", MASK));
-  }
-
-  /** The methods that return the handle. */
-  enum Returning {
-    OF_TAGS("am3_query_tags_all_records", IDENTIFIERS) {
-      @Override
-      int query(ZrAlarmQuery query) {
-        return Jni_Zervane.queryAllAlarmRecords(TAGS, 2, query, MASK);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofTags(query);
-      }
-    },
-    OF_TAG("am3_query_tag_records", NOTHING) {
-      @Override
-      int query(ZrAlarmQuery query) {
-        return Jni_Zervane.queryAlarmRecords(-2, query, MASK);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofTag(query);
-      }
-    },
-    OF_GROUP("am3_query_group_records", NOTHING) {
-      @Override
-      int query(ZrAlarmQuery query) {
-        return Jni_Zervane.queryAlarmGroupRecords(-2, query, MASK);
-      }
-
-      @Override
-      ExpectedCall expected(ZrAlarmQuery query) {
-        return ofGroup(query);
-      }
-    };
-
-    final String function;
-    final long[] allocated;
-
-    Returning(String function, long[] allocated) {
-      this.function = function;
-      this.allocated = allocated;
-    }
-
-    abstract int query(ZrAlarmQuery query);
-
-    abstract ExpectedCall expected(ZrAlarmQuery query);
+        expected(QUERY_TAG, query).with("pQuery", sent(new ZrAlarmQuery()).set("nAckMask", sent)));
   }
 
   @ParameterizedTest
@@ -200,12 +133,12 @@ class AlarmQueryTest extends BridgeTest {
     assertEquals(0x89ab_cdef, method.query(query));
     answer(method.function, out("pIterator", 5L));
     assertEquals(5, method.query(query));
-    assertCalls(method.expected(query), method.expected(query));
+    assertCalls(expected(method.function, query), expected(method.function, query));
     AllocationProbe.reset();
     answer(method.function, FAILURE, out("pIterator", 5L));
     assertEquals(-1, method.query(query));
-    assertCalls(method.expected(query));
-    assertAllocated(method.allocated);
+    assertCalls(expected(method.function, query));
+    assertAllocatedBy(method.function);
   }
 
   @Test

@@ -2,9 +2,11 @@ package com.talvoro.zrjni.bridge;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertNotNull;
 import static org.junit.jupiter.api.Assertions.assertNotSame;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertSame;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.ZRJniRecord;
@@ -276,6 +278,17 @@ class SnapshotReadTest extends BridgeTest {
           status, Jni_Zervane.querySnapShots(new int[0], 0, new ZRJniRecord[0], new int[0]));
       assertCalls(readCall(new int[0]));
       assertAllocated(0, 0, 0);
+    }
+
+    @Test
+    void intoAnArrayThatIsTooShortRaisesTheVirtualMachinesOwnException() {
+      RecordBatch.answerTypes(TypedValue.INT8, TypedValue.INT8);
+      ZRJniRecord[] records = new ZRJniRecord[1];
+      assertThrows(
+          ArrayIndexOutOfBoundsException.class,
+          () -> Jni_Zervane.querySnapShots(new int[] {5, 6}, 2, records, new int[2]));
+      assertNotNull(records[0]);
+      Recorder.takeCalls();
     }
 
     @ParameterizedTest(name = "allocation {0}")

@@ -3,8 +3,10 @@ package com.talvoro.zrjni.bridge;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertNotEquals;
+import static org.junit.jupiter.api.Assertions.assertNotNull;
 import static org.junit.jupiter.api.Assertions.assertNotSame;
 import static org.junit.jupiter.api.Assertions.assertSame;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.LongWrapper;
@@ -204,6 +206,18 @@ class SnapshotSubscriptionTest extends BridgeTest {
       assertArrayEquals(new ZRJniRecord[1], records);
       Jni_Zervane.freeRegisterTagSnHandle(handle);
       assertCalls(POLL, release(0, 1, 2));
+    }
+
+    @Test
+    void storesTheIdentifiersLastAndTrustsTheirArray() {
+      long handle = poll(TypedValue.INT8.answered(1));
+      ZRJniRecord[] records = new ZRJniRecord[1];
+      assertThrows(
+          ArrayIndexOutOfBoundsException.class,
+          () -> Jni_Zervane.getRegisterTagSn(handle, new int[0], records));
+      assertNotNull(records[0]);
+      Jni_Zervane.freeRegisterTagSnHandle(handle);
+      assertCalls(POLL, release(1, 1, 2));
     }
 
     @Test

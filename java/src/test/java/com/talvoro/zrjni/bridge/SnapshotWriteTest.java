@@ -16,12 +16,16 @@ class SnapshotWriteTest extends BridgeTest {
   private static final int TAG = -7;
 
   private static ExpectedCall[] saveCalls(TypedValue value, ZRJniRecord record) {
+    return saveCalls(value.sent(record, ApiRecord.uncleared()));
+  }
+
+  private static ExpectedCall[] saveCalls(ApiRecord record) {
     return RecordBatch.inOrder(
         RecordBatch.typeCalls(TAG),
         RecordBatch.then(
             call("sn3_save_snapshot")
                 .with("nTagID", TAG & 0xffff_ffffL)
-                .withRecords("pRecord", value.sent(record, ApiRecord.uncleared()))));
+                .withRecords("pRecord", record)));
   }
 
   @ParameterizedTest
@@ -54,13 +58,7 @@ class SnapshotWriteTest extends BridgeTest {
     Jni_Zervane.saveSnapShot(TAG, (byte) 0, record);
     ApiRecord expected =
         ApiRecord.uncleared().time(0, 0).set("nQuality", sent).type(0).set("nInt8", 0);
-    assertCalls(
-        RecordBatch.inOrder(
-            RecordBatch.typeCalls(TAG),
-            RecordBatch.then(
-                call("sn3_save_snapshot")
-                    .with("nTagID", TAG & 0xffff_ffffL)
-                    .withRecords("pRecord", expected))));
+    assertCalls(saveCalls(expected));
   }
 
   @ParameterizedTest
@@ -85,13 +83,7 @@ class SnapshotWriteTest extends BridgeTest {
             .time(record.nSec, record.nMsec)
             .set("nQuality", record.nQuality)
             .type(type);
-    assertCalls(
-        RecordBatch.inOrder(
-            RecordBatch.typeCalls(TAG),
-            RecordBatch.then(
-                call("sn3_save_snapshot")
-                    .with("nTagID", TAG & 0xffff_ffffL)
-                    .withRecords("pRecord", expected))));
+    assertCalls(saveCalls(expected));
   }
 
   @ParameterizedTest(name = "\"{0}\" has length {1}")
@@ -124,13 +116,7 @@ class SnapshotWriteTest extends BridgeTest {
     Jni_Zervane.saveSnapShot(TAG, (byte) 6, record);
     ApiRecord expected =
         ApiRecord.uncleared().time(0, 0).set("nQuality", 0).type(6).buffer("xxxxx".getBytes());
-    assertCalls(
-        RecordBatch.inOrder(
-            RecordBatch.typeCalls(TAG),
-            RecordBatch.then(
-                call("sn3_save_snapshot")
-                    .with("nTagID", TAG & 0xffff_ffffL)
-                    .withRecords("pRecord", expected))));
+    assertCalls(saveCalls(expected));
   }
 
   @ParameterizedTest(name = "{0} bytes are sent as {1}")
