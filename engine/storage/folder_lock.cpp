@@ -12,25 +12,10 @@
 #include <system_error>
 #include <utility>
 
+#include "engine/storage/system_status.h"
+
 namespace zervane::storage {
 namespace {
-
-ZR3_STATUS CodeOf(int error) {
-  switch (error) {
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      return ZR3_ERR_STORAGE_READ_ONLY;
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-      return ZR3_ERR_STORAGE_FULL;
-    case ENOMEM:
-      return ZR3_ERR_OUT_OF_MEMORY;
-    default:
-      return ZR3_ERR_STORAGE_FAILED;
-  }
-}
 
 // The missing folders of the path, each for its owner only.
 Status MakeFolder(const std::filesystem::path& folder) {
@@ -61,10 +46,6 @@ void NameHolder(int file) {
 }
 
 }  // namespace
-
-Status SystemStatus(int error, const std::string& doing) {
-  return Status(CodeOf(error), doing + ": " + std::generic_category().message(error));
-}
 
 Result<FolderLock> FolderLock::Take(const std::filesystem::path& folder) {
   if (Status status = MakeFolder(folder); !status.ok()) return status;

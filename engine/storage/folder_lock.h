@@ -26,7 +26,4 @@ class FolderLock {
   int file_;  // -1 once moved from
 };
 
-// The status of a file operation that failed with an error number of the system.
-Status SystemStatus(int error, const std::string& doing);
-
 }  // namespace zervane::storage

@@ -9,14 +9,10 @@
 #include "engine/storage/record_check.h"
 #include "engine/storage/series.h"
 #include "engine/storage/store.h"
+#include "engine/storage/writer_first_mutex.h"
 
-namespace zervane {
+namespace zervane::storage {
 namespace {
-
-using storage::CopyWithin;
-using storage::Guarded;
-using storage::PartWithin;
-using storage::Series;
 
 struct StoredTag {
   TagProperties properties;
@@ -67,7 +63,7 @@ class MemoryStore final : public Store {
 
   Status Append(std::span<const AcceptedSample> records) override {
     return Guarded([&]() -> Status {
-      if (Status status = storage::CheckRecords(records); !status.ok()) return status;
+      if (Status status = CheckRecords(records); !status.ok()) return status;
       const std::unique_lock lock(mutex_);
       for (const AcceptedSample& record : records) {
         const auto tag = tags_.find(record.tag);
@@ -105,14 +101,17 @@ class MemoryStore final : public Store {
     return tag == tags_.end() ? empty : tag->second.archive;
   }
 
-  mutable std::shared_mutex mutex_;  // guards all that follows
+  mutable WriterFirstMutex mutex_;  // guards all that follows
   std::map<TagId, StoredTag> tags_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;
 };
 
 }  // namespace
+}  // namespace zervane::storage
 
-std::unique_ptr<Store> OpenMemoryStore() { return std::make_unique<MemoryStore>(); }
+namespace zervane {
+
+std::unique_ptr<Store> OpenMemoryStore() { return std::make_unique<storage::MemoryStore>(); }
 
 }  // namespace zervane

@@ -11,6 +11,7 @@
 
 #include "engine/storage/series.h"
 #include "engine/storage/store.h"
+#include "engine/storage/writer_first_mutex.h"
 
 namespace zervane::storage {
 
@@ -46,7 +47,7 @@ class Pending {
   std::vector<TagSample> CurrentValues() const;
 
  private:
-  mutable std::shared_mutex mutex_;  // guards tags_; the changing thread reads without it
+  mutable WriterFirstMutex mutex_;  // guards tags_; the changing thread reads without it
   PendingTags tags_;
 };
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "engine/storage/folder_lock.h"
+#include "engine/storage/system_status.h"
 
 namespace zervane::storage {
 namespace {
@@ -54,7 +54,9 @@ int SystemError(sqlite3* connection) {
 
 Status SqliteStatus(int result, sqlite3* connection, std::string_view doing) {
   const char* cause = connection == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(connection);
-  std::string message = fmt::format("{}: {} (SQLite result {})", doing, cause, result);
+  constexpr std::size_t kEnough = 100;  // of a statement's text to tell which it is
+  std::string message =
+      fmt::format("{}: {} (SQLite result {})", doing.substr(0, kEnough), cause, result);
   const bool by_system = (result & 0xFF) == SQLITE_IOERR || (result & 0xFF) == SQLITE_CANTOPEN;
   const int error = by_system && connection != nullptr ? SystemError(connection) : 0;
   if (error != 0) return SystemStatus(error, message);

@@ -19,10 +19,8 @@
 #include "engine/storage/sqlite.h"
 #include "engine/storage/tag_table.h"
 
-namespace zervane {
+namespace zervane::storage {
 namespace {
-
-using namespace storage;  // NOLINT: this class is what the folder's parts are for
 
 std::size_t WeightOf(std::span<const AcceptedSample> records) {
   std::size_t bytes = records.size() * kPendingRecordBytes;
@@ -295,6 +293,9 @@ Result<std::unique_ptr<Store>> DoOpen(const std::filesystem::path& folder,
 }
 
 }  // namespace
+}  // namespace zervane::storage
+
+namespace zervane {
 
 Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder) {
   return OpenSqliteStore(folder, SqliteStoreOptions());
@@ -302,7 +303,7 @@ Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& fold
 
 Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
                                                const SqliteStoreOptions& options) {
-  return storage::Guarded([&] { return DoOpen(folder, options); });
+  return storage::Guarded([&] { return storage::DoOpen(folder, options); });
 }
 
 }  // namespace zervane
