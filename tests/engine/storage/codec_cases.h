@@ -1,0 +1,113 @@
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "engine/storage/store.h"
+
+// Records that the codecs' suites share.
+namespace zervane::storage {
+
+inline std::string Bytes(std::string_view hex) {
+  std::string bytes;
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    bytes.push_back(static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16)));
+  }
+  return bytes;
+}
+
+inline std::string Hex(std::string_view bytes) {
+  std::string hex;
+  for (const char c : bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    hex += kDigits[static_cast<std::uint8_t>(c) >> 4];
+    hex += kDigits[static_cast<std::uint8_t>(c) & 15];
+  }
+  return hex;
+}
+
+inline Sample At(std::int64_t time_ms, std::uint16_t quality, TagType type, Value value) {
+  return {.time_ms = time_ms, .quality = quality, .type = type, .value = std::move(value)};
+}
+
+struct ValuesCase {
+  const char* name;
+  TagType type;
+  std::vector<Value> values;
+};
+
+inline const std::string kEveryByte = [] {
+  std::string bytes;
+  for (int i = 0; i < 256; ++i) bytes.push_back(static_cast<char>(i));
+  return bytes;
+}();
+
+using Float = std::numeric_limits<float>;
+using Double = std::numeric_limits<double>;
+
+inline const ValuesCase kValues[] = {
+    {"Int8", TagType::kInt8, {0, -128, 127, -128}},
+    {"Int16", TagType::kInt16, {32767, -32768, 0, 1}},
+    {"Int32",
+     TagType::kInt32,
+     {0, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max(),
+      std::numeric_limits<std::int32_t>::min()}},
+    {"Digital", TagType::kDigital, {0, 1, 1, 0, 127}},
+    {"Float32",
+     TagType::kFloat32,
+     {0.0F, -0.0F, Float::infinity(), -Float::infinity(), Float::denorm_min(), Float::min(),
+      Float::max(), Float::lowest(), std::bit_cast<float>(0x7FC12345U),
+      std::bit_cast<float>(0xFFFFFFFFU), 21.37F}},
+    {"Float64",
+     TagType::kFloat64,
+     {0.0, -0.0, Double::infinity(), -Double::infinity(), Double::denorm_min(), Double::min(),
+      Double::max(), Double::lowest(), std::bit_cast<double>(0x7FF8123456789ABCULL),
+      std::bit_cast<double>(0xFFFFFFFFFFFFFFFFULL), 21.37}},
+    {"String",
+     TagType::kString,
+     {std::string(), std::string("a"), std::string(kMaxStringBytes, 'x'), std::string("\xC3\xA4")}},
+    {"Blob",
+     TagType::kBlob,
+     {std::string(), std::string(1, '\0'), std::string(kMaxBlobBytes, '\0'), kEveryByte}},
+};
+
+// One record for each value, at times from the first to the last there is, of various qualities.
+inline std::vector<Sample> SamplesOf(const ValuesCase& row) {
+  std::vector<Sample> samples;
+  for (const Value& value : row.values) {
+    const auto i = static_cast<std::int64_t>(samples.size());
+    const bool last = samples.size() + 1 == row.values.size();
+    samples.push_back({.time_ms = last ? kMaxTimeMs : i * i,
+                       .quality = static_cast<std::uint16_t>(i < 2 ? 0xFFFF : i),
+                       .type = row.type,
+                       .value = value});
+  }
+  return samples;
+}
+
+// The same in a batch, backward in time, to tags near and far, with all marks.
+inline std::vector<AcceptedSample> BatchOf(const ValuesCase& row) {
+  std::vector<AcceptedSample> batch;
+  for (const Sample& sample : SamplesOf(row)) {
+    const auto i = static_cast<TagId>(batch.size());
+    batch.insert(batch.begin(), {.tag = i % 2 == 0 ? i + 1 : std::numeric_limits<TagId>::max() - i,
+                                 .sample = sample,
+                                 .archive = (i & 1) != 0,
+                                 .current = (i & 2) != 0});
+  }
+  return batch;
+}
+
+// Forty states in turn: the one that is compressed.
+inline std::vector<Sample> Alternating() {
+  std::vector<Sample> samples;
+  for (int i = 0; i < 40; ++i) samples.push_back(At(1000 * i, 192, TagType::kDigital, i % 2));
+  return samples;
+}
+
+}  // namespace zervane::storage
