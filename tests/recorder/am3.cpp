@@ -57,10 +57,8 @@ int32 am3_query_snapshots(int32 nTagNum, const uint32* pTagIDs, int64 nPropMask,
       .In("nTagNum", nTagNum)
       .InArray("pTagIDs", pTagIDs, nTagNum)
       .In("nPropMask", nPropMask)
-      .InArray("pRecords", pRecords, nTagNum)
-      .InArray("pErrCodes", pErrCodes, nTagNum)
-      .OutArray("pRecords", pRecords, nTagNum)
-      .OutArray("pErrCodes", pErrCodes, nTagNum)
+      .InOutArray("pRecords", pRecords, nTagNum)
+      .InOutArray("pErrCodes", pErrCodes, nTagNum)
       .Status();
 }
 
@@ -119,9 +117,8 @@ int32 am3_query_group_props(int32 nNum, const uint32* pGroupIDs, ZR3AlarmGroup* 
   return Call("am3_query_group_props")
       .In("nNum", nNum)
       .InArray("pGroupIDs", pGroupIDs, nNum)
-      .InArray("pErrCodes", pErrCodes, nNum)
+      .InOutArray("pErrCodes", pErrCodes, nNum)
       .OutArray("pGroups", pGroups, nNum)
-      .OutArray("pErrCodes", pErrCodes, nNum)
       .Status();
 }
 

@@ -7,8 +7,7 @@ int32 ar3_query_raw_records_number(uint32 nTagID, const ZR3TimeRegion* pRegion, 
   return Call("ar3_query_raw_records_number")
       .In("nTagID", nTagID)
       .InRecord("pRegion", pRegion)
-      .In("*pNum", *pNum)
-      .Out("pNum", pNum)
+      .InOut("pNum", pNum)
       .Status();
 }
 
@@ -17,10 +16,8 @@ int32 ar3_query_raw_records(uint32 nTagID, const ZR3TimeRegion* pRegion, int32* 
   return Call("ar3_query_raw_records")
       .In("nTagID", nTagID)
       .InRecord("pRegion", pRegion)
-      .In("*pNum", *pNum)
-      .InRecords("pRecords", pRecords, *pNum, Buffers::kByPointer)
-      .OutRecords("pRecords", pRecords, *pNum)
-      .Out("pNum", pNum)
+      .InOut("pNum", pNum)
+      .InOutRecords("pRecords", pRecords, *pNum)
       .Status();
 }
 
@@ -30,10 +27,8 @@ int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8
       .In("nTagID", nTagID)
       .InRecord("pStart", pStart)
       .In("bBackward", bBackward)
-      .In("*pNum", *pNum)
-      .InRecords("pRecords", pRecords, *pNum, Buffers::kByPointer)
-      .OutRecords("pRecords", pRecords, *pNum)
-      .Out("pNum", pNum)
+      .InOut("pNum", pNum)
+      .InOutRecords("pRecords", pRecords, *pNum)
       .Status();
 }
 
@@ -43,10 +38,8 @@ int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 n
       .In("nMode", nMode)
       .In("nTagID", nTagID)
       .In("nNum", nNum)
-      .InRecords("pRecords", pRecords, nNum, Buffers::kByPointer)
-      .InArray("pErrCodes", pErrCodes, nNum)
-      .OutRecords("pRecords", pRecords, nNum)
-      .OutArray("pErrCodes", pErrCodes, nNum)
+      .InOutRecords("pRecords", pRecords, nNum)
+      .InOutArray("pErrCodes", pErrCodes, nNum)
       .Status();
 }
 
@@ -57,10 +50,8 @@ int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int
       .In("nMode", nMode)
       .In("nNum", nNum)
       .InArray("pTagIDs", pTagIDs, nNum)
-      .InRecords("pRecords", pRecords, nNum, Buffers::kByPointer)
-      .InArray("pErrCodes", pErrCodes, nNum)
-      .OutRecords("pRecords", pRecords, nNum)
-      .OutArray("pErrCodes", pErrCodes, nNum)
+      .InOutRecords("pRecords", pRecords, nNum)
+      .InOutArray("pErrCodes", pErrCodes, nNum)
       .Status();
 }
 

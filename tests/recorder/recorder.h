@@ -151,6 +151,24 @@ class Call {
   // A lent array of value records, with lent buffers for those that have a payload.
   Call& OutLentRecords(const char* name, ZR3Record** records);
 
+  // ---- both ways: an argument as it arrives, and an output ----
+
+  template <typename T>
+  Call& InOut(const char* name, T* value) {
+    return In((std::string("*") + name).c_str(), *value).Out(name, value);
+  }
+
+  template <typename T>
+  Call& InOutArray(const char* name, T* items, int32 count) {
+    return InArray(name, items, count).OutArray(name, items, count);
+  }
+
+  Call& InOutRecords(const char* name, ZR3Record* records, int32 count) {
+    return InRecords(name, records, count, Buffers::kByPointer).OutRecords(name, records, count);
+  }
+
+  // ---- the end ----
+
   // Logs the call, fills the outputs that its answer holds, and gives the answer's status.
   int32 Status();
 

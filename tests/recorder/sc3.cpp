@@ -100,7 +100,6 @@ int32 sc3_query_auth_of_user(const char* szUser, const char* szAuthItem, int32* 
   return Call("sc3_query_auth_of_user")
       .InText("szUser", szUser)
       .InText("szAuthItem", szAuthItem)
-      .In("*pLevel", *pLevel)
-      .Out("pLevel", pLevel)
+      .InOut("pLevel", pLevel)
       .Status();
 }

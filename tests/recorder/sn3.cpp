@@ -12,8 +12,7 @@ int32 SaveBatch(const char* function, int32 count, const uint32* tag_ids, const 
       .In("nNum", count)
       .InArray("pTagIDs", tag_ids, count)
       .InRecords("pRecords", records, count, Buffers::kByPointer)
-      .InArray("pErrCodes", codes, count)
-      .OutArray("pErrCodes", codes, count)
+      .InOutArray("pErrCodes", codes, count)
       .Status();
 }
 
@@ -30,8 +29,7 @@ int32 NamedFields(const char* function, int32 count, const ZRRegInfo* infos) {
 int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord) {
   return Call("sn3_query_snapshot")
       .In("nTagID", nTagID)
-      .InRecords("pRecord", pRecord, 1, Buffers::kByPointer)
-      .OutRecords("pRecord", pRecord, 1)
+      .InOutRecords("pRecord", pRecord, 1)
       .Status();
 }
 
@@ -40,10 +38,8 @@ int32 sn3_query_snapshots(int32 nNum, const uint32* pTagIDs, ZR3Record* pRecords
   return Call("sn3_query_snapshots")
       .In("nNum", nNum)
       .InArray("pTagIDs", pTagIDs, nNum)
-      .InRecords("pRecords", pRecords, nNum, Buffers::kByPointer)
-      .InArray("pErrCodes", pErrCodes, nNum)
-      .OutRecords("pRecords", pRecords, nNum)
-      .OutArray("pErrCodes", pErrCodes, nNum)
+      .InOutRecords("pRecords", pRecords, nNum)
+      .InOutArray("pErrCodes", pErrCodes, nNum)
       .Status();
 }
 
@@ -70,8 +66,7 @@ int32 sn3_save_disorder_snapshots(int32 nNum, uint32 nTagID, const ZR3Record* pR
       .In("nNum", nNum)
       .In("nTagID", nTagID)
       .InRecords("pRecords", pRecords, nNum, Buffers::kByPointer)
-      .InArray("pErrCodes", pErrCodes, nNum)
-      .OutArray("pErrCodes", pErrCodes, nNum)
+      .InOutArray("pErrCodes", pErrCodes, nNum)
       .Status();
 }
 

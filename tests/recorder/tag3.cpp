@@ -43,11 +43,10 @@ int32 tag3_query_all_tags_prop(int64 nTagClassMask, int32* pNum, int64 nPropMask
                                ZR3CommTagProp** ppProps, int32 nReserved) {
   return Call("tag3_query_all_tags_prop")
       .In("nTagClassMask", nTagClassMask)
-      .In("*pNum", *pNum)
+      .InOut("pNum", pNum)
       .In("nPropMask", nPropMask)
       .In("*ppProps", reinterpret_cast<intptr_t>(*ppProps))
       .In("nReserved", nReserved)
-      .Out("pNum", pNum)
       .OutLent("ppProps", ppProps)
       .Status();
 }
@@ -68,9 +67,7 @@ int32 tag3_query_ids_by_names(int32 nNum, const char* pTagNames, uint32* pTagIDs
   return Call("tag3_query_ids_by_names")
       .In("nNum", nNum)
       .InArray("pTagNames", reinterpret_cast<const char(*)[ZR3_LEN_TAG_NAME]>(pTagNames), nNum)
-      .InArray("pTagIDs", pTagIDs, nNum)
-      .InArray("pErrCodes", pErrCodes, nNum)
-      .OutArray("pTagIDs", pTagIDs, nNum)
-      .OutArray("pErrCodes", pErrCodes, nNum)
+      .InOutArray("pTagIDs", pTagIDs, nNum)
+      .InOutArray("pErrCodes", pErrCodes, nNum)
       .Status();
 }

@@ -32,7 +32,7 @@ int32 ut3_set_request_cache_capacity(int32 nCapacity) {
 }
 
 int32 ut3_get_server_ms_time(int64* pMsTime) {
-  return Call("ut3_get_server_ms_time").In("*pMsTime", *pMsTime).Out("pMsTime", pMsTime).Status();
+  return Call("ut3_get_server_ms_time").InOut("pMsTime", pMsTime).Status();
 }
 
 int32 ut3_send_rest_info(ZRRestCfg cfg) {
