@@ -10,9 +10,18 @@ namespace zervane::bridge_test {
 
 Methods AllMethods() {
   Methods all;
-  for (const auto& family :
-       {ConnectionMethods, SettingsMethods, IteratorMethods, PointTagMethods, TagLookupMethods,
-        SnapshotReadingMethods, SnapshotWritingMethods, RawHistoryMethods}) {
+  for (const auto& family : {AlarmGroupMethods,      AlarmHandlingMethods,
+                             AlarmRecordMethods,     AlarmSubscriptionMethods,
+                             AlarmTagMethods,        BulkPropertyMethods,
+                             CalculationTagMethods,  ConnectionMethods,
+                             CorrectionMethods,      InterpolatedHistoryMethods,
+                             IteratorMethods,        PointTagMethods,
+                             RawHistoryMethods,      RelayMethods,
+                             SecurityMethods,        SettingsMethods,
+                             SnapshotReadingMethods, SnapshotSubscriptionMethods,
+                             SnapshotWritingMethods, StatisticsMethods,
+                             StatisticsTagMethods,   TagLookupMethods,
+                             TagSearchMethods}) {
     for (const Method& method : family()) all.push_back(method);
   }
   return all;

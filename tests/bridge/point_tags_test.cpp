@@ -193,17 +193,13 @@ TEST_F(PointTags, ModifyTagClearsTheFirst172BytesAndNoMore) {
   constexpr size_t kName = 10;  // "FIC101.PV" and its terminator
   EXPECT_TRUE(
       SameBytes(std::string(172 - kName, '\0').data(), Sent().szTagName + kName, 172 - kName));
-  EXPECT_TRUE(Untouched(Sent().szTagName + 172, sizeof(Sent().szTagName) - 172));
-  EXPECT_TRUE(Untouched(&Sent().nTagAvaliable, sizeof(int32)));
-  EXPECT_TRUE(Untouched(&Sent().nOpcState, sizeof(int32)));
-  EXPECT_TRUE(Untouched(Sent().szIMVString, 3 * ZR3_LEN_EXT_STRING));
-  EXPECT_TRUE(Untouched(&Sent().nDeviceID, sizeof(uint32)));
-  EXPECT_TRUE(Untouched(&Sent().nDataOrder, sizeof(int32)));
+  EXPECT_TRUE(HoldsOldBytes(Sent().szTagName + 172, sizeof(Sent().szTagName) - 172));
+  EXPECT_TRUE(HoldsOldBytes(Sent().szIMVString, 3 * ZR3_LEN_EXT_STRING));
 }
 
 void AnswerAQueriedTag() {
   Api().On<pt3_query_tag_prop>([](uint32, ZR3PtTagProp* prop) {
-    EXPECT_TRUE(Untouched(prop, sizeof *prop));
+    EXPECT_TRUE(HoldsOldBytes(prop, sizeof *prop));
     FillAsQueried(prop);
     strcpy(prop->szInstrumentAddress, "IA");
     prop->nInstrumentAddressType = 200;

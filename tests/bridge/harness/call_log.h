@@ -49,7 +49,8 @@ class CallLog {
 // The log of the process; a native call begins by clearing it.
 CallLog& Log();
 
-// Equal line by line; a failure names the first line that differs.
+// Equal line by line, but that an expected line which ends in "= ..." leaves the value open. A
+// failure names the first line that differs.
 testing::AssertionResult SameLines(const Lines& expected, const Lines& actual);
 
 }  // namespace zervane::bridge_test

@@ -37,14 +37,29 @@ inline void PrintTo(const Method& method, std::ostream* out) { *out << method.na
 
 using Methods = std::vector<Method>;
 
+Methods AlarmGroupMethods();
+Methods AlarmHandlingMethods();
+Methods AlarmRecordMethods();
+Methods AlarmSubscriptionMethods();
+Methods AlarmTagMethods();
+Methods BulkPropertyMethods();
+Methods CalculationTagMethods();
 Methods ConnectionMethods();
-Methods SettingsMethods();
+Methods CorrectionMethods();
+Methods InterpolatedHistoryMethods();
 Methods IteratorMethods();
 Methods PointTagMethods();
-Methods TagLookupMethods();
-Methods SnapshotReadingMethods();
-Methods SnapshotWritingMethods();
 Methods RawHistoryMethods();
+Methods RelayMethods();
+Methods SecurityMethods();
+Methods SettingsMethods();
+Methods SnapshotReadingMethods();
+Methods SnapshotSubscriptionMethods();
+Methods SnapshotWritingMethods();
+Methods StatisticsMethods();
+Methods StatisticsTagMethods();
+Methods TagLookupMethods();
+Methods TagSearchMethods();
 
 // All of them.
 Methods AllMethods();

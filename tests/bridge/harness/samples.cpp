@@ -71,6 +71,26 @@ ZR3Record ApiRecord(ZR3_TAG_TYPE type, int32 seconds) {
   return record;
 }
 
+const NumericType kNumericTypes[6] = {
+    {0, "Byte nInt8", offsetof(ZR3Record, value.nInt8), 1},
+    {1, "Short nInt16", offsetof(ZR3Record, value.nInt16), 2},
+    {2, "Int nInt32", offsetof(ZR3Record, value.nInt32), 4},
+    {3, "Float fFloat32", offsetof(ZR3Record, value.fFloat32), 4},
+    {4, "Double fFloat64", offsetof(ZR3Record, value.fFloat64), 8},
+    {5, "Byte nDigital", offsetof(ZR3Record, value.nDigital), 1}};
+
+testing::AssertionResult HasHeaderAndSlot(const ZR3Record& record, const NumericType& type) {
+  constexpr size_t kHeader = offsetof(ZR3Record, nTagType) + sizeof(int32);
+  const ZR3Record filled = ApiRecord(type.type, 1000);
+  const auto* const expected = reinterpret_cast<const char*>(&filled);
+  const auto* const actual = reinterpret_cast<const char*>(&record);
+  if (auto same = SameBytes(expected, actual, kHeader); !same) return same;
+  if (auto same = SameBytes(expected + type.offset, actual + type.offset, type.size); !same) {
+    return same;
+  }
+  return HoldsOldBytes(&record, sizeof record);
+}
+
 Lines RecordSets(const std::string& label, ZR3_TAG_TYPE type, int32 seconds) {
   return Sets(label,
               {"Int nSec = " + std::to_string(seconds), "Short nMsec = 250", "Int nQuality = 192",

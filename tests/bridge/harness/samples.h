@@ -27,6 +27,19 @@ Lines RecordHeaderGets(const std::string& label);
 // An API record with a value in every numeric slot.
 ZR3Record ApiRecord(ZR3_TAG_TYPE type, int32 seconds);
 
+// A numeric type: how its field is read, and where its value stands in a record.
+struct NumericType {
+  ZR3_TAG_TYPE type;
+  const char* get;
+  size_t offset;
+  size_t size;
+};
+extern const NumericType kNumericTypes[6];
+
+// Whether a record that was not cleared holds the header and the one value of ApiRecord(type,
+// 1000).
+testing::AssertionResult HasHeaderAndSlot(const ZR3Record& record, const NumericType& type);
+
 // The steps of writing ApiRecord(type, seconds) of a numeric type into an object.
 Lines RecordSets(const std::string& label, ZR3_TAG_TYPE type, int32 seconds);
 

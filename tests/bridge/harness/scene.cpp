@@ -3,15 +3,10 @@
 #include <algorithm>
 
 namespace zervane::bridge_test {
-namespace {
-
-// Leaves old bytes where the next call's locals will stand.
-[[gnu::noinline]] void PoisonStack() {
+[[gnu::noinline]] void AgeStack() {
   volatile unsigned char bytes[65536];
   for (volatile unsigned char& byte : bytes) byte = kFreshByte;
 }
-
-}  // namespace
 
 void ResetScene() {
   Probe().Reset();
@@ -24,7 +19,6 @@ void ResetScene() {
 NativeCall::NativeCall() {
   Log().Clear();
   Java().BeginCall();
-  PoisonStack();
   Probe().Arm();
 }
 
@@ -47,6 +41,14 @@ testing::AssertionResult SameBytes(const void* expected, const void* actual, siz
 testing::AssertionResult Untouched(const void* bytes, size_t size) {
   const std::vector<unsigned char> fresh(size, kFreshByte);
   return SameBytes(fresh.data(), bytes, size);
+}
+
+testing::AssertionResult HoldsOldBytes(const void* bytes, size_t size) {
+  const auto* const first = static_cast<const unsigned char*>(bytes);
+  if (std::find(first, first + size, kFreshByte) != first + size) {
+    return testing::AssertionSuccess();
+  }
+  return testing::AssertionFailure() << "there is no old byte among " << size;
 }
 
 }  // namespace zervane::bridge_test

@@ -22,20 +22,35 @@ namespace zervane::bridge_test {
 // Forgets what earlier tests left in the fakes.
 void ResetScene();
 
-// One native call: what it logs and allocates is its own, it finds old bytes (kFreshByte) on the
-// stack, and at its end it must hold no Java text and have freed no memory of others.
+// Leaves old bytes (kFreshByte) below the caller's frame.
+void AgeStack();
+
+// One native call: what it logs and allocates is its own, and at its end it must hold no Java text
+// and have freed no memory of others.
 class NativeCall {
  public:
   NativeCall();
   ~NativeCall();
 };
 
+// Calls a method from so far down the stack that its locals stand among the old bytes, below what
+// AgeStack needed for itself.
+template <typename Method, typename... Arguments>
+[[gnu::noinline]] auto CallBelowGap(Method method, Arguments... arguments) {
+  char gap[512];
+  asm volatile("" : : "r"(gap) : "memory");  // the gap is in use, so the call is no jump
+  return method(arguments...);
+}
+
 // Calls a native method as the virtual machine does.
 template <typename Result, typename... Parameters>
 Result Call(Result (*method)(JNIEnv*, jclass, Parameters...),
             std::type_identity_t<Parameters>... arguments) {
   const NativeCall call;
-  return method(Java().env(), Java().native_class(), arguments...);
+  JNIEnv* const env = Java().env();
+  const jclass native_class = Java().native_class();
+  AgeStack();
+  return CallBelowGap(method, env, native_class, arguments...);
 }
 
 // Blocks that the last native call left allocated, by size.
@@ -53,8 +68,12 @@ testing::AssertionResult SameRecord(const Record& expected, const Record& actual
   return SameBytes(&expected, &actual, sizeof(Record));
 }
 
-// Whether the bytes were left as they were before the call.
+// Whether a new block is as malloc returned it.
 testing::AssertionResult Untouched(const void* bytes, size_t size);
+
+// Whether memory on the stack was not cleared: old bytes stand in it. Not all of it need hold them,
+// for the compiler may have used it for something else before.
+testing::AssertionResult HoldsOldBytes(const void* bytes, size_t size);
 
 // A fixture that begins with a clean scene and ends with nothing allocated.
 class BridgeTest : public testing::Test {
