@@ -38,7 +38,7 @@ class [[nodiscard]] Result {
   // Only on success.
   T& operator*() & { return *value_; }
   const T& operator*() const& { return *value_; }
-  T&& operator*() && { return *std::move(value_); }
+  T operator*() && { return *std::move(value_); }  // by value: `for (x : *F())` keeps it alive
   T* operator->() { return &*value_; }
   const T* operator->() const { return &*value_; }
 

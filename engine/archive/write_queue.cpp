@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "engine/log.h"
-#include "engine/storage/guard.h"
+#include "engine/guard.h"
 
 namespace zervane {
 namespace {
@@ -108,7 +108,7 @@ void WriteQueue::CommitGroup() {
 
 Status WriteQueue::Commit(std::span<AcceptedSample> records) {
   if (records.empty()) return {};
-  return storage::Guarded([&] { return owner_.Commit(records); });
+  return Guarded([&] { return owner_.Commit(records); });
 }
 
 void WriteQueue::SettleBatches() {
@@ -136,7 +136,7 @@ void WriteQueue::KeepFailure(WriteGroup::Batch& batch) {
 
 void WriteQueue::RunChanges() {
   for (WriteGroup::Change& change : taken_.changes)
-    change.ticket->status = storage::Guarded(*change.run);
+    change.ticket->status = Guarded(*change.run);
 }
 
 void WriteQueue::SettleChanges() {

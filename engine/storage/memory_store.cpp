@@ -5,7 +5,7 @@
 #include <shared_mutex>
 #include <utility>
 
-#include "engine/storage/guard.h"
+#include "engine/guard.h"
 #include "engine/storage/record_check.h"
 #include "engine/storage/series.h"
 #include "engine/storage/store.h"

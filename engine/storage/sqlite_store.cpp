@@ -10,7 +10,7 @@
 #include "engine/storage/chunk_codec.h"
 #include "engine/storage/chunk_merge.h"
 #include "engine/storage/folder_lock.h"
-#include "engine/storage/guard.h"
+#include "engine/guard.h"
 #include "engine/storage/journal.h"
 #include "engine/storage/pending.h"
 #include "engine/storage/reader_pool.h"
@@ -303,7 +303,7 @@ Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& fold
 
 Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
                                                const SqliteStoreOptions& options) {
-  return storage::Guarded([&] { return storage::DoOpen(folder, options); });
+  return Guarded([&] { return storage::DoOpen(folder, options); });
 }
 
 }  // namespace zervane

@@ -6,7 +6,7 @@
 
 #include "engine/status.h"
 
-namespace zervane::storage {
+namespace zervane {
 
 // Runs a body that answers a Status or a Result; what it throws becomes a status. Every public
 // function of a store is one, so that nothing is thrown out of it.
@@ -21,4 +21,4 @@ std::invoke_result_t<Body> Guarded(Body body) noexcept {
   }
 }
 
-}  // namespace zervane::storage
+}  // namespace zervane
