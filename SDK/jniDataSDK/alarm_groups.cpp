@@ -98,7 +98,8 @@ ZR_NATIVE(jint, queryAlarmGroupProp)(JNIEnv* env, jclass, jint group_id, jobject
 ZR_NATIVE(jint, queryAmGroup)(JNIEnv* env, jclass, jint group_id, jobject group_object) {
   const Binding fields(env, kGroup);
   ZR3AlarmGroup group;
-  int32 code = 0;  // kept: not looked at; a group that failed is written as the API left it.
+  // kept: the error code is not looked at; a group that failed is written as the API left it.
+  int32 code = 0;
   const int32 status = QueryProps(group_id, &group, &code);
   return StoreOnSuccess(status, fields, &group, group_object);
 }

@@ -18,7 +18,7 @@ struct CommentSlot {
 bool ReadComment(JNIEnv* env, jstring comment, CommentSlot* slot) {
   Text converted = ToSystem(env, comment);
   if (strlen(converted.get()) >= sizeof slot->text) {
-    LeakOnPurpose(std::move(converted));  // kept: a comment that is too long is not freed.
+    LeakOnPurpose(std::move(converted));  // kept: a comment that does not fit is not freed.
     return false;
   }
   CopyText(converted, slot->text);

@@ -18,7 +18,7 @@ using QueryCall = int32 (*)(uint32, const ZR3AlarmQuery*, int64, ZR3HANDLE*);
 MallocPtr<uint32[]> CopyIds(JNIEnv* env, jintArray tag_ids, jint count) {
   auto ids = MallocCleared<uint32>(count);
   if (!ids) return nullptr;
-  // kept: the elements are never released.
+  // kept: the identifier array is pinned and never released.
   const jint* const elements = env->GetIntArrayElements(tag_ids, nullptr);
   if (elements == nullptr) return nullptr;
   memcpy(ids.get(), elements, static_cast<size_t>(count) * sizeof(uint32));
@@ -124,7 +124,8 @@ ZR_NATIVE(jint, getAmTagRecordsItemStep)
   return StoreOnSuccess(status, fields, &record, record_out);
 }
 
-// The next record of a query for a group; a zero handle goes to the API like any other.
+// The next record of a query for a group.
+// kept: a zero handle goes to the API like any other, unlike that of a query for tags.
 ZR_NATIVE(jint, getAmGroupRecordsItemStep)
 (JNIEnv* env, jclass, jlong iterator, jobject record_out) {
   ZR3AlarmRecord record;

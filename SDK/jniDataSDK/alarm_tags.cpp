@@ -42,7 +42,8 @@ ZR_NATIVE(jint, addAlarmTag)
 ZR_NATIVE(jint, modifyAlarmTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
   ZR3AlarmTagProp prop;
-  ReadTag(env, kAlarmTag, tagprop, kClearedToModify, &prop);  // kept: the rest is not cleared.
+  // kept: only the first 172 bytes of the record are cleared.
+  ReadTag(env, kAlarmTag, tagprop, kClearedToModify, &prop);
   const ZR3Mask mask{tag_mask, ext_mask};
   return am3_modify_tag_prop(prop.nTagID, &prop, &mask);
 }

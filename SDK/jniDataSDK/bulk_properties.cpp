@@ -24,8 +24,8 @@ ZR_NATIVE(jint, queryAllTagsProps)
   return status;
 }
 
-// Stores a new object for each of the first `count` tags and releases the properties. Handle and
-// count are trusted.
+// Stores a new object for each of the first `count` tags and releases the properties.
+// kept: handle and count are trusted, and the result is always 0.
 ZR_NATIVE(jint, getPropArray)
 (JNIEnv* env, jclass, jint count, jlong props_handle, jobjectArray objects) {
   const Binding fields(env, kCommonTag);

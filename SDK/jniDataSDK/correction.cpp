@@ -11,7 +11,8 @@ using namespace zervane::bridge;
 ZR_NATIVE(jint, modifyRecord)
 (JNIEnv* env, jclass, jint tag_id, jbyte type, jobject object) {
   const Binding fields(env, kRecord);
-  ZR3Record record;  // kept: not cleared; the slots of other types hold no defined value.
+  // kept: the record is not cleared; the slots of other types hold no defined value.
+  ZR3Record record;
   ReadRecord(fields, object, type, &record);
   const int32 status = ar3_modify_record(tag_id, &record);
   if (HasBuffer(type)) free(record.value.strBlob.pBuf);

@@ -19,7 +19,7 @@ inline constexpr ClassTable kDoubleWrapper{"com/talvoro/zrjni/DoubleWrapper", kD
 // was not preset, so after a failure the caller sees whatever the API left there.
 inline jint StoreHandleAlways(int32 status, const Binding& holder, const ZR3HANDLE& handle,
                               jobject wrapper) {
-  holder.Write(&handle, wrapper);  // kept: written on failure too.
+  holder.Write(&handle, wrapper);  // kept: the handle is written on failure too.
   return status;
 }
 

@@ -15,7 +15,7 @@ using Codes = MallocPtr<jint[]>;
 // Whether the result is delivered: whole, or but for the instants whose codes tell why.
 bool IsDelivered(int32 status) { return status == 0 || status == ZR3_ERR_SOME_INSTANTS_FAILED; }
 
-// kept: the mode's low 8 bits; 256 is mode 0.
+// kept: only the mode's low 8 bits are sent; 256 is mode 0.
 ZR3_REC_INTERP_QUERY_MODE AsMode(jint mode) { return static_cast<ZR3_REC_INTERP_QUERY_MODE>(mode); }
 
 void ReadInstants(const Binding& fields, jobjectArray elements, jint count, ZR3Record* records) {
@@ -46,24 +46,24 @@ jint QueryOneTag(JNIEnv* env, ZR3_REC_INTERP_QUERY_MODE mode, bool presets_type,
   ZR3_TAG_TYPE type = 0;
   int32 status = pt3_query_tag_type(tag_id, &type);
   if (status != 0) {
-    LeakOnPurpose(std::move(records));  // kept: the record block is not freed here.
+    LeakOnPurpose(std::move(records));  // kept: the records are not freed here.
     return status;
   }
-  // kept: the other records are sent as INT8.
+  // kept: only the first record is sent with the type; the others are sent as INT8.
   if (presets_type && count > 0) records[0].nTagType = type;
   Slots slots;
   if (HasBuffer(type)) {
     slots = MallocCleared<ValueSlot>(count);
-    if (!slots) return 0;  // kept: and so it does here.
+    if (!slots) return 0;  // kept: no memory for the values does so too.
     UseSlots(records.get(), count, slots.get());
   }
   const Codes codes = MallocCleared<jint>(count);
-  if (!codes) return 0;  // kept: and here.
+  if (!codes) return 0;  // kept: no memory for the codes does so too.
   ReadInstants(fields, elements, count, records.get());
   status = ar3_query_interp_records_by_mode(mode, tag_id, count, records.get(), codes.get());
   if (!IsDelivered(status)) return status;
   StoreResults(fields, records.get(), codes.get(), count, elements, error_codes);
-  return 0;  // kept: the status of a partial success is not told; the codes are.
+  return 0;  // kept: a partial success reads as success; the codes tell.
 }
 
 // Gives the record of every STRING or BLOB tag its slot, in a block of its own. False when the
@@ -74,7 +74,7 @@ bool AddSlots(jint count, const uint32* ids, ZR3Record* records, Slots* slots, i
     *status = pt3_query_tag_type(ids[i], &type);
     if (*status != 0) return false;
     if (!HasBuffer(type)) continue;
-    LeakOnPurpose(std::move(*slots));  // kept: of the blocks of all tags, only the last is freed.
+    LeakOnPurpose(std::move(*slots));  // kept: only the last tag's block is freed.
     *slots = MallocCleared<ValueSlot>(count);
     if (!*slots) return false;
     UseSlot(records, i, slots->get());
@@ -107,14 +107,14 @@ ZR_NATIVE(jint, queryTagsInterpRecordsByMode)
   const Binding fields(env, kRecord);
   const Records records = MallocCleared<ZR3Record>(count);
   if (!records) return 0;  // kept: no memory reads as success without records.
-  // kept: the elements are never released.
+  // kept: the identifier array is pinned and never released.
   const jint* const ids = env->GetIntArrayElements(tag_ids, nullptr);
   const auto* const api_ids = reinterpret_cast<const uint32*>(ids);
   int32 status = 0;
   Slots slots;
   if (!AddSlots(count, api_ids, records.get(), &slots, &status)) return status;
   const Codes codes = MallocCleared<jint>(count);
-  if (!codes) return 0;  // kept: and so it does here.
+  if (!codes) return 0;  // kept: no memory for the codes does so too.
   ReadInstants(fields, elements, count, records.get());
   status = ar3_query_tags_interp_records_by_mode(AsMode(mode), count, api_ids, records.get(),
                                                  codes.get());

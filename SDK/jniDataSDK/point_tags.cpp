@@ -1,6 +1,4 @@
 // Creating, changing, reading and deleting point tags.
-#include <cstring>
-
 #include "native.h"
 #include "tag_fields.h"
 #include "text.h"
@@ -8,13 +6,6 @@
 using namespace zervane::bridge;
 
 namespace {
-
-// Looks the class up and reads the object into a cleared record.
-void ReadNewTag(JNIEnv* env, jobject tagprop, ZR3PtTagProp* prop) {
-  const Binding fields(env, kPointTag);
-  memset(prop, 0, sizeof *prop);
-  fields.Read(tagprop, prop);
-}
 
 int32 AddTag(const ZR3PtTagProp& prop, jlong tag_mask, jlong ext_mask, const char* node) {
   const ZR3Mask mask{tag_mask, ext_mask};
@@ -27,7 +18,7 @@ int32 AddTag(const ZR3PtTagProp& prop, jlong tag_mask, jlong ext_mask, const cha
 ZR_NATIVE(jint, addTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
   ZR3PtTagProp prop;
-  ReadNewTag(env, tagprop, &prop);
+  ReadTag(env, kPointTag, tagprop, sizeof prop, &prop);
   return AddTag(prop, tag_mask, ext_mask, nullptr);
 }
 
@@ -35,7 +26,7 @@ ZR_NATIVE(jint, addTag)
 ZR_NATIVE(jint, addTagWithNodeName)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask, jstring node_name) {
   ZR3PtTagProp prop;
-  ReadNewTag(env, tagprop, &prop);
+  ReadTag(env, kPointTag, tagprop, sizeof prop, &prop);
   // kept: the converted node name is never freed.
   const char* const node = LeakOnPurpose(ToSystem(env, node_name));
   return AddTag(prop, tag_mask, ext_mask, node);
@@ -44,11 +35,10 @@ ZR_NATIVE(jint, addTagWithNodeName)
 // Changes the properties that the masks select, of the tag that m_tagID names.
 ZR_NATIVE(jint, modifyTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
-  const Binding fields(env, kPointTag);
-  const ZR3Mask mask{tag_mask, ext_mask};
   ZR3PtTagProp prop;
-  memset(&prop, 0, kClearedToModify);  // kept: the rest of the record is not cleared.
-  fields.Read(tagprop, &prop);
+  // kept: only the first 172 bytes of the record are cleared.
+  ReadTag(env, kPointTag, tagprop, kClearedToModify, &prop);
+  const ZR3Mask mask{tag_mask, ext_mask};
   return pt3_modify_tag_prop(prop.nTagID, &prop, &mask);
 }
 

@@ -54,14 +54,14 @@ ZR_NATIVE(jint, queryRawRecords)
   int32 status = pt3_query_tag_type(tag_id, &type);
   if (status != 0) return status;
   MallocPtr<ValueSlot[]> slots;
-  if (!AddSlots(type, capacity, records.get(), &slots)) return 0;  // kept: and so it does here.
+  // kept: no memory for the values does so too.
+  if (!AddSlots(type, capacity, records.get(), &slots)) return 0;
   status = ar3_query_raw_records(tag_id, &region, &count, records.get());
   if (status == 0) StoreRecords(env, record_class, records.get(), count, records_out);
   return status;
 }
 
-// Up to `capacity` records from a time on, forward or backward. The caller's type is what the
-// records are preset to.
+// Up to `capacity` records from a time on, forward or backward.
 ZR_NATIVE(jint, querySpecifyNumRawRecords)
 (JNIEnv* env, jclass, jint tag_id, jbyte preset_type, jobject start, jint backward, jint capacity,
  jobjectArray records_out) {
@@ -75,11 +75,13 @@ ZR_NATIVE(jint, querySpecifyNumRawRecords)
   ZR3_TAG_TYPE type = 0;
   int32 status = pt3_query_tag_type(tag_id, &type);
   if (status != 0) {
-    LeakOnPurpose(std::move(records));  // kept: the record block is not freed here.
+    LeakOnPurpose(std::move(records));  // kept: the records are not freed here.
     return status;
   }
   MallocPtr<ValueSlot[]> slots;
-  if (!AddSlots(type, capacity, records.get(), &slots)) return 0;  // kept: and so it does here.
+  // kept: no memory for the values does so too.
+  if (!AddSlots(type, capacity, records.get(), &slots)) return 0;
+  // kept: the caller's type is what the records are preset to, whatever the tag's.
   for (jint i = 0; i < capacity; ++i) records[i].nTagType = preset_type;
   status = ar3_query_specify_num_raw_recs(tag_id, &start_time, backward != 0 ? 1 : 0, &count,
                                           records.get());

@@ -46,7 +46,7 @@ jint CallWithTwoTexts(JNIEnv* env, TwoTextsCall call, jstring first, jstring sec
   return call(first_text.get(), second_text.get());
 }
 
-// Converts a text that is never freed: the methods that use it are marked `kept:`.
+// Converts a text that is never freed.
 const char* ToSystemLeaked(JNIEnv* env, jstring string) {
   return LeakOnPurpose(ToSystem(env, string));
 }
@@ -194,5 +194,5 @@ ZR_NATIVE(jint, getControlLevel)(JNIEnv* env, jclass, jstring user, jstring item
     LeakOnPurpose(std::move(item_text));
     return status;
   }
-  return level;
+  return level;  // kept: a level and a status look the same.
 }

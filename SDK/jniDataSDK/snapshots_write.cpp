@@ -33,7 +33,8 @@ int32 FreeValues(jint count, const uint32* ids, const ZR3Record* records) {
   for (jint i = 0; i < count; ++i) {
     ZR3_TAG_TYPE type = 0;
     const int32 status = pt3_query_tag_type(ids[i], &type);
-    if (status != 0) return status;  // kept: it hides the save's status, and values leak.
+    // kept: a type that cannot be had again hides the save's status, and values leak.
+    if (status != 0) return status;
     FreeValue(type, records[i]);
   }
   return 0;
@@ -51,7 +52,7 @@ jint SaveInOrder(JNIEnv* env, SaveCall save, jintArray tag_ids, jint count, jobj
   if (!records) return kFailed;
   const auto codes = MallocCleared<jint>(count);
   if (!codes) {
-    LeakOnPurpose(std::move(records));  // kept: the record block is not freed here.
+    LeakOnPurpose(std::move(records));  // kept: the records are not freed here.
     return kFailed;
   }
   const int32 read_status = ReadRecords(fields, count, api_ids, elements, records.get());
@@ -70,7 +71,8 @@ ZR_NATIVE(jint, saveSnapShot)
   ZR3_TAG_TYPE type = 0;
   const int32 type_status = pt3_query_tag_type(tag_id, &type);
   if (type_status != 0) return type_status;
-  ZR3Record record;  // kept: not cleared; the slots of other types hold no defined value.
+  // kept: the record is not cleared; the slots of other types hold no defined value.
+  ZR3Record record;
   ReadRecord(fields, element, type, &record);
   const int32 status = sn3_save_snapshot(tag_id, &record);
   FreeValue(type, record);
@@ -87,7 +89,8 @@ ZR_NATIVE(jint, saveSnapshotsNowait)
   return SaveInOrder(env, sn3_save_snapshots_nowait, tag_ids, count, elements, error_codes);
 }
 
-// Records of one tag. The per-record codes do not reach Java.
+// Records of one tag.
+// kept: the per-record codes do not reach Java; the status alone tells.
 ZR_NATIVE(jint, saveDisorderSnapshots)
 (JNIEnv* env, jclass, jint count, jint tag_id, jobjectArray elements) {
   const Binding fields(env, kRecord);
@@ -99,7 +102,8 @@ ZR_NATIVE(jint, saveDisorderSnapshots)
   for (jint i = 0; i < count; ++i) {
     ReadRecord(fields, TakeElement(fields, elements, i), type, &records[i]);
   }
-  const auto codes = MallocArray<jint>(count);  // kept: neither checked nor cleared.
+  // kept: the error codes are neither checked for memory nor cleared.
+  const auto codes = MallocArray<jint>(count);
   const int32 status = sn3_save_disorder_snapshots(count, tag_id, records.get(), codes.get());
   for (jint i = 0; i < count; ++i) FreeValue(type, records[i]);
   return status;
@@ -117,7 +121,8 @@ ZR_NATIVE(jint, saveTagsDisorderSnapshots)
   if (!records) return kFailed;
   const int32 read_status = ReadRecords(fields, count, api_ids, elements, records.get());
   if (read_status != 0) return read_status;
-  const auto codes = MallocArray<jint>(count);  // kept: neither checked nor cleared.
+  // kept: the error codes are neither checked for memory nor cleared.
+  const auto codes = MallocArray<jint>(count);
   const int32 status = sn3_save_tags_disorder_snapshots(count, api_ids, records.get(), codes.get());
   env->SetIntArrayRegion(error_codes, 0, count, codes.get());
   const int32 free_status = FreeValues(count, api_ids, records.get());

@@ -14,7 +14,7 @@ namespace {
 
 // Which ends belong to the interval.
 enum class Ends {
-  kUnassigned,  // kept: the two flags stay as malloc returned them
+  kUnassigned,  // kept: the two flags stay as malloc returned them.
   kBothClosed,
   kLeftClosed
 };
@@ -37,7 +37,8 @@ jint Calculate(JNIEnv* env, jint tag_id, ZR3StRelatedParam* param, jobject start
   const Binding time_fields(env, time_class);
   const ZR3Time left = ReadTime(time_fields, start);
   const ZR3Time right = ReadTime(time_fields, end);
-  const auto region = MallocArray<ZR3TimeRegion>(1);  // kept: neither checked nor cleared.
+  // kept: the region is neither checked for memory nor cleared.
+  const auto region = MallocArray<ZR3TimeRegion>(1);
   region[0].left = left;
   region[0].right = right;
   if (ends != Ends::kUnassigned) {
@@ -98,7 +99,8 @@ ZR_NATIVE(jint, getTagStats)
   param.nOffset = sample_offset;
   param.dExtParam1 = ext_param1;
   param.dExtParam2 = ext_param2;
-  // Without a bound; a filter that is too long spoils parameters set above, none set below.
+  // kept: no bound, and no terminator but the cleared record's; a filter of 256 bytes or more runs
+  // over the parameters set above.
   memcpy(param.szFilterExpr, filter, strlen(filter));
   param.nFilterFailMode = filter_fail_mode;
   param.bUseBadValue = use_bad_value != 0 ? 1 : 0;

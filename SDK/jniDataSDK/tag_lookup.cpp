@@ -29,13 +29,13 @@ void CopyNames(JNIEnv* env, jobjectArray names, jint count, NameSlot* slots) {
   }
 }
 
-// The catalogue version in a reply: the digits between its prefix and its last character. A reply
-// shorter than those is not guarded against.
+// The catalogue version in a reply: the digits between its prefix and its last character.
+// kept: a reply shorter than those, or longer than the buffer, is not guarded against.
 int ParseVersion(const char* reply) {
   char digits[100] = {};
   const size_t length = strlen(reply);
   strncpy(digits, reply + kVersionPrefix, length - kVersionFrame);
-  printf("#%d, %s\n", static_cast<int>(length), digits);  // kept: printed on every call.
+  printf("#%d, %s\n", static_cast<int>(length), digits);  // kept: the reply is printed.
   return atoi(digits);
 }
 
@@ -85,7 +85,8 @@ ZR_NATIVE(jint, queryTagIDByName)(JNIEnv* env, jclass, jstring tag_name, jobject
 // tells that some names failed.
 ZR_NATIVE(jint, queryTagIDsByNames)
 (JNIEnv* env, jclass, jobjectArray names, jint count, jintArray tag_ids, jintArray error_codes) {
-  const auto slots = MallocArray<NameSlot>(count);  // kept: a failed allocation is not caught.
+  // kept: the names are not checked for memory; without any, the virtual machine ends.
+  const auto slots = MallocArray<NameSlot>(count);
   const auto ids = MallocArray<jint>(count);
   if (!ids) return kFailed;
   env->GetIntArrayRegion(tag_ids, 0, count, ids.get());

@@ -56,6 +56,8 @@ jbyteArray charTojbyteArray(JNIEnv* env, char* str, uint16 nlen) {
 
 void CopyText(JNIEnv* env, jstring string, char* array) { CopyText(ToSystem(env, string), array); }
 
-void CopyText(const Text& text, char* array) { strcpy(array, text.get()); }
+void CopyText(const Text& text, char* array) {
+  strcpy(array, text.get());  // kept: no bound; a text that is too long runs into what follows.
+}
 
 }  // namespace zervane::bridge

@@ -181,6 +181,15 @@ TEST_F(ManyNames, AMissingNameBlockIsNotCaught) {
   EXPECT_TRUE(SameLines({"tag3_query_ids_by_names(0, null, {}, {})"}, Log().Api()));
 }
 
+TEST_F(ManyNames, ANameForWhichThereIsNoBlockEndsTheProcess) {
+  EXPECT_DEATH(
+      {
+        Probe().FailNth(1);
+        Batch().Query(1);
+      },
+      "");
+}
+
 // ---- the catalogue's version ----
 
 // Answers a reply that stands in static memory.

@@ -81,6 +81,14 @@ TEST_F(TagSearch, AFailedSearchReturnsMinusOneWhateverTheHandle) {
   EXPECT_EQ(ByPattern("a", "b"), -1);
 }
 
+TEST_F(TagSearch, AHandleWhoseLowHalfIsAllOnesLooksLikeAFailure) {
+  Api().On<pt3_query_tags_cond>([](auto, auto, ZR3HANDLE* handle) {
+    *handle = reinterpret_cast<ZR3HANDLE>(0x1FFFFFFFF);
+    return 0;
+  });
+  EXPECT_EQ(ByPattern("a", "b"), -1);
+}
+
 TEST_F(TagSearch, TheHandleIsStoredWholeAndAfterAFailureToo) {
   for (const int32 status : {0, 110113}) {
     AnswerSearches(status);
