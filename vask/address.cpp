@@ -11,7 +11,7 @@ constexpr std::string_view kEmbedded = "embedded:";
 constexpr std::string_view kMemory = "memory:";
 
 Status InvalidAddress(std::string_view address, const char* reason) {
-  return Status(ZR3_ERR_INVALID_ADDRESS, "address '" + std::string(address) + "': " + reason);
+  return {ZR3_ERR_INVALID_ADDRESS, "address '" + std::string(address) + "': " + reason};
 }
 
 Result<Target> Folder(std::filesystem::path folder) {

@@ -70,11 +70,11 @@ int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8
   return Call(__func__, arguments, [&](Session& session) -> Status {
     const Result<std::int64_t> start_ms = zervane::ReadTime(pStart->nSec, pStart->nMsec);
     if (!start_ms.ok()) return start_ms.status();
-    Database& database = session.database();
-    return bBackward != 0 ? ReadArchive(database, nTagID, TimeRange{.to_ms = *start_ms},
-                                        Direction::kBackward, pNum, pRecords)
-                          : ReadArchive(database, nTagID, TimeRange{.from_ms = *start_ms},
-                                        Direction::kForward, pNum, pRecords);
+    const bool backward = bBackward != 0;
+    TimeRange range;
+    (backward ? range.to_ms : range.from_ms) = *start_ms;
+    return ReadArchive(session.database(), nTagID, range,
+                       backward ? Direction::kBackward : Direction::kForward, pNum, pRecords);
   });
 }
 

@@ -45,8 +45,7 @@ ZR3_STATUS FailedByException(const char* function) noexcept {
 }
 
 int32 Unsupported(const char* function, const Arguments& arguments) noexcept {
-  return Call(function, arguments,
-              [](Session&) -> Status { return Status(ZR3_ERR_NOT_SUPPORTED, {}); });
+  return Call(function, arguments, [](Session&) -> Status { return {ZR3_ERR_NOT_SUPPORTED, {}}; });
 }
 
 int32 UnsupportedQuery(const char* function, const Arguments& arguments,

@@ -33,7 +33,7 @@ template <typename Body>
 int32 Call(const char* function, const Arguments& arguments, Body&& body) noexcept {
   return Guard(function, [&] {
     return ProcessSession().Hold([&](Session& session) -> Status {
-      if (!arguments.ok()) return Status(arguments.fault(), {});
+      if (!arguments.ok()) return {arguments.fault(), {}};
       return body(session);
     });
   });

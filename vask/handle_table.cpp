@@ -10,7 +10,7 @@ constexpr std::uint32_t kMaxToken = 0x7FFFFFFF;
 std::uintptr_t ToToken(ZR3HANDLE handle) { return reinterpret_cast<std::uintptr_t>(handle); }
 
 Status InvalidHandle(ZR3HANDLE handle) {
-  return Status(ZR3_ERR_INVALID_HANDLE, "no handle " + std::to_string(ToToken(handle)));
+  return {ZR3_ERR_INVALID_HANDLE, "no handle " + std::to_string(ToToken(handle))};
 }
 
 }  // namespace
@@ -34,9 +34,10 @@ Status HandleTable::Step(ZR3HANDLE handle, void* item) {
 }
 
 Status HandleTable::Free(ZR3HANDLE handle) {
-  std::shared_ptr<Entry> entry = Find(handle);  // so that the iterator ends outside the lock
+  decltype(entries_)::node_type freed;  // so that the iterator ends outside the lock
   const std::lock_guard lock(mutex_);
-  return entries_.erase(ToToken(handle)) == 1 ? Status() : InvalidHandle(handle);
+  freed = entries_.extract(ToToken(handle));
+  return freed.empty() ? InvalidHandle(handle) : Status();
 }
 
 void HandleTable::Clear() {

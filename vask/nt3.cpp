@@ -1,7 +1,9 @@
 // nt3: the connection.
 
 #include <cstdlib>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "engine/embedded.h"
 #include "vask/address.h"
@@ -26,7 +28,9 @@ Result<Servers> ReadServers(const ZR3Connection& connection) {
   Result<Servers> servers =
       ParseServers(connection.szAddress, connection.nPort, connection.szBakAddress,
                    connection.nBakPort, ProcessEnvironment());
-  if (servers.ok()) servers->primary = Resolved(servers->primary);
+  if (!servers.ok()) return servers;
+  servers->primary = Resolved(std::move(servers->primary));
+  if (servers->standby) servers->standby = Resolved(*std::move(servers->standby));
   return servers;
 }
 
@@ -55,7 +59,7 @@ int32 nt3_connect(const ZR3Connection* pConnection) {
                                     .Given(pConnection)
                                     .Text(pConnection, &ZR3Connection::szAddress)
                                     .Text(pConnection, &ZR3Connection::szBakAddress);
-    if (!arguments.ok()) return zervane::Status(arguments.fault(), {});
+    if (!arguments.ok()) return {arguments.fault(), {}};
     const zervane::Result<zervane::Servers> servers = zervane::ReadServers(*pConnection);
     if (!servers.ok()) return servers.status();
     return zervane::ProcessSession().Connect(*servers, zervane::OpenDatabase);

@@ -55,10 +55,10 @@ Result<Value> ReadValue(TagType type, const ZR3RecordValue& value) {
 
 // `size` is what the value takes in the buffer.
 Status CheckBuffer(const ZR3StrBlob& buffer, std::size_t size) {
-  if (buffer.pBuf == nullptr) return Status(ZR3_ERR_TYPE_MISMATCH, "no buffer for the value");
+  if (buffer.pBuf == nullptr) return {ZR3_ERR_TYPE_MISMATCH, "no buffer for the value"};
   if (size > buffer.nLenBuf) {
-    return Status(ZR3_ERR_BUFFER_TOO_SMALL, std::to_string(size) + " bytes into a buffer of " +
-                                                std::to_string(buffer.nLenBuf));
+    return {ZR3_ERR_BUFFER_TOO_SMALL,
+            std::to_string(size) + " bytes into a buffer of " + std::to_string(buffer.nLenBuf)};
   }
   return {};
 }
@@ -101,7 +101,7 @@ Status FillValue(const Sample& sample, ZR3RecordValue* value) {
       return FillBytes(blob, blob.size(), &value->strBlob);
     }
   }
-  return Status(ZR3_ERR_INTERNAL, "a sample of no type");
+  return {ZR3_ERR_INTERNAL, "a sample of no type"};
 }
 
 }  // namespace

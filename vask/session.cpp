@@ -1,6 +1,8 @@
 #include "vask/session.h"
 
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace zervane {
@@ -28,7 +30,7 @@ Status Session::Connect(const Servers& servers, const DatabaseOpener& open) {
 
 Status Session::Disconnect() {
   const std::unique_lock lock(mutex_);
-  if (database_ == nullptr) return Status(ZR3_ERR_NOT_CONNECTED, {});
+  if (database_ == nullptr) return {ZR3_ERR_NOT_CONNECTED, {}};
   handles_.Clear();
   cache_.Clear();
   const std::unique_ptr<Database> database = std::move(database_);
@@ -36,7 +38,8 @@ Status Session::Disconnect() {
 }
 
 Session& ProcessSession() {
-  static Session& session = *new Session;
+  alignas(Session) static std::byte place[sizeof(Session)];  // not of the heap: nothing frees it
+  static Session& session = *new (place) Session;
   return session;
 }
 

@@ -32,7 +32,7 @@ class Session {
   template <typename Body>
   Status Hold(Body&& body) {
     const std::shared_lock lock(mutex_);
-    if (database_ == nullptr) return Status(ZR3_ERR_NOT_CONNECTED, {});
+    if (database_ == nullptr) return {ZR3_ERR_NOT_CONNECTED, {}};
     return body(*this);
   }
 

@@ -45,7 +45,7 @@ Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Re
   std::vector<int32> positions;  // where each of the batch stands among the records
   batch.reserve(static_cast<std::size_t>(count));
   positions.reserve(static_cast<std::size_t>(count));
-  const Status all_read = ForEach(count, codes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
+  Status all_read = ForEach(count, codes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
     Result<Sample> sample = zervane::ReadRecord(records[i]);
     if (!sample.ok()) return sample.status();
     batch.push_back({.tag = tag_of(i), .sample = *std::move(sample)});

@@ -124,7 +124,7 @@ Status ReadMembers(const void* record, std::span<const RecordMember> members,
         std::visit([&](auto member) { return Load(from, columns[i], &(properties->*member)); },
                    columns[i].member);
     if (!fits) {
-      return Status(ZR3_ERR_INVALID_TEXT, std::string(columns[i].name) + " is not terminated");
+      return {ZR3_ERR_INVALID_TEXT, std::string(columns[i].name) + " is not terminated"};
     }
   }
   return {};

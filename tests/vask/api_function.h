@@ -109,7 +109,7 @@ ApiFunction Describe(const char* name, int32 (*function)(Parameters...),
 // to be a FLOAT64 tag of the name "tag".
 const std::vector<ApiFunction>& AllFunctions();
 
-// What the function's calls answer when nothing is wrong but that the library does not offer it.
+// Whether the library offers it; the others check their arguments and say they are not supported.
 bool IsOffered(const std::string& name);
 
 // Whether it only releases what another function handed out.

@@ -60,9 +60,6 @@ class RandomBytes : public testing::TestWithParam<ApiFunction> {
 };
 
 TEST_P(RandomBytes, GetAStatusAndDoNoHarm) {
-  const std::set<std::string> others = {"nt3_connect", "nt3_disconnect",
-                                        "cc3_cmd_free"};  // a reply is the library's own memory
-  if (others.contains(GetParam().name)) return;
   SCOPED_TRACE("seed " + std::to_string(kSeed));
   Chaos chaos(kSeed);
   for (int i = 0; i < kCalls; ++i) {
@@ -74,7 +71,16 @@ TEST_P(RandomBytes, GetAStatusAndDoNoHarm) {
   ExpectTheKeeper();
 }
 
-INSTANTIATE_TEST_SUITE_P(Api, RandomBytes, testing::ValuesIn(AllFunctions()), CaseName());
+// All but those that open and close the session, and the one that frees the library's own memory.
+std::vector<ApiFunction> FunctionsForRandomBytes() {
+  const std::set<std::string> others = {"nt3_connect", "nt3_disconnect", "cc3_cmd_free"};
+  std::vector<ApiFunction> functions = AllFunctions();
+  std::erase_if(functions, [&](const ApiFunction& f) { return others.contains(f.name); });
+  return functions;
+}
+
+INSTANTIATE_TEST_SUITE_P(Api, RandomBytes, testing::ValuesIn(FunctionsForRandomBytes()),
+                         CaseName());
 
 TEST(RandomAddresses, AreRefused) {
   for (const char* variable : {"ZERVANE_HOME", "XDG_DATA_HOME", "HOME"}) unsetenv(variable);
