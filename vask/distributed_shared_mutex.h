@@ -7,9 +7,9 @@
 
 namespace zervane {
 
-// A shared mutex for many short shared holds on many threads: each thread takes a part of its own,
-// so that threads do not pass one cache line to and fro; an exclusive hold takes every part. Who
-// waits for an exclusive hold goes before shared holds that come later, so endless calls cannot
+// A shared mutex for many short shared holds on many threads: each thread takes a stripe of its
+// own, so that threads do not pass one cache line to and fro; an exclusive hold takes every stripe.
+// Who waits for an exclusive hold goes before shared holds that come later, so endless calls cannot
 // keep it out. No thread may hold it twice. To be used with std::shared_lock and std::unique_lock.
 class DistributedSharedMutex {
  public:
@@ -24,16 +24,16 @@ class DistributedSharedMutex {
   void unlock_shared();
 
  private:
-  static constexpr std::size_t kParts = 32;
+  static constexpr std::size_t kStripes = 32;
   static constexpr std::size_t kCacheLineBytes = 64;
 
-  struct alignas(kCacheLineBytes) Part {
+  struct alignas(kCacheLineBytes) Stripe {
     pthread_rwlock_t lock;
   };
 
-  Part& PartOfThisThread();
+  Stripe& StripeOfThisThread();
 
-  std::array<Part, kParts> parts_;
+  std::array<Stripe, kStripes> stripes_;
 };
 
 }  // namespace zervane

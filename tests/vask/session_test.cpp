@@ -143,7 +143,7 @@ TEST(Session, IsDisconnectedHoweverBusyItsCallersAre) {
   Opener opener;
   ASSERT_EQ(Connect(session, {.primary = kFolder, .standby = {}}, opener), ZR3_OK);
   std::vector<std::thread> callers;
-  for (int t = 0; t < 40; ++t) {  // more than there are parts of the lock
+  for (int t = 0; t < 40; ++t) {  // more than there are stripes of the lock
     callers.emplace_back([&] {
       while (Use(session) == ZR3_OK) {
       }
