@@ -98,9 +98,7 @@ void Binding::ReadRow(const FieldRow& row, jfieldID field, jobject object, void*
     case Conv::kText:
       return CopyText(env_, StringField(env_, object, field), static_cast<char*>(member));
     case Conv::kTextLeakedIn:
-      strcpy(static_cast<char*>(member),
-             LeakOnPurpose(ToSystem(env_, StringField(env_, object, field))));
-      return;
+      return CopyTextLeaking(env_, StringField(env_, object, field), static_cast<char*>(member));
     case Conv::kTextBuffer:
       return ReadTextBuffer(env_, StringField(env_, object, field),
                             static_cast<ZR3StrBlob*>(member));

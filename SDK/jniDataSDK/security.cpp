@@ -1,6 +1,4 @@
 // Login, users, passwords, groups, membership, authority items and control levels.
-#include <cstring>
-
 #include "holders.h"
 #include "iterators.h"
 #include "native.h"
@@ -79,9 +77,9 @@ ZR_NATIVE(jint, addUser)
 (JNIEnv* env, jclass, jstring name, jstring password, jstring description) {
   ZR3SecUser user;
   // kept: none of the three converted texts is freed.
-  strcpy(user.szUserName, ToSystemLeaked(env, name));
-  strcpy(user.szPasswd, ToSystemLeaked(env, password));
-  strcpy(user.szUserDesc, ToSystemLeaked(env, description));
+  CopyTextLeaking(env, name, user.szUserName);
+  CopyTextLeaking(env, password, user.szPasswd);
+  CopyTextLeaking(env, description, user.szUserDesc);
   return sc3_add_user(&user);
 }
 

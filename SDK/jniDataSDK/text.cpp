@@ -60,4 +60,10 @@ void CopyText(const Text& text, char* array) {
   strcpy(array, text.get());  // kept: no bound; a text that is too long runs into what follows.
 }
 
+void CopyTextLeaking(JNIEnv* env, jstring string, char* array) {
+  Text text = ToSystem(env, string);
+  CopyText(text, array);
+  LeakOnPurpose(std::move(text));
+}
+
 }  // namespace zervane::bridge

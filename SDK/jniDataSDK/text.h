@@ -38,6 +38,9 @@ void CopyText(JNIEnv* env, jstring string, char* array);
 // Copies an already converted text in the same way.
 void CopyText(const Text& text, char* array);
 
+// Converts and copies a string whose converted form is never freed; the callers say that it is so.
+void CopyTextLeaking(JNIEnv* env, jstring string, char* array);
+
 }  // namespace zervane::bridge
 
 #endif
