@@ -22,8 +22,9 @@ std::unique_ptr<spdlog::logger> MakeLogger() {
 }  // namespace
 
 spdlog::logger& Log() {
-  static const std::unique_ptr<spdlog::logger> logger = MakeLogger();
-  return *logger;
+  // Never destroyed: threads may still have something to say while the process ends.
+  static spdlog::logger& logger = *MakeLogger().release();
+  return logger;
 }
 
 }  // namespace zervane
