@@ -68,6 +68,7 @@ void Binding::WriteRows(size_t first, size_t count, const void* record, jobject 
 void Binding::ReadRow(const FieldRow& row, jfieldID field, jobject object, void* member) const {
   switch (row.in.conv) {
     case Conv::kNone:
+    case Conv::kLong:
     case Conv::kTextIsNotEmpty:
       return;
     case Conv::kBool:
@@ -78,8 +79,6 @@ void Binding::ReadRow(const FieldRow& row, jfieldID field, jobject object, void*
       return Store(env_->GetShortField(object, field), member);
     case Conv::kInt:
       return Store(env_->GetIntField(object, field), member);
-    case Conv::kLong:
-      return Store(env_->GetLongField(object, field), member);
     case Conv::kFloat:
       return Store(env_->GetFloatField(object, field), member);
     case Conv::kDouble:

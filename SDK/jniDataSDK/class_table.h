@@ -17,7 +17,7 @@ enum class Conv : uint8_t {
   kByte,
   kShort,
   kInt,
-  kLong,
+  kLong,  // out only
   kFloat,
   kDouble,
   kEnum,           // Java byte, 32-bit record member: sign-extended in, low byte out
