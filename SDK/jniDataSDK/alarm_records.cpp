@@ -58,11 +58,11 @@ jint QueryNarrow(JNIEnv* env, QueryCall call, jint id, jobject query_object, jlo
 // Stores a new object for every record, whatever its error code.
 void StoreSnapshots(const Binding& fields, const ZR3AlarmRecord* records, jint count,
                     jobjectArray records_out) {
-  const ZR3AlarmRecord* commented = nullptr;  // the first record with a comment
+  const ZR3AlarmRecord* commented = nullptr;  // a record with a comment, once there was one
   for (jint i = 0; i < count; ++i) {
     const ZR3AlarmRecord& record = records[i];
     const jobject object = fields.Allocate();
-    if (commented == nullptr && record.szComment[0] != '\0') commented = &record;
+    if (record.szComment[0] != '\0') commented = &record;
     // kept: from the first record with a comment on, every record is reported as commented.
     WriteAlarmRecord(fields, record, commented != nullptr ? *commented : record, object);
     fields.env()->SetObjectArrayElement(records_out, i, object);

@@ -1,7 +1,7 @@
 // Creating, changing, reading, finding and deleting alarm tags.
 #include "native.h"
-#include "tag_fields.h"
 #include "tag_lookup.h"
+#include "tag_methods.h"
 
 using namespace zervane::bridge;
 
@@ -33,27 +33,20 @@ ZR_NATIVE(jint, addAlarmTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
   ZR3AlarmTagProp prop;
   ReadTag(env, kAlarmTag, tagprop, sizeof prop, &prop);
-  const ZR3Mask mask{tag_mask, ext_mask};
+  const ZR3Mask mask = Mask(tag_mask, ext_mask);
   // kept: the new identifier ends in the record; the caller looks it up by name.
   return am3_add_tag(&prop, &mask, nullptr, &prop.nTagID);
 }
 
-// Changes the properties that the masks select, of the tag that m_tagID names.
 ZR_NATIVE(jint, modifyAlarmTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
-  ZR3AlarmTagProp prop;
   // kept: only the first 172 bytes of the record are cleared.
-  ReadTag(env, kAlarmTag, tagprop, kClearedToModify, &prop);
-  const ZR3Mask mask{tag_mask, ext_mask};
-  return am3_modify_tag_prop(prop.nTagID, &prop, &mask);
+  return ModifyTag(env, kAlarmTag, am3_modify_tag_prop, tagprop, kClearedToModify,
+                   Mask(tag_mask, ext_mask));
 }
 
-// Writes every field but m_tagClass on status 0.
 ZR_NATIVE(jint, queryAlarmTag)(JNIEnv* env, jclass, jint tag_id, jobject tagprop) {
-  const Binding fields(env, kAlarmTag);
-  ZR3AlarmTagProp prop;
-  const int32 status = am3_query_tag_prop(tag_id, &prop);
-  return StoreOnSuccess(status, fields, &prop, tagprop);
+  return QueryTag(env, kAlarmTag, am3_query_tag_prop, tag_id, tagprop);
 }
 
 ZR_NATIVE(jint, deleteAlarmTag)(JNIEnv*, jclass, jint tag_id) { return tag3_delete_tag(tag_id); }

@@ -1,6 +1,6 @@
 // Creating, changing and reading calculation tags.
 #include "native.h"
-#include "tag_fields.h"
+#include "tag_methods.h"
 
 using namespace zervane::bridge;
 
@@ -25,26 +25,15 @@ constexpr ClassTable kCalculationTag{"com/talvoro/zrjni/ZRJniCalcTag", kCalculat
 
 ZR_NATIVE(jint, addCalcTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
-  ZR3CalcTagProp prop;
-  ReadTag(env, kCalculationTag, tagprop, sizeof prop, &prop);
-  const ZR3Mask mask{tag_mask, ext_mask};
-  uint32 tag_id;  // kept: the new identifier is not handed out; the caller looks it up by name.
-  return ca3_add_tag(&prop, &mask, nullptr, &tag_id);
+  return AddTag(env, kCalculationTag, ca3_add_tag, tagprop, Mask(tag_mask, ext_mask));
 }
 
-// Changes the properties that the masks select, of the tag that m_tagID names.
 ZR_NATIVE(jint, modifyCalcTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
-  ZR3CalcTagProp prop;
-  ReadTag(env, kCalculationTag, tagprop, sizeof prop, &prop);
-  const ZR3Mask mask{tag_mask, ext_mask};
-  return ca3_modify_tag_prop(prop.nTagID, &prop, &mask);
+  return ModifyTag(env, kCalculationTag, ca3_modify_tag_prop, tagprop, sizeof(ZR3CalcTagProp),
+                   Mask(tag_mask, ext_mask));
 }
 
-// Writes every field but m_tagClass on status 0.
 ZR_NATIVE(jint, queryCalcTag)(JNIEnv* env, jclass, jint tag_id, jobject tagprop) {
-  const Binding fields(env, kCalculationTag);
-  ZR3CalcTagProp prop;
-  const int32 status = ca3_query_tag_prop(tag_id, &prop);
-  return StoreOnSuccess(status, fields, &prop, tagprop);
+  return QueryTag(env, kCalculationTag, ca3_query_tag_prop, tag_id, tagprop);
 }

@@ -38,12 +38,11 @@ bool PrepareRecords(jint count, uint32* ids, ZR3Record* records) {
 
 // Fills `record` on status 0. The type is the server's.
 ZR_NATIVE(jint, querySnapShot)
-(JNIEnv* env, jclass, jint tag_id, jbyte /*kept: the type argument has no effect*/,
- jobject record_out) {
+(JNIEnv* env, jclass, jint tag_id, jbyte type_argument, jobject record_out) {
   const Binding fields(env, kRecord);
   ZR3Record record;
   memset(&record, 0, sizeof record);
-  ZR3_TAG_TYPE type = 0;
+  ZR3_TAG_TYPE type = type_argument;  // kept: no effect, as the server's type overwrites it.
   const int32 type_status = pt3_query_tag_type(tag_id, &type);
   if (type_status != 0) return type_status;
   record.nTagType = type;

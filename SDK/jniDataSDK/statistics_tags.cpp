@@ -1,7 +1,7 @@
 // Creating, changing, reading and finding statistics tags.
 #include "native.h"
-#include "tag_fields.h"
 #include "tag_lookup.h"
+#include "tag_methods.h"
 
 using namespace zervane::bridge;
 
@@ -44,28 +44,17 @@ constexpr ClassTable kStatisticsTag{"com/talvoro/zrjni/ZRJniStatsTag", kStatisti
 
 ZR_NATIVE(jint, addStatsTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
-  ZR3StatsTagProp prop;
-  ReadTag(env, kStatisticsTag, tagprop, sizeof prop, &prop);
-  const ZR3Mask mask{tag_mask, ext_mask};
-  uint32 tag_id;  // kept: the new identifier is not handed out; the caller looks it up by name.
-  return st3_add_tag(&prop, &mask, nullptr, &tag_id);
+  return AddTag(env, kStatisticsTag, st3_add_tag, tagprop, Mask(tag_mask, ext_mask));
 }
 
-// Changes the properties that the masks select, of the tag that m_tagID names.
 ZR_NATIVE(jint, modifyStatsTag)
 (JNIEnv* env, jclass, jobject tagprop, jlong tag_mask, jlong ext_mask) {
-  ZR3StatsTagProp prop;
-  ReadTag(env, kStatisticsTag, tagprop, sizeof prop, &prop);
-  const ZR3Mask mask{tag_mask, ext_mask};
-  return st3_modify_tag_prop(prop.nTagID, &prop, &mask);
+  return ModifyTag(env, kStatisticsTag, st3_modify_tag_prop, tagprop, sizeof(ZR3StatsTagProp),
+                   Mask(tag_mask, ext_mask));
 }
 
-// Writes every field but m_tagClass on status 0.
 ZR_NATIVE(jint, queryStatsTag)(JNIEnv* env, jclass, jint tag_id, jobject tagprop) {
-  const Binding fields(env, kStatisticsTag);
-  ZR3StatsTagProp prop;
-  const int32 status = st3_query_tag_prop(tag_id, &prop);
-  return StoreOnSuccess(status, fields, &prop, tagprop);
+  return QueryTag(env, kStatisticsTag, st3_query_tag_prop, tag_id, tagprop);
 }
 
 // kept: the tag of that name is found whatever its class.

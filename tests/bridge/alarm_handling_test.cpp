@@ -24,6 +24,11 @@ TEST_F(AlarmHandling, AnAlarmIsNamedByItsTagAndTime) {
   EXPECT_TRUE(SameLines(kTimeGets + Lines{kAcknowledge}, Log().Steps()));
 }
 
+TEST_F(AlarmHandling, MillisecondsAreNotChecked) {
+  Call(ZR(acknowledgeAlarm), 7, JavaTime("time", 1, 32000));
+  EXPECT_EQ(Log().Api(), Lines{"am3_acknowledge_alarms(1, {7}, 1.32000, out)"});
+}
+
 TEST_F(AlarmHandling, AnErrorCodeAloneIsNotSeen) {
   Api().On<am3_acknowledge_alarms>([](auto, auto, auto, int32* code) {
     *code = 4711;

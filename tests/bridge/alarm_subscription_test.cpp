@@ -12,6 +12,7 @@ struct Batch {
   explicit Batch(int32 count = 2) {
     Api().On<am3_get_callback_am>([this, count](int32* count_out, ZR3AlarmRecord** records_out) {
       EXPECT_TRUE(Untouched(count_out, sizeof *count_out));
+      EXPECT_TRUE(Untouched(records_out, sizeof *records_out));
       *count_out = count;
       *records_out = count == 0 ? nullptr : records;
       return 0;
@@ -71,6 +72,7 @@ TEST_F(AlarmSubscription, FreeingABatchGivesTheRecordsBackAndFreesTheHolder) {
   const jlong handle = Take();
   Api().On<am3_free_callback_am>([&](int32, const ZR3AlarmRecord* records) {
     EXPECT_EQ(records, batch.records);
+    EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), static_cast<long>(kHolder));
     return 4711;
   });
   Free(handle);
@@ -89,7 +91,7 @@ TEST_F(AlarmSubscription, AFailedTakeLeaksTheHolderAndDoesNotWriteTheWrapper) {
 TEST_F(AlarmSubscription, WithoutMemoryNothingIsTaken) {
   Probe().FailNth(1);
   EXPECT_EQ(Call(ZR(getRegisterTagAmHandle), Wrapper()), -1);
-  EXPECT_TRUE(SameLines({}, Log().Steps()));
+  EXPECT_TRUE(SameLines(LookUp(kLongWrapperClass), Log().All()));
 }
 
 TEST_F(AlarmSubscription, HandleZeroIsNoBatch) {

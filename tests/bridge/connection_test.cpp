@@ -79,6 +79,11 @@ TEST_F(Connection, AnAddressThatIsTooLongRunsOnWithoutABound) {
   EXPECT_EQ(Sent().nBakPort, 8);
 }
 
+TEST_F(Connection, TheStandbyAddressIsCopiedAfterThePrimaryAndOverItsExcess) {
+  ConnectEx(std::string(516, 'X').c_str(), 7, "b", 8);
+  EXPECT_STREQ(Sent().szBakAddress, "B");
+}
+
 TEST_F(Connection, ConnectingTwiceIsPassedOn) {
   ConnectEx("a", 1, "b", 2);
   ConnectEx("a", 1, "b", 2);

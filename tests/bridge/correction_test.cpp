@@ -29,7 +29,7 @@ INSTANTIATE_TEST_SUITE_P(Type, CorrectOneType, testing::ValuesIn(kNumericTypes),
 TEST_F(Correction, ATextOrBlobHasABufferThatIsFreedAfterTheCall) {
   std::string bytes;
   Api().On<ar3_modify_record>([&](uint32, const ZR3Record* record) {
-    bytes.assign(record->value.strBlob.pBuf, record->value.strBlob.nLenBuf);
+    bytes = BufferOf(*record);
     return kSomeError;
   });
   EXPECT_EQ(Modify(6), kSomeError);

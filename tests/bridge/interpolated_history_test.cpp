@@ -253,6 +253,14 @@ TEST_P(OneTagInterpolation, TextIsReadFromClearedSlotsOfOneBlock) {
   EXPECT_EQ(Left(), Blocks{});
 }
 
+TEST_P(OneTagInterpolation, WithoutMemoryForTheCodesTheSlotsAreFreedToo) {
+  TagsHaveType(6);
+  Probe().FailNth(3);
+  EXPECT_EQ(Query(), 0);
+  EXPECT_TRUE(SameLines(TypeLines(method()), Log().Steps()));
+  EXPECT_EQ(Left(), Blocks{});
+}
+
 INSTANTIATE_TEST_SUITE_P(Method, OneTagInterpolation, testing::Values(kLinear, kByMode),
                          [](const auto& row) { return std::string(row.param.name); });
 
@@ -291,6 +299,9 @@ TEST_F(ManyTagsInterpolation, EveryTextHasItsOwnSlotInABlockOfItsOwn) {
     char* const third = records[2].value.strBlob.pBuf;
     EXPECT_EQ(Probe().SizeAt(first), static_cast<long>(3 * kSlot));
     EXPECT_EQ(Probe().SizeAt(third - 2 * kSlot), static_cast<long>(3 * kSlot));
+    for (const char* const block : {first, third - 2 * kSlot}) {
+      EXPECT_TRUE(SameBytes(std::string(3 * kSlot, '\0').data(), block, 3 * kSlot));
+    }
     EXPECT_EQ(records[0].value.strBlob.nLenBuf, kSlot);
     EXPECT_EQ(records[1].value.strBlob.pBuf, nullptr);
     EXPECT_EQ(records[2].value.strBlob.nLenBuf, kSlot);

@@ -114,6 +114,8 @@ TEST_F(PointTags, NullTextsAreSentEmpty) {
   EXPECT_EQ(Left(), Blocks{});
 }
 
+TEST_F(PointTags, ANullObjectIsReadAllTheSameAndEndsTheProcess) { EXPECT_DEATH(AddTag(Ref()), ""); }
+
 TEST_F(PointTags, NegativeEnumerationsAreSignExtended) {
   AddTag(JavaTag().Set("m_tagType", -1).Set("m_tagClass", -2).Set("m_compType", -128));
   EXPECT_EQ(Sent().nTagType, -1);

@@ -51,11 +51,13 @@ TEST_F(Relay, SettingsAreReadInOrderAndSentInAClearedRecord) {
 
 TEST_F(Relay, EmptyAndNullSettingsSendAnEmptyRecord) {
   const ZRRestCfg empty = {};
-  const Ref settings = Settings();
-  for (const JavaField& field : kRedisInfoClass.fields) settings.Set(field.name, Ref());
-  Send(settings);
-  EXPECT_TRUE(SameRecord(empty, Sent()));
-  EXPECT_EQ(Left(), Blocks(11, 1));
+  for (const Ref text : {Java().String(""), Ref()}) {
+    const Ref settings = Settings();
+    for (const JavaField& field : kRedisInfoClass.fields) settings.Set(field.name, text);
+    Send(settings);
+    EXPECT_TRUE(SameRecord(empty, Sent()));
+    EXPECT_EQ(Left(), Blocks(11, 1));
+  }
 }
 
 TEST_F(Relay, ASettingOf63BytesArrivesWholeAndALongerOneRunsOn) {
@@ -67,10 +69,18 @@ TEST_F(Relay, ASettingOf63BytesArrivesWholeAndALongerOneRunsOn) {
   EXPECT_STREQ(Sent().szUser, "Y");
 }
 
-TEST_F(Relay, WithoutMemoryForTheRecordNothingIsReadOrSent) {
+TEST_F(Relay, TheExtensionsAreEmptyEvenWhereASettingRanOverThem) {
+  Send(Settings().Set("m_routingcrs", Java().String(std::string(500, 'X'))));
+  const ZRRestCfg& sent = Sent();
+  for (const char* text : {sent.szExtend1, sent.szExtend2, sent.szExtend3, sent.szExtend4}) {
+    EXPECT_EQ(std::string(text, 2), std::string("\0X", 2));
+  }
+}
+
+TEST_F(Relay, WithoutMemoryForTheRecordTheClassIsLookedUpAndNothingIsReadOrSent) {
   Probe().FailNth(1);
   EXPECT_EQ(Send(Settings()), -1);
-  EXPECT_TRUE(SameLines({}, Log().Steps()));
+  EXPECT_TRUE(SameLines(LookUp(kRedisInfoClass), Log().All()));
 }
 
 }  // namespace

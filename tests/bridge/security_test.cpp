@@ -110,6 +110,14 @@ TEST_F(Security, ATooLongNameOfAUserRunsIntoThePasswordWhichIsCopiedAfterIt) {
   EXPECT_EQ(std::string(sent.szPasswd, 6), std::string("P\0NNNN", 6));
 }
 
+TEST_F(Security, ATooLongNameOfAGroupRunsIntoTheDescriptionWhichIsCopiedAfterIt) {
+  const std::string name(70, 'N');
+  Call(ZR(addGroup), T(name.c_str()), T("d"));
+  const ZR3SecGroup& sent = Api().Sent<ZR3SecGroup>().at(0);
+  EXPECT_EQ(std::string(sent.szGroupName, 64), name.substr(0, 64));
+  EXPECT_EQ(std::string(sent.szGroupDesc, 6), std::string("D\0NNNN", 6));
+}
+
 // ---- the current user ----
 
 jint CurrentUser(const Ref& user) { return Call(ZR(getCurrentUser), user); }
@@ -175,6 +183,13 @@ TEST_P(SecurityLists, StoreTheHandleWhateverTheStatus) {
     EXPECT_EQ(holder.Int("Value"), kHandle);
     EXPECT_EQ(Left(), Blocks{});
   }
+}
+
+TEST_P(SecurityLists, LookTheHolderUpBeforeAnythingElse) {
+  AnswerLists(0);
+  GetParam().call(Holder());
+  const Lines all = Log().All();
+  EXPECT_TRUE(SameLines(LookUp(kLongWrapperClass), Lines(all.begin(), all.begin() + 2)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Method, SecurityLists, testing::ValuesIn(kListMethods),

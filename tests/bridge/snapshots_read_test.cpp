@@ -148,6 +148,35 @@ TEST_F(Snapshot, WithoutMemoryForTheBufferTheReadIsSkippedAndReportedAsSuccess) 
   }
 }
 
+TEST_F(Snapshot, TheTypeArgumentIsWhatTheLookUpFinds) {
+  Api().On<pt3_query_tag_type>([](uint32, ZR3_TAG_TYPE* type) {
+    EXPECT_EQ(*type, ZR3_TAG_TYPE_FLOAT32);
+    *type = ZR3_TAG_TYPE_INT8;
+    return 0;
+  });
+  Query(JavaTarget(), 7, ZR3_TAG_TYPE_FLOAT32);
+}
+
+TEST_F(Snapshot, TheBufferGoesWithTheTypeThatWasLookedUp) {
+  TagsHaveType(ZR3_TAG_TYPE_STRING);
+  Api().On<sn3_query_snapshot>([](uint32, ZR3Record* sent) {
+    sent->nTagType = ZR3_TAG_TYPE_INT8;
+    return 0;
+  });
+  Query(JavaTarget());
+  EXPECT_EQ(Left(), Blocks{});
+  TagsHaveType(ZR3_TAG_TYPE_INT8);
+  char text[] = "S";
+  Api().On<sn3_query_snapshot>([&text](uint32, ZR3Record* sent) {
+    sent->nTagType = ZR3_TAG_TYPE_STRING;
+    sent->value.strBlob.pBuf = text;  // not the bridge's to free
+    return 0;
+  });
+  const Ref record = JavaTarget();
+  Query(record);
+  EXPECT_EQ(record.Text("strValue"), "s");
+}
+
 // ---- many tags ----
 
 struct Batch {

@@ -246,6 +246,17 @@ TEST_P(ByConditions, ANegativeCountAsksForMoreMemoryThanThereIs) {
   EXPECT_TRUE(SameLines({}, Log().Steps()));
 }
 
+TEST_P(ByConditions, TheLongestValueArrivesWhole) {
+  const std::string value(255, 'V');
+  method().call(Java().Array("conditions", {Condition("c0", 0, 6, value.c_str())}), 1, NewHolder());
+  EXPECT_EQ(std::string(Sent(0).szValue), value);
+}
+
+TEST_P(ByConditions, ANullConditionIsReadAllTheSameAndEndsTheProcess) {
+  const Ref none = Java().Array("conditions", std::vector<Ref>{Ref()});
+  EXPECT_DEATH(method().call(none, 1, NewHolder()), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(Method, ByConditions, testing::Values(kBasicTags, kTags, kPage, kNumber),
                          [](const auto& row) { return std::string(row.param.name); });
 

@@ -102,6 +102,7 @@ TEST_P(BlobLength, KeepsTheLowSixteenBits) {
   });
   EXPECT_EQ(length, GetParam().carried);
   EXPECT_EQ(Left(), Blocks{GetParam().carried});
+  EXPECT_EQ(Probe().count(), 1);
   EXPECT_TRUE(SameBytes(bytes.data(), buffer, length));
   EXPECT_TRUE(SameLines(
       {"GetArrayLength array", "GetByteArrayRegion array 0 " + std::to_string(GetParam().carried)},

@@ -54,6 +54,7 @@ Methods RelayMethods();
 Methods SecurityMethods();
 Methods SettingsMethods();
 Methods SnapshotReadingMethods();
+Methods SnapshotSavingMethods();
 Methods SnapshotSubscriptionMethods();
 Methods SnapshotWritingMethods();
 Methods StatisticsMethods();

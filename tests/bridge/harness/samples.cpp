@@ -71,6 +71,10 @@ ZR3Record ApiRecord(ZR3_TAG_TYPE type, int32 seconds) {
   return record;
 }
 
+std::string BufferOf(const ZR3Record& record) {
+  return std::string(record.value.strBlob.pBuf, record.value.strBlob.nLenBuf);
+}
+
 const NumericType kNumericTypes[6] = {
     {0, "Byte nInt8", offsetof(ZR3Record, value.nInt8), 1},
     {1, "Short nInt16", offsetof(ZR3Record, value.nInt16), 2},

@@ -27,6 +27,9 @@ Lines RecordHeaderGets(const std::string& label);
 // An API record with a value in every numeric slot.
 ZR3Record ApiRecord(ZR3_TAG_TYPE type, int32 seconds);
 
+// The bytes of a STRING or BLOB record, to be copied while the call lasts.
+std::string BufferOf(const ZR3Record& record);
+
 // A numeric type: how its field is read, and where its value stands in a record.
 struct NumericType {
   ZR3_TAG_TYPE type;
