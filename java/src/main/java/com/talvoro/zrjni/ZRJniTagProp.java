@@ -21,7 +21,7 @@ public class ZRJniTagProp extends CommonTagProperties {
   /** Name of the device, up to 127 bytes. */
   public String m_DeviceName;
 
-  /** Identifier of the device; never read: adding and modifying send 0. */
+  /** Identifier of the device; never read: adding sends 0, modifying sends no defined value. */
   public int m_DeviceID;
 
   /** Name of the scan group, up to 127 bytes. */
