@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "engine/log.h"
 #include "engine/guard.h"
+#include "engine/log.h"
 
 namespace zervane {
 namespace {
@@ -135,8 +135,7 @@ void WriteQueue::KeepFailure(WriteGroup::Batch& batch) {
 }
 
 void WriteQueue::RunChanges() {
-  for (WriteGroup::Change& change : taken_.changes)
-    change.ticket->status = Guarded(*change.run);
+  for (WriteGroup::Change& change : taken_.changes) change.ticket->status = Guarded(*change.run);
 }
 
 void WriteQueue::SettleChanges() {

@@ -5,12 +5,12 @@
 #include <unordered_set>
 #include <utility>
 
+#include "engine/guard.h"
 #include "engine/log.h"
 #include "engine/storage/archive_reader.h"
 #include "engine/storage/chunk_codec.h"
 #include "engine/storage/chunk_merge.h"
 #include "engine/storage/folder_lock.h"
-#include "engine/guard.h"
 #include "engine/storage/journal.h"
 #include "engine/storage/pending.h"
 #include "engine/storage/reader_pool.h"

@@ -22,7 +22,8 @@ constexpr ListedStatus kStatuses[] = {
 TEST(StatusList, UsesEveryNumberOnce) {
   std::set<int32> numbers;
   for (const ListedStatus& status : kStatuses) {
-    EXPECT_TRUE(numbers.insert(status.number).second) << status.name << " repeats " << status.number;
+    EXPECT_TRUE(numbers.insert(status.number).second)
+        << status.name << " repeats " << status.number;
   }
 }
 
