@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "engine/text_value.h"
 #include "zr3Enum.h"
 
 namespace zervane {
@@ -17,11 +18,11 @@ class [[nodiscard]] Status {
 
   bool ok() const { return code_ == ZR3_OK; }
   ZR3_STATUS code() const { return code_; }
-  const std::string& message() const { return message_; }
+  const std::string& message() const { return message_.str(); }
 
  private:
   ZR3_STATUS code_ = ZR3_OK;
-  std::string message_;
+  TextValue message_;  // so that success, the usual case, costs next to nothing
 };
 
 // A value, or the Status that tells why there is none.

@@ -21,7 +21,7 @@ ValueFault CheckAlternative(const Value& value) {
 }
 
 ValueFault CheckBytes(const Value& value, std::size_t max_bytes) {
-  const auto* bytes = std::get_if<std::string>(&value);
+  const auto* bytes = std::get_if<TextValue>(&value);
   if (bytes == nullptr) return ValueFault::kWrongType;
   return bytes->size() > max_bytes ? ValueFault::kTooLong : ValueFault::kNone;
 }
@@ -29,7 +29,7 @@ ValueFault CheckBytes(const Value& value, std::size_t max_bytes) {
 ValueFault CheckString(const Value& value) {
   const ValueFault fault = CheckBytes(value, kMaxStringBytes);
   if (fault != ValueFault::kNone) return fault;
-  const bool has_nul = std::get<std::string>(value).find('\0') != std::string::npos;
+  const bool has_nul = std::get<TextValue>(value).str().find('\0') != std::string::npos;
   return has_nul ? ValueFault::kEmbeddedNul : ValueFault::kNone;
 }
 

@@ -2,9 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <variant>
 
+#include "engine/text_value.h"
 #include "zr3Enum.h"
 
 namespace zervane {
@@ -31,8 +31,8 @@ constexpr std::size_t kMaxStringBytes = ZR3_LEN_VALUE - 1;  // without the termi
 constexpr std::size_t kMaxBlobBytes = ZR3_LEN_VALUE;
 
 // A value. The tag's type fixes the alternative: INT8, INT16, INT32 and DIGITAL use int32, STRING
-// (without its terminator) and BLOB use std::string.
-using Value = std::variant<std::int32_t, float, double, std::string>;
+// (without its terminator) and BLOB use TextValue.
+using Value = std::variant<std::int32_t, float, double, TextValue>;
 
 // Whether the value has the alternative, the range and the length that the type allows.
 enum class ValueFault { kNone, kWrongType, kTooLong, kEmbeddedNul };
@@ -51,6 +51,7 @@ struct Sample {
 
   friend bool operator==(const Sample&, const Sample&) = default;
 };
+static_assert(sizeof(Sample) == 32);  // millions of them wait in memory
 
 struct TagSample {
   TagId tag = 0;
@@ -63,6 +64,10 @@ struct TagSample {
 struct TimeRange {
   std::int64_t from_ms = 0;
   std::int64_t to_ms = kMaxTimeMs;
+
+  constexpr bool Holds(std::int64_t time_ms) const {
+    return time_ms >= from_ms && time_ms <= to_ms;
+  }
 };
 
 enum class Direction { kForward, kBackward };

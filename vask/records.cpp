@@ -93,11 +93,11 @@ Status FillValue(const Sample& sample, ZR3RecordValue* value) {
       value->nDigital = static_cast<int8>(std::get<std::int32_t>(sample.value));
       return {};
     case TagType::kString: {
-      const auto& text = std::get<std::string>(sample.value);
+      const auto& text = std::get<TextValue>(sample.value).str();
       return FillBytes(text, text.size() + 1, &value->strBlob);
     }
     case TagType::kBlob: {
-      const auto& blob = std::get<std::string>(sample.value);
+      const auto& blob = std::get<TextValue>(sample.value).str();
       return FillBytes(blob, blob.size(), &value->strBlob);
     }
   }

@@ -205,7 +205,7 @@ TEST_P(WrittenBytes, EndWhereTheRecordSays) {
   const Result<Sample> sample = ReadRecord(record);
   ASSERT_EQ(sample.code(), status);
   if (sample.ok()) {
-    EXPECT_EQ(std::get<std::string>(sample->value), value);
+    EXPECT_EQ(std::get<TextValue>(sample->value).str(), value);
   }
 }
 
@@ -242,7 +242,7 @@ TEST(WrittenBytes, NeedABufferUnlessTheyAreNone) {
   record.value.strBlob = {nullptr, 0};
   EXPECT_EQ(ReadRecord(record).code(), ZR3_ERR_NULL_ARGUMENT);
   record.nTagType = ZR3_TAG_TYPE_BLOB;
-  EXPECT_EQ(std::get<std::string>(ReadRecord(record)->value), "");
+  EXPECT_EQ(std::get<TextValue>(ReadRecord(record)->value).str(), "");
   record.value.strBlob = {nullptr, 4};
   EXPECT_EQ(ReadRecord(record).code(), ZR3_ERR_NULL_ARGUMENT);
 }
