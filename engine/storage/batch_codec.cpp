@@ -1,8 +1,10 @@
 #include "engine/storage/batch_codec.h"
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <string>
 
 #include "engine/storage/block.h"
 #include "engine/storage/bytes.h"
@@ -17,16 +19,28 @@ constexpr unsigned kTypeMask = 0x07;
 constexpr unsigned kArchiveMark = 0x08;
 constexpr unsigned kCurrentMark = 0x10;
 constexpr unsigned kQualityMark = 0x20;  // a quality follows
-constexpr unsigned kAllMarks = kTypeMask | kArchiveMark | kCurrentMark | kQualityMark;
+constexpr unsigned kHeldMark = 0x40;
+constexpr unsigned kAllMarks = kTypeMask | kArchiveMark | kCurrentMark | kQualityMark | kHeldMark;
 
-struct WriteValue {
-  ByteWriter* out;
+// The longest record without the bytes of a text: its marks, tag, time, quality, value.
+constexpr std::size_t kMaxNumberRecordBytes = 1 + 2 * kMaxVarintBytes + 2 + kMaxVarintBytes;
 
-  void operator()(std::int32_t value) const { out->SignedVarint(value); }
-  void operator()(float value) const { out->Fixed(std::bit_cast<std::uint32_t>(value)); }
-  void operator()(double value) const { out->Fixed(std::bit_cast<std::uint64_t>(value)); }
-  void operator()(const std::string& value) const { out->Counted(value); }
-};
+char* PutValue(char* to, const Value& value) {
+  if (const auto* number = std::get_if<double>(&value)) {
+    return PutFixed(to, std::bit_cast<std::uint64_t>(*number));
+  }
+  if (const auto* number = std::get_if<float>(&value)) {
+    return PutFixed(to, std::bit_cast<std::uint32_t>(*number));
+  }
+  if (const auto* number = std::get_if<std::int32_t>(&value)) return PutSignedVarint(to, *number);
+  const std::string& bytes = std::get<TextValue>(value).str();
+  return PutBytes(PutVarint(to, bytes.size()), bytes);
+}
+
+std::size_t TextBytes(const Value& value) {
+  const auto* text = std::get_if<TextValue>(&value);
+  return text == nullptr ? 0 : text->size();
+}
 
 Value ReadValue(TagType type, ByteReader* in) {
   switch (type) {
@@ -51,12 +65,14 @@ void WriteRecord(const AcceptedSample& record, const AcceptedSample& before, Byt
   const Sample& sample = record.sample;
   const bool new_quality = sample.quality != before.sample.quality;
   const unsigned marks = static_cast<unsigned>(sample.type) | (record.archive ? kArchiveMark : 0) |
-                         (record.current ? kCurrentMark : 0) | (new_quality ? kQualityMark : 0);
-  out->Fixed(static_cast<std::uint8_t>(marks));
-  out->SignedVarint(std::int64_t{record.tag} - std::int64_t{before.tag});
-  out->SignedVarint(sample.time_ms - before.sample.time_ms);
-  if (new_quality) out->Fixed(sample.quality);
-  std::visit(WriteValue{out}, sample.value);
+                         (record.current ? kCurrentMark : 0) | (record.held ? kHeldMark : 0) |
+                         (new_quality ? kQualityMark : 0);
+  char* to = out->Room(kMaxNumberRecordBytes + TextBytes(sample.value));
+  to = PutFixed(to, static_cast<std::uint8_t>(marks));
+  to = PutSignedVarint(to, std::int64_t{record.tag} - std::int64_t{before.tag});
+  to = PutSignedVarint(to, sample.time_ms - before.sample.time_ms);
+  if (new_quality) to = PutFixed(to, sample.quality);
+  out->Advance(PutValue(to, sample.value));
 }
 
 // False when the bytes are no record.
@@ -73,6 +89,7 @@ bool ReadRecord(ByteReader* in, const AcceptedSample& before, AcceptedSample* re
   record->tag = static_cast<TagId>(tag);
   record->archive = (marks & kArchiveMark) != 0;
   record->current = (marks & kCurrentMark) != 0;
+  record->held = (marks & kHeldMark) != 0;
   Sample& sample = record->sample;
   sample.type = static_cast<TagType>(marks & kTypeMask);
   sample.time_ms = before.sample.time_ms + time_step;
@@ -86,14 +103,15 @@ const AcceptedSample kBeforeFirst{};
 }  // namespace
 
 std::string EncodeBatch(std::span<const AcceptedSample> records) {
-  ByteWriter body;
-  body.Reserve(records.size() * 16);
+  ByteWriter body(records.size() * 16);
   const AcceptedSample* before = &kBeforeFirst;
   for (const AcceptedSample& record : records) {
     WriteRecord(record, *before, &body);
     before = &record;
   }
-  return SealBlock(BlockKind::kBatch, {.type = 0, .count = records.size(), .body = body.Take()});
+  return SealBlock(
+      BlockKind::kBatch,
+      {.format = kBatchFormat, .type = 0, .count = records.size(), .body = body.Take()});
 }
 
 Result<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes) {

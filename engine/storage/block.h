@@ -9,12 +9,15 @@
 #include "engine/value.h"
 
 // A block is how records stand in the database file: a header that tells what follows, a checksum
-// and a body, compressed where that makes it smaller. docs/file-layout.md shows it byte by byte.
+// and a body. docs/file-layout.md shows it byte by byte.
 namespace zervane::storage {
 
 enum class BlockKind : std::uint8_t { kBatch = 'B', kChunk = 'C' };
 
-constexpr std::uint8_t kBlockFormat = 1;
+// The formats that are written. Earlier ones of a kind are read for ever.
+constexpr std::uint8_t kBatchFormat = 1;
+constexpr std::uint8_t kChunkFormat = 2;
+
 constexpr std::size_t kBlockHeaderBytes = 20;
 
 // Bounds that a reader holds a header to before it allocates what the header asks for.
@@ -22,16 +25,20 @@ constexpr std::size_t kMaxBlockRecords = 65'536;
 constexpr std::size_t kMaxRecordBytes = 40 + kMaxBlobBytes;  // the longest value and its company
 
 struct Block {
+  std::uint8_t format = 0;
   std::uint8_t type = 0;  // of a chunk's values; 0 in a batch
   std::size_t count = 0;  // records
   std::string body;
 };
 
-// The block as bytes. At most kMaxBlockRecords records of at most kMaxRecordBytes in the body.
+// The block as bytes, the body as it is: a chunk's columns are compressed already, and a batch
+// waits for the disk no longer than for a compressor. At most kMaxBlockRecords records of at most
+// kMaxRecordBytes in the body.
 std::string SealBlock(BlockKind kind, const Block& block);
 
 // The block in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless they are exactly
-// one whole block of the kind.
+// one whole block of the kind, of a format up to the one that is written. A body that an earlier
+// release compressed is decompressed.
 Result<Block> OpenBlock(BlockKind kind, std::string_view bytes);
 
 // The failure that a decoder of blocks answers.

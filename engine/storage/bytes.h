@@ -1,53 +1,95 @@
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 
+// Numbers as bytes. Fixed-width numbers are little-endian; a varint holds seven bits a byte, low
+// bits first, the top bit set on all but its last byte; a signed varint is zigzag coded, so that
+// small numbers of either sign are short.
 namespace zervane::storage {
 
-// Appends numbers and bytes to a buffer. Fixed-width numbers are little-endian; a varint holds
-// seven bits a byte, low bits first, the top bit set on all but its last byte; a signed varint is
-// zigzag coded, so that small numbers of either sign are short.
+static_assert(std::endian::native == std::endian::little, "numbers are copied as they stand");
+
+constexpr std::size_t kMaxVarintBytes = 10;
+
+constexpr std::uint64_t ZigZag(std::int64_t value) {
+  const std::uint64_t sign = value < 0 ? ~std::uint64_t{0} : 0;
+  return (static_cast<std::uint64_t>(value) << 1) ^ sign;
+}
+
+constexpr std::int64_t FromZigZag(std::uint64_t coded) {
+  const std::uint64_t sign = (coded & 1) != 0 ? ~std::uint64_t{0} : 0;
+  return static_cast<std::int64_t>((coded >> 1) ^ sign);
+}
+
+// Each of these writes at `to`, where there is room for it, and answers the place after it.
+
+template <std::unsigned_integral T>
+char* PutFixed(char* to, T value) {
+  std::memcpy(to, &value, sizeof(T));
+  return to + sizeof(T);
+}
+
+inline char* PutVarint(char* to, std::uint64_t value) {
+  for (; value >= 0x80; value >>= 7) *to++ = static_cast<char>(value | 0x80);
+  *to++ = static_cast<char>(value);
+  return to;
+}
+
+inline char* PutSignedVarint(char* to, std::int64_t value) { return PutVarint(to, ZigZag(value)); }
+
+inline char* PutBytes(char* to, std::string_view bytes) {
+  std::copy(bytes.begin(), bytes.end(), to);
+  return to + bytes.size();
+}
+
+// Appends numbers and bytes to a buffer that grows.
 class ByteWriter {
  public:
+  // With room for so many bytes from the start.
+  explicit ByteWriter(std::size_t capacity = 0) : buffer_(capacity, '\0') {}
+
+  // Where the next `size` bytes go; what was put there counts from Advance on.
+  char* Room(std::size_t size) {
+    if (buffer_.size() - size_ < size) buffer_.resize(std::max(2 * buffer_.size(), size_ + size));
+    return buffer_.data() + size_;
+  }
+
+  // To the place after what was put into the last Room.
+  void Advance(const char* end) { size_ = static_cast<std::size_t>(end - buffer_.data()); }
+
   template <std::unsigned_integral T>
   void Fixed(T value) {
-    for (std::size_t i = 0; i < sizeof(T); ++i) {
-      buffer_.push_back(static_cast<char>(static_cast<std::uint8_t>(value >> (8 * i))));
-    }
+    Advance(PutFixed(Room(sizeof(T)), value));
   }
 
-  void Varint(std::uint64_t value) {
-    while (value >= 0x80) {
-      buffer_.push_back(static_cast<char>(value | 0x80));
-      value >>= 7;
-    }
-    buffer_.push_back(static_cast<char>(value));
+  void Varint(std::uint64_t value) { Advance(PutVarint(Room(kMaxVarintBytes), value)); }
+  void SignedVarint(std::int64_t value) { Varint(ZigZag(value)); }
+  void Bytes(std::string_view bytes) { Advance(PutBytes(Room(bytes.size()), bytes)); }
+
+  // Takes back all but the first `size` bytes.
+  void Cut(std::size_t size) { size_ = size; }
+
+  std::size_t size() const { return size_; }
+
+  // What was written so far; good until more is.
+  std::string_view bytes() const { return {buffer_.data(), size_}; }
+
+  std::string Take() {
+    buffer_.resize(size_);
+    return std::move(buffer_);
   }
-
-  void SignedVarint(std::int64_t value) {
-    const std::uint64_t sign = value < 0 ? ~std::uint64_t{0} : 0;
-    Varint((static_cast<std::uint64_t>(value) << 1) ^ sign);
-  }
-
-  void Bytes(std::string_view bytes) { buffer_.append(bytes); }
-
-  // The length as a varint, then the bytes.
-  void Counted(std::string_view bytes) {
-    Varint(bytes.size());
-    Bytes(bytes);
-  }
-
-  void Reserve(std::size_t size) { buffer_.reserve(size); }
-  const std::string& buffer() const { return buffer_; }
-  std::string Take() { return std::move(buffer_); }
 
  private:
-  std::string buffer_;
+  std::string buffer_;  // room, of which the first size_ bytes are written
+  std::size_t size_ = 0;
 };
 
 // Reads what ByteWriter wrote, from bytes that nobody vouches for. The first read that does not
@@ -63,10 +105,7 @@ class ByteReader {
   T Fixed() {
     const std::string_view bytes = Bytes(sizeof(T));
     T value = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      value =
-          static_cast<T>(value | static_cast<T>(T{static_cast<std::uint8_t>(bytes[i])} << (8 * i)));
-    }
+    if (!bytes.empty()) std::memcpy(&value, bytes.data(), sizeof(T));
     return value;
   }
 
@@ -82,11 +121,7 @@ class ByteReader {
     return 0;
   }
 
-  std::int64_t SignedVarint() {
-    const std::uint64_t coded = Varint();
-    const std::uint64_t sign = (coded & 1) != 0 ? ~std::uint64_t{0} : 0;
-    return static_cast<std::int64_t>((coded >> 1) ^ sign);
-  }
+  std::int64_t SignedVarint() { return FromZigZag(Varint()); }
 
   std::string_view Bytes(std::size_t size) {
     if (size > rest_.size()) {
@@ -98,6 +133,7 @@ class ByteReader {
     return bytes;
   }
 
+  // The length as a varint, then the bytes.
   std::string_view Counted() { return Bytes(Varint()); }
 
  private:

@@ -1,10 +1,15 @@
 #include "engine/storage/chunk_codec.h"
 
-#include <bit>
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/storage/block.h"
 #include "engine/storage/bytes.h"
+#include "engine/storage/chunk_format_1.h"
+#include "engine/storage/integer_column.h"
+#include "engine/storage/quality_column.h"
+#include "engine/storage/value_codec.h"
 
 namespace zervane::storage {
 namespace {
@@ -12,136 +17,47 @@ namespace {
 using Samples = std::span<Sample>;
 using ConstSamples = std::span<const Sample>;
 
-// ---- times: the first one, then the difference to the one before ----
-
 void WriteTimes(ConstSamples records, ByteWriter* out) {
-  std::int64_t previous = 0;
-  for (const Sample& record : records) {
-    out->Varint(static_cast<std::uint64_t>(record.time_ms - previous));
-    previous = record.time_ms;
-  }
+  std::vector<std::int64_t> times(records.size());
+  for (std::size_t i = 0; i < times.size(); ++i) times[i] = records[i].time_ms;
+  WriteIntegers(times, out);
 }
 
 bool ReadTimes(ByteReader* in, Samples records) {
-  std::uint64_t time_ms = 0;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const std::uint64_t step = in->Varint();
-    if (!in->ok() || (step == 0 && i > 0) || step > kMaxTimeMs - time_ms) return false;
-    time_ms += step;
-    records[i].time_ms = static_cast<std::int64_t>(time_ms);
-  }
+  std::vector<std::int64_t> times(records.size());
+  if (!ReadIntegers(in, times)) return false;
+  for (std::size_t i = 0; i < times.size(); ++i) records[i].time_ms = times[i];
   return true;
 }
 
-// ---- qualities: runs of a length and the quality that they repeat ----
-
-void WriteQualities(ConstSamples records, ByteWriter* out) {
-  for (std::size_t begin = 0; begin < records.size();) {
-    std::size_t end = begin + 1;
-    while (end < records.size() && records[end].quality == records[begin].quality) ++end;
-    out->Varint(end - begin);
-    out->Varint(records[begin].quality);
-    begin = end;
+void WriteValues(ConstSamples records, ByteWriter* out) {
+  const std::span<const ValueCodec> codecs = CodecsOf(records.front().type);
+  const std::size_t begin = out->size();
+  for (const ValueCodec& codec : codecs) {
+    out->Fixed(codec.id);
+    if (codec.write(records, out)) return;
+    out->Cut(begin);
   }
 }
 
-bool ReadQualities(ByteReader* in, Samples records) {
-  while (!records.empty()) {
-    const std::uint64_t length = in->Varint();
-    const std::uint64_t quality = in->Varint();
-    if (!in->ok() || length == 0 || length > records.size() || quality > 0xFFFF) return false;
-    for (Sample& record : records.first(length)) {
-      record.quality = static_cast<std::uint16_t>(quality);
-    }
-    records = records.subspan(length);
-  }
-  return true;
+bool ReadValues(ByteReader* in, Samples records) {
+  const auto id = in->Fixed<std::uint8_t>();
+  const std::span<const ValueCodec> codecs = CodecsOf(records.front().type);
+  const auto codec = std::ranges::find(codecs, id, &ValueCodec::id);
+  return codec != codecs.end() && codec->read(in, records);
 }
 
-// ---- integers: the difference to the one before ----
+bool ReadFormat2(ByteReader* in, Samples records) {
+  return ReadTimes(in, records) && ReadQualities(in, records) && ReadValues(in, records);
+}
 
-void WriteIntegers(ConstSamples records, ByteWriter* out) {
-  std::int64_t previous = 0;
+bool TimesAreValid(ConstSamples records) {
+  std::int64_t previous = -1;
   for (const Sample& record : records) {
-    const std::int64_t value = std::get<std::int32_t>(record.value);
-    out->SignedVarint(value - previous);
-    previous = value;
+    if (record.time_ms <= previous) return false;
+    previous = record.time_ms;
   }
-}
-
-bool ReadIntegers(ByteReader* in, Samples records) {
-  std::int32_t value = 0;
-  for (Sample& record : records) {
-    // Unsigned: a hostile difference wraps instead of overflowing. CheckValue bounds what it gives.
-    value = static_cast<std::int32_t>(static_cast<std::uint32_t>(value) +
-                                      static_cast<std::uint32_t>(in->SignedVarint()));
-    record.value = value;
-  }
-  return in->ok();
-}
-
-// ---- floating point: all first bytes, then all second bytes and so on, since the high bytes of
-// neighbours resemble each other ----
-
-template <typename Float, std::unsigned_integral Bits>
-void WriteFloats(ConstSamples records, ByteWriter* out) {
-  for (std::size_t plane = 0; plane < sizeof(Bits); ++plane) {
-    for (const Sample& record : records) {
-      const auto bits = std::bit_cast<Bits>(std::get<Float>(record.value));
-      out->Fixed(static_cast<std::uint8_t>(bits >> (8 * plane)));
-    }
-  }
-}
-
-template <typename Float, std::unsigned_integral Bits>
-bool ReadFloats(ByteReader* in, Samples records) {
-  const std::string_view planes = in->Bytes(records.size() * sizeof(Bits));
-  if (!in->ok()) return false;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    Bits bits = 0;
-    for (std::size_t plane = 0; plane < sizeof(Bits); ++plane) {
-      const auto byte = static_cast<std::uint8_t>(planes[plane * records.size() + i]);
-      bits |= Bits{byte} << (8 * plane);
-    }
-    records[i].value = std::bit_cast<Float>(bits);
-  }
-  return true;
-}
-
-// ---- texts and blobs: each with its length ----
-
-void WriteTexts(ConstSamples records, ByteWriter* out) {
-  for (const Sample& record : records) out->Counted(std::get<std::string>(record.value));
-}
-
-bool ReadTexts(ByteReader* in, Samples records) {
-  for (Sample& record : records) record.value = std::string(in->Counted());
-  return in->ok();
-}
-
-// ---- by type ----
-
-struct ValueCodec {
-  void (*write)(ConstSamples, ByteWriter*);
-  bool (*read)(ByteReader*, Samples);
-};
-
-ValueCodec CodecOf(TagType type) {
-  switch (type) {
-    case TagType::kFloat32:
-      return {WriteFloats<float, std::uint32_t>, ReadFloats<float, std::uint32_t>};
-    case TagType::kFloat64:
-      return {WriteFloats<double, std::uint64_t>, ReadFloats<double, std::uint64_t>};
-    case TagType::kString:
-    case TagType::kBlob:
-      return {WriteTexts, ReadTexts};
-    case TagType::kInt8:
-    case TagType::kInt16:
-    case TagType::kInt32:
-    case TagType::kDigital:
-      break;
-  }
-  return {WriteIntegers, ReadIntegers};
+  return previous <= kMaxTimeMs;
 }
 
 bool ValuesAreValid(ConstSamples records) {
@@ -154,15 +70,15 @@ bool ValuesAreValid(ConstSamples records) {
 }  // namespace
 
 std::string EncodeChunk(std::span<const Sample> records) {
-  const TagType type = records.front().type;
-  ByteWriter body;
-  body.Reserve(records.size() * 12);
+  // Room enough for numbers; texts let it grow.
+  ByteWriter body(records.size() * 12 + 1024);
   WriteTimes(records, &body);
   WriteQualities(records, &body);
-  CodecOf(type).write(records, &body);
-  return SealBlock(
-      BlockKind::kChunk,
-      {.type = static_cast<std::uint8_t>(type), .count = records.size(), .body = body.Take()});
+  WriteValues(records, &body);
+  return SealBlock(BlockKind::kChunk, {.format = kChunkFormat,
+                                       .type = static_cast<std::uint8_t>(records.front().type),
+                                       .count = records.size(),
+                                       .body = body.Take()});
 }
 
 Result<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
@@ -170,10 +86,12 @@ Result<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
   if (!block.ok()) return block.status();
   if (block->count == 0 || !IsTagType(block->type)) return DamagedBlock("no such chunk is written");
   const auto type = static_cast<TagType>(block->type);
-  std::vector<Sample> records(block->count, Sample{.type = type, .value = {}});
+  std::vector<Sample> records(block->count);
+  for (Sample& record : records) record.type = type;
   ByteReader in(block->body);
-  const bool whole = ReadTimes(&in, records) && ReadQualities(&in, records) &&
-                     CodecOf(type).read(&in, records) && in.AtEnd() && ValuesAreValid(records);
+  const bool whole =
+      (block->format == kChunkFormat ? ReadFormat2(&in, records) : ReadFormat1(&in, records)) &&
+      in.AtEnd() && TimesAreValid(records) && ValuesAreValid(records);
   if (!whole) return DamagedBlock("the chunk's columns do not decode");
   return records;
 }

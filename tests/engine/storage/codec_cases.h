@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdint>
 #include <limits>
+#include <random>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,10 +14,13 @@
 // Records that the codecs' suites share.
 namespace zervane::storage {
 
+// Two digits a byte, spaces left out.
 inline std::string Bytes(std::string_view hex) {
+  std::string digits(hex);
+  std::erase(digits, ' ');
   std::string bytes;
-  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
-    bytes.push_back(static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16)));
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes.push_back(static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
   }
   return bytes;
 }
@@ -96,17 +100,32 @@ inline std::vector<AcceptedSample> BatchOf(const ValuesCase& row) {
   for (const Sample& sample : SamplesOf(row)) {
     const auto i = static_cast<TagId>(batch.size());
     batch.insert(batch.begin(), {.tag = i % 2 == 0 ? i + 1 : std::numeric_limits<TagId>::max() - i,
-                                 .sample = sample,
                                  .archive = (i & 1) != 0,
-                                 .current = (i & 2) != 0});
+                                 .current = (i & 2) != 0,
+                                 .held = (i & 4) != 0,
+                                 .sample = sample});
   }
   return batch;
 }
 
-// Forty states in turn: the one that is compressed.
+// Forty states in turn.
 inline std::vector<Sample> Alternating() {
   std::vector<Sample> samples;
   for (int i = 0; i < 40; ++i) samples.push_back(At(1000 * i, 192, TagType::kDigital, i % 2));
+  return samples;
+}
+
+// A measurement of two decimals that wanders, about a second apart: what archives are full of.
+inline std::vector<Sample> SlowWalk(std::size_t records, unsigned seed) {
+  std::mt19937 random(seed);
+  std::vector<Sample> samples;
+  std::int64_t hundredths = 2137;
+  for (std::size_t i = 0; i < records; ++i) {
+    const auto jitter_ms = static_cast<std::int64_t>(random() % 81);
+    hundredths += static_cast<std::int64_t>(random() % 7) - 3;
+    samples.push_back(At(1'700'000'000'000 + static_cast<std::int64_t>(i) * 1000 + jitter_ms, 192,
+                         TagType::kFloat64, static_cast<double>(hundredths) / 100));
+  }
   return samples;
 }
 

@@ -14,9 +14,9 @@
 namespace zervane::storage {
 namespace {
 
-// Each value of the table as a chunk and as a batch, and a compressed chunk.
+// Each value of the table as a chunk and as a batch, and a chunk of compressed planes.
 std::vector<std::string> WholeBlocks() {
-  std::vector<std::string> blocks = {EncodeChunk(Alternating())};
+  std::vector<std::string> blocks = {EncodeChunk(SlowWalk(100, 1))};
   for (const ValuesCase& row : kValues) {
     blocks.push_back(EncodeChunk(SamplesOf(row)));
     blocks.push_back(EncodeBatch(BatchOf(row)));
@@ -90,6 +90,7 @@ TEST(Damage, UnderARightChecksumNeverLetsInvalidRecordsThrough) {
           forged.body[random() % forged.body.size()] = static_cast<char>(random());
         }
         if (round % 3 == 0) forged.count = random() % kMaxBlockRecords;
+        if (round % 4 == 0) forged.format = static_cast<std::uint8_t>(1 + random() % 2);
         if (round % 5 == 0) forged.type = static_cast<std::uint8_t>(random() % 9);
         if (round % 7 == 0) forged.body.resize(random() % forged.body.size());
         const std::string sealed = SealBlock(kind, forged);
@@ -123,51 +124,137 @@ std::string Forged(std::string_view front, std::uint32_t type, std::uint32_t cou
   header.Fixed(type);
   header.Fixed(count);
   header.Fixed(size);
-  const std::uint32_t checksum = PlainCrc32(header.buffer() + std::string(body));
+  const std::uint32_t checksum = PlainCrc32(std::string(header.bytes()) + std::string(body));
   header.Fixed(checksum);
   header.Bytes(body);
   return header.Take();
 }
 
-constexpr std::string_view kStoredChunk("ZC\x01\x00", 4);
-constexpr std::string_view kCompressedChunk("ZC\x01\x01", 4);
-constexpr std::string_view kOneFloat("\x00\x01\x00\x00\x00\x00\x00", 7);
+constexpr std::string_view kFormat1("ZC\x01\x00", 4);
+constexpr std::string_view kFormat1Compressed("ZC\x01\x01", 4);
+constexpr std::string_view kFormat2("ZC\x02\x00", 4);
+
+// The numbers as they stand in ZR3_TAG_TYPE.
+constexpr std::uint32_t kInt8Chunk = 0;
+constexpr std::uint32_t kInt32Chunk = 2;
+constexpr std::uint32_t kFloatChunk = 3;
+constexpr std::uint32_t kDoubleChunk = 4;
+constexpr std::uint32_t kStringChunk = 6;
+
+// Time 0, quality 0, value 0.0.
+constexpr std::string_view kOneOldFloat("\x00\x01\x00\x00\x00\x00\x00", 7);
 
 struct ForgedCase {
   const char* name;
   std::string bytes;
 };
 
-const ForgedCase kForged[] = {
-    {"LaterFormat", Forged({"ZC\x02\x00", 4}, 3, 1, 7, kOneFloat)},
-    {"UnknownCompression", Forged({"ZC\x01\x02", 4}, 3, 1, 7, kOneFloat)},
-    {"UnknownType", Forged(kStoredChunk, 8, 1, 7, kOneFloat)},
-    {"TypeBeyondAByte", Forged(kStoredChunk, 0x103, 1, 7, kOneFloat)},
-    {"NoRecords", Forged(kStoredChunk, 3, 0, 0, {})},
-    {"MoreRecordsThanABlockHas", Forged(kStoredChunk, 3, 0xFFFFFFFF, 7, kOneFloat)},
-    {"MoreRecordsThanItsBody", Forged(kStoredChunk, 3, 60'000, 7, kOneFloat)},
-    {"SizeOfAnotherBody", Forged(kStoredChunk, 3, 1, 8, kOneFloat)},
-    {"SizeBeyondItsRecords", Forged(kCompressedChunk, 3, 1, 0xFFFFFFFF, kOneFloat)},
-    {"BodyThatDoesNotDecompress", Forged(kCompressedChunk, 3, 1, 7, kOneFloat)},
-    {"BytesAfterTheLastValue",
-     Forged(kStoredChunk, 3, 1, 8, {"\x00\x01\x00\x00\x00\x00\x00\x00", 8})},
-    {"EqualTimes", Forged(kStoredChunk, 0, 2, 6, {"\x05\x00\x02\x00\x02\x02", 6})},
-    {"RunLongerThanTheChunk", Forged(kStoredChunk, 3, 1, 7, {"\x00\x02\x00\x00\x00\x00\x00", 7})},
-    {"RunOfNothing", Forged(kStoredChunk, 3, 1, 7, {"\x00\x00\x00\x00\x00\x00\x00", 7})},
-    {"IntegerBeyondItsType", Forged(kStoredChunk, 0, 1, 5, {"\x00\x01\x00\x80\x02", 5})},
-    {"NulInAString", Forged(kStoredChunk, 6, 1, 5, {"\x00\x01\x00\x01\x00", 5})},
+// A whole body, in hexadecimal, under a right header.
+std::string Body(std::string_view front, std::uint32_t type, std::uint32_t count,
+                 std::string_view hex) {
+  const std::string body = Bytes(hex);
+  return Forged(front, type, count, static_cast<std::uint32_t>(body.size()), body);
+}
+
+const ForgedCase kForgedHeaders[] = {
+    {"FormatBeforeTheFirst", Forged({"ZC\x00\x00", 4}, kFloatChunk, 1, 7, kOneOldFloat)},
+    {"LaterFormat", Forged({"ZC\x03\x00", 4}, kFloatChunk, 1, 7, kOneOldFloat)},
+    {"LaterFormatOfABatch", Forged({"ZB\x02\x00", 4}, 0, 0, 0, {})},
+    {"UnknownCompression", Forged({"ZC\x01\x02", 4}, kFloatChunk, 1, 7, kOneOldFloat)},
+    {"UnknownType", Forged(kFormat1, 8, 1, 7, kOneOldFloat)},
+    {"TypeBeyondAByte", Forged(kFormat1, 0x103, 1, 7, kOneOldFloat)},
+    {"NoRecords", Forged(kFormat1, kFloatChunk, 0, 0, {})},
+    {"MoreRecordsThanABlockHas", Forged(kFormat1, kFloatChunk, 0xFFFFFFFF, 7, kOneOldFloat)},
+    {"MoreRecordsThanItsBody", Forged(kFormat1, kFloatChunk, 60'000, 7, kOneOldFloat)},
+    {"SizeOfAnotherBody", Forged(kFormat1, kFloatChunk, 1, 8, kOneOldFloat)},
+    {"SizeBeyondItsRecords", Forged(kFormat1Compressed, kFloatChunk, 1, 0xFFFFFFFF, kOneOldFloat)},
+    {"BodyThatDoesNotDecompress", Forged(kFormat1Compressed, kFloatChunk, 1, 7, kOneOldFloat)},
 };
 
-class ForgedChunks : public testing::TestWithParam<ForgedCase> {};
+const ForgedCase kForgedFormat1[] = {
+    {"BytesAfterTheLastValue", Body(kFormat1, kFloatChunk, 1, "00 0100 00000000 00")},
+    {"EqualTimes", Body(kFormat1, kInt8Chunk, 2, "0500 0200 0202")},
+    {"TimeBeyondTheLast", Body(kFormat1, kInt8Chunk, 1, "80808080807d 0100 00")},
+    {"RunLongerThanTheChunk", Body(kFormat1, kFloatChunk, 1, "00 0200 00000000")},
+    {"RunOfNothing", Body(kFormat1, kFloatChunk, 1, "00 0000 00000000")},
+    {"IntegerBeyondItsType", Body(kFormat1, kInt8Chunk, 1, "00 0100 8002")},
+    {"NulInAString", Body(kFormat1, kStringChunk, 1, "00 0100 0100")},
+};
 
-INSTANTIATE_TEST_SUITE_P(Damage, ForgedChunks, testing::ValuesIn(kForged), CaseName());
+// A time of 0, a quality of 0: what stands before the codec's number in most of the bodies.
+#define ZERO "000000 0100 "
 
-TEST_P(ForgedChunks, AreDamaged) { ExpectDamaged(GetParam().bytes); }
+const ForgedCase kForgedFormat2[] = {
+    {"WidthBeyondANumber", Body(kFormat2, kFloatChunk, 1, "090000 0100 010000000000")},
+    {"UnknownPredictor", Body(kFormat2, kFloatChunk, 1, "200000 0100 010000000000")},
+    {"EqualTimes", Body(kFormat2, kInt8Chunk, 2, "000a00 0200 00 000000")},
+    {"DescendingTimes", Body(kFormat2, kInt8Chunk, 2, "000a01 0200 00 000000")},
+    {"TimeBeforeTheFirst", Body(kFormat2, kInt8Chunk, 1, "000100 0100 00 000000")},
+    {"TimeBeyondTheLast", Body(kFormat2, kInt8Chunk, 1, "008080808080fa0100 0100 00 000000")},
+    {"TimesWithoutTheirPlane", Body(kFormat2, kInt8Chunk, 3, "010002")},
+    {"PlaneShorterThanTheChunk", Body(kFormat2, kInt8Chunk, 3, "0100020001")},
+    {"RepeatedByteThatIsMissing", Body(kFormat2, kInt8Chunk, 3, "01000201")},
+    {"FrameLongerThanTheBody", Body(kFormat2, kInt8Chunk, 3, "0100027f 00")},
+    {"FrameOfNothing", Body(kFormat2, kInt8Chunk, 3, "01000204 00000000")},
+    {"UnknownCodec", Body(kFormat2, kFloatChunk, 1, ZERO "04 000000")},
+    {"CodecOfAnotherType", Body(kFormat2, kFloatChunk, 1, ZERO "00 000000")},
+    {"ExponentBeyondTheLast", Body(kFormat2, kFloatChunk, 1, ZERO "01 0d00 000000")},
+    {"MoreExceptionsThanRecords", Body(kFormat2, kFloatChunk, 1, ZERO "01 0002 0000000000")},
+    {"ExceptionAfterTheLastRecord",
+     Body(kFormat2, kFloatChunk, 1, ZERO "01 0001 01 00000000 000000")},
+    {"ExceptionCutShort", Body(kFormat2, kDoubleChunk, 1, ZERO "01 0001 00 00000000")},
+    {"BitsBeyondAFloat", Body(kFormat2, kFloatChunk, 1, ZERO "02 00808080802000")},
+    {"IntegerBeyondItsType", Body(kFormat2, kInt8Chunk, 1, ZERO "00 00800200")},
+    {"IntegerBeyond32Bits", Body(kFormat2, kInt32Chunk, 1, ZERO "00 00808080802000")},
+    {"NegativeLength", Body(kFormat2, kStringChunk, 1, ZERO "03 000100 00")},
+    {"LengthBeyondTheLongest", Body(kFormat2, kStringChunk, 1, ZERO "03 0080800100 0141")},
+    {"StringLongerThanOneMayBe", Body(kFormat2, kStringChunk, 1, ZERO "03 00d00f00 0141")},
+    {"TextCutShort", Body(kFormat2, kStringChunk, 1, ZERO "03 000400 0041")},
+    {"NulInAString", Body(kFormat2, kStringChunk, 1, ZERO "03 000200 0000")},
+    {"BytesAfterTheLastValue", Body(kFormat2, kFloatChunk, 1, ZERO "01 0000 000000 00")},
+};
 
-TEST(ForgedChunk, IsReadWhenNothingIsWrongWithIt) {
-  const auto samples = DecodeChunk(Forged(kStoredChunk, 3, 1, 7, kOneFloat));
+class ForgedBlocks : public testing::TestWithParam<ForgedCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Header, ForgedBlocks, testing::ValuesIn(kForgedHeaders), CaseName());
+INSTANTIATE_TEST_SUITE_P(Format1, ForgedBlocks, testing::ValuesIn(kForgedFormat1), CaseName());
+INSTANTIATE_TEST_SUITE_P(Format2, ForgedBlocks, testing::ValuesIn(kForgedFormat2), CaseName());
+
+TEST_P(ForgedBlocks, AreDamaged) { ExpectDamaged(GetParam().bytes); }
+
+// The same ways of forging, with nothing wrong: so that it is the fault that is found above.
+struct GenuineCase {
+  const char* name;
+  std::string bytes;
+  Sample sample;
+};
+
+const GenuineCase kGenuine[] = {
+    {"Format1", Forged(kFormat1, kFloatChunk, 1, 7, kOneOldFloat),
+     At(0, 0, TagType::kFloat32, 0.0F)},
+    {"LastTime", Body(kFormat2, kInt8Chunk, 1, "00fefffffffff90100 0100 00 000000"),
+     At(kMaxTimeMs, 0, TagType::kInt8, 0)},
+    {"Integer", Body(kFormat2, kInt8Chunk, 1, ZERO "00 00fe0100"), At(0, 0, TagType::kInt8, 127)},
+    {"Scaled", Body(kFormat2, kFloatChunk, 1, ZERO "01 0200 00b22100"),
+     At(0, 0, TagType::kFloat32, 21.37F)},
+    {"Exception", Body(kFormat2, kFloatChunk, 1, ZERO "01 0001 00 000000c0 000000"),
+     At(0, 0, TagType::kFloat32, -2.0F)},
+    {"Bits", Body(kFormat2, kFloatChunk, 1, ZERO "02 00808080801000"),
+     At(0, 0, TagType::kFloat32, -0.0F)},
+    {"Text", Body(kFormat2, kStringChunk, 1, ZERO "03 000200 0041"),
+     At(0, 0, TagType::kString, std::string("A"))},
+};
+
+#undef ZERO
+
+class GenuineBlocks : public testing::TestWithParam<GenuineCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Chunk, GenuineBlocks, testing::ValuesIn(kGenuine), CaseName());
+
+TEST_P(GenuineBlocks, AreRead) {
+  const auto samples = DecodeChunk(GetParam().bytes);
   ASSERT_TRUE(samples.ok()) << samples.status().message();
-  EXPECT_EQ(*samples, std::vector{At(0, 0, TagType::kFloat32, 0.0F)});
+  EXPECT_EQ(*samples, std::vector{GetParam().sample});
 }
 
 }  // namespace
