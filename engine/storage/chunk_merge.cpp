@@ -2,57 +2,79 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <span>
-#include <vector>
+#include <utility>
 
 #include "engine/log.h"
-#include "engine/storage/chunk_table.h"
 
 namespace zervane::storage {
 namespace {
 
-// A tag's pending records go in by groups: a group is those that lie before the next chunk's start,
-// hence in or behind one chunk.
+bool IsEarlier(const Sample& a, const Sample& b) { return a.time_ms < b.time_ms; }
+
+// A tag's records go in by groups: a group is those that lie before the next chunk's start, hence
+// in or behind one chunk.
 class ChunkMerge {
  public:
   ChunkMerge(Connection& connection, TagId tag, std::size_t chunk_records)
       : connection_(connection), tag_(tag), chunk_records_(chunk_records) {}
 
-  Status Run(const Series& pending) {
-    for (auto begin = pending.begin(); begin != pending.end();) {
-      const auto next_start = NextChunkStart(connection_, tag_, begin->first);
+  Result<ChunkEdits> Plan(std::span<const Sample> records) {
+    while (!records.empty()) {
+      const auto next_start = NextChunkStart(connection_, tag_, records.front().time_ms);
       if (!next_start.ok()) return next_start.status();
-      const auto end = *next_start ? pending.lower_bound(**next_start) : pending.end();
-      run_.clear();
-      for (; begin != end; ++begin) run_.push_back(begin->second);
+      run_ = *next_start ? StartingBefore(records, **next_start) : records;
+      records = records.subspan(run_.size());
       if (Status status = TakeChunks(); !status.ok()) return status;
-      if (Status status = Write(!*next_start); !status.ok()) return status;
+      Write(!*next_start);
     }
-    return {};
+    return std::move(edits_);
   }
 
  private:
-  // Takes chunks out of the table into the run: the one that the run falls into, or the small ones
-  // that it follows.
-  Status TakeChunks() {
-    Result<std::optional<ChunkExtent>> before = ChunkBefore();
-    if (!before.ok()) return before.status();
-    if (*before && (*before)->last_ms >= run_.front().time_ms) return TakeOverlapped(**before);
-    while (*before && IsWorthJoining(**before)) {
-      Result<std::vector<Sample>> records = LoadChunk(connection_, **before);
-      if (records.code() == ZR3_ERR_STORAGE_DAMAGED) return {};  // stays as it is, before the run
-      if (!records.ok()) return records.status();
-      Join(*std::move(records));
-      if (Status status = DeleteChunk(connection_, **before); !status.ok()) return status;
-      before = ChunkBefore();
-      if (!before.ok()) return before.status();
-    }
-    return {};
+  static std::span<const Sample> StartingBefore(std::span<const Sample> records,
+                                                std::int64_t time_ms) {
+    const auto end = std::ranges::lower_bound(records, time_ms, {}, &Sample::time_ms);
+    return records.first(static_cast<std::size_t>(end - records.begin()));
   }
 
-  Result<std::optional<ChunkExtent>> ChunkBefore() {
-    return ChunkStartingBy(connection_, tag_, run_.front().time_ms);
+  // Takes chunks out of the table into the run: the one that the run falls into, or the small ones
+  // that it follows. A damaged one that it falls into goes; since its row may be what is damaged,
+  // the run may fall into the one before it too.
+  Status TakeChunks() {
+    for (std::int64_t by_ms = run_.front().time_ms;;) {
+      const auto before = ChunkBefore(by_ms);
+      if (!before.ok()) return before.status();
+      if (!*before) return {};
+      const ChunkExtent& chunk = **before;
+      const bool is_overlapped = chunk.last_ms >= run_.front().time_ms;
+      if (!is_overlapped && !IsWorthJoining(chunk)) return {};
+      Result<std::vector<Sample>> records = LoadChunk(connection_, chunk);
+      if (records.ok()) {
+        Join(*std::move(records));
+        edits_.replaced.push_back(chunk);
+        if (is_overlapped) return {};
+      } else if (records.code() != ZR3_ERR_STORAGE_DAMAGED) {
+        return records.status();
+      } else if (is_overlapped) {
+        Log().error("{}; set aside for newer records", records.status().message());
+        edits_.damaged.push_back(chunk);
+      } else {
+        return {};  // stays as it is, before the run
+      }
+      by_ms = chunk.first_ms - 1;
+    }
+  }
+
+  // The last chunk that starts by the time, of those behind the groups planned so far.
+  Result<std::optional<ChunkExtent>> ChunkBefore(std::int64_t time_ms) {
+    auto before = ChunkStartingBy(connection_, tag_, time_ms);
+    if (before.ok() && *before && (*before)->first_ms <= planned_to_ms_) {
+      return std::optional<ChunkExtent>();
+    }
+    return before;
   }
 
   // Only chunks no larger than the run: so a record is rewritten a logarithmic number of times
@@ -62,41 +84,27 @@ class ChunkMerge {
     return run_.size() < chunk_records_ && count < chunk_records_ && count <= run_.size();
   }
 
-  Status TakeOverlapped(const ChunkExtent& chunk) {
-    Result<std::vector<Sample>> records = LoadChunk(connection_, chunk);
-    if (records.code() == ZR3_ERR_STORAGE_DAMAGED) {
-      Log().error("{}; set aside for newer records", records.status().message());
-      return SetChunkAside(connection_, chunk);
-    }
-    if (!records.ok()) return records.status();
-    Join(*std::move(records));
-    return DeleteChunk(connection_, chunk);
-  }
-
   // Merges a chunk's records into the run, whose records win.
   void Join(std::vector<Sample> chunk) {
-    const auto earlier = [](const Sample& a, const Sample& b) { return a.time_ms < b.time_ms; };
     std::vector<Sample> joined;
     joined.reserve(run_.size() + chunk.size());
-    std::set_union(std::make_move_iterator(run_.begin()), std::make_move_iterator(run_.end()),
-                   std::make_move_iterator(chunk.begin()), std::make_move_iterator(chunk.end()),
-                   std::back_inserter(joined), earlier);
-    run_ = std::move(joined);
+    std::set_union(run_.begin(), run_.end(), std::make_move_iterator(chunk.begin()),
+                   std::make_move_iterator(chunk.end()), std::back_inserter(joined), IsEarlier);
+    joined_ = std::move(joined);
+    run_ = joined_;
   }
 
   // Full chunks first where the tag's archive ends, since its end is where it grows; else evenly
   // filled ones, which leaves room for more late records.
-  Status Write(bool ends_archive) {
+  void Write(bool ends_archive) {
     const std::size_t pieces = (run_.size() + chunk_records_ - 1) / chunk_records_;
     const std::size_t size = ends_archive ? chunk_records_ : (run_.size() + pieces - 1) / pieces;
-    for (std::span<const Sample> rest = run_; !rest.empty();) {
+    for (auto rest = run_; !rest.empty();) {
       const std::size_t count = PieceOf(rest, size);
-      if (Status status = InsertChunk(connection_, tag_, rest.first(count)); !status.ok()) {
-        return status;
-      }
+      edits_.added.push_back(EncodeForTable(tag_, rest.first(count)));
       rest = rest.subspan(count);
     }
-    return {};
+    planned_to_ms_ = run_.back().time_ms;
   }
 
   // How many of the records make a chunk: those of one type, up to the size.
@@ -110,14 +118,30 @@ class ChunkMerge {
   Connection& connection_;
   const TagId tag_;
   const std::size_t chunk_records_;
-  std::vector<Sample> run_;
+  std::span<const Sample> run_;  // of the given records, or all of the joined ones
+  std::vector<Sample> joined_;
+  std::int64_t planned_to_ms_ = kNoTime;
+  ChunkEdits edits_;
 };
 
 }  // namespace
 
-Status MergeIntoChunks(Connection& connection, TagId tag, const Series& pending,
-                       std::size_t chunk_records) {
-  return ChunkMerge(connection, tag, chunk_records).Run(pending);
+Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, std::span<const Sample> records,
+                             std::size_t chunk_records) {
+  return ChunkMerge(connection, tag, chunk_records).Plan(records);
+}
+
+Status ApplyEdits(Connection& connection, const ChunkEdits& edits) {
+  for (const ChunkExtent& chunk : edits.damaged) {
+    if (Status status = SetChunkAside(connection, chunk); !status.ok()) return status;
+  }
+  for (const ChunkExtent& chunk : edits.replaced) {
+    if (Status status = DeleteChunk(connection, chunk); !status.ok()) return status;
+  }
+  for (const EncodedChunk& chunk : edits.added) {
+    if (Status status = InsertChunk(connection, chunk); !status.ok()) return status;
+  }
+  return {};
 }
 
 }  // namespace zervane::storage

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/storage/block.h"
 #include "engine/storage/chunk_codec.h"
 
 namespace zervane::storage {
@@ -72,12 +73,17 @@ Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId
   return std::optional<std::int64_t>();
 }
 
-Result<std::vector<ChunkExtent>> ChunksWithin(Connection& connection, TagId tag, TimeRange range) {
-  std::vector<ChunkExtent> extents;
+Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
+                    const std::function<Status(const ChunkExtent&)>& take) {
   Query rows(connection, kExtentsSql, tag, range.from_ms, range.to_ms);
-  while (rows.Next()) extents.push_back(ReadExtent(rows));
-  if (!rows.status().ok()) return rows.status();
-  return extents;
+  while (rows.Next()) {
+    const ChunkExtent extent = ReadExtent(rows);
+    if (extent.count < 1 || std::cmp_greater(extent.count, kMaxBlockRecords)) {
+      return DamagedChunk(extent, "no chunk has as many");
+    }
+    if (Status status = take(extent); !status.ok()) return status;
+  }
+  return rows.status();
 }
 
 Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent& extent) {
@@ -99,12 +105,19 @@ Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction
   return rows.status();
 }
 
-Status InsertChunk(Connection& connection, TagId tag, std::span<const Sample> records) {
-  const std::string payload = EncodeChunk(records);
+EncodedChunk EncodeForTable(TagId tag, std::span<const Sample> records) {
+  return {.tag = tag,
+          .first_ms = records.front().time_ms,
+          .last_ms = records.back().time_ms,
+          .count = records.size(),
+          .payload = EncodeChunk(records)};
+}
+
+Status InsertChunk(Connection& connection, const EncodedChunk& chunk) {
   return Query(connection,
                "INSERT INTO chunk (tag, first_time, last_time, count, payload) "
                "VALUES (?, ?, ?, ?, ?)",
-               tag, records.front().time_ms, records.back().time_ms, records.size(), payload)
+               chunk.tag, chunk.first_ms, chunk.last_ms, chunk.count, chunk.payload)
       .Run();
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "engine/status.h"
@@ -30,8 +32,11 @@ Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId
 Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
                                                    std::int64_t time_ms);
 
-// The chunks of the tag that overlap the range, ascending.
-Result<std::vector<ChunkExtent>> ChunksWithin(Connection& connection, TagId tag, TimeRange range);
+// Hands the chunks of the tag that overlap the range to `take`, ascending and one at a time, until
+// it fails; its failure is the result. All are of one state of the table, which LoadChunk sees too
+// within `take`. ZR3_ERR_STORAGE_DAMAGED when a row counts records that no chunk can have.
+Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
+                    const std::function<Status(const ChunkExtent&)>& take);
 
 // The records of a chunk. ZR3_ERR_STORAGE_DAMAGED when it does not decode to what its row says.
 Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent& extent);
@@ -42,8 +47,19 @@ Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent&
 Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
                    const std::function<bool(std::vector<Sample>)>& take);
 
-// Adds a chunk of the records, which are as EncodeChunk wants them.
-Status InsertChunk(Connection& connection, TagId tag, std::span<const Sample> records);
+// A chunk as it stands in the table.
+struct EncodedChunk {
+  TagId tag = 0;
+  std::int64_t first_ms = 0;
+  std::int64_t last_ms = 0;
+  std::size_t count = 0;
+  std::string payload;
+};
+
+// The records are as EncodeChunk wants them.
+EncodedChunk EncodeForTable(TagId tag, std::span<const Sample> records);
+
+Status InsertChunk(Connection& connection, const EncodedChunk& chunk);
 
 Status DeleteChunk(Connection& connection, const ChunkExtent& extent);
 

@@ -28,26 +28,33 @@ Status SetBatchesAside(Connection& connection, const std::vector<std::int64_t>& 
 
 }  // namespace
 
-Status WriteJournal(Connection& connection, std::span<const AcceptedSample> records) {
+std::vector<std::string> EncodeForJournal(std::span<const AcceptedSample> records) {
+  std::vector<std::string> rows;
   while (!records.empty()) {
     const auto part = records.first(std::min(records.size(), kMaxBlockRecords));
-    const std::string payload = EncodeBatch(part);
-    Status status = Query(connection, "INSERT INTO journal (payload) VALUES (?)", payload).Run();
-    if (!status.ok()) return status;
+    rows.push_back(EncodeBatch(part));
     records = records.subspan(part.size());
   }
-  return {};
+  return rows;
+}
+
+Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string> rows) {
+  for (const std::string& row : rows) {
+    Status status = Query(connection, "INSERT INTO journal (payload) VALUES (?)", row).Run();
+    if (!status.ok()) return status;
+  }
+  return connection.LastRowId();
 }
 
 Status ReplayJournal(Connection& connection,
-                     const std::function<void(std::vector<AcceptedSample>)>& take) {
+                     const std::function<void(std::int64_t, std::vector<AcceptedSample>)>& take) {
   std::vector<std::int64_t> damaged;
   {
     Query rows(connection, "SELECT seq, payload FROM journal ORDER BY seq");
     while (rows.Next()) {
       Result<std::vector<AcceptedSample>> batch = DecodeBatch(rows.Bytes(1));
       if (batch.ok()) {
-        take(*std::move(batch));
+        take(rows.Integer(0), *std::move(batch));
       } else {
         Log().error("batch {} of the journal: {}; set aside", rows.Integer(0),
                     batch.status().message());
@@ -59,8 +66,8 @@ Status ReplayJournal(Connection& connection,
   return SetBatchesAside(connection, damaged);
 }
 
-Status ClearJournal(Connection& connection) {
-  return Query(connection, "DELETE FROM journal").Run();
+Status ClearJournal(Connection& connection, std::int64_t last_seq) {
+  return Query(connection, "DELETE FROM journal WHERE seq <= ?", last_seq).Run();
 }
 
 }  // namespace zervane::storage

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "engine/status.h"
@@ -11,14 +13,19 @@
 // The table of accepted batches that wait to be brought into chunks, in their order.
 namespace zervane::storage {
 
-// Adds the records, which are valid, to the journal. Within the caller's transaction.
-Status WriteJournal(Connection& connection, std::span<const AcceptedSample> records);
+// The records, which are valid, as the rows of the journal that hold them.
+std::vector<std::string> EncodeForJournal(std::span<const AcceptedSample> records);
 
-// Hands the batches to `take` in their order. A batch that does not decode costs only itself: it is
-// logged and moved to the table of damaged payloads.
+// Adds the rows, at least one, within the caller's transaction. Answers the last one's sequence
+// number.
+Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string> rows);
+
+// Hands the batches to `take` in their order, each with its sequence number. A batch that does not
+// decode costs only itself: it is logged and moved to the table of damaged payloads.
 Status ReplayJournal(Connection& connection,
-                     const std::function<void(std::vector<AcceptedSample>)>& take);
+                     const std::function<void(std::int64_t, std::vector<AcceptedSample>)>& take);
 
-Status ClearJournal(Connection& connection);
+// Removes the batches up to a sequence number.
+Status ClearJournal(Connection& connection, std::int64_t last_seq);
 
 }  // namespace zervane::storage

@@ -17,8 +17,20 @@ namespace {
 struct StoredTag {
   TagProperties properties;
   std::optional<Sample> current;
+  std::optional<Sample> held;
   Series archive;
 };
+
+void Take(const AcceptedSample& record, StoredTag* tag) {
+  const Sample& sample = record.sample;
+  if (record.current) tag->current = sample;
+  if (record.archive) {
+    tag->archive.Reserve(1);
+    tag->archive.Put(sample);
+    if (tag->held && tag->held->time_ms <= sample.time_ms) tag->held.reset();
+  }
+  if (record.held) tag->held = sample;
+}
 
 class MemoryStore final : public Store {
  public:
@@ -67,11 +79,7 @@ class MemoryStore final : public Store {
       const std::unique_lock lock(mutex_);
       for (const AcceptedSample& record : records) {
         const auto tag = tags_.find(record.tag);
-        if (tag == tags_.end()) continue;
-        if (record.current) tag->second.current = record.sample;
-        if (record.archive) {
-          tag->second.archive.insert_or_assign(record.sample.time_ms, record.sample);
-        }
+        if (tag != tags_.end()) Take(record, &tag->second);
       }
       return {};
     });
@@ -81,15 +89,22 @@ class MemoryStore final : public Store {
                                    std::size_t limit) override {
     return Guarded([&]() -> Result<std::vector<Sample>> {
       const std::shared_lock lock(mutex_);
-      return CopyWithin(ArchiveOf(id), range, direction, limit);
+      return ArchiveOf(id).Copy(range, direction, limit);
     });
   }
 
   Result<std::int64_t> Count(TagId id, TimeRange range) override {
     return Guarded([&]() -> Result<std::int64_t> {
       const std::shared_lock lock(mutex_);
-      const auto [begin, end] = PartWithin(ArchiveOf(id), range);
-      return std::int64_t{std::distance(begin, end)};
+      return std::ssize(ArchiveOf(id).Times(range));
+    });
+  }
+
+  Result<std::optional<Sample>> ReadHeld(TagId id) override {
+    return Guarded([&]() -> Result<std::optional<Sample>> {
+      const std::shared_lock lock(mutex_);
+      const auto tag = tags_.find(id);
+      return tag == tags_.end() ? std::nullopt : tag->second.held;
     });
   }
 

@@ -1,88 +1,210 @@
 #include "engine/storage/pending.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace zervane::storage {
 namespace {
 
-// `batch` wins where both have a record.
-void AbsorbTag(PendingTag* tag, PendingTag* batch) noexcept {
-  if (batch->current) tag->current = std::move(batch->current);
-  tag->archive.merge(batch->archive);
-  for (auto& [time_ms, sample] : batch->archive) {
-    tag->archive.find(time_ms)->second = std::move(sample);
-  }
+// A batch of more records is rare; its memory is not kept.
+constexpr std::size_t kSpareRecords = 65'536;
+
+const PendingTag* FindIn(const PendingTags& tags, TagId id) {
+  const auto tag = tags.find(id);
+  return tag == tags.end() ? nullptr : &tag->second;
 }
 
 }  // namespace
 
-PendingTags GroupByTag(std::span<const AcceptedSample> records) {
-  PendingTags batch;
-  for (const AcceptedSample& record : records) {
-    PendingTag& tag = batch[record.tag];
-    const Sample& sample = record.sample;
-    if (record.current) tag.current = sample;
-    if (!record.archive) continue;
-    // Nearly every record is newer than the one before, where the hint makes it cheap.
-    tag.archive.insert_or_assign(tag.archive.end(), sample.time_ms, sample);
-  }
-  return batch;
+bool Pending::AddTag(TagId id) {
+  const std::unique_lock lock(mutex_);
+  return known_.insert(id).second;
 }
 
-void Pending::Reserve(std::size_t tags) {
+void Pending::RemoveTag(TagId id) {
   const std::unique_lock lock(mutex_);
-  tags_.reserve(tags_.size() + tags);
+  SortUnderLock();
+  known_.erase(id);
+  held_ms_.erase(id);
+  active_.erase(id);
+  frozen_.erase(id);
 }
 
-void Pending::Absorb(PendingTags batch) noexcept {
+void Pending::KnowHeld(TagId tag, std::int64_t time_ms) {
   const std::unique_lock lock(mutex_);
-  while (!batch.empty()) {
-    auto node = batch.extract(batch.begin());
-    const auto tag = tags_.find(node.key());
-    if (tag == tags_.end()) {
-      tags_.insert(std::move(node));
-    } else {
-      AbsorbTag(&tag->second, &node.mapped());
+  held_ms_[tag] = time_ms;
+}
+
+// ---- taking ----
+
+std::vector<AcceptedSample> Pending::Reserve() {
+  const std::unique_lock lock(mutex_);
+  if (taken_.size() == taken_.capacity()) taken_.reserve(16 + 2 * taken_.size());
+  return std::exchange(spare_, {});
+}
+
+std::size_t Pending::Take(std::vector<AcceptedSample> batch) noexcept {
+  const std::unique_lock lock(mutex_);
+  taken_records_ += batch.size();
+  taken_.push_back(std::move(batch));
+  return taken_records_;
+}
+
+void Pending::Sort() {
+  const std::unique_lock lock(mutex_);
+  SortUnderLock();
+}
+
+// A batch that cannot be sorted for want of memory stays, with those after it, for the next try.
+void Pending::SortUnderLock() {
+  std::size_t sorted = 0;
+  const auto forget = [&] {
+    taken_.erase(taken_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(sorted));
+  };
+  try {
+    for (; sorted < taken_.size(); ++sorted) {
+      SortBatch(taken_[sorted]);
+      taken_records_ -= taken_[sorted].size();
+      taken_[sorted].clear();
+      if (taken_[sorted].capacity() <= kSpareRecords) spare_.swap(taken_[sorted]);
     }
+  } catch (...) {
+    forget();
+    throw;
+  }
+  forget();
+}
+
+// What can fail comes first, so that a batch is sorted whole or not at all.
+void Pending::SortBatch(std::span<const AcceptedSample> records) {
+  targets_.clear();
+  targets_.reserve(records.size());
+  PendingTag* tag = nullptr;
+  TagId id = 0;  // of no tag
+  for (const AcceptedSample& record : records) {
+    if (record.tag != id) {
+      id = record.tag;
+      tag = Enter(id);
+    }
+    targets_.push_back(tag);
+    if (tag == nullptr) continue;
+    if (record.archive) tag->archive.Expect();
+    if (record.held) held_ms_.try_emplace(id, kNoTime);
+  }
+  for (PendingTag* target : targets_) {
+    if (target != nullptr) target->archive.ReserveExpected();
+  }
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    if (targets_[i] != nullptr) Put(records[i], targets_[i]);
   }
 }
 
-void Pending::Remove(TagId id) noexcept {
-  const std::unique_lock lock(mutex_);
-  tags_.erase(id);
+// The tag in the active generation; null when it is not known.
+PendingTag* Pending::Enter(TagId id) {
+  const auto found = active_.find(id);
+  if (found != active_.end()) return &found->second;
+  return known_.contains(id) ? &active_[id] : nullptr;
 }
 
-void Pending::Clear() noexcept {
+void Pending::Put(const AcceptedSample& record, PendingTag* tag) noexcept {
+  if (record.archive) {
+    tag->archive.Put(record.sample);
+    if (!held_ms_.empty()) EndHeld(record, tag);
+  }
+  if (record.current) tag->current = record.sample;
+  if (record.held) {
+    tag->held = {.is_changed = true, .sample = record.sample};
+    held_ms_.find(record.tag)->second = record.sample.time_ms;
+  }
+}
+
+// What is held back is done with once a record of its time or newer is archived. Its entry stays:
+// a later record of the batch may need it.
+void Pending::EndHeld(const AcceptedSample& record, PendingTag* tag) noexcept {
+  const auto held = held_ms_.find(record.tag);
+  const bool is_done =
+      held != held_ms_.end() && held->second != kNoTime && held->second <= record.sample.time_ms;
+  if (!is_done) return;
+  held->second = kNoTime;
+  tag->held = {.is_changed = true, .sample = {}};
+}
+
+// ---- generations ----
+
+std::size_t Pending::Freeze() {
+  const std::unique_lock lock(mutex_);
+  SortUnderLock();
+  frozen_.swap(active_);
+  return frozen_.size();
+}
+
+void Pending::DropFrozen() noexcept {
   PendingTags dropped;  // freed after the lock
   const std::unique_lock lock(mutex_);
-  tags_.swap(dropped);
+  frozen_.swap(dropped);
+}
+
+// ---- reading ----
+
+Pending::ReadLock Pending::LockForReading() {
+  for (;;) {
+    ReadLock lock(mutex_);
+    if (taken_.empty()) return lock;
+    lock.unlock();
+    Sort();
+  }
 }
 
 std::vector<Sample> Pending::Copy(TagId id, TimeRange range, Direction direction,
-                                  std::size_t limit) const {
-  const std::shared_lock lock(mutex_);
-  const auto tag = tags_.find(id);
-  if (tag == tags_.end()) return {};
-  return CopyWithin(tag->second.archive, range, direction, limit);
+                                  std::size_t limit) {
+  const ReadLock lock = LockForReading();
+  const PendingTag* active = FindIn(active_, id);
+  const PendingTag* frozen = FindIn(frozen_, id);
+  std::vector<Sample> newer;
+  if (active != nullptr) newer = active->archive.Copy(range, direction, limit);
+  if (frozen == nullptr) return newer;
+  std::vector<Sample> older = frozen->archive.Copy(range, direction, limit);
+  if (newer.empty()) return older;
+  SeriesMerge merge(std::move(newer), direction, limit);
+  merge.AddAll(std::make_move_iterator(older.begin()), std::make_move_iterator(older.end()));
+  return merge.Finish();
 }
 
-std::vector<std::int64_t> Pending::Times(TagId id, TimeRange range) const {
+std::vector<std::int64_t> Pending::Times(TagId id, TimeRange range) {
   std::vector<std::int64_t> times;
-  const std::shared_lock lock(mutex_);
-  const auto tag = tags_.find(id);
-  if (tag == tags_.end()) return times;
-  const auto [begin, end] = PartWithin(tag->second.archive, range);
-  for (auto record = begin; record != end; ++record) times.push_back(record->first);
+  const ReadLock lock = LockForReading();
+  for (const PendingTags* tags : {&frozen_, &active_}) {
+    const PendingTag* tag = FindIn(*tags, id);
+    if (tag == nullptr) continue;
+    const std::vector<std::int64_t> more = tag->archive.Times(range);
+    std::vector<std::int64_t> both;
+    std::ranges::set_union(times, more, std::back_inserter(both));
+    times = std::move(both);
+  }
   return times;
 }
 
-std::vector<TagSample> Pending::CurrentValues() const {
-  std::vector<TagSample> values;
-  const std::shared_lock lock(mutex_);
-  for (const auto& [id, tag] : tags_) {
-    if (tag.current) values.push_back({id, *tag.current});
+std::vector<TagSample> Pending::CurrentValues() {
+  std::unordered_map<TagId, const Sample*> newest;
+  const ReadLock lock = LockForReading();
+  for (const PendingTags* tags : {&active_, &frozen_}) {
+    for (const auto& [id, tag] : *tags) {
+      if (tag.current) newest.emplace(id, &*tag.current);
+    }
   }
+  std::vector<TagSample> values;
+  for (const auto& [id, sample] : newest) values.push_back({id, *sample});
   return values;
+}
+
+HeldChange Pending::Held(TagId id) {
+  const ReadLock lock = LockForReading();
+  for (const PendingTags* tags : {&active_, &frozen_}) {
+    const PendingTag* tag = FindIn(*tags, id);
+    if (tag != nullptr && tag->held.is_changed) return tag->held;
+  }
+  return {};
 }
 
 }  // namespace zervane::storage

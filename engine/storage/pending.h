@@ -7,6 +7,7 @@
 #include <shared_mutex>
 #include <span>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/storage/series.h"
@@ -15,40 +16,79 @@
 
 namespace zervane::storage {
 
+// What becomes of a tag's held-back record.
+struct HeldChange {
+  bool is_changed = false;
+  std::optional<Sample> sample;  // none: nothing is held back any more
+};
+
 // What one tag has in the journal only.
 struct PendingTag {
   Series archive;
   std::optional<Sample> current;
+  HeldChange held;
 };
 
 using PendingTags = std::unordered_map<TagId, PendingTag>;
 
-// A batch by tag: the last record of a time wins, and the last that becomes the current value.
-PendingTags GroupByTag(std::span<const AcceptedSample> records);
-
-// The records that are durable in the journal and not yet in chunks, by tag.
+// The records that are durable in the journal and not yet in chunks, by tag, in two generations:
+// the active one takes new records, the frozen one is being written into chunks. Where both have a
+// record of one time, the active one's counts.
 //
-// Threads: the changing functions and tags() from one thread at a time, the copying ones from any.
+// A batch is taken as it is, which cannot fail and takes no time, and sorted to its tags by whoever
+// comes next: a thread that has nothing better to do, or the first reader. So whoever wrote it does
+// not wait for that.
+//
+// Threads: any; frozen() is read by one that writes it into chunks, while no other freezes, removes
+// or drops.
 class Pending {
  public:
-  // Makes room, so that absorbing a batch of as many tags cannot fail.
-  void Reserve(std::size_t tags);
+  // Only records of tags that were added are kept. False when it was added before.
+  bool AddTag(TagId id);
+  // Removes the tag with its records.
+  void RemoveTag(TagId id);
 
-  // Takes over a batch: its nodes move, nothing is allocated. Readers see all of it or none.
-  void Absorb(PendingTags batch) noexcept;
+  // Takes note that the file holds back a record of the tag, before the first batch.
+  void KnowHeld(TagId tag, std::int64_t time_ms);
 
-  void Remove(TagId id) noexcept;
-  void Clear() noexcept;
+  // Makes room, so that taking a batch cannot fail. An empty batch, whose memory was used before.
+  std::vector<AcceptedSample> Reserve();
+  // Takes a batch, which readers see from now on. Answers how many taken records are not sorted.
+  std::size_t Take(std::vector<AcceptedSample> batch) noexcept;
+  // Sorts to their tags what was taken.
+  void Sort();
 
-  const PendingTags& tags() const { return tags_; }
+  // Makes the active generation the frozen one; there is none. How many tags it has.
+  std::size_t Freeze();
+  void DropFrozen() noexcept;
+  const PendingTags& frozen() const { return frozen_; }
 
-  std::vector<Sample> Copy(TagId id, TimeRange range, Direction direction, std::size_t limit) const;
-  std::vector<std::int64_t> Times(TagId id, TimeRange range) const;
-  std::vector<TagSample> CurrentValues() const;
+  std::vector<Sample> Copy(TagId id, TimeRange range, Direction direction, std::size_t limit);
+  // Ascending.
+  std::vector<std::int64_t> Times(TagId id, TimeRange range);
+  std::vector<TagSample> CurrentValues();
+  HeldChange Held(TagId id);
 
  private:
-  mutable WriterFirstMutex mutex_;  // guards tags_; the changing thread reads without it
-  PendingTags tags_;
+  using ReadLock = std::shared_lock<WriterFirstMutex>;
+
+  // Under it everything is sorted.
+  ReadLock LockForReading();
+  void SortUnderLock();
+  void SortBatch(std::span<const AcceptedSample> records);
+  PendingTag* Enter(TagId id);
+  void Put(const AcceptedSample& record, PendingTag* tag) noexcept;
+  void EndHeld(const AcceptedSample& record, PendingTag* tag) noexcept;
+
+  WriterFirstMutex mutex_;  // guards all below
+  std::unordered_set<TagId> known_;
+  std::unordered_map<TagId, std::int64_t> held_ms_;  // of all held-back records, stored ones too
+  std::vector<std::vector<AcceptedSample>> taken_;   // not sorted yet
+  std::size_t taken_records_ = 0;
+  std::vector<AcceptedSample> spare_;  // a sorted batch's memory
+  std::vector<PendingTag*> targets_;   // of the records of the batch being sorted; null: left out
+  PendingTags active_;
+  PendingTags frozen_;
 };
 
 }  // namespace zervane::storage

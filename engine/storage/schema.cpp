@@ -21,6 +21,11 @@ CREATE TABLE current (
   payload BLOB NOT NULL
 );
 
+CREATE TABLE held (
+  tag INTEGER PRIMARY KEY,
+  payload BLOB NOT NULL
+);
+
 CREATE TABLE journal (
   seq INTEGER PRIMARY KEY,
   payload BLOB NOT NULL
@@ -43,13 +48,22 @@ CREATE TABLE damaged (
 );
 )";
 
+// From layout 1, which knew no records held back, and wrote chunks that this release still reads.
+constexpr char kUpgrade[] = R"(
+CREATE TABLE held (
+  tag INTEGER PRIMARY KEY,
+  payload BLOB NOT NULL
+);
+)";
+
+// A new file can give pages back that it no longer needs.
+constexpr char kNewFileSettings[] = "PRAGMA auto_vacuum = INCREMENTAL";
+
 // Every commit is synced to the disk before it is answered. Freed pages are not overwritten: the
-// journal frees as much as it writes. The log is folded into the file after 16 MiB, which lets
-// several large batches share the work, and is cut back to that size.
+// journal frees as much as it writes. The log is cut back to 16 MiB whenever it starts over.
 constexpr char kWriterSettings[] = R"(
 PRAGMA synchronous = FULL;
 PRAGMA secure_delete = OFF;
-PRAGMA wal_autocheckpoint = 4096;
 PRAGMA journal_size_limit = 16777216;
 PRAGMA cache_size = -16384;
 PRAGMA temp_store = MEMORY;
@@ -112,12 +126,12 @@ Status UseWriteAheadLog(Connection& connection) {
   return Status(ZR3_ERR_STORAGE_FAILED, "the file system cannot carry a write-ahead log");
 }
 
-Status CreateTables(Connection& connection) {
+// Runs the statements that make or change the tables, and marks the file as of this layout.
+Status ChangeLayout(Connection& connection, std::string_view statements) {
   Transaction transaction(connection, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
-  const std::string sql =
-      fmt::format("{}{};PRAGMA application_id = {}; PRAGMA user_version = {};", kCreateTables,
-                  CreateTagTable(), kApplicationId, kLayoutVersion);
+  const std::string sql = fmt::format("{}PRAGMA application_id = {}; PRAGMA user_version = {};",
+                                      statements, kApplicationId, kLayoutVersion);
   if (Status status = connection.Execute(sql.c_str()); !status.ok()) return status;
   return transaction.Commit();
 }
@@ -132,9 +146,15 @@ Status PrepareWriter(Connection& connection) {
   if (connection.IsReadOnly()) {
     return Status(ZR3_ERR_STORAGE_READ_ONLY, "the file cannot be written");
   }
+  if (IsEmpty(*file)) {
+    if (Status status = connection.Execute(kNewFileSettings); !status.ok()) return status;
+  }
   if (Status status = UseWriteAheadLog(connection); !status.ok()) return status;
   if (Status status = connection.Execute(kWriterSettings); !status.ok()) return status;
-  return IsEmpty(*file) ? CreateTables(connection) : Status();
+  connection.CountLogPages();
+  if (IsEmpty(*file)) return ChangeLayout(connection, kCreateTables + CreateTagTable() + ";");
+  if (file->layout < kLayoutVersion) return ChangeLayout(connection, kUpgrade);
+  return {};
 }
 
 Status PrepareReader(Connection& connection) {

@@ -1,51 +1,145 @@
 #include "engine/storage/series.h"
 
+#include <algorithm>
 #include <iterator>
+#include <span>
 #include <utility>
 
 namespace zervane::storage {
 namespace {
 
-template <typename Iterator>
-std::vector<Sample> CopyUpTo(Iterator begin, Iterator end, std::size_t limit) {
-  std::vector<Sample> records;
-  for (; begin != end && records.size() < limit; ++begin) records.push_back(begin->second);
-  return records;
+// Late records are merged when there are at least so many, and as many as this share of the others.
+constexpr std::size_t kMinLate = 64;
+constexpr std::size_t kLateShare = 4;
+
+bool IsEarlier(const Sample& a, const Sample& b) { return a.time_ms < b.time_ms; }
+
+// Removes of each run of equal times all but the last.
+void KeepLastOfEqualTimes(std::vector<Sample>* records) {
+  std::size_t kept = 0;
+  for (std::size_t i = 1; i < records->size(); ++i) {
+    Sample& record = (*records)[i];
+    if (record.time_ms != (*records)[kept].time_ms) ++kept;
+    if (kept != i) (*records)[kept] = std::move(record);
+  }
+  if (!records->empty())
+    records->erase(records->begin() + std::ptrdiff_t(kept) + 1, records->end());
+}
+
+std::span<const Sample> Within(const std::vector<Sample>& records, TimeRange range) {
+  if (range.from_ms > range.to_ms) return {};
+  const auto begin = std::ranges::lower_bound(records, range.from_ms, {}, &Sample::time_ms);
+  const auto end = std::ranges::upper_bound(records, range.to_ms, {}, &Sample::time_ms);
+  return {begin, end};
+}
+
+// Growing by doubling, so that many small requests cost no more than one.
+void ReserveMore(std::vector<Sample>* records, std::size_t needed) {
+  if (needed > records->capacity()) records->reserve(std::max(needed, 2 * records->capacity()));
 }
 
 }  // namespace
 
-SeriesPart PartWithin(const Series& series, TimeRange range) {
-  if (range.from_ms > range.to_ms) return {series.end(), series.end()};
-  return {series.lower_bound(range.from_ms), series.upper_bound(range.to_ms)};
+void Series::Reserve(std::size_t records) {
+  const bool is_worth_merging =
+      late_.size() >= kMinLate && late_.size() * kLateShare >= in_order_.size();
+  if (is_worth_merging) MergeLate();
+  ReserveMore(&in_order_, in_order_.size() + records);
+  ReserveMore(&late_, late_.size() + records);
 }
 
-std::vector<Sample> CopyWithin(const Series& series, TimeRange range, Direction direction,
-                               std::size_t limit) {
-  const auto [begin, end] = PartWithin(series, range);
-  if (direction == Direction::kForward) return CopyUpTo(begin, end, limit);
-  return CopyUpTo(std::make_reverse_iterator(end), std::make_reverse_iterator(begin), limit);
+void Series::Put(Sample sample) noexcept {
+  if (in_order_.empty() || sample.time_ms > in_order_.back().time_ms) {
+    in_order_.push_back(std::move(sample));
+  } else if (sample.time_ms == in_order_.back().time_ms) {
+    in_order_.back() = std::move(sample);
+  } else {
+    late_.push_back(std::move(sample));
+  }
 }
 
-SeriesMerge::SeriesMerge(std::vector<Sample> pending, Direction direction, std::size_t limit)
-    : pending_(std::move(pending)), direction_(direction), limit_(limit) {}
+std::vector<Sample> Series::Copy(TimeRange range, Direction direction, std::size_t limit) const {
+  const std::span<const Sample> in_order = Within(in_order_, range);
+  const std::vector<const Sample*> late = LateWithin(range);
+  std::vector<Sample> newer;
+  const auto copy = [&](const Sample* record) { newer.push_back(*record); };
+  const std::size_t taken = std::min(late.size(), limit);
+  newer.reserve(taken);
+  if (direction == Direction::kForward) {
+    std::for_each_n(late.begin(), taken, copy);
+  } else {
+    std::for_each_n(late.rbegin(), taken, copy);
+  }
+  SeriesMerge merge(std::move(newer), direction, limit);
+  if (direction == Direction::kForward) {
+    merge.AddAll(in_order.begin(), in_order.end());
+  } else {
+    merge.AddAll(in_order.rbegin(), in_order.rend());
+  }
+  return merge.Finish();
+}
+
+std::span<const Sample> Series::All(std::vector<Sample>* merged) const {
+  if (late_.empty()) return in_order_;
+  *merged = Copy({}, Direction::kForward, in_order_.size() + late_.size());
+  return *merged;
+}
+
+std::vector<std::int64_t> Series::Times(TimeRange range) const {
+  std::vector<std::int64_t> times;
+  for (const Sample& record : Within(in_order_, range)) times.push_back(record.time_ms);
+  const auto late = LateWithin(range);
+  if (late.empty()) return times;
+  for (const Sample* record : late) times.push_back(record->time_ms);
+  std::ranges::sort(times);
+  const auto repeated = std::ranges::unique(times);
+  times.erase(repeated.begin(), repeated.end());
+  return times;
+}
+
+std::vector<const Sample*> Series::LateWithin(TimeRange range) const {
+  std::vector<const Sample*> late;
+  for (const Sample& record : late_) {
+    if (range.Holds(record.time_ms)) late.push_back(&record);
+  }
+  std::ranges::stable_sort(late, {}, &Sample::time_ms);
+  std::vector<const Sample*> counting;
+  for (std::size_t i = 0; i < late.size(); ++i) {
+    const bool is_replaced = i + 1 < late.size() && late[i + 1]->time_ms == late[i]->time_ms;
+    if (!is_replaced) counting.push_back(late[i]);
+  }
+  return counting;
+}
+
+void Series::MergeLate() {
+  in_order_.reserve(in_order_.size() + late_.size());
+  const auto middle = std::ptrdiff_t(in_order_.size());
+  std::ranges::stable_sort(late_, IsEarlier);
+  std::ranges::move(late_, std::back_inserter(in_order_));
+  late_.clear();
+  std::inplace_merge(in_order_.begin(), in_order_.begin() + middle, in_order_.end(), IsEarlier);
+  KeepLastOfEqualTimes(&in_order_);
+}
+
+SeriesMerge::SeriesMerge(std::vector<Sample> newer, Direction direction, std::size_t limit)
+    : newer_(std::move(newer)), direction_(direction), limit_(limit) {}
 
 bool SeriesMerge::Comes(std::int64_t time_ms, std::int64_t before_ms) const {
   return direction_ == Direction::kForward ? time_ms < before_ms : time_ms > before_ms;
 }
 
-bool SeriesMerge::Add(Sample stored) {
-  while (!full() && next_ < pending_.size() && Comes(pending_[next_].time_ms, stored.time_ms)) {
-    TakePending();
+bool SeriesMerge::Add(Sample older) {
+  while (!full() && next_ < newer_.size() && Comes(newer_[next_].time_ms, older.time_ms)) {
+    TakeNewer();
   }
   if (full()) return false;
-  const bool replaced = next_ < pending_.size() && pending_[next_].time_ms == stored.time_ms;
-  if (!replaced) merged_.push_back(std::move(stored));
+  const bool replaced = next_ < newer_.size() && newer_[next_].time_ms == older.time_ms;
+  if (!replaced) merged_.push_back(std::move(older));
   return !full();
 }
 
 std::vector<Sample> SeriesMerge::Finish() {
-  while (!full() && next_ < pending_.size()) TakePending();
+  while (!full() && next_ < newer_.size()) TakeNewer();
   return std::move(merged_);
 }
 

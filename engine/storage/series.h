@@ -1,50 +1,96 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <map>
+#include <limits>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "engine/value.h"
 
 namespace zervane::storage {
 
-// Records of one tag by their time.
-using Series = std::map<std::int64_t, Sample>;
+// Records of one tag in memory, one for each time: of equal times the last one that came counts.
+//
+// Nearly all records come in order, so they stand in a sorted vector; those that come late wait
+// beside it until there are so many that merging them costs little for each.
+//
+// Threads: as a container.
+class Series {
+ public:
+  // Makes room, so that as many calls of Put cannot fail.
+  void Reserve(std::size_t records);
 
-// The part of a series within the range, as two iterators.
-struct SeriesPart {
-  Series::const_iterator begin;
-  Series::const_iterator end;
+  void Put(Sample sample) noexcept;
+
+  // The same for records that are counted first: as many calls of Put cannot fail after it.
+  void Expect() { ++expected_; }
+  void ReserveExpected() {
+    if (expected_ > 0) Reserve(std::exchange(expected_, 0));
+  }
+
+  bool empty() const { return in_order_.empty(); }
+
+  // The first `limit` records of the range, in the direction's order.
+  std::vector<Sample> Copy(TimeRange range, Direction direction, std::size_t limit) const;
+
+  // All records, ascending. In `merged` when there are late ones to be merged, else in place, for
+  // as long as nothing is put.
+  std::span<const Sample> All(std::vector<Sample>* merged) const;
+
+  // The times of the range's records, ascending.
+  std::vector<std::int64_t> Times(TimeRange range) const;
+
+ private:
+  // The late records of the range that count, ascending.
+  std::vector<const Sample*> LateWithin(TimeRange range) const;
+  void MergeLate();
+
+  std::vector<Sample> in_order_;  // strictly ascending in time
+  std::vector<Sample> late_;      // before the last one in order; as they came
+  std::size_t expected_ = 0;
 };
-SeriesPart PartWithin(const Series& series, TimeRange range);
 
-// Copies of the first `limit` records of the range, in the direction's order.
-std::vector<Sample> CopyWithin(const Series& series, TimeRange range, Direction direction,
-                               std::size_t limit);
-
-// Merges stored records into pending ones of the same range and direction. Where both have a
-// record of one time, the pending one is the newer and counts.
+// Merges older records into newer ones of the same range and direction. Where both have a record of
+// one time, the newer counts.
 class SeriesMerge {
  public:
-  SeriesMerge(std::vector<Sample> pending, Direction direction, std::size_t limit);
+  SeriesMerge(std::vector<Sample> newer, Direction direction, std::size_t limit);
 
-  // Takes the next stored record in the direction's order. False once the limit is reached.
-  bool Add(Sample stored);
+  // Takes the next of the older records in the direction's order. False once the limit is reached.
+  bool Add(Sample older);
 
-  // What was merged, with the pending records that are left.
+  // Takes the older records from `begin` on, likewise.
+  template <typename Iterator>
+  bool AddAll(Iterator begin, Iterator end);
+
+  // What was merged, with the newer records that are left.
   std::vector<Sample> Finish();
 
  private:
   bool Comes(std::int64_t time_ms, std::int64_t before_ms) const;
   bool full() const { return merged_.size() >= limit_; }
-  void TakePending() { merged_.push_back(std::move(pending_[next_++])); }
+  void TakeNewer() { merged_.push_back(std::move(newer_[next_++])); }
 
-  std::vector<Sample> pending_;
+  std::vector<Sample> newer_;
   std::size_t next_ = 0;
   Direction direction_;
   std::size_t limit_;
   std::vector<Sample> merged_;
 };
+
+template <typename Iterator>
+bool SeriesMerge::AddAll(Iterator begin, Iterator end) {
+  if (next_ < newer_.size()) {
+    while (begin != end && Add(*begin)) ++begin;
+  } else {
+    const auto room = static_cast<std::ptrdiff_t>(
+        std::min<std::size_t>(limit_ - merged_.size(), std::numeric_limits<std::ptrdiff_t>::max()));
+    merged_.insert(merged_.end(), begin, begin + std::min(room, end - begin));
+  }
+  return !full();
+}
 
 }  // namespace zervane::storage

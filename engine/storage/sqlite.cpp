@@ -96,6 +96,22 @@ Result<sqlite3_stmt*> Connection::Prepared(std::string_view sql) {
   return statement.get();
 }
 
+void Connection::CountLogPages() {
+  const auto count = [](void* connection, sqlite3*, const char*, int pages) {
+    static_cast<Connection*>(connection)->log_pages_ = pages;
+    return SQLITE_OK;
+  };
+  sqlite3_wal_hook(handle_.get(), count, this);
+}
+
+Status Connection::FoldLog() {
+  const int result =
+      sqlite3_wal_checkpoint_v2(handle_.get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+  // Another one that folds at the moment does the same.
+  if (result == SQLITE_OK || (result & 0xFF) == SQLITE_BUSY) return {};
+  return SqliteStatus(result, handle_.get(), "cannot fold the log into the file");
+}
+
 // ---- queries ----
 
 Query::Query(Connection& connection, std::string_view sql, Unbound)

@@ -33,6 +33,18 @@ class Connection {
   // Whether the file can only be read.
   bool IsReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
 
+  // The row that was inserted last.
+  std::int64_t LastRowId() const { return sqlite3_last_insert_rowid(handle_.get()); }
+
+  // From now on the log is folded into the file only when FoldLog is called.
+  void CountLogPages();
+  // How many pages the log had after this connection's last commit. After CountLogPages.
+  int log_pages() const { return log_pages_; }
+
+  // Folds into the file what the log has, as far as no other connection needs it, without waiting
+  // for any. Once all of it is folded, the next write starts the log over.
+  Status FoldLog();
+
  private:
   friend class Query;
   friend class Transaction;
@@ -47,6 +59,7 @@ class Connection {
   Connection() = default;
   Result<sqlite3_stmt*> Prepared(std::string_view sql);
 
+  int log_pages_ = 0;
   std::unique_ptr<sqlite3, CloseConnection> handle_;
   // By their text. Destroyed before the handle.
   std::unordered_map<std::string_view, std::unique_ptr<sqlite3_stmt, CloseStatement>> statements_;

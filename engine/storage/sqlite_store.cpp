@@ -2,19 +2,18 @@
 
 #include <algorithm>
 #include <map>
-#include <unordered_set>
 #include <utility>
 
 #include "engine/guard.h"
 #include "engine/log.h"
 #include "engine/storage/archive_reader.h"
-#include "engine/storage/chunk_codec.h"
-#include "engine/storage/chunk_merge.h"
+#include "engine/storage/chunk_writer.h"
 #include "engine/storage/folder_lock.h"
 #include "engine/storage/journal.h"
 #include "engine/storage/pending.h"
 #include "engine/storage/reader_pool.h"
 #include "engine/storage/record_check.h"
+#include "engine/storage/record_table.h"
 #include "engine/storage/schema.h"
 #include "engine/storage/sqlite.h"
 #include "engine/storage/tag_table.h"
@@ -22,45 +21,55 @@
 namespace zervane::storage {
 namespace {
 
+// Some 16 MiB of SQLite's log: several large batches share the work of folding it into the file.
+constexpr int kMaxLogPages = 4096;
+
+// The journal is trimmed by parts of this weight, so that trimming holds nobody up.
+constexpr std::size_t kCutBytes = 4 << 20;
+constexpr std::size_t kMinCutBytes = 4 << 10;  // what a batch weighs at least
+
+// Records that are worth waking a thread to sort them to their tags; and so many that those who
+// append do it themselves, when that thread has other work.
+constexpr std::size_t kWorthSorting = 1'000;
+constexpr std::size_t kMaxUnsorted = 32'768;
+
+// What is free at a close is cut off the file, up to 64 MiB, since a close should not last.
+constexpr char kCutFreePages[] = "PRAGMA incremental_vacuum(16384)";
+
+// From so many tags on a database gets more room for what is pending.
+constexpr std::size_t kManyTags = 4096;
+
 std::size_t WeightOf(std::span<const AcceptedSample> records) {
   std::size_t bytes = records.size() * kPendingRecordBytes;
   for (const AcceptedSample& record : records) {
-    if (const auto* text = std::get_if<std::string>(&record.sample.value)) bytes += text->size();
+    if (const auto* text = std::get_if<TextValue>(&record.sample.value)) bytes += text->size();
   }
   return bytes;
 }
 
-// A current value stands as a chunk of its one record.
-Status PutCurrentRow(Connection& connection, TagId tag, const Sample& value) {
-  const std::string payload = EncodeChunk({&value, 1});
-  return Query(connection, "INSERT OR REPLACE INTO current (tag, payload) VALUES (?, ?)", tag,
-               payload)
-      .Run();
-}
-
 // An append is one row of the journal, durable at once, and joins the pending records in memory.
-// A checkpoint brings these into chunks and empties the journal, in one transaction. So at any
-// instant the chunks and the journal together hold every answered record, whatever ends the
+// When enough are pending, a thread of its own brings them into chunks and trims the journal. So at
+// any instant the chunks and the journal together hold every answered record, whatever ends the
 // process; opening replays the journal. A record that is in both counts once, as the journal has
 // it.
 class SqliteStore final : public Store {
  public:
   SqliteStore(FolderLock lock, std::filesystem::path file, std::unique_ptr<Connection> writer,
               const SqliteStoreOptions& options)
-      : lock_(std::move(lock)),
-        options_(options),
-        writer_(std::move(writer)),
-        checkpoint_at_bytes_(options.pending_bytes),
-        readers_(std::move(file)) {}
+      : lock_(std::move(lock)), options_(options), readers_(std::move(file)) {
+    writer_.connection = std::move(writer);
+  }
 
   ~SqliteStore() override {
-    if (pending_.tags().empty()) return;
-    const Status status = Guarded([&] { return Checkpoint(); });
-    if (!status.ok()) Log().warn("the journal is kept for the next open: {}", status.message());
+    if (chunks_ == nullptr) return;
+    const Status written = Guarded([&] { return WriteAllChunks(); });
+    if (!written.ok()) Log().warn("the journal is kept for the next open: {}", written.message());
+    const Status cut = Guarded([&] { return writer_.connection->Execute(kCutFreePages); });
+    if (!cut.ok()) Log().warn("the file keeps the room of its journal: {}", cut.message());
   }
 
   // Reads what a writer must know. Before anything else.
-  Status Start();
+  Status Start(const std::filesystem::path& file);
 
   Result<CatalogueImage> LoadCatalogue() override {
     return Guarded([&] { return DoLoadCatalogue(); });
@@ -84,6 +93,9 @@ class SqliteStore final : public Store {
   Result<std::int64_t> Count(TagId id, TimeRange range) override {
     return Guarded([&] { return DoCount(id, range); });
   }
+  Result<std::optional<Sample>> ReadHeld(TagId id) override {
+    return Guarded([&] { return DoReadHeld(id); });
+  }
 
  private:
   Result<CatalogueImage> DoLoadCatalogue();
@@ -95,38 +107,65 @@ class SqliteStore final : public Store {
                                      std::size_t limit);
   Result<std::int64_t> DoCount(TagId id, TimeRange range);
 
-  // The batch by tag, without the tags that are gone.
-  PendingTags GroupByKnownTag(std::span<const AcceptedSample> records) const;
+  Result<std::optional<Sample>> DoReadHeld(TagId id);
 
-  void CheckpointIfDue();
-  Status Checkpoint();
+  Status StartChunks(const std::filesystem::path& file);
+  Status LoadHeld();
+  Status Journal(std::span<const AcceptedSample> records);
+  void Took(std::span<const AcceptedSample> records, std::int64_t seq);
+  Status MakeRoom();
+  void BeginChunks();
+  Status WriteAllChunks();
 
   const FolderLock lock_;  // first, so that it is given back last
   const SqliteStoreOptions options_;
 
   // Of the thread that changes.
-  const std::unique_ptr<Connection> writer_;
-  std::unordered_set<TagId> tags_;
-  std::size_t pending_bytes_ = 0;
-  std::size_t checkpoint_at_bytes_;
+  std::size_t unsorted_ = 0;                // records, after the last append
+  std::size_t busy_tags_ = 0;               // of the last generation
+  std::size_t pending_bytes_ = 0;           // of the active generation
+  std::size_t uncut_bytes_ = 0;             // since the last of the cuts
+  std::int64_t last_seq_ = 0;               // of the journal
+  std::vector<std::int64_t> journal_cuts_;  // where the journal may be trimmed, ascending
 
   // Of all threads.
+  Writer writer_;
   ReaderPool readers_;
   Pending pending_;
+
+  std::unique_ptr<ChunkWriter> chunks_;  // last: its thread uses what stands above
 };
 
-Status SqliteStore::Start() {
-  const Result<std::vector<TagProperties>> tags = LoadTagRows(*writer_);
+Status SqliteStore::Start(const std::filesystem::path& file) {
+  const Result<std::vector<TagProperties>> tags = LoadTagRows(*writer_.connection);
   if (!tags.ok()) return tags.status();
-  for (const TagProperties& tag : *tags) tags_.insert(tag.id);
-  Status status = ReplayJournal(*writer_, [&](std::vector<AcceptedSample> records) {
-    PendingTags batch = GroupByKnownTag(records);
-    pending_.Reserve(batch.size());
-    pending_.Absorb(std::move(batch));
-    pending_bytes_ += WeightOf(records);
+  for (const TagProperties& tag : *tags) pending_.AddTag(tag.id);
+  if (Status status = StartChunks(file); !status.ok()) return status;
+  if (Status status = LoadHeld(); !status.ok()) return status;
+  const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) {
+    (void)pending_.Reserve();
+    Took(records, seq);
+    pending_.Take(std::move(records));
+  };
+  if (Status status = ReplayJournal(*writer_.connection, take); !status.ok()) return status;
+  pending_.Sort();
+  return {};
+}
+
+Status SqliteStore::StartChunks(const std::filesystem::path& file) {
+  Result<std::unique_ptr<Connection>> reader = Connection::Open(file);
+  if (!reader.ok()) return reader.status();
+  if (Status status = PrepareReader(**reader); !status.ok()) return status;
+  chunks_ =
+      std::make_unique<ChunkWriter>(writer_, *std::move(reader), pending_, options_.chunk_records);
+  return {};
+}
+
+Status SqliteStore::LoadHeld() {
+  return VisitRecords(*writer_.connection, RecordTable::kHeld, [&](TagId tag, const Sample& held) {
+    pending_.KnowHeld(tag, held.time_ms);
+    chunks_->KnowHeldRow(tag);
   });
-  if (status.ok()) CheckpointIfDue();
-  return status;
 }
 
 // ---- catalogue ----
@@ -149,33 +188,39 @@ Result<CatalogueImage> SqliteStore::DoLoadCatalogue() {
 }
 
 Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t version) {
-  Transaction transaction(*writer_, Transaction::Kind::kWrite);
+  const std::lock_guard turn(writer_.mutex);
+  Connection& file = *writer_.connection;
+  Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
-  if (Status status = PutTagRow(*writer_, properties); !status.ok()) return status;
-  Status status = Query(*writer_, "UPDATE catalogue SET last_id = max(last_id, ?), version = ?",
+  if (Status status = PutTagRow(file, properties); !status.ok()) return status;
+  Status status = Query(file, "UPDATE catalogue SET last_id = max(last_id, ?), version = ?",
                         properties.id, version)
                       .Run();
   if (!status.ok()) return status;
-  const bool is_new = tags_.insert(properties.id).second;  // before the commit: it may throw
+  const bool is_new = pending_.AddTag(properties.id);  // before the commit: it may throw
   status = transaction.Commit();
-  if (!status.ok() && is_new) tags_.erase(properties.id);
+  if (!status.ok() && is_new) pending_.RemoveTag(properties.id);
   return status;
 }
 
 Status SqliteStore::DoRemoveTag(TagId id, std::int64_t version) {
-  Transaction transaction(*writer_, Transaction::Kind::kWrite);
+  chunks_->Wait();  // it may be planning chunks of the tag
+  pending_.Sort();  // before the commit: it may throw
+  const std::lock_guard turn(writer_.mutex);
+  Connection& file = *writer_.connection;
+  Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
   for (const char* sql : {"DELETE FROM tag WHERE id = ?", "DELETE FROM current WHERE tag = ?",
-                          "DELETE FROM chunk WHERE tag = ?", "DELETE FROM damaged WHERE tag = ?"}) {
-    if (Status status = Query(*writer_, sql, id).Run(); !status.ok()) return status;
+                          "DELETE FROM held WHERE tag = ?", "DELETE FROM chunk WHERE tag = ?",
+                          "DELETE FROM damaged WHERE tag = ?"}) {
+    if (Status status = Query(file, sql, id).Run(); !status.ok()) return status;
   }
-  Status status = Query(*writer_, "UPDATE catalogue SET version = ?", version).Run();
+  Status status = Query(file, "UPDATE catalogue SET version = ?", version).Run();
   if (!status.ok()) return status;
   if (status = transaction.Commit(); !status.ok()) return status;
   // The journal may still hold records of the tag. A replay leaves them out, since the tag is gone
   // and its identifier is never given again.
-  tags_.erase(id);
-  pending_.Remove(id);
+  pending_.RemoveTag(id);
   return {};
 }
 
@@ -189,41 +234,48 @@ Result<std::vector<TagSample>> SqliteStore::DoLoadCurrent() {
   }
   const Result<ReaderPool::Loan> reader = readers_.Borrow();
   if (!reader.ok()) return reader.status();
-  Query rows(**reader, "SELECT tag, payload FROM current");
-  while (rows.Next()) {
-    const auto tag = static_cast<TagId>(rows.Integer(0));
-    Result<std::vector<Sample>> value = DecodeChunk(rows.Bytes(1));
-    if (value.ok()) {
-      values.emplace(tag, std::move(value->front()));
-    } else {
-      Log().error("the current value of tag {} is lost: {}", tag, value.status().message());
-    }
-  }
-  if (!rows.status().ok()) return rows.status();
+  Status status = VisitRecords(**reader, RecordTable::kCurrent, [&](TagId tag, Sample value) {
+    values.emplace(tag, std::move(value));
+  });
+  if (!status.ok()) return status;
   std::vector<TagSample> list;
   for (auto& [tag, sample] : values) list.push_back({tag, std::move(sample)});
   return list;
 }
 
-PendingTags SqliteStore::GroupByKnownTag(std::span<const AcceptedSample> records) const {
-  PendingTags batch = GroupByTag(records);
-  std::erase_if(batch, [&](const auto& entry) { return !tags_.contains(entry.first); });
-  return batch;
+Result<std::optional<Sample>> SqliteStore::DoReadHeld(TagId id) {
+  HeldChange pending = pending_.Held(id);
+  if (pending.is_changed) return std::move(pending.sample);
+  const Result<ReaderPool::Loan> reader = readers_.Borrow();
+  if (!reader.ok()) return reader.status();
+  return LoadRecord(**reader, RecordTable::kHeld, id);
 }
 
 Status SqliteStore::DoAppend(std::span<const AcceptedSample> records) {
   if (Status status = CheckRecords(records); !status.ok()) return status;
+  if (Status status = MakeRoom(); !status.ok()) return status;
   // What can fail comes before the commit, so that the memory follows the journal for certain.
-  PendingTags batch = GroupByKnownTag(records);
-  if (batch.empty()) return {};
-  pending_.Reserve(batch.size());
-  Transaction transaction(*writer_, Transaction::Kind::kWrite);
+  std::vector<AcceptedSample> batch = pending_.Reserve();
+  batch.assign(records.begin(), records.end());
+  journal_cuts_.reserve(journal_cuts_.size() + 1);
+  if (Status status = Journal(records); !status.ok()) return status;
+  Took(records, last_seq_);
+  unsorted_ = pending_.Take(std::move(batch));
+  if (unsorted_ >= kWorthSorting) chunks_->SortSoon();
+  return {};
+}
+
+Status SqliteStore::Journal(std::span<const AcceptedSample> records) {
+  const std::vector<std::string> rows = EncodeForJournal(records);
+  const std::lock_guard turn(writer_.mutex);
+  Connection& file = *writer_.connection;
+  Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
-  if (Status status = WriteJournal(*writer_, records); !status.ok()) return status;
+  const Result<std::int64_t> seq = WriteJournal(file, rows);
+  if (!seq.ok()) return seq.status();
   if (Status status = transaction.Commit(); !status.ok()) return status;
-  pending_.Absorb(std::move(batch));
-  pending_bytes_ += WeightOf(records);
-  CheckpointIfDue();
+  last_seq_ = *seq;
+  if (file.log_pages() >= kMaxLogPages) chunks_->FoldLogSoon();
   return {};
 }
 
@@ -244,37 +296,46 @@ Result<std::int64_t> SqliteStore::DoCount(TagId id, TimeRange range) {
   return CountArchive(**reader, pending, id, range);
 }
 
-// ---- checkpoints ----
+// ---- from the journal to chunks ----
 
-// The records are durable whether it succeeds or not, so a failure is no one's status: the journal
-// grows by another measure, then it is tried again.
-void SqliteStore::CheckpointIfDue() {
-  if (pending_bytes_ < checkpoint_at_bytes_) return;
-  if (const Status status = Guarded([&] { return Checkpoint(); }); !status.ok()) {
-    Log().warn("the journal waits for more room: {}", status.message());
-    checkpoint_at_bytes_ = pending_bytes_ + options_.pending_bytes;
-  }
+// Takes account of pending records that the journal has up to a sequence number.
+void SqliteStore::Took(std::span<const AcceptedSample> records, std::int64_t seq) {
+  last_seq_ = seq;
+  const std::size_t bytes = WeightOf(records);
+  pending_bytes_ += bytes;
+  uncut_bytes_ += std::max(bytes, kMinCutBytes);
+  if (uncut_bytes_ < kCutBytes) return;
+  journal_cuts_.push_back(seq);
+  uncut_bytes_ = 0;
 }
 
-Status SqliteStore::Checkpoint() {
-  const PendingTags& pending = pending_.tags();
-  std::vector<TagId> order;  // so that the chunks of a tag lie near those of its neighbours
-  for (const auto& [id, tag] : pending) order.push_back(id);
-  std::ranges::sort(order);
-  Transaction transaction(*writer_, Transaction::Kind::kWrite);
-  if (!transaction.status().ok()) return transaction.status();
-  for (const TagId id : order) {
-    const PendingTag& tag = pending.at(id);
-    Status status = MergeIntoChunks(*writer_, id, tag.archive, options_.chunk_records);
-    if (status.ok() && tag.current) status = PutCurrentRow(*writer_, id, *tag.current);
-    if (!status.ok()) return status;
+// There is room for one generation beside the frozen one. When that cannot be written, nothing more
+// is taken: better a caller who is told than one whose records have no place.
+Status SqliteStore::MakeRoom() {
+  if (unsorted_ >= kMaxUnsorted) pending_.Sort();
+  const std::size_t limit = options_.pending_bytes * (busy_tags_ > kManyTags ? 2 : 1);
+  if (pending_bytes_ < limit) return {};
+  if (!chunks_->IsDone()) {
+    if (pending_bytes_ < 2 * limit) return {};
+    if (Status status = chunks_->Finish(); !status.ok()) return status;
   }
-  if (Status status = ClearJournal(*writer_); !status.ok()) return status;
-  if (Status status = transaction.Commit(); !status.ok()) return status;
-  pending_.Clear();
-  pending_bytes_ = 0;
-  checkpoint_at_bytes_ = options_.pending_bytes;
+  BeginChunks();
   return {};
+}
+
+void SqliteStore::BeginChunks() {
+  journal_cuts_.push_back(last_seq_);
+  busy_tags_ = pending_.Freeze();
+  chunks_->Begin(std::exchange(journal_cuts_, {}));
+  pending_bytes_ = 0;
+  uncut_bytes_ = 0;
+}
+
+Status SqliteStore::WriteAllChunks() {
+  Status status = chunks_->Finish();
+  if (!status.ok() || pending_bytes_ == 0) return status;
+  BeginChunks();
+  return chunks_->Finish();
 }
 
 Result<std::unique_ptr<Store>> DoOpen(const std::filesystem::path& folder,
@@ -287,7 +348,7 @@ Result<std::unique_ptr<Store>> DoOpen(const std::filesystem::path& folder,
   Status status = PrepareWriter(**writer);
   if (!status.ok()) return Status(status.code(), file.string() + ": " + status.message());
   auto store = std::make_unique<SqliteStore>(*std::move(lock), file, *std::move(writer), options);
-  status = store->Start();
+  status = store->Start(file);
   if (!status.ok()) return Status(status.code(), file.string() + ": " + status.message());
   return std::unique_ptr<Store>(std::move(store));
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -22,10 +23,12 @@ struct CatalogueImage {
 // A record that was accepted, and where it goes.
 struct AcceptedSample {
   TagId tag = 0;
-  Sample sample;
   bool archive = true;  // it enters the archive
   bool current = true;  // it becomes the tag's current value
+  bool held = false;    // it is held back from the archive, in place of what was held back before
+  Sample sample;
 };
+static_assert(sizeof(AcceptedSample) == 40);  // large batches of them go from thread to thread
 
 // Where a database keeps its data. It speaks of the domain: a columnar file, memory or a cluster of
 // row stores can stand behind it.
@@ -64,6 +67,10 @@ class Store {
                                            std::size_t limit) = 0;
 
   virtual Result<std::int64_t> Count(TagId id, TimeRange range) = 0;
+
+  // The last record that was appended as held back, unless one of its time or newer has entered the
+  // archive since.
+  virtual Result<std::optional<Sample>> ReadHeld(TagId id) = 0;
 };
 
 // A store in memory, gone with its object.

@@ -78,6 +78,12 @@ std::optional<Sample> FakeDisk::current(TagId tag) const {
   return found == current_.end() ? std::nullopt : std::optional(found->second);
 }
 
+std::optional<Sample> FakeDisk::held(TagId tag) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = held_.find(tag);
+  return found == held_.end() ? std::nullopt : std::optional(found->second);
+}
+
 std::vector<std::size_t> FakeDisk::append_sizes() const {
   const std::lock_guard lock(mutex_);
   return append_sizes_;
@@ -112,6 +118,7 @@ Status FakeDisk::RemoveTag(TagId id, std::int64_t version) {
   tags_.erase(id);
   archive_.erase(id);
   current_.erase(id);
+  held_.erase(id);
   version_ = version;
   return {};
 }
@@ -130,10 +137,20 @@ Status FakeDisk::Append(std::span<const AcceptedSample> records) {
   append_sizes_.push_back(records.size());
   for (const AcceptedSample& record : records) {
     if (!tags_.contains(record.tag)) ++orphans_;
-    if (record.archive) archive_[record.tag][record.sample.time_ms] = record.sample;
-    if (record.current) current_[record.tag] = record.sample;
+    Take(record);
   }
   return {};
+}
+
+void FakeDisk::Take(const AcceptedSample& record) {
+  const Sample& sample = record.sample;
+  if (record.current) current_[record.tag] = sample;
+  if (record.archive) {
+    archive_[record.tag][sample.time_ms] = sample;
+    const auto held = held_.find(record.tag);
+    if (held != held_.end() && held->second.time_ms <= sample.time_ms) held_.erase(held);
+  }
+  if (record.held) held_[record.tag] = sample;
 }
 
 Status FakeDisk::FailureOf(std::span<const AcceptedSample> records) {

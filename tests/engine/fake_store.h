@@ -44,6 +44,7 @@ class FakeDisk {
   void LoseCurrent(TagId tag);
   std::map<std::int64_t, Sample> archive(TagId tag) const;
   std::optional<Sample> current(TagId tag) const;
+  std::optional<Sample> held(TagId tag) const;
   // The number of records of each append that was carried out.
   std::vector<std::size_t> append_sizes() const;
   // Records that came for a tag that does not exist.
@@ -57,6 +58,7 @@ class FakeDisk {
 
  private:
   void WaitWhileHeld(std::unique_lock<std::mutex>& lock);
+  void Take(const AcceptedSample& record);
   Status FailureOf(std::span<const AcceptedSample> records);
 
   mutable std::mutex mutex_;
@@ -73,6 +75,7 @@ class FakeDisk {
   std::int64_t version_ = 0;
   std::map<TagId, std::map<std::int64_t, Sample>> archive_;
   std::map<TagId, Sample> current_;
+  std::map<TagId, Sample> held_;
   std::vector<std::size_t> append_sizes_;
   int orphans_ = 0;
 };
@@ -94,6 +97,7 @@ class FakeStore : public Store {
   Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
                                    std::size_t limit) override;
   Result<std::int64_t> Count(TagId id, TimeRange range) override;
+  Result<std::optional<Sample>> ReadHeld(TagId id) override { return disk_->held(id); }
 
  private:
   const std::shared_ptr<FakeDisk> disk_;

@@ -1,5 +1,7 @@
 #include "allocation_counter.h"
 
+#include <malloc.h>
+
 #include <atomic>
 #include <cstddef>
 
@@ -11,6 +13,14 @@ namespace {
 
 std::atomic<long> made{0};
 std::atomic<long> released{0};
+std::atomic<bool> watches_peak{false};  // since to ask a sanitizer at each allocation takes long
+std::atomic<long> peak_bytes{0};
+
+void NotePeak(long live_bytes) {
+  long peak = peak_bytes;
+  while (live_bytes > peak && !peak_bytes.compare_exchange_weak(peak, live_bytes)) {
+  }
+}
 
 }  // namespace
 
@@ -21,17 +31,48 @@ extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(con
                                                                              std::size_t),
                                                          void (*free_hook)(const volatile void*));
 
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
+
 namespace {
 
-[[maybe_unused]] const int installed =
-    __sanitizer_install_malloc_and_free_hooks([](const volatile void*, std::size_t) { ++made; },
-                                              [](const volatile void* block) {
-                                                if (block != nullptr) ++released;
-                                              });
+long LiveBytes() { return static_cast<long>(__sanitizer_get_current_allocated_bytes()); }
+
+void Made(const volatile void*, std::size_t) {
+  ++made;
+  if (watches_peak) NotePeak(LiveBytes());
+}
+
+void Released(const volatile void* block) {
+  if (block != nullptr) ++released;
+}
+
+[[maybe_unused]] const int installed = __sanitizer_install_malloc_and_free_hooks(Made, Released);
 
 }  // namespace
 
 #else
+
+namespace {
+
+std::atomic<long> live_bytes{0};
+
+long LiveBytes() { return live_bytes; }
+
+void* Made(void* block) {
+  ++made;
+  const auto bytes = static_cast<long>(malloc_usable_size(block));
+  const long live = live_bytes += bytes;
+  if (watches_peak) NotePeak(live);
+  return block;
+}
+
+void Released(void* block) {
+  if (block == nullptr) return;
+  ++released;
+  live_bytes -= static_cast<long>(malloc_usable_size(block));
+}
+
+}  // namespace
 
 // These take the place of the C library's functions in this process, its own calls included.
 extern "C" {
@@ -41,24 +82,19 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 void __libc_free(void* block);
 
-[[gnu::visibility("default")]] void* malloc(std::size_t size) {
-  ++made;
-  return __libc_malloc(size);
-}
+[[gnu::visibility("default")]] void* malloc(std::size_t size) { return Made(__libc_malloc(size)); }
 
 [[gnu::visibility("default")]] void* calloc(std::size_t count, std::size_t size) {
-  ++made;
-  return __libc_calloc(count, size);
+  return Made(__libc_calloc(count, size));
 }
 
 [[gnu::visibility("default")]] void* realloc(void* block, std::size_t size) {
-  ++made;
-  if (block != nullptr) ++released;
-  return __libc_realloc(block, size);
+  Released(block);
+  return Made(__libc_realloc(block, size));
 }
 
 [[gnu::visibility("default")]] void free(void* block) {
-  if (block != nullptr) ++released;
+  Released(block);
   __libc_free(block);
 }
 
@@ -69,5 +105,14 @@ void __libc_free(void* block);
 namespace zervane::os {
 
 AllocationCounts CountAllocations() { return {made.load(), released.load()}; }
+
+PeakMemory::PeakMemory() : before_(LiveBytes()) {
+  peak_bytes = before_;
+  watches_peak = true;
+}
+
+PeakMemory::~PeakMemory() { watches_peak = false; }
+
+long PeakMemory::bytes() const { return peak_bytes - before_; }
 
 }  // namespace zervane::os

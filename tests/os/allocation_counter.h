@@ -13,6 +13,21 @@ struct AllocationCounts {
 
 AllocationCounts CountAllocations();
 
+// The most bytes that the process had allocated at once since the object was made, beyond those
+// that it had then. One object at a time.
+class PeakMemory {
+ public:
+  PeakMemory();
+  PeakMemory(const PeakMemory&) = delete;
+  PeakMemory& operator=(const PeakMemory&) = delete;
+  ~PeakMemory();
+
+  long bytes() const;
+
+ private:
+  long before_;
+};
+
 }  // namespace zervane::os
 
 #endif  // ZERVANE_TESTS_OS_ALLOCATION_COUNTER_H_

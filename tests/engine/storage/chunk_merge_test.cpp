@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "engine/storage/chunk_table.h"
 #include "engine/storage/schema.h"
 #include "tests/engine/storage/support.h"
@@ -13,6 +15,8 @@ namespace {
 using testing::ElementsAre;
 using testing::Pair;
 
+using ByTime = std::map<std::int64_t, Sample>;
+
 constexpr TagId kTag = 1;
 constexpr std::size_t kChunkRecords = 10;
 
@@ -22,22 +26,35 @@ class ChunkMerging : public testing::Test {
     EXPECT_TRUE(PrepareWriter(*file_).ok());
   }
 
-  void Merge(const Series& pending) {
-    const Status status = MergeIntoChunks(*file_, kTag, pending, kChunkRecords);
-    EXPECT_TRUE(status.ok()) << status.message();
+  void Merge(const ByTime& records) {
+    std::vector<Sample> ascending;
+    for (const auto& [time_ms, sample] : records) ascending.push_back(sample);
+    const auto edits = PlanMerge(*file_, kTag, ascending, kChunkRecords);
+    ASSERT_TRUE(edits.ok()) << edits.status().message();
+    Transaction transaction(*file_, Transaction::Kind::kWrite);
+    EXPECT_TRUE(ApplyEdits(*file_, *edits).ok());
+    EXPECT_TRUE(transaction.Commit().ok());
   }
 
   // Records from a time to a time, every `step` milliseconds, of the value.
-  static Series Records(std::int64_t from_ms, std::int64_t to_ms, std::int64_t step = 1,
+  static ByTime Records(std::int64_t from_ms, std::int64_t to_ms, std::int64_t step = 1,
                         double value = 0) {
-    Series records;
+    ByTime records;
     for (std::int64_t time = from_ms; time <= to_ms; time += step) {
       records[time] = Record(kTag, time, value).sample;
     }
     return records;
   }
 
-  std::vector<ChunkExtent> Extents() { return *ChunksWithin(*file_, kTag, {}); }
+  std::vector<ChunkExtent> Extents() {
+    std::vector<ChunkExtent> extents;
+    const Status status = VisitExtents(*file_, kTag, {}, [&](const ChunkExtent& extent) {
+      extents.push_back(extent);
+      return Status();
+    });
+    EXPECT_TRUE(status.ok()) << status.message();
+    return extents;
+  }
 
   std::vector<std::pair<std::int64_t, std::int64_t>> Ranges() {
     std::vector<std::pair<std::int64_t, std::int64_t>> ranges;
@@ -133,7 +150,7 @@ TEST_F(ChunkMerging, ReplacesRecordsOfEqualTime) {
 }
 
 TEST_F(ChunkMerging, StartsANewChunkWhereTheTypeChanges) {
-  Series mixed = Records(1, 6);
+  ByTime mixed = Records(1, 6);
   mixed[4].type = TagType::kInt32;
   mixed[4].value = 4;
   Merge(mixed);

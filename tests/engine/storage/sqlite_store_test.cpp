@@ -73,15 +73,23 @@ TEST_F(StoreFolder, TakesAnEmptyFileForANewDatabase) {
 
 TEST_F(StoreFolder, RefusesALaterLayoutAndLeavesItsFileAlone) {
   MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "PRAGMA user_version = 2");
+  EditFile(folder_.path(), "PRAGMA user_version = 3");
   const std::string before = Contents(File());
   const Status status = OpenStatus();
   EXPECT_EQ(status.code(), ZR3_ERR_DATABASE_VERSION);
   EXPECT_THAT(status.message(), HasSubstr(File().string()));
-  EXPECT_THAT(status.message(), HasSubstr("layout 2"));
+  EXPECT_THAT(status.message(), HasSubstr("layout 3"));
   EXPECT_EQ(Contents(File()), before);
-  EditFile(folder_.path(), "PRAGMA user_version = 1");
+  EditFile(folder_.path(), "PRAGMA user_version = 2");
   EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
+}
+
+TEST_F(StoreFolder, BringsLayout1UpToThisOne) {
+  MakeDatabase(folder_.path());
+  EditFile(folder_.path(), "DROP TABLE held; PRAGMA user_version = 1");
+  EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
+  EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 2);
+  EXPECT_EQ(NumberInFile(folder_.path(), "SELECT count(*) FROM held"), 0);
 }
 
 struct ForeignCase {
@@ -178,7 +186,7 @@ TEST_F(StoreFolder, LosesOnlyADamagedBatchOfTheJournal) {
     const auto store = MustOpen(folder_.path());
     EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
     for (int i = 1; i <= 3; ++i) EXPECT_TRUE(store->Append(std::vector{Record(1, i, i)}).ok());
-    CopyAsAfterCrash(folder_.path(), crashed);
+    CopyWhileOpen(folder_.path(), crashed);
   }
   EditFile(crashed, "UPDATE journal SET payload = zeroblob(30) WHERE seq = 2");
   const auto store = MustOpen(crashed);
@@ -296,7 +304,7 @@ TEST_F(StoreFolder, DoesNotBringARemovedTagBackFromTheJournal) {
     EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
     EXPECT_TRUE(store->Append(std::vector{Record(1, 10, 1)}).ok());
     EXPECT_TRUE(store->RemoveTag(1, 2).ok());
-    CopyAsAfterCrash(folder_.path(), crashed);
+    CopyWhileOpen(folder_.path(), crashed);
   }
   EXPECT_EQ(NumberInFile(crashed, "SELECT count(*) FROM journal"), 1) << "or nothing is tested";
   const auto store = MustOpen(crashed);
@@ -304,11 +312,56 @@ TEST_F(StoreFolder, DoesNotBringARemovedTagBackFromTheJournal) {
   EXPECT_TRUE(store->LoadCurrent()->empty());
 }
 
+TEST_F(StoreFolder, GivesTheRoomOfItsJournalBackWhenItIsClosed) {
+  constexpr std::uintmax_t kBlobBytes = 3000 * 1000;
+  {
+    const auto store = MustOpen(folder_.path(), {});
+    EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
+    std::vector<AcceptedSample> batch;
+    for (int i = 0; i < 3000; ++i) {
+      AcceptedSample record = Record(1, 10, 0);  // of one time, so that the archive keeps but one
+      record.sample.type = TagType::kBlob;
+      record.sample.value = std::string(1000, static_cast<char>(i));
+      batch.push_back(record);
+    }
+    EXPECT_TRUE(store->Append(batch).ok());
+  }
+  EXPECT_LT(fs::file_size(File()), kBlobBytes / 10);
+  ExpectWholeFile(folder_.path());
+}
+
 TEST_F(StoreFolder, HoldsNothingInTheJournalAfterAClose) {
   MakeDatabase(folder_.path());
   EXPECT_EQ(NumberInFile(folder_.path(), "SELECT count(*) FROM journal"), 0);
   EXPECT_EQ(NumberInFile(folder_.path(), "SELECT sum(count) FROM chunk"), 200);
   ExpectWholeFile(folder_.path());
+}
+
+// SQLite's log begins with a header whose bytes 16 to 19 change whenever it starts over.
+std::string LogGeneration(const fs::path& folder) {
+  std::ifstream log(folder / "zervane.db-wal", std::ios::binary);
+  std::string header(20, '\0');
+  log.read(header.data(), std::ssize(header));
+  return header.substr(16);
+}
+
+TEST_F(StoreFolder, StartsItsLogOverInsteadOfLettingItGrow) {
+  const auto store = MustOpen(folder_.path(), {});
+  EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
+  const std::string first = LogGeneration(folder_.path());
+  std::vector<AcceptedSample> batch;
+  int appends = 0;
+  while (LogGeneration(folder_.path()) == first && appends < 2000) {
+    batch.clear();
+    for (int i = 0; i < 1000; ++i) {
+      batch.push_back(Record(1, appends, 0));
+      batch.back().sample.type = TagType::kBlob;
+      batch.back().sample.value = std::string(500, static_cast<char>(i * 7 + appends));
+    }
+    ASSERT_TRUE(store->Append(batch).ok());
+    ++appends;
+  }
+  EXPECT_LT(appends, 2000);
 }
 
 TEST_F(StoreFolder, SplitsABatchThatIsLargerThanABlock) {
@@ -320,7 +373,7 @@ TEST_F(StoreFolder, SplitsABatchThatIsLargerThanABlock) {
     const auto store = MustOpen(folder_.path(), {});
     EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
     EXPECT_TRUE(store->Append(batch).ok());
-    CopyAsAfterCrash(folder_.path(), crashed);
+    CopyWhileOpen(folder_.path(), crashed);
   }
   EXPECT_EQ(NumberInFile(crashed, "SELECT count(*) FROM journal"), 2);
   EXPECT_EQ(*MustOpen(crashed, {})->Count(1, {}), kRecords);

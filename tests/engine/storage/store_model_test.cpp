@@ -12,12 +12,21 @@
 namespace zervane::storage {
 namespace {
 
-using Series = std::map<std::int64_t, Sample>;
+using ByTime = std::map<std::int64_t, Sample>;
 
 struct ModelTag {
   TagProperties properties;
   std::optional<Sample> current;
-  Series archive;
+  std::optional<Sample> held;
+  ByTime archive;
+
+  void Take(const AcceptedSample& record) {
+    const std::int64_t time_ms = record.sample.time_ms;
+    if (record.current) current = record.sample;
+    if (record.archive) archive[time_ms] = record.sample;
+    if (record.archive && held && held->time_ms <= time_ms) held.reset();
+    if (record.held) held = record.sample;
+  }
 };
 
 struct ModelCase {
@@ -86,13 +95,10 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
       record.sample.value = AnyValue(record.sample.type);
       record.archive = Draw(0, 9) > 0;
       record.current = Draw(0, 3) > 0;
+      record.held = Draw(0, 19) == 0;
     }
     ASSERT_TRUE(store_->Append(batch).ok());
-    for (const AcceptedSample& record : batch) {
-      ModelTag& tag = tags_[record.tag];
-      if (record.current) tag.current = record.sample;
-      if (record.archive) tag.archive[record.sample.time_ms] = record.sample;
-    }
+    for (const AcceptedSample& record : batch) tags_[record.tag].Take(record);
   }
 
   void Reopen(bool crash) {
@@ -100,7 +106,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     if (crash) {
       const std::filesystem::path before = Folder();
       ++generation_;
-      CopyAsAfterCrash(before, Folder());
+      CopyWhileOpen(before, Folder());
     }
     store_.reset();
     store_ = MustOpen(Folder(), GetParam().options);
@@ -130,6 +136,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
       std::vector<Sample> archive;
       for (const auto& [time_ms, sample] : tag.archive) archive.push_back(sample);
       EXPECT_EQ(ReadAll(*store_, id), archive);
+      EXPECT_EQ(*store_->ReadHeld(id), tag.held);
     }
     const auto image = store_->LoadCatalogue();
     EXPECT_EQ(image->tags, catalogue);

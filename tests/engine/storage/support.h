@@ -49,6 +49,9 @@ std::vector<Sample> ReadAll(Store& store, TagId tag);
 // Copies the database's files as they stand, as if the process ended now.
 void CopyAsAfterCrash(const std::filesystem::path& from, const std::filesystem::path& to);
 
+// Likewise of a database that is open in this process, whose threads may be writing meanwhile.
+void CopyWhileOpen(const std::filesystem::path& from, const std::filesystem::path& to);
+
 // Runs the body in a child process, whose failed expectations fail the test.
 void ExpectInChild(const std::function<void()>& body);
 

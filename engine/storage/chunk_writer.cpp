@@ -1,0 +1,198 @@
+#include "engine/storage/chunk_writer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/guard.h"
+#include "engine/log.h"
+#include "engine/storage/journal.h"
+#include "engine/storage/record_table.h"
+
+namespace zervane::storage {
+namespace {
+
+// How much goes into the file in one transaction: enough to make its end cheap, and little enough
+// that those who append hardly notice it.
+constexpr std::size_t kSliceBytes = 512 << 10;
+constexpr std::size_t kRowBytes = 64;  // of a row without its payload
+
+std::size_t WeightOf(const ChunkEdits& edits) {
+  std::size_t bytes = (edits.replaced.size() + edits.damaged.size()) * kRowBytes;
+  for (const EncodedChunk& chunk : edits.added) bytes += kRowBytes + chunk.payload.size();
+  return bytes;
+}
+
+}  // namespace
+
+ChunkWriter::ChunkWriter(Writer& writer, std::unique_ptr<Connection> reader, Pending& pending,
+                         std::size_t chunk_records)
+    : writer_(writer),
+      reader_(std::move(reader)),
+      pending_(pending),
+      chunk_records_(chunk_records),
+      thread_([this] { Loop(); }) {}
+
+ChunkWriter::~ChunkWriter() {
+  {
+    const std::lock_guard lock(mutex_);
+    is_closing_ = true;
+  }
+  begun_.notify_one();
+  thread_.join();
+}
+
+void ChunkWriter::Begin(std::vector<std::int64_t> journal_cuts) {
+  const std::lock_guard lock(mutex_);
+  journal_cuts_ = std::move(journal_cuts);
+  is_working_ = true;
+  begun_.notify_one();
+}
+
+bool ChunkWriter::IsDone() {
+  const std::lock_guard lock(mutex_);
+  return !is_working_ && outcome_.ok();
+}
+
+void ChunkWriter::Wait() {
+  std::unique_lock lock(mutex_);
+  AwaitDone(lock);
+}
+
+Status ChunkWriter::Finish() {
+  std::unique_lock lock(mutex_);
+  AwaitDone(lock);
+  if (!outcome_.ok()) {
+    is_working_ = true;
+    begun_.notify_one();
+    AwaitDone(lock);
+  }
+  return outcome_;
+}
+
+void ChunkWriter::AwaitDone(std::unique_lock<std::mutex>& lock) {
+  done_.wait(lock, [&] { return !is_working_; });
+}
+
+void ChunkWriter::FoldLogSoon() {
+  const std::lock_guard lock(mutex_);
+  folds_log_ = true;
+  begun_.notify_one();
+}
+
+void ChunkWriter::SortSoon() {
+  const std::lock_guard lock(mutex_);
+  sorts_ = true;
+  begun_.notify_one();
+}
+
+void ChunkWriter::Loop() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    begun_.wait(lock, [&] { return is_working_ || folds_log_ || sorts_ || is_closing_; });
+    if (std::exchange(sorts_, false)) {
+      lock.unlock();
+      Sort();
+      lock.lock();
+    } else if (std::exchange(folds_log_, false)) {
+      lock.unlock();
+      FoldLog();
+      lock.lock();
+    } else if (is_working_) {
+      lock.unlock();
+      Status status = Guarded([&] { return WriteGeneration(); });
+      lock.lock();
+      outcome_ = std::move(status);
+      is_working_ = false;
+      done_.notify_all();
+    } else {
+      return;
+    }
+  }
+}
+
+Status ChunkWriter::WriteGeneration() {
+  const PendingTags& generation = pending_.frozen();
+  std::vector<TagId> order;  // so that the chunks of a tag lie near those of its neighbours
+  order.reserve(generation.size());
+  for (const auto& [id, tag] : generation) order.push_back(id);
+  std::ranges::sort(order);
+  Slice slice;
+  for (const TagId id : order) {
+    if (Status status = PlanTag(id, generation.at(id), &slice); !status.ok()) return status;
+    if (slice.weight < kSliceBytes) continue;
+    if (Status status = Write(slice); !status.ok()) return status;
+    slice = {};
+  }
+  if (Status status = Write(slice); !status.ok()) return status;
+  if (Status status = TrimJournal(); !status.ok()) return status;
+  pending_.DropFrozen();
+  return {};
+}
+
+Status ChunkWriter::PlanTag(TagId id, const PendingTag& tag, Slice* slice) {
+  std::vector<Sample> merged;
+  Result<ChunkEdits> edits = PlanMerge(*reader_, id, tag.archive.All(&merged), chunk_records_);
+  if (!edits.ok()) return edits.status();
+  slice->weight += 2 * kRowBytes + WeightOf(*edits);
+  slice->tags.push_back(id);
+  slice->chunks.push_back(*std::move(edits));
+  return {};
+}
+
+Status ChunkWriter::Write(const Slice& slice) {
+  const std::lock_guard turn(writer_.mutex);
+  Connection& file = *writer_.connection;
+  Transaction transaction(file, Transaction::Kind::kWrite);
+  if (!transaction.status().ok()) return transaction.status();
+  for (const ChunkEdits& edits : slice.chunks) {
+    if (Status status = ApplyEdits(file, edits); !status.ok()) return status;
+  }
+  for (const TagId id : slice.tags) {
+    const PendingTag& tag = pending_.frozen().at(id);
+    Status status =
+        tag.current ? PutRecord(file, RecordTable::kCurrent, id, *tag.current) : Status();
+    if (status.ok() && tag.held.is_changed) status = WriteHeld(id, tag.held);
+    if (!status.ok()) return status;
+  }
+  return transaction.Commit();
+}
+
+// A row that is there no more, since its transaction was undone, is deleted to no harm.
+Status ChunkWriter::WriteHeld(TagId id, const HeldChange& held) {
+  if (held.sample) {
+    held_rows_.insert(id);
+    return PutRecord(*writer_.connection, RecordTable::kHeld, id, *held.sample);
+  }
+  if (!held_rows_.contains(id)) return {};
+  return DeleteRecord(*writer_.connection, RecordTable::kHeld, id);
+}
+
+Status ChunkWriter::TrimJournal() {
+  for (const std::int64_t cut : journal_cuts_) {
+    const std::lock_guard turn(writer_.mutex);
+    if (Status status = ClearJournal(*writer_.connection, cut); !status.ok()) return status;
+  }
+  return {};
+}
+
+// Most of it goes on beside those who append. They wait for the small rest, after which the log
+// starts over instead of growing.
+void ChunkWriter::FoldLog() {
+  Status status = reader_->FoldLog();
+  if (status.ok()) {
+    const std::lock_guard turn(writer_.mutex);
+    status = reader_->FoldLog();
+  }
+  if (!status.ok()) Log().warn("SQLite's log is folded later: {}", status.message());
+}
+
+// What cannot be sorted for want of memory now stays for the next who tries.
+void ChunkWriter::Sort() {
+  const Status status = Guarded([&] {
+    pending_.Sort();
+    return Status();
+  });
+  if (!status.ok()) Log().warn("records wait to be sorted: {}", status.message());
+}
+
+}  // namespace zervane::storage
