@@ -64,12 +64,13 @@ class Database {
   // Writes records in the order given. A record of time 0 takes the database's clock. Refused
   // records have their code in codes[i] and change nothing; the others are carried out. The result
   // is 0, ZR3_ERR_SOME_RECORDS_FAILED, or the status of the store (then nothing of the batch was
-  // carried out, and the codes of those not refused hold that status).
+  // carried out, and the codes of those not refused hold that status). The samples are taken out of
+  // the batch, whose memory stays with the caller.
   //
   // Order is judged when the records are queued, against those accepted before. A queued batch that
   // cannot be stored later is logged, and its status is the result of the next durable write or of
   // Close; the codes then tell what became of that write's own records.
-  virtual Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+  virtual Status Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
                        std::span<std::int32_t> codes) = 0;
 
   // The current value: ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_NO_RECORD.

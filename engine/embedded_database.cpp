@@ -48,7 +48,8 @@ EmbeddedDatabase::EmbeddedDatabase(std::unique_ptr<Store> store, Clock clock, st
       clock_(std::move(clock)),
       user_(std::move(user)),
       catalogue_(*store_),
-      admission_(catalogue_.tags(), current_values_, clock_) {}
+      admission_(catalogue_.tags(), current_values_, clock_),
+      filters_(*store_, catalogue_, current_values_) {}
 
 EmbeddedDatabase::~EmbeddedDatabase() = default;
 
@@ -92,6 +93,7 @@ Result<TagId> EmbeddedDatabase::AddTag(const TagProperties& properties, Property
 Status EmbeddedDatabase::ModifyTag(TagId id, std::int32_t tag_class,
                                    const TagProperties& properties, PropertyMask mask) {
   return queue_->Run([&] {
+    if (Status status = filters_.Release(id); !status.ok()) return status;
     // A type is changed under the queue's lock, so that no record of the old one is accepted
     // between the look for records and the change.
     std::unique_lock<std::mutex> no_admission;
@@ -120,6 +122,7 @@ Status EmbeddedDatabase::DeleteTag(TagId id) {
     // From here on no record of the tag is accepted. Those that were, a moment ago, go with it.
     const std::unique_lock<std::mutex> lock = queue_->Lock();
     queue_->Drop(id);
+    filters_.Forget(id);
     current_values_.Remove(id);
     return status;
   });
@@ -153,14 +156,14 @@ Result<std::int64_t> EmbeddedDatabase::CatalogueVersion() {
 
 // ---- current values ----
 
-Status EmbeddedDatabase::Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+Status EmbeddedDatabase::Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
                                std::span<std::int32_t> codes) {
   if (codes.size() != batch.size()) {
     return {ZR3_ERR_INVALID_COUNT, fmt::format("{} records, {} codes", batch.size(), codes.size())};
   }
   std::fill(codes.begin(), codes.end(), ZR3_OK);
   Status stored = queue_->Write(answer, [&](std::vector<AcceptedSample>& accepted) {
-    admission_.Admit(std::move(batch), order, codes, accepted);
+    admission_.Admit(batch, order, codes, accepted);
   });
   if (!stored.ok()) {
     std::replace(codes.begin(), codes.end(), std::int32_t{ZR3_OK}, stored.code());
@@ -183,12 +186,15 @@ Result<Sample> EmbeddedDatabase::ReadCurrent(TagId id) {
 }
 
 Status EmbeddedDatabase::Commit(std::span<AcceptedSample> records) {
-  MarkCurrent(current_values_, records);
+  MarkCurrent(catalogue_.tags(), current_values_, records);
+  bool any_filtered = false;
   for (AcceptedSample& record : records) {
     const std::optional<TagTraits> traits = catalogue_.tags().Find(record.tag);
     record.archive = traits && traits->archiving;
+    any_filtered |= traits && traits->filtered;
   }
-  if (Status status = store_->Append(records); !status.ok()) return status;
+  const Status stored = any_filtered ? filters_.Append(records) : store_->Append(records);
+  if (!stored.ok()) return stored;
   for (const AcceptedSample& record : records) {
     if (record.current) current_values_.Put(record.tag, record.sample);
   }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "engine/archive/record_filters.h"
 #include "engine/archive/write_queue.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/clock.h"
@@ -34,7 +35,7 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   Result<TagId> FindTag(std::string_view name) override;
   Result<std::int64_t> CatalogueVersion() override;
 
-  Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+  Status Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
                std::span<std::int32_t> codes) override;
   Result<Sample> ReadCurrent(TagId id) override;
 
@@ -65,7 +66,8 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   std::atomic<bool> is_closed_{false};
   Catalogue catalogue_;
   CurrentValues current_values_;
-  Admission admission_;  // under the queue's lock
+  Admission admission_;    // under the queue's lock
+  RecordFilters filters_;  // on the queue's thread
   // Set once by Open, after loading; goes first, for its thread uses all of the above.
   std::unique_ptr<WriteQueue> queue_;
 };

@@ -9,7 +9,7 @@ namespace zervane {
 namespace {
 
 std::size_t SizeOf(const AcceptedSample& record) {
-  const auto* text = std::get_if<std::string>(&record.sample.value);
+  const auto* text = std::get_if<TextValue>(&record.sample.value);
   return sizeof(record) + (text == nullptr ? 0 : text->size());
 }
 

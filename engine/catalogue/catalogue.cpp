@@ -6,11 +6,15 @@
 #include <mutex>
 #include <utility>
 
+#include "engine/catalogue/filter_settings.h"
+
 namespace zervane {
 namespace {
 
 TagTraits TraitsOf(const TagProperties& tag) {
-  return {static_cast<TagType>(tag.type), tag.archiving};
+  return {.type = static_cast<TagType>(tag.type),
+          .archiving = tag.archiving,
+          .filtered = FilterSettingsOf(tag).any()};
 }
 
 }  // namespace

@@ -6,7 +6,8 @@ namespace {
 // Never 0: that stands for no tag.
 std::uint8_t Encode(const TagTraits& traits) {
   const int type = static_cast<int>(traits.type) + 1;
-  return static_cast<std::uint8_t>(type << 1 | (traits.archiving ? 1 : 0));
+  return static_cast<std::uint8_t>(type << 2 | (traits.archiving ? 2 : 0) |
+                                   (traits.filtered ? 1 : 0));
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ namespace zervane {
 struct TagTraits {
   TagType type = TagType::kFloat64;
   bool archiving = true;
+  bool filtered = false;  // its records pass filters on their way to the archive
 
   friend bool operator==(const TagTraits&, const TagTraits&) = default;
 };
@@ -32,6 +33,9 @@ class TagIndex {
     // The newest time among the tag's accepted records, those still queued included, or kNoTime.
     // Guarded by the lock of the write queue.
     std::int64_t newest_ms = kNoTime;
+    // Where a group of records on its way to the store has the tag's newest one, from 1; 0 when no
+    // group is looked at. Of the write queue's thread.
+    std::uint32_t newest_in_group = 0;
   };
 
   TagIndex();
@@ -66,7 +70,7 @@ inline TagIndex::Slot* TagIndex::FindSlot(TagId id) const {
 inline std::optional<TagTraits> TagIndex::TraitsOf(const Slot& slot) {
   const std::uint8_t code = slot.traits.load(std::memory_order_acquire);
   if (code == 0) return std::nullopt;
-  return TagTraits{static_cast<TagType>((code >> 1) - 1), (code & 1) != 0};
+  return TagTraits{static_cast<TagType>((code >> 2) - 1), (code & 2) != 0, (code & 1) != 0};
 }
 
 inline std::optional<TagTraits> TagIndex::Find(TagId id) const {

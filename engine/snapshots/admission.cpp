@@ -19,7 +19,7 @@ void Reserve(std::vector<AcceptedSample>& records, std::size_t more) {
 
 }  // namespace
 
-void Admission::Admit(std::vector<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
+void Admission::Admit(std::span<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
                       std::vector<AcceptedSample>& accepted) {
   Reserve(accepted, batch.size());
   const bool reads_clock = std::any_of(batch.begin(), batch.end(), TakesClock);

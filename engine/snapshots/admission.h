@@ -25,10 +25,10 @@ class Admission {
   // Takes note of a stored current value, before the first batch.
   void Know(TagId tag, std::int64_t time_ms) { tags_.FindSlot(tag)->newest_ms = time_ms; }
 
-  // Judges the batch in its order: codes[i] receives the status of record i, and those accepted
-  // move to the end of `accepted`. Records of time 0 take the clock. When it throws, nothing has
-  // changed.
-  void Admit(std::vector<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
+  // Judges the batch in its order: codes[i] receives the status of record i, and the samples of
+  // those accepted move to the end of `accepted`. Records of time 0 take the clock. When it throws,
+  // nothing has changed.
+  void Admit(std::span<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
              std::vector<AcceptedSample>& accepted);
 
   // Whether the tag holds a record, stored or queued.

@@ -31,17 +31,21 @@ void CurrentValues::Remove(TagId tag) {
   part.samples.erase(tag);
 }
 
-void MarkCurrent(const CurrentValues& current_values, std::span<AcceptedSample> records) {
-  std::unordered_map<TagId, AcceptedSample*> newest;
+void MarkCurrent(TagIndex& tags, const CurrentValues& current_values,
+                 std::span<AcceptedSample> records) {
+  std::uint32_t position = 0;
   for (AcceptedSample& record : records) {
-    AcceptedSample*& marked = newest[record.tag];
+    ++position;
+    std::uint32_t& newest = tags.FindSlot(record.tag)->newest_in_group;
+    AcceptedSample* marked = newest == 0 ? nullptr : &records[newest - 1];
     const std::int64_t newest_ms =
         marked != nullptr ? marked->sample.time_ms : current_values.TimeOf(record.tag);
     record.current = MovesForward(record.sample.time_ms, newest_ms);
     if (!record.current) continue;
     if (marked != nullptr) marked->current = false;
-    marked = &record;
+    newest = position;
   }
+  for (const AcceptedSample& record : records) tags.FindSlot(record.tag)->newest_in_group = 0;
 }
 
 }  // namespace zervane

@@ -8,6 +8,7 @@
 #include <span>
 #include <unordered_map>
 
+#include "engine/catalogue/tag_index.h"
 #include "engine/storage/store.h"
 #include "engine/value.h"
 
@@ -39,6 +40,8 @@ class CurrentValues {
 
 // Marks in a group of records those that become current values once the group is stored: of each
 // tag the newest (of equal ones the last), unless the current value is newer.
-void MarkCurrent(const CurrentValues& current_values, std::span<AcceptedSample> records);
+// The tags have their slots; on the write queue's thread.
+void MarkCurrent(TagIndex& tags, const CurrentValues& current_values,
+                 std::span<AcceptedSample> records);
 
 }  // namespace zervane

@@ -22,10 +22,12 @@ TEST(TagIndex, RemembersTheTraitsOfEveryKindOfTag) {
   TagId id = 1;
   for (int type = ZR3_TAG_TYPE_MIN; type <= ZR3_TAG_TYPE_MAX; ++type) {
     for (bool archiving : {false, true}) {
-      const TagTraits traits = {static_cast<TagType>(type), archiving};
-      index.Put(id, traits);
-      EXPECT_EQ(index.Find(id), traits) << type << archiving;
-      ++id;
+      for (bool filtered : {false, true}) {
+        const TagTraits traits = {static_cast<TagType>(type), archiving, filtered};
+        index.Put(id, traits);
+        EXPECT_EQ(index.Find(id), traits) << type << archiving << filtered;
+        ++id;
+      }
     }
   }
 }

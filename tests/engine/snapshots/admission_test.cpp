@@ -22,7 +22,7 @@ class AdmissionTest : public testing::Test {
   std::vector<std::int32_t> Admit(std::vector<TagSample> batch,
                                   WriteOrder order = WriteOrder::kInOrder) {
     std::vector<std::int32_t> codes(batch.size(), -1);
-    admission_.Admit(std::move(batch), order, codes, accepted_);
+    admission_.Admit(batch, order, codes, accepted_);
     return codes;
   }
   std::int32_t AdmitAt(std::int64_t time_ms) { return Admit({{kTag, NumberAt(time_ms)}})[0]; }
@@ -93,9 +93,8 @@ TEST_F(AdmissionTest, RefusesAClockOutsideTheRangeOfTimes) {
 TEST_F(AdmissionTest, ChangesNothingWhenItRunsOutOfMemory) {
   Admission admission(tags_, current_values_, []() -> std::int64_t { throw std::bad_alloc(); });
   Codes codes(2);
-  EXPECT_THROW(admission.Admit({{kTag, NumberAt(10)}, {kTag, NumberAt(0)}}, WriteOrder::kInOrder,
-                               codes, accepted_),
-               std::bad_alloc);
+  std::vector<TagSample> batch = {{kTag, NumberAt(10)}, {kTag, NumberAt(0)}};
+  EXPECT_THROW(admission.Admit(batch, WriteOrder::kInOrder, codes, accepted_), std::bad_alloc);
   EXPECT_TRUE(accepted_.empty());
   EXPECT_FALSE(admission.HoldsRecords(kTag));
 }
