@@ -1,7 +1,6 @@
 #include "vask/request_cache.h"
 
 #include <mutex>
-#include <shared_mutex>
 
 namespace zervane {
 

@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "engine/database.h"
-#include "vask/distributed_shared_mutex.h"
 
 namespace zervane {
 
@@ -46,7 +46,7 @@ class RequestCache {
   void Keep(std::string_view name, TagId id, std::int64_t version);
 
   std::atomic<std::size_t> capacity_{kDefaultCapacity};
-  DistributedSharedMutex mutex_;  // guards what follows
+  std::shared_mutex mutex_;  // guards what follows
   std::int64_t version_ = kNoVersion;
   std::unordered_map<std::string, TagId, Hash, std::equal_to<>> ids_;
 };

@@ -6,9 +6,9 @@
 
 #include "engine/database.h"
 #include "vask/address.h"
-#include "vask/distributed_shared_mutex.h"
 #include "vask/handle_table.h"
 #include "vask/request_cache.h"
+#include "vask/session_mutex.h"
 
 namespace zervane {
 
@@ -42,7 +42,7 @@ class Session {
   RequestCache& cache() { return cache_; }
 
  private:
-  DistributedSharedMutex mutex_;  // guards database_ (the pointer) and servers_
+  SessionMutex mutex_;  // guards database_ (the pointer) and servers_
   std::unique_ptr<Database> database_;
   Servers servers_;
   HandleTable handles_;

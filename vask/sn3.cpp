@@ -1,5 +1,6 @@
 // sn3: current values.
 
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -36,12 +37,17 @@ Status ReadSnapshot(Database& database, TagId id, ZR3Record* record) {
   return zervane::FillRecord(*sample, record);
 }
 
+// A thread keeps the memory of its batches up to this many records, so that the next one's is at
+// hand.
+constexpr std::size_t kKeptRecords = 65'536;
+
 // Writes record i for tag tag_of(i). Records that are no samples get their codes here, the others
 // the database's.
 template <typename TagOf>
 Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Record* records,
                     WriteOrder order, WriteAnswer answer, int32* codes) {
-  std::vector<TagSample> batch;
+  thread_local std::vector<TagSample> batch;
+  batch.clear();
   std::vector<int32> positions;  // where each of the batch stands among the records
   batch.reserve(static_cast<std::size_t>(count));
   positions.reserve(static_cast<std::size_t>(count));
@@ -56,6 +62,7 @@ Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Re
 
   std::vector<int32> written(batch.size());
   Status status = database.Write(std::move(batch), order, answer, written);
+  if (batch.capacity() > kKeptRecords) batch = {};
   for (std::size_t i = 0; codes != nullptr && i < written.size(); ++i) {
     codes[positions[i]] = written[i];
   }

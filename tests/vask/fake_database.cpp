@@ -107,7 +107,7 @@ ZR3_STATUS FakeDatabase::Judge(const TagSample& record, WriteOrder order) {
   return late && order == WriteOrder::kInOrder ? ZR3_ERR_OUT_OF_ORDER : ZR3_OK;
 }
 
-Status FakeDatabase::Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+Status FakeDatabase::Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
                            std::span<std::int32_t> codes) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);

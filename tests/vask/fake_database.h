@@ -44,7 +44,7 @@ class FakeDatabase : public Database {
   Result<TagType> GetTagType(TagId id) override;
   Result<TagId> FindTag(std::string_view name) override;
   Result<std::int64_t> CatalogueVersion() override;
-  Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+  Status Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
                std::span<std::int32_t> codes) override;
   Result<Sample> ReadCurrent(TagId id) override;
   Result<std::int64_t> CountRecords(TagId id, TimeRange range) override;

@@ -1,0 +1,94 @@
+#include "vask/session_mutex.h"
+
+#include <linux/membarrier.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <list>
+#include <thread>
+
+namespace zervane {
+namespace {
+
+// How an exclusive hold looks again for shared ones that last.
+constexpr std::chrono::microseconds kPollInterval{50};
+
+bool Membarrier(int command) { return syscall(SYS_membarrier, command, 0, 0) == 0; }
+
+// Whether a thread holds something shared. One for each thread, on a cache line of its own.
+struct alignas(64) Holder {
+  std::atomic<bool> holds{false};
+};
+
+// The holders of all threads that ever held something shared and did not end since.
+class Holders {
+ public:
+  using Place = std::list<Holder>::iterator;
+
+  Place Add() {
+    const std::lock_guard lock(mutex_);
+    return list_.emplace(list_.end());
+  }
+
+  void Remove(Place place) {
+    const std::lock_guard lock(mutex_);
+    list_.erase(place);
+  }
+
+  // Waits until each of them has held nothing for an instant.
+  void AwaitNone() {
+    const std::lock_guard lock(mutex_);
+    for (const Holder& holder : list_) {
+      while (holder.holds.load(std::memory_order_seq_cst)) {
+        std::this_thread::sleep_for(kPollInterval);
+      }
+    }
+  }
+
+ private:
+  std::mutex mutex_;
+  std::list<Holder> list_;
+};
+
+// Never destroyed: threads may end after the process's static objects.
+Holders& AllHolders() {
+  static Holders& holders = *new Holders;
+  return holders;
+}
+
+}  // namespace
+
+constinit thread_local std::atomic<bool>* SessionMutex::holds_ = nullptr;
+
+bool SessionMutex::OffersBarrier() { return Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED); }
+
+// A thread that calls again while it ends gets a place that stays, empty.
+void SessionMutex::Register() {
+  struct Registration {
+    const Holders::Place place;
+    ~Registration() {
+      holds_ = nullptr;
+      AllHolders().Remove(place);
+    }
+  };
+  const Holders::Place place = AllHolders().Add();
+  thread_local const Registration registration{place};
+  holds_ = &place->holds;
+}
+
+void SessionMutex::lock() {
+  exclusive_.lock();
+  is_exclusive_.exchange(true, std::memory_order_seq_cst);
+  if (has_barrier_) Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+  AllHolders().AwaitNone();
+}
+
+void SessionMutex::unlock() {
+  is_exclusive_.store(false, std::memory_order_release);
+  exclusive_.unlock();
+}
+
+void SessionMutex::AwaitExclusiveEnd() { const std::lock_guard lock(exclusive_); }
+
+}  // namespace zervane
