@@ -1,0 +1,286 @@
+#include "tests/engine/database/archive_model.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/embedded.h"
+#include "tests/engine/database/random_records.h"
+#include "tests/engine/storage/support.h"
+#include "tests/support/case_name.h"
+
+// Random calls of a database and of plain maps, which must tell the same. What a run does follows
+// from its seed: ZERVANE_SEED repeats one.
+namespace zervane {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::int64_t kTags = 20;
+constexpr std::int64_t kAnchors = 8;
+constexpr std::int64_t kYearMs = 365LL * 24 * 3600 * 1000;
+constexpr std::int64_t kStartMs = 20 * kYearMs;
+
+std::uint64_t Seed() {
+  const char* given = std::getenv("ZERVANE_SEED");
+  return given == nullptr ? std::random_device{}() : std::stoull(given);
+}
+
+struct ModelCase {
+  const char* name;
+  SqliteStoreOptions options;
+  std::int64_t operations;
+};
+
+class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
+ protected:
+  ArchiveModelTest() {
+    RecordProperty("seed", std::to_string(seed_));
+    Open();
+  }
+
+  fs::path Folder() const { return temp_.path() / std::to_string(generation_); }
+
+  void Open() {
+    auto opened = OpenEmbedded(
+        storage::MustOpen(Folder(), GetParam().options), [] { return kStartMs; }, "admin");
+    ASSERT_TRUE(opened.ok()) << opened.status().message();
+    database_ = *std::move(opened);
+  }
+
+  // ---- what to do it with ----
+
+  TagId AnyTag() {
+    return std::next(model_.tags().begin(), random_.Draw(0, std::ssize(model_.tags()) - 1))->first;
+  }
+
+  // A time at which a late record may come: on the grid of one of the tag's clusters, whose anchors
+  // lie milliseconds to years apart; that of a record, or just beside one.
+  std::int64_t AnyTime(TagId id) {
+    const auto& archive = model_.tags()[id].archive;
+    const std::vector<std::int64_t>& anchors = anchors_[id];
+    const auto cluster = random_.Draw(0, kAnchors - 1);
+    const std::int64_t grid_ms = cluster % 2 == 0 ? 1 : 1000;
+    const std::int64_t time_ms =
+        anchors[static_cast<std::size_t>(cluster)] + grid_ms * random_.Draw(0, 100);
+    const auto near = archive.lower_bound(time_ms);
+    if (near == archive.end() || random_.OneIn(2)) return time_ms;
+    return near->first + (random_.OneIn(2) ? 0 : random_.Draw(-1, 1));
+  }
+
+  // Mostly a little newer than the tag's newest record; now and then years, as new or older.
+  std::int64_t NextTime(std::int64_t newest_ms) {
+    if (newest_ms == kNoTime) return kStartMs;
+    if (random_.OneIn(10)) return newest_ms;
+    if (random_.OneIn(30)) {
+      return std::max<std::int64_t>(newest_ms - random_.DrawMagnitude(kYearMs), 1);
+    }
+    const std::int64_t step_ms = random_.DrawMagnitude(random_.OneIn(200) ? kYearMs : 60'000);
+    return std::min(newest_ms + step_ms, kMaxTimeMs);
+  }
+
+  std::size_t AnyBatchSize() {
+    if (random_.OneIn(100)) return static_cast<std::size_t>(random_.Draw(20, 200));
+    return static_cast<std::size_t>(random_.OneIn(10) ? random_.Draw(5, 20) : random_.Draw(1, 4));
+  }
+
+  TimeRange AnyRange(TagId id) {
+    if (random_.OneIn(10)) return {};
+    if (random_.OneIn(3)) return {AnyTime(id), AnyTime(id)};
+    const std::int64_t middle_ms = AnyTime(id);
+    return {middle_ms - random_.DrawMagnitude(10 * kYearMs),
+            middle_ms + random_.DrawMagnitude(10 * kYearMs)};
+  }
+
+  std::size_t AnyLimit() {
+    if (random_.OneIn(12)) return SIZE_MAX;
+    return static_cast<std::size_t>(random_.OneIn(30) ? 0 : random_.DrawMagnitude(100));
+  }
+
+  // ---- what to do ----
+
+  void AddTag() {
+    TagProperties properties;
+    properties.name = "TAG" + std::to_string(operation_) + "." + std::to_string(anchors_.size());
+    properties.type = static_cast<std::int32_t>(random_.Draw(0, 7));
+    properties.archiving = !random_.OneIn(10);
+    const Result<TagId> id = database_->AddTag(properties, {});
+    ASSERT_TRUE(id.ok()) << id.status().message();
+    model_.StoreAll();
+    model_.tags()[*id].type = static_cast<TagType>(properties.type);
+    model_.tags()[*id].archiving = properties.archiving;
+    std::int64_t anchor_ms = 1 + random_.DrawMagnitude(kYearMs);
+    for (std::int64_t i = 0; i < kAnchors; ++i) {
+      anchors_[*id].push_back(anchor_ms);
+      anchor_ms += random_.DrawMagnitude(5 * kYearMs);
+    }
+  }
+
+  void ReplaceTag() {
+    const TagId id = AnyTag();
+    ASSERT_TRUE(database_->DeleteTag(id).ok());
+    model_.StoreAll();
+    model_.tags().erase(id);
+    anchors_.erase(id);
+    deleted_ = id;
+    AddTag();
+  }
+
+  void Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer) {
+    const std::vector<std::int32_t> expected = model_.Accept(batch, order);
+    const auto refused = std::ranges::count_if(expected, [](auto code) { return code != ZR3_OK; });
+    std::vector<std::int32_t> codes(batch.size(), -1);
+    const Status status = database_->Write(std::move(batch), order, answer, codes);
+    EXPECT_EQ(status.code(), refused == 0 ? ZR3_OK : ZR3_ERR_SOME_RECORDS_FAILED);
+    EXPECT_EQ(codes, expected);
+    const bool waited = answer == WriteAnswer::kDurable && std::cmp_less(refused, codes.size());
+    if (waited) model_.StoreAll();
+  }
+
+  void WriteInOrder() {
+    std::map<TagId, std::int64_t> newest;
+    std::vector<TagSample> batch;
+    const TagId first = AnyTag();
+    const bool one_tag = random_.OneIn(3);
+    for (std::size_t n = AnyBatchSize(); n > 0; --n) {
+      const TagId id = one_tag ? first : AnyTag();
+      const ArchiveModel::Tag& tag = model_.tags()[id];
+      std::int64_t& newest_ms = newest.try_emplace(id, tag.newest_ms).first->second;
+      const std::int64_t time_ms = NextTime(newest_ms);
+      newest_ms = std::max(newest_ms, time_ms);
+      batch.push_back({id, random_.AnySample(tag.type, time_ms)});
+    }
+    if (random_.OneIn(100)) batch.front().tag = deleted_;
+    Write(std::move(batch), WriteOrder::kInOrder, AnyAnswer());
+  }
+
+  void WriteLate() {
+    std::vector<TagSample> batch;
+    const TagId first = AnyTag();
+    const bool one_tag = random_.OneIn(2);
+    for (std::size_t n = AnyBatchSize(); n > 0; --n) {
+      const TagId id = one_tag ? first : AnyTag();
+      batch.push_back({id, random_.AnySample(model_.tags()[id].type, AnyTime(id))});
+    }
+    Write(std::move(batch), WriteOrder::kAnyOrder, AnyAnswer());
+  }
+
+  WriteAnswer AnyAnswer() {
+    return random_.OneIn(4) ? WriteAnswer::kDurable : WriteAnswer::kQueued;
+  }
+
+  void WriteSome() {
+    for (std::int64_t n = random_.Draw(1, 6); n > 0 && !HasFailure(); --n, ++operation_) {
+      random_.OneIn(2) ? WriteInOrder() : WriteLate();
+    }
+  }
+
+  // Waits for what was answered when queued: it is readable once a later durable write is answered.
+  void Settle() {
+    if (model_.unstored() == 0) return;
+    const TagId id = AnyTag();
+    Write({{id, random_.AnySample(model_.tags()[id].type, AnyTime(id))}}, WriteOrder::kAnyOrder,
+          WriteAnswer::kDurable);
+    ++operation_;
+  }
+
+  void CompareRead() {
+    Settle();
+    const TagId id = AnyTag();
+    const TimeRange range = AnyRange(id);
+    const auto direction = random_.OneIn(2) ? Direction::kForward : Direction::kBackward;
+    const std::size_t limit = AnyLimit();
+    const auto actual = database_->ReadRecords(id, range, direction, limit);
+    ASSERT_TRUE(actual.ok()) << actual.status().message();
+    EXPECT_EQ(FirstDifference(model_.Read(id, range, direction, limit), *actual), "")
+        << "tag " << id << ", " << range.from_ms << " to " << range.to_ms << " ms, "
+        << (direction == Direction::kForward ? "forward" : "backward") << ", limit " << limit;
+  }
+
+  void CompareCount() {
+    Settle();
+    const TagId id = AnyTag();
+    const TimeRange range = AnyRange(id);
+    const auto count = database_->CountRecords(id, range);
+    ASSERT_TRUE(count.ok()) << count.status().message();
+    EXPECT_EQ(*count, model_.Count(id, range))
+        << "tag " << id << ", " << range.from_ms << " to " << range.to_ms << " ms";
+  }
+
+  void CompareCurrent() {
+    Settle();
+    const TagId id = AnyTag();
+    EXPECT_EQ(DifferenceOfCurrent(model_, *database_, id), "") << "tag " << id;
+  }
+
+  void Reopen() {
+    EXPECT_TRUE(database_->Close().ok());
+    model_.StoreAll();
+    database_.reset();
+    storage::ExpectWholeFile(Folder());
+    Open();
+    EXPECT_EQ(DifferenceOfAll(model_, *database_), "") << "after an orderly close";
+  }
+
+  // Goes on with a copy of the files as they stand. Of the batches that were answered when queued
+  // it holds the first so many.
+  void Crash() {
+    const fs::path before = Folder();
+    ++generation_;
+    storage::CopyWhileOpen(before, Folder());
+    database_.reset();
+    fs::remove_all(before);
+    Open();
+    EXPECT_EQ(DifferenceAfterCrash(model_, *database_), "") << "after a crash";
+    model_.LoseUnstored();
+  }
+
+  void Step() {
+    const std::int64_t kind = random_.Draw(1, 20'000);
+    if (kind == 1) return random_.OneIn(2) ? Reopen() : Crash();
+    if (kind <= 20) return ReplaceTag();
+    if (kind <= 2'000) return WriteSome();
+    if (kind <= 14'000) return CompareRead();
+    if (kind <= 17'000) return CompareCount();
+    CompareCurrent();
+  }
+
+  const std::uint64_t seed_ = Seed();
+  RandomRecords random_{seed_};
+  storage::TempFolder temp_;
+  int generation_ = 0;
+  std::unique_ptr<Database> database_;
+  ArchiveModel model_;
+  std::map<TagId, std::vector<std::int64_t>> anchors_;
+  TagId deleted_ = 0;
+  std::int64_t operation_ = 0;
+};
+
+// With the tiny bounds the journal is trimmed and chunks are split and joined all the time; with
+// the default ones nearly everything is pending until the database is closed.
+INSTANTIATE_TEST_SUITE_P(Bounds, ArchiveModelTest,
+                         testing::Values(ModelCase{"Tiny",
+                                                   {.pending_bytes = 200 * kPendingRecordBytes,
+                                                    .chunk_records = 16},
+                                                   ZERVANE_MODEL_OPERATIONS},
+                                         ModelCase{"Default", {}, ZERVANE_MODEL_OPERATIONS / 10}),
+                         CaseName());
+
+TEST_P(ArchiveModelTest, TellsTheSameAsPlainMaps) {
+  SCOPED_TRACE("seed " + std::to_string(seed_));
+  for (std::int64_t i = 0; i < kTags; ++i) AddTag();
+  for (; operation_ < GetParam().operations && !HasFailure(); ++operation_) Step();
+  ASSERT_FALSE(HasFailure()) << "in operation " << operation_ << " of seed " << seed_;
+  Reopen();
+}
+
+}  // namespace
+}  // namespace zervane

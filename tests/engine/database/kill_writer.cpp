@@ -1,0 +1,69 @@
+// The writing process of the kill test: performs the script's steps from a number on, without end,
+// and writes each answered step's number to file descriptor 3. Opens the database anew now and
+// then, so that it is also killed while it closes and opens.
+//
+// database_kill_writer FOLDER SEED FIRST_STEP
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <utility>
+
+#include "engine/embedded.h"
+#include "engine/storage/sqlite_store.h"
+#include "tests/engine/database/kill_script.h"
+
+namespace {
+
+using zervane::Database;
+using zervane::Status;
+
+constexpr int kAnswers = 3;
+constexpr int kStepsPerOpen = 60;
+constexpr zervane::SqliteStoreOptions kOptions{.pending_bytes = 60 * zervane::kPendingRecordBytes,
+                                               .chunk_records = 8};
+
+Status AddMissingTags(Database& database) {
+  for (zervane::TagId tag = 1; tag <= zervane::kLastTag; ++tag) {
+    if (database.GetTag(tag).ok()) continue;
+    if (const auto added = database.AddTag(zervane::KillTag(tag), {}); !added.ok()) {
+      return added.status();
+    }
+  }
+  return {};
+}
+
+// Goes on with step `number`.
+Status Work(Database& database, unsigned seed, std::int64_t& number) {
+  if (Status status = AddMissingTags(database); !status.ok()) return status;
+  for (int i = 0; i < kStepsPerOpen; ++i, ++number) {
+    zervane::KillStep step = zervane::StepOf(seed, number);
+    std::vector<std::int32_t> codes(step.batch.size());
+    Status status = database.Write(std::move(step.batch), step.order, step.answer, codes);
+    if (!status.ok()) return status;
+    if (write(kAnswers, &number, sizeof(number)) != sizeof(number)) {
+      return {ZR3_ERR_INTERNAL, "nobody listens"};
+    }
+  }
+  return database.Close();
+}
+
+}  // namespace
+
+int main(int, char** arguments) {
+  const std::string folder = arguments[1];
+  const auto seed = static_cast<unsigned>(std::stoul(arguments[2]));
+  std::int64_t number = std::stoll(arguments[3]);
+  for (;;) {
+    auto store = zervane::OpenSqliteStore(folder, kOptions);
+    Status status = store.status();
+    if (store.ok()) {
+      const auto database =
+          zervane::OpenEmbedded(*std::move(store), zervane::SystemClock(), "admin");
+      status = database.ok() ? Work(**database, seed, number) : database.status();
+    }
+    if (status.ok()) continue;
+    std::fprintf(stderr, "database_kill_writer: %d %s\n", status.code(), status.message().c_str());
+    return 1;
+  }
+}
