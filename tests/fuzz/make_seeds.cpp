@@ -1,0 +1,108 @@
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "engine/storage/batch_codec.h"
+#include "engine/storage/chunk_codec.h"
+#include "tests/engine/storage/codec_cases.h"
+#include "tests/engine/storage/codec_format_1_cases.h"
+
+// Writes the inputs that a fuzzer starts from, into FOLDER/<target>/: blocks of the records that
+// the suites of the codecs use.
+namespace zervane::storage {
+namespace {
+
+using Blocks = std::map<std::string, std::string>;
+
+std::vector<Sample> FullPrecision() {
+  std::mt19937_64 random(1);
+  std::vector<Sample> samples;
+  for (int i = 0; i < 80; ++i) {
+    samples.push_back(At(i * 100, 192, TagType::kFloat64, 1.0 / static_cast<double>(random())));
+  }
+  return samples;
+}
+
+// Two decimals, and now and then none: exceptions of a scaled column.
+std::vector<Sample> WithExceptions() {
+  std::vector<Sample> samples = SlowWalk(100, 2);
+  samples[10].value = -0.0;
+  samples[70].value = std::numeric_limits<double>::quiet_NaN();
+  return samples;
+}
+
+std::vector<Sample> Outliers() {
+  std::vector<Sample> samples;
+  for (int i = 0; i < 100; ++i) {
+    samples.push_back(At(i, 192, TagType::kInt32, i % 30 == 7 ? 0x1234567 : i % 3));
+  }
+  return samples;
+}
+
+std::vector<Sample> Texts() {
+  std::vector<Sample> samples;
+  for (int i = 0; i < 30; ++i) {
+    samples.push_back(At(i, 192, TagType::kString, "pump " + std::to_string(i) + " is running"));
+  }
+  return samples;
+}
+
+std::map<std::string, std::vector<Sample>> Records() {
+  std::map<std::string, std::vector<Sample>> records = {
+      {"alternating", Alternating()},   {"slow-walk", SlowWalk(100, 1)},
+      {"exceptions", WithExceptions()}, {"full-precision", FullPrecision()},
+      {"outliers", Outliers()},         {"texts", Texts()},
+      {"one-record", SlowWalk(1, 1)}};
+  for (const ValuesCase& row : kValues) records[row.name] = SamplesOf(row);
+  return records;
+}
+
+Blocks Chunks() {
+  Blocks blocks;
+  for (const auto& [name, samples] : Records()) blocks[name] = EncodeChunk(samples);
+  for (const OldChunk& old : kOldChunks)
+    blocks[std::string("format-1-") + old.name] = Bytes(old.hex);
+  return blocks;
+}
+
+Blocks Batches() {
+  Blocks blocks = {{"nothing", EncodeBatch({})}, {"compressed", Bytes(kOldBatch)}};
+  for (const ValuesCase& row : kValues)
+    blocks[std::string("marks-") + row.name] = EncodeBatch(BatchOf(row));
+  for (const auto& [name, samples] : Records()) {
+    std::vector<AcceptedSample> batch;
+    for (const Sample& sample : samples) batch.push_back({.tag = 7, .sample = sample});
+    blocks[name] = EncodeBatch(batch);
+  }
+  return blocks;
+}
+
+bool WriteAll(const std::filesystem::path& folder, const Blocks& blocks) {
+  std::filesystem::create_directories(folder);
+  for (const auto& [name, bytes] : blocks) {
+    std::ofstream file(folder / name, std::ios::binary);
+    if (!(file << bytes)) return false;
+  }
+  return true;
+}
+
+bool WriteSeeds(const std::filesystem::path& folder) {
+  return WriteAll(folder / "chunk_block", Chunks()) &&
+         WriteAll(folder / "chunk_sealed", Chunks()) &&
+         WriteAll(folder / "batch_block", Batches()) &&
+         WriteAll(folder / "batch_sealed", Batches()) &&
+         WriteAll(folder / "records_to_chunks", Batches());
+}
+
+}  // namespace
+}  // namespace zervane::storage
+
+int main(int argc, char** argv) {
+  if (argc == 2 && zervane::storage::WriteSeeds(argv[1])) return 0;
+  std::cerr << "usage: fuzz_seeds FOLDER (that can be written)\n";
+  return 1;
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "engine/storage/block.h"
+#include "engine/storage/store.h"
+
+// What the fuzz targets share. Each defines LLVMFuzzerTestOneInput, which takes any bytes and ends
+// the process when something is wrong with what came of them.
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace zervane::storage {
+
+inline std::string_view AsBytes(const std::uint8_t* data, std::size_t size) {
+  return {reinterpret_cast<const char*>(data), size};
+}
+
+// The bytes as a block of the kind under a right checksum, so that a fuzzer, which cannot guess
+// one, reaches what lies beneath. Empty when they are too few.
+std::string Sealed(BlockKind kind, std::string_view bytes);
+
+// Decodes; what comes out is valid and comes back whole from another round.
+void CheckChunk(std::string_view bytes);
+void CheckBatch(std::string_view bytes);
+
+// The records, which are as EncodeChunk wants them, come back from a chunk.
+void CheckRoundTrip(std::span<const Sample> records);
+
+// Prints what is wrong and ends the process, unless it is true.
+void Require(bool truth, const char* what);
+
+}  // namespace zervane::storage
