@@ -3,7 +3,7 @@
 
 PREFIX ?= /usr/local
 
-.PHONY: help build demo test coverage lint install clean
+.PHONY: help build demo test bench coverage lint install clean
 
 help:  ## this list
 	@sed -n 's/^\([a-z]*\):.*## /  make \1\t/p' $(MAKEFILE_LIST)
@@ -16,6 +16,9 @@ demo:  ## a Java program that records this machine's measurements and shows them
 
 test:  ## every suite; the last line sums them up
 	@scripts/test
+
+bench:  ## speed, disk and memory, from Java, beside the floor and beside peers; writes bench/README.md
+	@scripts/bench
 
 coverage:  ## the bridge's lines that its suite without a JVM reaches
 	@scripts/coverage

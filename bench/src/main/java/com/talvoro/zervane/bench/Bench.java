@@ -1,0 +1,140 @@
+package com.talvoro.zervane.bench;
+
+import com.talvoro.zervane.bench.WorkerProcess.Failure;
+import com.talvoro.zervane.bench.peers.Peers;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Locale;
+import java.util.Map;
+
+/** Measures what the command line asks for, and writes the results down. */
+public final class Bench {
+  /** Rounds after the first find everything compiled; the stores are new, though. */
+  private static final double SHORT_WARM_UP_SECONDS = 0.3;
+
+  private static final int PEER_ROUNDS = 3;
+  private static final int OPENINGS = 5;
+
+  private final Options options;
+  private final Results results = new Results();
+
+  private Bench(Options options) {
+    this.options = options;
+  }
+
+  /** Arguments: the project's folder, then the options. */
+  public static void main(String[] arguments) throws IOException {
+    Locale.setDefault(Locale.ROOT);
+    Path project = Path.of(arguments[0]).toAbsolutePath().normalize();
+    try {
+      String[] words = Arrays.copyOfRange(arguments, 1, arguments.length);
+      new Bench(Options.parse(words, project)).run();
+    } catch (IllegalArgumentException e) {
+      System.err.println(e.getMessage());
+      System.exit(2);
+    }
+  }
+
+  private void run() throws IOException {
+    if (options.isList()) {
+      Workloads.byId(options.largeRecords()).keySet().forEach(System.out::println);
+      return;
+    }
+    Folders.delete(options.dataFolder());
+    Files.createDirectories(options.dataFolder());
+    Machine machine = Machine.describe(options.dataFolder());
+    measureAgainstFloor();
+    for (String subject : List.of(Subjects.FLOOR, Subjects.OURS)) {
+      for (Workload workload : Workloads.ofMemory()) {
+        measureInOwnProcess(subject, workload.id(), 1);
+      }
+    }
+    if (options.largeRecords() > 0) {
+      measureInOwnProcess(Subjects.OURS, LargeStore.Fill.ID, 1);
+      measureInOwnProcess(Subjects.OURS, LargeStore.Open.ID, OPENINGS);
+    }
+    if (options.withPeers()) {
+      Peers.all().keySet().forEach(this::measurePeer);
+    }
+    Folders.delete(options.dataFolder());
+    new Report(options, machine, results).write();
+  }
+
+  /** Ours and the floor in turn, so that what slows the machine for a while slows both. */
+  private void measureAgainstFloor() throws IOException {
+    try (WorkerProcess floor = new WorkerProcess(Subjects.FLOOR, options);
+        WorkerProcess ours = new WorkerProcess(Subjects.OURS, options)) {
+      measureInTurn(Workloads.inRounds(), options.rounds(), List.of(floor, ours));
+    }
+  }
+
+  private void measurePeer(String subject) {
+    try (WorkerProcess peer = new WorkerProcess(subject, options)) {
+      measureInTurn(Workloads.ofPeers(), PEER_ROUNDS, List.of(peer));
+    } catch (IOException e) {
+      results.addFailure("all", subject, e.toString());
+    }
+  }
+
+  private void measureInTurn(List<Workload> workloads, int rounds, List<WorkerProcess> workers)
+      throws IOException {
+    for (Workload workload : asked(workloads)) {
+      int times = Workloads.rounds(workload, rounds);
+      for (int round = 1; round <= times; round++) {
+        for (WorkerProcess worker : workers) {
+          measure(worker, workload.id(), round, times);
+        }
+      }
+    }
+  }
+
+  /** What the command line asks for, and the data set when it is to be read. */
+  private List<Workload> asked(List<Workload> workloads) {
+    boolean isDataSetRead =
+        workloads.stream()
+            .anyMatch(each -> each instanceof RawReadWorkload && options.asksFor(each.id()));
+    return workloads.stream()
+        .filter(each -> options.asksFor(each.id()) || each instanceof DataSet && isDataSetRead)
+        .toList();
+  }
+
+  private void measureInOwnProcess(String subject, String workload, int times) throws IOException {
+    for (int round = 1; options.asksFor(workload) && round <= times; round++) {
+      try (WorkerProcess worker = new WorkerProcess(subject, options)) {
+        measure(worker, workload, round, times);
+      }
+    }
+  }
+
+  /** One round, told on the console. A workload that failed once is not tried again. */
+  private void measure(WorkerProcess worker, String workload, int round, int rounds)
+      throws IOException {
+    if (results.hasFailed(workload, worker.subject())) {
+      return;
+    }
+    System.out.printf("bench: %-26s %d/%d  %-10s ", workload, round, rounds, worker.subject());
+    System.out.flush();
+    try {
+      double warmUp = round == 1 ? options.warmUpSeconds() : SHORT_WARM_UP_SECONDS;
+      Map<Metric, Double> figures = worker.run(workload, options.seconds(), warmUp);
+      results.add(workload, worker.subject(), figures);
+      System.out.println(Format.figures(figures) + floorShare(worker, workload, figures));
+    } catch (Failure e) {
+      results.addFailure(workload, worker.subject(), e.getMessage());
+      System.out.println("FAILED: " + e.getMessage());
+    }
+  }
+
+  /** How ours compares with the floor's round just before. */
+  private String floorShare(WorkerProcess worker, String workload, Map<Metric, Double> figures) {
+    List<Double> floor = results.rounds(workload, Subjects.FLOOR, Metric.VALUES_PER_SECOND);
+    Double ours = figures.get(Metric.VALUES_PER_SECOND);
+    if (!worker.subject().equals(Subjects.OURS) || floor.isEmpty() || ours == null) {
+      return "";
+    }
+    return String.format("  %.0f %% of the floor", 100 * ours / floor.get(floor.size() - 1));
+  }
+}

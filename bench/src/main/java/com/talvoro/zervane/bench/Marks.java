@@ -1,0 +1,92 @@
+package com.talvoro.zervane.bench;
+
+import com.talvoro.zervane.bench.BurstWriter.How;
+import com.talvoro.zervane.bench.RawReadWorkload.Call;
+import com.talvoro.zervane.bench.peers.Peers;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.OptionalDouble;
+import java.util.Set;
+
+/** What ours is to reach, as ratios of figures of one run. */
+final class Marks {
+  static final String DURABLE = WriteWorkload.id(How.DURABLE, 10_000, 1_000);
+  static final String NO_WAIT = WriteWorkload.id(How.NO_WAIT, 10_000, 1_000);
+
+  /** The workloads that are measured in rounds and have a mark. */
+  static final Set<String> WORKLOADS =
+      Set.of(
+          DURABLE,
+          NO_WAIT,
+          RawReadWorkload.id(Call.RANGE, 10_000),
+          RawReadWorkload.id(Call.FROM, 10_000));
+
+  private Marks() {}
+
+  /**
+   * A mark and what was measured for it.
+   *
+   * @param what what is measured
+   * @param goal what it is to be, as the table prints it
+   * @param measured what it is, as the table prints it
+   * @param isReached whether that is enough
+   */
+  record Mark(String what, String goal, String measured, boolean isReached) {}
+
+  /** The marks for which there are figures. */
+  static List<Mark> of(Results results) {
+    List<Mark> marks = new ArrayList<>();
+    ofFloor(marks, results, "writing 10,000 over 1,000 tags, durable", DURABLE, 0.40);
+    ofFloor(marks, results, "writing 10,000 over 1,000 tags, no-wait", NO_WAIT, 0.60);
+    for (Call call : Call.values()) {
+      String id = RawReadWorkload.id(call, 10_000);
+      String what = call == Call.RANGE ? "of a range" : "from a time on";
+      ofFloor(marks, results, "reading 10,000 raw records " + what, id, 0.70);
+    }
+    results
+        .median(DataSet.ID, Subjects.OURS, Metric.BYTES_PER_RECORD)
+        .ifPresent(
+            bytes ->
+                marks.add(
+                    new Mark(
+                        "bytes on disk per record",
+                        "at most 2.5",
+                        Format.number(bytes),
+                        bytes <= 2.5)));
+    ofBestPeer(marks, results);
+    return marks;
+  }
+
+  private static void ofFloor(
+      List<Mark> marks, Results results, String what, String workload, double goal) {
+    results
+        .shareOfFloor(workload, Metric.VALUES_PER_SECOND)
+        .ifPresent(
+            share ->
+                marks.add(
+                    new Mark(
+                        what,
+                        "at least " + Format.percent(goal) + " of the floor",
+                        Format.percent(share),
+                        share >= goal)));
+  }
+
+  private static void ofBestPeer(List<Mark> marks, Results results) {
+    OptionalDouble ours = results.median(DURABLE, Subjects.OURS, Metric.VALUES_PER_SECOND);
+    OptionalDouble best =
+        Peers.all().keySet().stream()
+            .map(peer -> results.median(DURABLE, peer, Metric.VALUES_PER_SECOND))
+            .filter(OptionalDouble::isPresent)
+            .mapToDouble(OptionalDouble::getAsDouble)
+            .max();
+    if (ours.isPresent() && best.isPresent()) {
+      double times = ours.getAsDouble() / best.getAsDouble();
+      marks.add(
+          new Mark(
+              "writing 10,000 over 1,000 tags, durable",
+              "at least 3 times the best peer",
+              Format.number(times) + " times",
+              times >= 3));
+    }
+  }
+}
