@@ -223,7 +223,8 @@ void UseWhateverItIs(const fs::path& folder) {
   const auto opened = OpenSqliteStore(folder, kTinyOptions);
   if (!opened.ok()) {
     EXPECT_THAT(opened.code(), testing::AnyOf(ZR3_ERR_STORAGE_DAMAGED, ZR3_ERR_NOT_A_DATABASE,
-                                              ZR3_ERR_STORAGE_FAILED, ZR3_ERR_DATABASE_VERSION));
+                                              ZR3_ERR_STORAGE_FAILED, ZR3_ERR_DATABASE_VERSION,
+                                              ZR3_ERR_STORAGE_READ_ONLY));
     return;
   }
   Store& store = **opened;
@@ -239,6 +240,16 @@ void UseWhateverItIs(const fs::path& folder) {
   }
   (void)store.PutTag(TagNamed(3, "NEW"), 9);
   (void)store.RemoveTag(2, 10);
+}
+
+// Byte 18 of the file is SQLite's format for writing: one that it does not know, it only reads.
+TEST_F(StoreFolder, RefusesAFileOfAFormatThatCannotBeWritten) {
+  MakeDatabase(folder_.path());
+  std::string bytes = Contents(File());
+  bytes[18] = 3;
+  Write(File(), bytes);
+  EXPECT_EQ(OpenStatus().code(), ZR3_ERR_STORAGE_READ_ONLY);
+  EXPECT_EQ(Contents(File()), bytes);
 }
 
 TEST_F(StoreFolder, SurvivesAFileThatWasCut) {
