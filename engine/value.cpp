@@ -1,41 +1,51 @@
 #include "engine/value.h"
 
-#include <limits>
+#include <utility>
 
 namespace zervane {
 namespace {
 
 template <typename Integer>
 ValueFault CheckInteger(const Value& value) {
-  const auto* number = std::get_if<std::int32_t>(&value);
-  if (number == nullptr || *number < std::numeric_limits<Integer>::min() ||
-      *number > std::numeric_limits<Integer>::max()) {
-    return ValueFault::kWrongType;
-  }
-  return ValueFault::kNone;
+  const bool suits =
+      value.kind() == Value::Kind::kInteger && std::in_range<Integer>(value.integer());
+  return suits ? ValueFault::kNone : ValueFault::kWrongType;
 }
 
-template <typename Alternative>
-ValueFault CheckAlternative(const Value& value) {
-  return std::holds_alternative<Alternative>(value) ? ValueFault::kNone : ValueFault::kWrongType;
+ValueFault CheckKind(const Value& value, Value::Kind kind) {
+  return value.kind() == kind ? ValueFault::kNone : ValueFault::kWrongType;
 }
 
 ValueFault CheckBytes(const Value& value, std::size_t max_bytes) {
-  const auto* bytes = std::get_if<TextValue>(&value);
-  if (bytes == nullptr) return ValueFault::kWrongType;
-  return bytes->size() > max_bytes ? ValueFault::kTooLong : ValueFault::kNone;
+  if (value.kind() != Value::Kind::kText) return ValueFault::kWrongType;
+  return value.text_size() > max_bytes ? ValueFault::kTooLong : ValueFault::kNone;
 }
 
 ValueFault CheckString(const Value& value) {
   const ValueFault fault = CheckBytes(value, kMaxStringBytes);
   if (fault != ValueFault::kNone) return fault;
-  const bool has_nul = std::get<TextValue>(value).str().find('\0') != std::string::npos;
+  const bool has_nul = value.text().str().find('\0') != std::string::npos;
   return has_nul ? ValueFault::kEmbeddedNul : ValueFault::kNone;
 }
 
 }  // namespace
 
-ValueFault CheckValue(TagType type, const Value& value) {
+bool operator==(const Value& a, const Value& b) {
+  if (a.kind_ != b.kind_) return false;
+  switch (a.kind_) {
+    case Value::Kind::kInteger:
+      return a.integer() == b.integer();
+    case Value::Kind::kFloat32:
+      return a.float32() == b.float32();
+    case Value::Kind::kFloat64:
+      return a.float64() == b.float64();
+    case Value::Kind::kText:
+      return a.text_ == b.text_;
+  }
+  return false;
+}
+
+ValueFault CheckInDetail(TagType type, const Value& value) {
   switch (type) {
     case TagType::kInt8:
     case TagType::kDigital:
@@ -45,9 +55,9 @@ ValueFault CheckValue(TagType type, const Value& value) {
     case TagType::kInt32:
       return CheckInteger<std::int32_t>(value);
     case TagType::kFloat32:
-      return CheckAlternative<float>(value);
+      return CheckKind(value, Value::Kind::kFloat32);
     case TagType::kFloat64:
-      return CheckAlternative<double>(value);
+      return CheckKind(value, Value::Kind::kFloat64);
     case TagType::kString:
       return CheckString(value);
     case TagType::kBlob:

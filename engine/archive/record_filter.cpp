@@ -11,14 +11,17 @@ namespace {
 
 // Exact, whatever the type of the number; texts have no filters.
 double NumberOf(const Value& value) {
-  const auto convert = []<typename T>(const T& number) {
-    if constexpr (std::is_arithmetic_v<T>) {
-      return static_cast<double>(number);
-    } else {
-      return std::numeric_limits<double>::quiet_NaN();
-    }
-  };
-  return std::visit(convert, value);
+  switch (value.kind()) {
+    case Value::Kind::kInteger:
+      return value.integer();
+    case Value::Kind::kFloat32:
+      return value.float32();
+    case Value::Kind::kFloat64:
+      return value.float64();
+    case Value::Kind::kText:
+      break;
+  }
+  return std::numeric_limits<double>::quiet_NaN();
 }
 
 Point PointOf(const Sample& sample) { return {sample.time_ms, NumberOf(sample.value)}; }

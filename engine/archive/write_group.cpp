@@ -9,8 +9,7 @@ namespace zervane {
 namespace {
 
 std::size_t SizeOf(const AcceptedSample& record) {
-  const auto* text = std::get_if<TextValue>(&record.sample.value);
-  return sizeof(record) + (text == nullptr ? 0 : text->size());
+  return sizeof(record) + record.sample.value.text_size();
 }
 
 }  // namespace

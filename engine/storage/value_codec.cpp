@@ -25,7 +25,7 @@ using Numbers = std::vector<std::int64_t>;
 bool WriteInteger32s(ConstSamples records, ByteWriter* out) {
   Numbers numbers(records.size());
   for (std::size_t i = 0; i < numbers.size(); ++i) {
-    numbers[i] = std::get<std::int32_t>(records[i].value);
+    numbers[i] = records[i].value.integer();
   }
   WriteIntegers(numbers, out);
   return true;
@@ -36,7 +36,7 @@ bool ReadInteger32s(ByteReader* in, Samples records) {
   if (!ReadIntegers(in, numbers)) return false;
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     if (!std::in_range<std::int32_t>(numbers[i])) return false;
-    records[i].value.emplace<std::int32_t>(static_cast<std::int32_t>(numbers[i]));
+    records[i].value = static_cast<std::int32_t>(numbers[i]);
   }
   return true;
 }
@@ -50,7 +50,7 @@ using BitsOf = std::conditional_t<std::is_same_v<Float, float>, std::uint32_t, s
 template <typename Float>
 bool WriteScaled(ConstSamples records, ByteWriter* out) {
   std::vector<Float> values(records.size());
-  for (std::size_t i = 0; i < values.size(); ++i) values[i] = std::get<Float>(records[i].value);
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = records[i].value.As<Float>();
   const std::optional<ScaledFloats> scaled = Scale(values);
   if (!scaled) return false;
   out->Varint(scaled->exponent);
@@ -82,7 +82,7 @@ bool ReadScaled(ByteReader* in, Samples records) {
   Numbers counts(records.size());
   if (!in->ok() || !ReadIntegers(in, counts)) return false;
   for (std::size_t i = 0; i < counts.size(); ++i) {
-    records[i].value.emplace<Float>(Unscale<Float>(counts[i], static_cast<unsigned>(exponent)));
+    records[i].value = Unscale<Float>(counts[i], static_cast<unsigned>(exponent));
   }
   for (const auto& [index, value] : exact) records[index].value = value;
   return true;
@@ -94,7 +94,7 @@ bool WriteBits(ConstSamples records, ByteWriter* out) {
   Numbers numbers(records.size());
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     numbers[i] =
-        static_cast<std::int64_t>(std::bit_cast<BitsOf<Float>>(std::get<Float>(records[i].value)));
+        static_cast<std::int64_t>(std::bit_cast<BitsOf<Float>>(records[i].value.As<Float>()));
   }
   WriteIntegers(numbers, out);
   return true;
@@ -107,7 +107,7 @@ bool ReadBits(ByteReader* in, Samples records) {
   for (std::size_t i = 0; i < numbers.size(); ++i) {
     const auto bits = static_cast<BitsOf<Float>>(numbers[i]);
     if (static_cast<std::int64_t>(bits) != numbers[i]) return false;
-    records[i].value.emplace<Float>(std::bit_cast<Float>(bits));
+    records[i].value = std::bit_cast<Float>(bits);
   }
   return true;
 }
@@ -118,7 +118,7 @@ bool WriteTexts(ConstSamples records, ByteWriter* out) {
   Numbers lengths;
   std::string bytes;
   for (const Sample& record : records) {
-    const std::string& text = std::get<TextValue>(record.value).str();
+    const std::string& text = record.value.text().str();
     lengths.push_back(static_cast<std::int64_t>(text.size()));
     bytes += text;
   }
@@ -141,7 +141,7 @@ bool ReadTexts(ByteReader* in, Samples records) {
   std::size_t begin = 0;
   for (std::size_t i = 0; i < lengths.size(); ++i) {
     const auto length = static_cast<std::size_t>(lengths[i]);
-    records[i].value.emplace<TextValue>(bytes.substr(begin, length));
+    records[i].value = bytes.substr(begin, length);
     begin += length;
   }
   return true;

@@ -381,14 +381,14 @@ class FilteredStream : public FilteredMemory {
       std::vector<Sample> batch(static_cast<std::size_t>(1 + below(5)));
       for (Sample& record : batch) {
         sample.value =
-            std::get<double>(sample.value) + std::uniform_real_distribution(-0.7, 0.7)(random);
+            sample.value.float64() + std::uniform_real_distribution(-0.7, 0.7)(random);
         sample.time_ms += below(4) * 500;
         record = sample;
       }
       disk_->refuses_append = below(10) == 0;
       if (Write(id, batch) == ZR3_OK) {
         for (const Sample& record : batch) {
-          written_[record.time_ms] = std::get<double>(record.value);
+          written_[record.time_ms] = record.value.float64();
         }
       }
       if (below(15) == 0) {
@@ -405,7 +405,7 @@ class FilteredStream : public FilteredMemory {
     std::map<std::int64_t, double> archive;
     for (const Sample& sample :
          *database_->ReadRecords(id, {}, Direction::kForward, written_.size())) {
-      archive[sample.time_ms] = std::get<double>(sample.value);
+      archive[sample.time_ms] = sample.value.float64();
     }
     return archive;
   }

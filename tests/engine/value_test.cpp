@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
+#include <utility>
 
 #include "tests/support/case_name.h"
 
@@ -44,6 +46,57 @@ INSTANTIATE_TEST_SUITE_P(
         ValueCase{"BlobTooLong", TagType::kBlob, std::string(1001, 'x'), ValueFault::kTooLong},
         ValueCase{"NoSuchType", static_cast<TagType>(8), 1, ValueFault::kWrongType}),
     CaseName());
+
+// ---- copies ----
+
+struct KindCase {
+  const char* name;
+  Value value;
+  Value::Kind kind;
+};
+
+class CopiedValue : public testing::TestWithParam<KindCase> {};
+
+TEST_P(CopiedValue, IsTheSame) {
+  const Value& value = GetParam().value;
+  const Value copy = value;
+  EXPECT_EQ(copy.kind(), GetParam().kind);
+  EXPECT_EQ(copy, value);
+}
+
+TEST_P(CopiedValue, TakesThePlaceOfAnyOther) {
+  const Value& value = GetParam().value;
+  for (const Value& before : {Value(), Value(1.5F), Value(2.5), Value(std::string("before"))}) {
+    Value assigned = before;
+    assigned = value;
+    EXPECT_EQ(assigned, value);
+    Value moved = before;
+    moved = Value(value);
+    EXPECT_EQ(moved, value);
+    Value& itself = moved;
+    moved = itself;
+    EXPECT_EQ(moved, value);
+    moved = std::move(itself);
+    EXPECT_EQ(moved, value);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Value, CopiedValue,
+    testing::Values(KindCase{"Nothing", Value(), Value::Kind::kInteger},
+                    KindCase{"Integer", std::int32_t{-7}, Value::Kind::kInteger},
+                    KindCase{"Float32", 1.25F, Value::Kind::kFloat32},
+                    KindCase{"Float64", -0.1, Value::Kind::kFloat64},
+                    KindCase{"Text", std::string("text"), Value::Kind::kText},
+                    KindCase{"EmptyText", std::string(), Value::Kind::kText}),
+    CaseName());
+
+TEST(Values, CompareAsNumbers) {
+  EXPECT_EQ(Value(0.0), Value(-0.0));
+  EXPECT_NE(Value(std::nan("")), Value(std::nan("")));
+  EXPECT_NE(Value(1.0), Value(1.0F));
+  EXPECT_NE(Value(std::int32_t{1}), Value(1.0));
+}
 
 }  // namespace
 }  // namespace zervane

@@ -1,6 +1,6 @@
 #include "tests/fuzz/support.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <bit>
 #include <cstdio>
@@ -27,14 +27,12 @@ void RequireValid(std::span<const Sample> records) {
 
 // To the bit, so that NaNs equal themselves and zeros of either sign do not equal each other.
 bool IsSame(const Value& a, const Value& b) {
-  if (a.index() != b.index()) return false;
-  if (const auto* number = std::get_if<float>(&a)) {
-    return std::bit_cast<std::uint32_t>(*number) ==
-           std::bit_cast<std::uint32_t>(std::get<float>(b));
+  if (a.kind() != b.kind()) return false;
+  if (a.kind() == Value::Kind::kFloat32) {
+    return std::bit_cast<std::uint32_t>(a.float32()) == std::bit_cast<std::uint32_t>(b.float32());
   }
-  if (const auto* number = std::get_if<double>(&a)) {
-    return std::bit_cast<std::uint64_t>(*number) ==
-           std::bit_cast<std::uint64_t>(std::get<double>(b));
+  if (a.kind() == Value::Kind::kFloat64) {
+    return std::bit_cast<std::uint64_t>(a.float64()) == std::bit_cast<std::uint64_t>(b.float64());
   }
   return a == b;
 }
@@ -58,10 +56,9 @@ std::string Sealed(BlockKind kind, std::string_view bytes) {
   block[0] = 'Z';
   block[1] = static_cast<char>(kind);
   constexpr std::size_t kChecksumOffset = 16;
-  const auto* data = reinterpret_cast<const Bytef*>(block.data());
-  const auto sum = static_cast<std::uint32_t>(crc32_z(crc32_z(0, data, kChecksumOffset),
-                                                      data + kBlockHeaderBytes,
-                                                      block.size() - kBlockHeaderBytes));
+  const std::uint32_t sum =
+      libdeflate_crc32(libdeflate_crc32(0, block.data(), kChecksumOffset),
+                       block.data() + kBlockHeaderBytes, block.size() - kBlockHeaderBytes);
   std::memcpy(block.data() + kChecksumOffset, &sum, sizeof(sum));
   return block;
 }

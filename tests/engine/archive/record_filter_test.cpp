@@ -38,7 +38,7 @@ std::vector<std::string> Texts(const std::vector<Sample>& samples) {
   std::vector<std::string> texts;
   for (const Sample& sample : samples) {
     texts.push_back(std::to_string(sample.time_ms) +
-                    " ms: " + std::to_string(std::get<double>(sample.value)) + " of quality " +
+                    " ms: " + std::to_string(sample.value.float64()) + " of quality " +
                     std::to_string(sample.quality));
   }
   return texts;
@@ -270,7 +270,7 @@ INSTANTIATE_TEST_SUITE_P(Of, Number,
 
 // ---- what holds for every stream ----
 
-Point PointOf(const Sample& sample) { return {sample.time_ms, std::get<double>(sample.value)}; }
+Point PointOf(const Sample& sample) { return {sample.time_ms, sample.value.float64()}; }
 
 // The difference between a record and what the archive around its time stands for; none when it
 // stands for another quality.
@@ -298,7 +298,7 @@ TEST(RecordFilter, RebuildsEveryRecordWithinTheDeviationWhateverQualitiesAndEqua
     Sample sample = At(1, 0);
     for (int i = 0; i < 1000; ++i) {
       const double step = std::uniform_real_distribution(-0.7, 0.7)(random);
-      sample.value = std::get<double>(sample.value) + step;
+      sample.value = sample.value.float64() + step;
       if (!chance(5)) sample.time_ms += 500 * std::uniform_int_distribution(1, 5)(random);
       if (chance(40)) sample.quality = sample.quality == 0 ? ZR3_QUALITY_GOOD : 0;
       written[sample.time_ms] = sample;

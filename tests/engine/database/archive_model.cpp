@@ -6,7 +6,6 @@
 #include <cmath>
 #include <iterator>
 #include <utility>
-#include <variant>
 
 #include "tests/engine/storage/support.h"
 
@@ -14,14 +13,17 @@ namespace zervane {
 namespace {
 
 std::string Describe(const Value& value) {
-  const auto words = [](const auto& held) {
-    if constexpr (std::is_same_v<std::decay_t<decltype(held)>, TextValue>) {
-      return fmt::format("a text of {} bytes", held.size());
-    } else {
-      return fmt::format("{}", held);
-    }
-  };
-  return std::visit(words, value);
+  switch (value.kind()) {
+    case Value::Kind::kInteger:
+      return fmt::format("{}", value.integer());
+    case Value::Kind::kFloat32:
+      return fmt::format("{}", value.float32());
+    case Value::Kind::kFloat64:
+      return fmt::format("{}", value.float64());
+    case Value::Kind::kText:
+      break;
+  }
+  return fmt::format("a text of {} bytes", value.text_size());
 }
 
 std::string DescribeAt(const std::vector<Sample>& list, std::size_t i) {
@@ -109,7 +111,7 @@ namespace {
 double ValueOnLine(const Sample& a, const Sample& b, std::int64_t time_ms) {
   const double part =
       static_cast<double>(time_ms - a.time_ms) / static_cast<double>(b.time_ms - a.time_ms);
-  return std::get<double>(a.value) * (1 - part) + std::get<double>(b.value) * part;
+  return a.value.float64() * (1 - part) + b.value.float64() * part;
 }
 
 // The kept records of a tag with filters beside all that were accepted: what lies behind the last
@@ -124,7 +126,7 @@ std::string DifferenceOfKept(const ArchiveModel::Tag& tag, const std::vector<Sam
     }
     if (next == kept.begin()) return "the first is missing";
     const double rebuilt = ValueOnLine(*std::prev(next), *next, time_ms);
-    const double error = std::abs(std::get<double>(record.value) - rebuilt);
+    const double error = std::abs(record.value.float64() - rebuilt);
     if (error > tag.tolerance) return fmt::format("off by {} at {} ms", error, time_ms);
   }
   if (next == kept.end()) return {};

@@ -142,7 +142,7 @@ class LateRecords : public testing::TestWithParam<ReadersCase> {
       const bool is_there = record != records.end() && record->time_ms == TimeAt(i);
       ASSERT_TRUE(is_there || least == 0) << "time " << i << " is missing";
       if (!is_there) continue;
-      const double value = std::get<double>(record->value);
+      const double value = record->value.float64();
       EXPECT_GE(value, ValueAt(i, std::max(least, 1))) << "time " << i;
       EXPECT_LE(value, ValueAt(i, after[static_cast<std::size_t>(i)])) << "time " << i;
       ++record;

@@ -58,14 +58,14 @@ AcceptedSample Record(TagId tag, std::int64_t time_ms, double value) {
 
 bool Identical(const Sample& a, const Sample& b) {
   const auto bits = [](const Value& value) -> Value {
-    if (const auto* f = std::get_if<float>(&value)) return std::bit_cast<std::int32_t>(*f);
-    if (const auto* d = std::get_if<double>(&value)) {
-      return std::to_string(std::bit_cast<std::uint64_t>(*d));
+    if (value.kind() == Value::Kind::kFloat32) return std::bit_cast<std::int32_t>(value.float32());
+    if (value.kind() == Value::Kind::kFloat64) {
+      return std::to_string(std::bit_cast<std::uint64_t>(value.float64()));
     }
     return value;
   };
   return a.time_ms == b.time_ms && a.quality == b.quality && a.type == b.type &&
-         a.value.index() == b.value.index() && bits(a.value) == bits(b.value);
+         a.value.kind() == b.value.kind() && bits(a.value) == bits(b.value);
 }
 
 std::vector<Sample> ReadAll(Store& store, TagId tag) {
