@@ -13,11 +13,6 @@ void Answer(Ticket& ticket) {
   ticket.answered.notify_one();
 }
 
-Status Await(Ticket& ticket, std::unique_lock<std::mutex>& lock) {
-  ticket.answered.wait(lock, [&] { return ticket.is_answered; });
-  return std::move(ticket.status);
-}
-
 }  // namespace
 
 Status DatabaseClosed() { return {ZR3_ERR_NOT_CONNECTED, "the database is closed"}; }
@@ -41,8 +36,9 @@ Status WriteQueue::Write(WriteAnswer answer, const Admit& admit) {
   admit(waiting_.records);
   if (waiting_.records.size() == begin) return {};
   waiting_.CloseBatch(begin, waits ? &ticket : nullptr);
-  work_.notify_one();
-  return waits ? Await(ticket, lock) : Status();
+  if (waits) return CarryOutOrAwait(ticket, lock);
+  if (!is_carrying_out_) work_.notify_one();
+  return {};
 }
 
 Status WriteQueue::Run(const std::function<Status()>& change) {
@@ -50,8 +46,7 @@ Status WriteQueue::Run(const std::function<Status()>& change) {
   if (is_closing_) return DatabaseClosed();
   Ticket ticket;
   waiting_.changes.push_back({.run = &change, .ticket = &ticket});
-  work_.notify_one();
-  return Await(ticket, lock);
+  return CarryOutOrAwait(ticket, lock);
 }
 
 Status WriteQueue::TakeFailure() {
@@ -82,31 +77,57 @@ bool WriteQueue::IsFull() const {
 void WriteQueue::Loop() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    work_.wait(lock, [&] { return is_closing_ || !waiting_.IsEmpty(); });
+    work_.wait(lock,
+               [&] { return !is_carrying_out_ && (is_closing_ || !waiting_.IsEmpty()); });
     if (waiting_.IsEmpty()) return;
-    std::swap(waiting_, taken_);
-    room_.notify_all();
-    lock.unlock();
-    CommitGroup();
-    lock.lock();
-    SettleBatches();
-    lock.unlock();
-    RunChanges();
-    lock.lock();
-    SettleChanges();
-    taken_.Clear();
+    CarryOut(lock);
   }
+}
+
+Status WriteQueue::CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock) {
+  if (is_carrying_out_) {
+    ticket.answered.wait(lock, [&] { return ticket.is_answered; });
+  } else {
+    CarryOut(lock);
+    // What came meanwhile is for the queue's thread, so that no caller works for others for ever.
+    if (is_closing_ || !waiting_.IsEmpty()) work_.notify_one();
+  }
+  return std::move(ticket.status);
+}
+
+void WriteQueue::CarryOut(std::unique_lock<std::mutex>& lock) {
+  is_carrying_out_ = true;
+  std::swap(waiting_, taken_);
+  room_.notify_all();
+  lock.unlock();
+  CommitGroup();
+  lock.lock();
+  SettleBatches();
+  lock.unlock();
+  RunChanges();
+  lock.lock();
+  SettleChanges();
+  taken_.Clear();
+  is_carrying_out_ = false;
 }
 
 void WriteQueue::CommitGroup() {
   const Status status = Commit(taken_.records);
   const bool tries_each = !status.ok() && taken_.batches.size() > 1;
   for (WriteGroup::Batch& batch : taken_.batches) {
-    batch.status = tries_each ? Commit(taken_.RecordsOf(batch)) : status;
+    batch.status = tries_each ? CommitAlone(batch) : status;
   }
 }
 
-Status WriteQueue::Commit(std::span<AcceptedSample> records) {
+Status WriteQueue::CommitAlone(const WriteGroup::Batch& batch) {
+  return Guarded([&] {
+    const std::span<AcceptedSample> records = taken_.RecordsOf(batch);
+    std::vector<AcceptedSample> copies(records.begin(), records.end());
+    return Commit(copies);
+  });
+}
+
+Status WriteQueue::Commit(std::vector<AcceptedSample>& records) {
   if (records.empty()) return {};
   return Guarded([&] { return owner_.Commit(records); });
 }

@@ -18,13 +18,16 @@ namespace zervane {
 // What every call answers once the database is closed: ZR3_ERR_NOT_CONNECTED.
 Status DatabaseClosed();
 
-// The one way to the store: a thread that commits together what many callers handed in, in the
-// order in which they did, and carries out all other changes of the store in between.
+// The one way to the store: one thread at a time commits together what many callers handed in, in
+// the order in which they did, and carries out all other changes of the store in between.
+//
+// That is the queue's own thread, or a caller who waits anyway and finds nobody at it: waking
+// another thread, handing it the batch and being woken again would take longer than most commits.
 //
 // The queue is bounded: once it is full, callers wait; nothing is dropped. When a group of several
 // batches is refused by the store, each is tried alone, so that one takes no other along.
 //
-// Threads: any may call, but Write, Run and Close not from within the queue's own thread.
+// Threads: any may call, but Write, Run and Close not from within a commit or a change.
 class WriteQueue {
  public:
   // The queue is full with as many records or bytes; the batch that gets it there is still taken.
@@ -36,11 +39,12 @@ class WriteQueue {
   // What goes through the queue belongs to someone who knows what it means.
   class Owner {
    public:
-    // Stores the records, all or none, and makes them readable. On the queue's thread.
-    virtual Status Commit(std::span<AcceptedSample> records) = 0;
+    // Stores the records, all or none, and makes them readable. When it succeeds it may have taken
+    // them; on a failure they are untouched, but for their marks. On one thread at a time.
+    virtual Status Commit(std::vector<AcceptedSample>& records) = 0;
 
     // Some of the `settled` records could not be stored; `queued` are those that still wait. On the
-    // queue's thread, under its lock.
+    // thread that committed them, under the queue's lock.
     virtual void Refused(std::span<const AcceptedSample> settled,
                          std::span<const AcceptedSample> queued) = 0;
 
@@ -70,8 +74,8 @@ class WriteQueue {
   // called.
   Status Write(WriteAnswer answer, const Admit& admit);
 
-  // Carries out a change of the store on the queue's thread, after all that was queued before, and
-  // answers its status. ZR3_ERR_NOT_CONNECTED after Close.
+  // Carries out a change of the store, after all that was queued before and with no commit beside
+  // it, and answers its status. ZR3_ERR_NOT_CONNECTED after Close.
   Status Run(const std::function<Status()>& change);
 
   // The status of the first batch that nobody waited for and that could not be stored, once; then
@@ -83,15 +87,19 @@ class WriteQueue {
 
   Load load();
 
-  // While the lock is held nothing is admitted; for changes that run on the queue's thread.
+  // While the lock is held nothing is admitted; for changes that Run carries out.
   std::unique_lock<std::mutex> Lock() { return std::unique_lock(mutex_); }
   // Forgets the queued records of a tag. Under Lock.
   void Drop(TagId tag) { waiting_.Drop(tag); }
 
  private:
   void Loop();
+  // Carries out all that waits; nobody else does. The lock is held before and after.
+  void CarryOut(std::unique_lock<std::mutex>& lock);
+  Status CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock);
   void CommitGroup();
-  Status Commit(std::span<AcceptedSample> records);
+  Status Commit(std::vector<AcceptedSample>& records);
+  Status CommitAlone(const WriteGroup::Batch& batch);
   void RunChanges();
 
   // Under the lock.
@@ -104,14 +112,15 @@ class WriteQueue {
   const Limits limits_;
 
   std::mutex mutex_;              // guards all down to `failure_`
-  std::condition_variable work_;  // something waits, or the queue closes
+  std::condition_variable work_;  // something waits that nobody carries out, or the queue closes
   std::condition_variable room_;  // the queue has room, or closes
   WriteGroup waiting_;
   std::size_t blocked_callers_ = 0;
+  bool is_carrying_out_ = false;  // some thread
   bool is_closing_ = false;
   Status failure_;
 
-  WriteGroup taken_;  // being committed; the queue's thread alone
+  WriteGroup taken_;  // of the thread that carries it out
   std::mutex join_mutex_;
   std::thread thread_;
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <new>
@@ -32,10 +33,11 @@ bool Eventually(const std::function<bool()>& condition) {
 // Commits to a disk whose failures and delays the test dictates.
 class Committer : public WriteQueue::Owner {
  public:
-  Status Commit(std::span<AcceptedSample> records) override {
+  Status Commit(std::vector<AcceptedSample>& records) override {
     Status status = disk.Append(records);
     if (status.ok()) {
       for (const AcceptedSample& record : records) times.push_back(record.sample.time_ms);
+      threads.push_back(std::this_thread::get_id());
     }
     return status;
   }
@@ -48,6 +50,7 @@ class Committer : public WriteQueue::Owner {
   FakeDisk disk;
   // Read after the queue has answered or closed.
   std::vector<std::int64_t> times;
+  std::vector<std::thread::id> threads;  // that committed
   std::vector<std::size_t> settled_sizes;
   std::vector<std::size_t> queued_sizes;
 };
@@ -105,6 +108,55 @@ TEST_F(WriteQueueTest, CommitsWaitingBatchesTogetherAndInOrder) {
   queue_.Close();
   EXPECT_EQ(committer_.times, (Times{1, 2, 3, 4, 5}));
   EXPECT_EQ(committer_.disk.append_sizes(), (Sizes{1, 4}));
+}
+
+TEST_F(WriteQueueTest, HasACallerWhoWaitsCommitWhenNobodyElseDoes) {
+  EXPECT_TRUE(Write(kDurable, {Accepted(1, 1)}).ok());
+  EXPECT_EQ(committer_.threads, std::vector{std::this_thread::get_id()});
+}
+
+TEST_F(WriteQueueTest, HasNoCallerCommitWhoDoesNotWait) {
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 1)}).ok());
+  queue_.Close();
+  ASSERT_EQ(committer_.threads.size(), 1U);
+  EXPECT_NE(committer_.threads.front(), std::this_thread::get_id());
+}
+
+TEST_F(WriteQueueTest, LeavesToItsThreadWhatCameWhileACallerCommitted) {
+  committer_.disk.Hold();
+  std::thread committing([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 1)}).ok()); });
+  const std::thread::id committing_id = committing.get_id();
+  EXPECT_TRUE(committer_.disk.AwaitHeld());
+  std::thread waiting([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 2)}).ok()); });
+  const std::thread::id waiting_id = waiting.get_id();
+  EXPECT_TRUE(AwaitRecords(1));
+  EXPECT_TRUE(Write(kQueued, {Accepted(1, 3)}).ok());
+  committer_.disk.Release();
+  committing.join();
+  waiting.join();
+  queue_.Close();
+  EXPECT_EQ(committer_.times, (Times{1, 2, 3}));
+  ASSERT_EQ(committer_.threads.size(), 2U);
+  EXPECT_EQ(committer_.threads[0], committing_id);
+  EXPECT_NE(committer_.threads[1], committing_id);
+  EXPECT_NE(committer_.threads[1], waiting_id);
+}
+
+TEST_F(WriteQueueTest, ClosesOnlyOnceACallerWhoCommitsIsDone) {
+  committer_.disk.Hold();
+  std::thread committing([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 1)}).ok()); });
+  EXPECT_TRUE(committer_.disk.AwaitHeld());
+  std::atomic<bool> is_closed = false;
+  std::thread closing([&] {
+    queue_.Close();
+    is_closed = true;
+  });
+  EXPECT_TRUE(Eventually([&] { return Write(kQueued, {}).code() == ZR3_ERR_NOT_CONNECTED; }));
+  EXPECT_FALSE(is_closed);
+  committer_.disk.Release();
+  closing.join();
+  EXPECT_EQ(committer_.times, Times{1});
+  committing.join();
 }
 
 TEST_F(WriteQueueTest, StoresNothingForABatchOfWhichNothingWasAdmitted) {
