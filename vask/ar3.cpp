@@ -93,7 +93,8 @@ int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int
 
 int32 ar3_modify_record(uint32 /*nTagID*/, const ZR3Record* pRecord) {
   return Call(__func__, Arguments().Given(pRecord), [&](Session&) -> Status {
-    const Result<Sample> sample = zervane::ReadRecord(*pRecord);
-    return sample.ok() ? Status(ZR3_ERR_NOT_SUPPORTED, {}) : sample.status();
+    Sample sample;
+    const Status read = zervane::ReadRecord(*pRecord, &sample);
+    return read.ok() ? Status(ZR3_ERR_NOT_SUPPORTED, {}) : read;
   });
 }

@@ -1,5 +1,7 @@
 // pt3: point tags and tag types.
 
+#include <string>
+
 #include "vask/api.h"
 #include "vask/call.h"
 #include "vask/search_arguments.h"
@@ -13,6 +15,7 @@ using zervane::Result;
 using zervane::Session;
 using zervane::Status;
 using zervane::TagProperties;
+using zervane::TagType;
 using zervane::UnsupportedQuery;
 
 // The node's name is accepted as it is: the embedded database has one node.
@@ -46,8 +49,12 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
 }
 
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
-  return Call(__func__, Arguments().Given(pTagType), [&](Session& session) {
-    return Deliver(session.database().GetTagType(nTagID), pTagType);
+  return Call(__func__, Arguments().Given(pTagType), [&](Session& session) -> Status {
+    TagType type;
+    const ZR3_STATUS code = session.database().GetTagType(nTagID, &type);
+    if (code != ZR3_OK) return {code, "tag " + std::to_string(nTagID)};
+    *pTagType = static_cast<ZR3_TAG_TYPE>(type);
+    return {};
   });
 }
 

@@ -9,48 +9,71 @@ namespace {
 
 constexpr std::int64_t kMsPerSecond = 1000;
 
-Result<Value> ReadString(const ZR3StrBlob& bytes) {
-  if (bytes.pBuf == nullptr) return Status(ZR3_ERR_NULL_ARGUMENT, "a STRING without a buffer");
+Status ReadString(const ZR3StrBlob& bytes, Value* value) {
+  if (bytes.pBuf == nullptr) return {ZR3_ERR_NULL_ARGUMENT, "a STRING without a buffer"};
   const std::size_t size = strnlen(bytes.pBuf, bytes.nLenBuf);
   if (size == bytes.nLenBuf) {
-    return Status(ZR3_ERR_INVALID_TEXT,
-                  "no terminator in a STRING of " + std::to_string(size) + " bytes");
+    return {ZR3_ERR_INVALID_TEXT,
+            "no terminator in a STRING of " + std::to_string(size) + " bytes"};
   }
   if (size > kMaxStringBytes) {
-    return Status(ZR3_ERR_VALUE_TOO_LONG, "a STRING of " + std::to_string(size) + " bytes");
+    return {ZR3_ERR_VALUE_TOO_LONG, "a STRING of " + std::to_string(size) + " bytes"};
   }
-  return Value(std::string(bytes.pBuf, size));
+  *value = std::string(bytes.pBuf, size);
+  return {};
 }
 
-Result<Value> ReadBlob(const ZR3StrBlob& bytes) {
-  if (bytes.nLenBuf == 0) return Value(std::string());
-  if (bytes.pBuf == nullptr) return Status(ZR3_ERR_NULL_ARGUMENT, "a BLOB without a buffer");
-  if (bytes.nLenBuf > kMaxBlobBytes) {
-    return Status(ZR3_ERR_VALUE_TOO_LONG, "a BLOB of " + std::to_string(bytes.nLenBuf) + " bytes");
+Status ReadBlob(const ZR3StrBlob& bytes, Value* value) {
+  const std::size_t size = bytes.nLenBuf;
+  if (size > 0 && bytes.pBuf == nullptr) {
+    return {ZR3_ERR_NULL_ARGUMENT, "a BLOB without a buffer"};
   }
-  return Value(std::string(bytes.pBuf, bytes.nLenBuf));
+  if (size > kMaxBlobBytes) {
+    return {ZR3_ERR_VALUE_TOO_LONG, "a BLOB of " + std::to_string(size) + " bytes"};
+  }
+  *value = size == 0 ? std::string() : std::string(bytes.pBuf, size);
+  return {};
 }
 
-Result<Value> ReadValue(TagType type, const ZR3RecordValue& value) {
+Status ReadValue(TagType type, const ZR3RecordValue& from, Value* value) {
   switch (type) {
     case TagType::kInt8:
-      return Value(std::int32_t{value.nInt8});
+      *value = std::int32_t{from.nInt8};
+      return {};
     case TagType::kInt16:
-      return Value(std::int32_t{value.nInt16});
+      *value = std::int32_t{from.nInt16};
+      return {};
     case TagType::kInt32:
-      return Value(value.nInt32);
+      *value = from.nInt32;
+      return {};
     case TagType::kFloat32:
-      return Value(value.fFloat32);
+      *value = from.fFloat32;
+      return {};
     case TagType::kFloat64:
-      return Value(value.fFloat64);
+      *value = from.fFloat64;
+      return {};
     case TagType::kDigital:
-      return Value(std::int32_t{value.nDigital});
+      *value = std::int32_t{from.nDigital};
+      return {};
     case TagType::kString:
-      return ReadString(value.strBlob);
+      return ReadString(from.strBlob, value);
     case TagType::kBlob:
-      return ReadBlob(value.strBlob);
+      return ReadBlob(from.strBlob, value);
   }
-  return Status(ZR3_ERR_TYPE_MISMATCH, {});
+  return {ZR3_ERR_TYPE_MISMATCH, {}};
+}
+
+// The milliseconds within the second have been looked at.
+std::int64_t JoinTime(int32 seconds, int16 milliseconds) {
+  return static_cast<std::uint32_t>(seconds) * kMsPerSecond + milliseconds;
+}
+
+bool AreMilliseconds(int16 milliseconds) {
+  return milliseconds >= 0 && milliseconds < kMsPerSecond;
+}
+
+Status InvalidTime(int16 milliseconds) {
+  return {ZR3_ERR_INVALID_TIME, std::to_string(milliseconds) + " milliseconds"};
 }
 
 // `size` is what the value takes in the buffer.
@@ -75,29 +98,29 @@ Status FillBytes(const std::string& bytes, std::size_t size, ZR3StrBlob* buffer)
 Status FillValue(const Sample& sample, ZR3RecordValue* value) {
   switch (sample.type) {
     case TagType::kInt8:
-      value->nInt8 = static_cast<int8>(std::get<std::int32_t>(sample.value));
+      value->nInt8 = static_cast<int8>(sample.value.integer());
       return {};
     case TagType::kInt16:
-      value->nInt16 = static_cast<int16>(std::get<std::int32_t>(sample.value));
+      value->nInt16 = static_cast<int16>(sample.value.integer());
       return {};
     case TagType::kInt32:
-      value->nInt32 = std::get<std::int32_t>(sample.value);
+      value->nInt32 = sample.value.integer();
       return {};
     case TagType::kFloat32:
-      value->fFloat32 = std::get<float>(sample.value);
+      value->fFloat32 = sample.value.float32();
       return {};
     case TagType::kFloat64:
-      value->fFloat64 = std::get<double>(sample.value);
+      value->fFloat64 = sample.value.float64();
       return {};
     case TagType::kDigital:
-      value->nDigital = static_cast<int8>(std::get<std::int32_t>(sample.value));
+      value->nDigital = static_cast<int8>(sample.value.integer());
       return {};
     case TagType::kString: {
-      const auto& text = std::get<TextValue>(sample.value).str();
+      const auto& text = sample.value.text().str();
       return FillBytes(text, text.size() + 1, &value->strBlob);
     }
     case TagType::kBlob: {
-      const auto& blob = std::get<TextValue>(sample.value).str();
+      const auto& blob = sample.value.text().str();
       return FillBytes(blob, blob.size(), &value->strBlob);
     }
   }
@@ -107,10 +130,8 @@ Status FillValue(const Sample& sample, ZR3RecordValue* value) {
 }  // namespace
 
 Result<std::int64_t> ReadTime(int32 seconds, int16 milliseconds) {
-  if (milliseconds < 0 || milliseconds >= kMsPerSecond) {
-    return Status(ZR3_ERR_INVALID_TIME, std::to_string(milliseconds) + " milliseconds");
-  }
-  return static_cast<std::uint32_t>(seconds) * kMsPerSecond + milliseconds;
+  if (!AreMilliseconds(milliseconds)) return InvalidTime(milliseconds);
+  return JoinTime(seconds, milliseconds);
 }
 
 Result<TimeRange> ReadRegion(const ZR3TimeRegion& region) {
@@ -126,17 +147,15 @@ Result<TimeRange> ReadRegion(const ZR3TimeRegion& region) {
                    .to_ms = region.bRightClosed != 0 ? *right : *right - 1};
 }
 
-Result<Sample> ReadRecord(const ZR3Record& record) {
+Status ReadRecord(const ZR3Record& record, Sample* sample) {
   if (!IsTagType(record.nTagType)) {
-    return Status(ZR3_ERR_TYPE_MISMATCH, "no type " + std::to_string(record.nTagType));
+    return {ZR3_ERR_TYPE_MISMATCH, "no type " + std::to_string(record.nTagType)};
   }
-  const Result<std::int64_t> time_ms = ReadTime(record.nSec, record.nMsec);
-  if (!time_ms.ok()) return time_ms.status();
-  const auto type = static_cast<TagType>(record.nTagType);
-  Result<Value> value = ReadValue(type, record.value);
-  if (!value.ok()) return value.status();
-  return Sample{
-      .time_ms = *time_ms, .quality = record.nQuality, .type = type, .value = *std::move(value)};
+  if (!AreMilliseconds(record.nMsec)) return InvalidTime(record.nMsec);
+  sample->time_ms = JoinTime(record.nSec, record.nMsec);
+  sample->quality = record.nQuality;
+  sample->type = static_cast<TagType>(record.nTagType);
+  return ReadValue(sample->type, record.value, &sample->value);
 }
 
 bool NeedsBuffer(ZR3_TAG_TYPE type) {

@@ -37,35 +37,44 @@ Status ReadSnapshot(Database& database, TagId id, ZR3Record* record) {
   return zervane::FillRecord(*sample, record);
 }
 
-// A thread keeps the memory of its batches up to this many records, so that the next one's is at
-// hand.
+// What a thread needs for a batch. It keeps the memory, up to so many records, for the next one.
+struct Scratch {
+  std::vector<TagSample> batch;
+  std::vector<int32> written;  // a code for each
+};
 constexpr std::size_t kKeptRecords = 65'536;
+
+// Not inline, or the compiler would look the thread's own up for every record.
+[[gnu::noinline]] Scratch& ScratchOfThread() {
+  thread_local Scratch scratch;
+  return scratch;
+}
 
 // Writes record i for tag tag_of(i). Records that are no samples get their codes here, the others
 // the database's.
 template <typename TagOf>
 Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Record* records,
                     WriteOrder order, WriteAnswer answer, int32* codes) {
-  thread_local std::vector<TagSample> batch;
+  Scratch& scratch = ScratchOfThread();
+  auto& [batch, written] = scratch;
   batch.clear();
-  std::vector<int32> positions;  // where each of the batch stands among the records
   batch.reserve(static_cast<std::size_t>(count));
-  positions.reserve(static_cast<std::size_t>(count));
   Status all_read = ForEach(count, codes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
-    Result<Sample> sample = zervane::ReadRecord(records[i]);
-    if (!sample.ok()) return sample.status();
-    batch.push_back({.tag = tag_of(i), .sample = *std::move(sample)});
-    positions.push_back(i);
-    return Status();
+    TagSample& next = batch.emplace_back();
+    next.tag = tag_of(i);
+    Status status = zervane::ReadRecord(records[i], &next.sample);
+    if (!status.ok()) batch.pop_back();
+    return status;
   });
   if (batch.empty()) return all_read;
 
-  std::vector<int32> written(batch.size());
+  written.resize(batch.size());
   Status status = database.Write(std::move(batch), order, answer, written);
-  if (batch.capacity() > kKeptRecords) batch = {};
-  for (std::size_t i = 0; codes != nullptr && i < written.size(); ++i) {
-    codes[positions[i]] = written[i];
+  auto next = written.begin();
+  for (int32 i = 0; codes != nullptr && i < count; ++i) {
+    if (codes[i] == ZR3_OK) codes[i] = *next++;
   }
+  if (batch.capacity() > kKeptRecords) scratch = {};
   return status.ok() ? all_read : status;
 }
 

@@ -14,6 +14,12 @@ constexpr std::int64_t kTypeBit = std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_T
 
 class EmbeddedCatalogue : public EmbeddedTest {
  protected:
+  TagType TypeOf(TagId id) {
+    TagType type = TagType::kBlob;
+    EXPECT_EQ(database_->GetTagType(id, &type), ZR3_OK);
+    return type;
+  }
+
   Status Retype(TagId id, TagType type) {
     TagProperties given;
     given.type = static_cast<std::int32_t>(type);
@@ -24,7 +30,7 @@ class EmbeddedCatalogue : public EmbeddedTest {
 TEST_F(EmbeddedCatalogue, AnswersByIdentifierAndByName) {
   const TagId id = AddTag("Pump.On", TagType::kDigital);
   EXPECT_EQ(database_->GetTag(id)->name, "Pump.On");
-  EXPECT_EQ(*database_->GetTagType(id), TagType::kDigital);
+  EXPECT_EQ(TypeOf(id), TagType::kDigital);
   EXPECT_EQ(*database_->FindTag("pump.on"), id);
   EXPECT_EQ(*database_->CatalogueVersion(), 1);
 }
@@ -39,8 +45,10 @@ TEST_F(EmbeddedCatalogue, StampsTagsWithItsClockAndItsUser) {
 
 TEST_F(EmbeddedCatalogue, SaysSoWhenThereIsNoSuchTag) {
   EXPECT_EQ(database_->GetTag(1).code(), ZR3_ERR_TAG_NOT_FOUND);
-  EXPECT_EQ(database_->GetTagType(0).code(), ZR3_ERR_TAG_NOT_FOUND);
-  EXPECT_EQ(database_->GetTagType(0xFFFFFFFF).code(), ZR3_ERR_TAG_NOT_FOUND);
+  TagType type = TagType::kBlob;
+  EXPECT_EQ(database_->GetTagType(0, &type), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(database_->GetTagType(0xFFFFFFFF, &type), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(type, TagType::kBlob);  // untouched
   EXPECT_EQ(database_->FindTag("a").code(), ZR3_ERR_NAME_NOT_FOUND);
   EXPECT_EQ(database_->FindTag(std::string(100'000, 'x')).code(), ZR3_ERR_NAME_NOT_FOUND);
   EXPECT_EQ(database_->DeleteTag(1).code(), ZR3_ERR_TAG_NOT_FOUND);

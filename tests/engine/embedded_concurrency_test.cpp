@@ -56,9 +56,10 @@ class EmbeddedConcurrency : public EmbeddedTest {
         const Result<Sample> current = database_->ReadCurrent(tag);
         if (!current.ok()) continue;
         EXPECT_GE(current->time_ms, seen[tag]);
-        EXPECT_EQ(std::get<double>(current->value), ValueAt(tag, current->time_ms));
+        EXPECT_EQ(current->value.float64(), ValueAt(tag, current->time_ms));
         seen[tag] = current->time_ms;
-        EXPECT_TRUE(database_->GetTagType(tag).ok());
+        TagType type;
+        EXPECT_EQ(database_->GetTagType(tag, &type), ZR3_OK);
         EXPECT_TRUE(database_->CountRecords(tag, {}).ok());
       }
     }
@@ -107,7 +108,7 @@ TEST_F(EmbeddedConcurrency, KeepsWhatManyWritersWroteWhileReadersReadAndTagsCome
     for (const auto& [tag, expected] : model) {
       std::map<std::int64_t, double> stored;
       for (const auto& [time_ms, sample] : disk_->archive(tag)) {
-        stored[time_ms] = std::get<double>(sample.value);
+        stored[time_ms] = sample.value.float64();
       }
       EXPECT_EQ(stored, expected) << tag;
       EXPECT_EQ(disk_->current(tag)->time_ms, expected.rbegin()->first) << tag;

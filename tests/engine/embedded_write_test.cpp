@@ -201,7 +201,8 @@ TEST_F(EmbeddedWrite, RefusesEveryCallOnceItIsClosed) {
   EXPECT_EQ(database_->ModifyTag(id, ZR3_TAG_CLASS_BASIC, {}, {}).code(), closed);
   EXPECT_EQ(database_->DeleteTag(id).code(), closed);
   EXPECT_EQ(database_->GetTag(id).code(), closed);
-  EXPECT_EQ(database_->GetTagType(id).code(), closed);
+  TagType type;
+  EXPECT_EQ(database_->GetTagType(id, &type), closed);
   EXPECT_EQ(database_->FindTag("a").code(), closed);
   EXPECT_EQ(database_->CatalogueVersion().code(), closed);
   EXPECT_EQ(Write({{id, NumberAt(10)}}).status, closed);

@@ -75,10 +75,10 @@ Result<TagProperties> FakeDatabase::GetTag(TagId id) {
   return (*tag)->properties;
 }
 
-Result<TagType> FakeDatabase::GetTagType(TagId id) {
+ZR3_STATUS FakeDatabase::GetTagType(TagId id, TagType* type) {
   const Result<TagProperties> tag = GetTag(id);
-  if (!tag.ok()) return tag.status();
-  return static_cast<TagType>(tag->type);
+  if (tag.ok()) *type = static_cast<TagType>(tag->type);
+  return tag.code();
 }
 
 Result<TagId> FakeDatabase::FindTag(std::string_view name) {

@@ -41,7 +41,7 @@ class FakeDatabase : public Database {
                    PropertyMask mask) override;
   Status DeleteTag(TagId id) override;
   Result<TagProperties> GetTag(TagId id) override;
-  Result<TagType> GetTagType(TagId id) override;
+  ZR3_STATUS GetTagType(TagId id, TagType* type) override;
   Result<TagId> FindTag(std::string_view name) override;
   Result<std::int64_t> CatalogueVersion() override;
   Status Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,

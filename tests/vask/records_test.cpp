@@ -13,6 +13,13 @@
 namespace zervane {
 namespace {
 
+Result<Sample> ReadRecord(const ZR3Record& record) {
+  Sample sample;
+  Status status = zervane::ReadRecord(record, &sample);
+  if (!status.ok()) return status;
+  return sample;
+}
+
 // ---- times and regions ----
 
 struct TimeCase {
@@ -153,7 +160,7 @@ TEST(Record, KeepsTimesPastTheSignBit) {
 TEST(Record, CarriesWhatIsNotANumber) {
   ZR3Record record = Record(ZR3_TAG_TYPE_FLOAT64);
   record.value.fFloat64 = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_TRUE(std::isnan(std::get<double>(ReadRecord(record)->value)));
+  EXPECT_TRUE(std::isnan(ReadRecord(record)->value.float64()));
 }
 
 TEST(Record, TouchesNoSlotButThatOfItsType) {
@@ -205,7 +212,7 @@ TEST_P(WrittenBytes, EndWhereTheRecordSays) {
   const Result<Sample> sample = ReadRecord(record);
   ASSERT_EQ(sample.code(), status);
   if (sample.ok()) {
-    EXPECT_EQ(std::get<TextValue>(sample->value).str(), value);
+    EXPECT_EQ(sample->value.text().str(), value);
   }
 }
 
@@ -242,7 +249,7 @@ TEST(WrittenBytes, NeedABufferUnlessTheyAreNone) {
   record.value.strBlob = {nullptr, 0};
   EXPECT_EQ(ReadRecord(record).code(), ZR3_ERR_NULL_ARGUMENT);
   record.nTagType = ZR3_TAG_TYPE_BLOB;
-  EXPECT_EQ(std::get<TextValue>(ReadRecord(record)->value).str(), "");
+  EXPECT_EQ(ReadRecord(record)->value.text().str(), "");
   record.value.strBlob = {nullptr, 4};
   EXPECT_EQ(ReadRecord(record).code(), ZR3_ERR_NULL_ARGUMENT);
 }
