@@ -135,11 +135,12 @@ Result<TagProperties> EmbeddedDatabase::GetTag(TagId id) {
   return *tag;
 }
 
-Result<TagType> EmbeddedDatabase::GetTagType(TagId id) {
-  if (Status status = CheckOpen(); !status.ok()) return status;
+ZR3_STATUS EmbeddedDatabase::GetTagType(TagId id, TagType* type) {
+  if (is_closed_.load(std::memory_order_acquire)) return ZR3_ERR_NOT_CONNECTED;
   const std::optional<TagTraits> traits = catalogue_.tags().Find(id);
-  if (!traits) return NoSuchTag(id);
-  return traits->type;
+  if (!traits) return ZR3_ERR_TAG_NOT_FOUND;
+  *type = traits->type;
+  return ZR3_OK;
 }
 
 Result<TagId> EmbeddedDatabase::FindTag(std::string_view name) {
@@ -185,19 +186,16 @@ Result<Sample> EmbeddedDatabase::ReadCurrent(TagId id) {
   return *std::move(current);
 }
 
-Status EmbeddedDatabase::Commit(std::span<AcceptedSample> records) {
-  MarkCurrent(catalogue_.tags(), current_values_, records);
-  bool any_filtered = false;
-  for (AcceptedSample& record : records) {
-    const std::optional<TagTraits> traits = catalogue_.tags().Find(record.tag);
-    record.archive = traits && traits->archiving;
-    any_filtered |= traits && traits->filtered;
+Status EmbeddedDatabase::Commit(std::vector<AcceptedSample>& records) {
+  MarkGroup(catalogue_.tags(), current_values_, records, &marks_);
+  newest_.clear();  // their copies, since the store may take the records
+  for (const std::uint32_t current : marks_.current) {
+    newest_.push_back({records[current].tag, records[current].sample});
   }
-  const Status stored = any_filtered ? filters_.Append(records) : store_->Append(records);
+  const Status stored =
+      marks_.any_filtered ? filters_.Append(records) : store_->AppendTaking(records);
   if (!stored.ok()) return stored;
-  for (const AcceptedSample& record : records) {
-    if (record.current) current_values_.Put(record.tag, record.sample);
-  }
+  for (const TagSample& newest : newest_) current_values_.Put(newest.tag, newest.sample);
   return {};
 }
 

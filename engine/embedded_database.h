@@ -31,7 +31,7 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
                    PropertyMask mask) override;
   Status DeleteTag(TagId id) override;
   Result<TagProperties> GetTag(TagId id) override;
-  Result<TagType> GetTagType(TagId id) override;
+  ZR3_STATUS GetTagType(TagId id, TagType* type) override;
   Result<TagId> FindTag(std::string_view name) override;
   Result<std::int64_t> CatalogueVersion() override;
 
@@ -56,7 +56,7 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   Result<bool> HoldsRecords(TagId id) const;  // stored or queued
   Stamp Now() const { return MakeStamp(clock_(), user_); }
 
-  Status Commit(std::span<AcceptedSample> records) override;
+  Status Commit(std::vector<AcceptedSample>& records) override;
   void Refused(std::span<const AcceptedSample> settled,
                std::span<const AcceptedSample> queued) override;
 
@@ -67,7 +67,9 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   Catalogue catalogue_;
   CurrentValues current_values_;
   Admission admission_;    // under the queue's lock
-  RecordFilters filters_;  // on the queue's thread
+  RecordFilters filters_;  // of the thread that commits, as the next
+  GroupMarks marks_;
+  std::vector<TagSample> newest_;
   // Set once by Open, after loading; goes first, for its thread uses all of the above.
   std::unique_ptr<WriteQueue> queue_;
 };

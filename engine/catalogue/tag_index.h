@@ -34,7 +34,7 @@ class TagIndex {
     // Guarded by the lock of the write queue.
     std::int64_t newest_ms = kNoTime;
     // Where a group of records on its way to the store has the tag's newest one, from 1; 0 when no
-    // group is looked at. Of the write queue's thread.
+    // group is looked at. Of the thread that commits.
     std::uint32_t newest_in_group = 0;
   };
 

@@ -6,10 +6,11 @@
 #include <mutex>
 #include <optional>
 #include <span>
-#include <unordered_map>
+#include <vector>
 
 #include "engine/catalogue/tag_index.h"
 #include "engine/storage/store.h"
+#include "engine/tag_array.h"
 #include "engine/value.h"
 
 namespace zervane {
@@ -26,22 +27,37 @@ class CurrentValues {
   void Remove(TagId tag);
 
  private:
+  static constexpr std::size_t kParts = 64;
+
   // A tag's value stands in the part that its identifier picks, so that readers and the writer
-  // seldom meet.
+  // seldom meet; within the part, tags count without gaps.
   struct Part {
     std::mutex mutex;
-    std::unordered_map<TagId, Sample> samples;
+    TagArray<std::optional<Sample>, 6> samples;
+
+    // Under the mutex. Null when there is none.
+    std::optional<Sample>* Find(TagId tag) {
+      std::optional<Sample>* found = samples.Find(tag / kParts);
+      return found != nullptr && found->has_value() ? found : nullptr;
+    }
   };
 
-  Part& PartOf(TagId tag) const { return parts_[tag % parts_.size()]; }
+  Part& PartOf(TagId tag) const { return parts_[tag % kParts]; }
 
-  mutable std::array<Part, 64> parts_;
+  mutable std::array<Part, kParts> parts_;
 };
 
-// Marks in a group of records those that become current values once the group is stored: of each
-// tag the newest (of equal ones the last), unless the current value is newer.
-// The tags have their slots; on the write queue's thread.
-void MarkCurrent(TagIndex& tags, const CurrentValues& current_values,
-                 std::span<AcceptedSample> records);
+// What a group of records on its way to the store brings.
+struct GroupMarks {
+  std::vector<std::uint32_t> current;  // where those stand that become current values
+  bool any_filtered = false;           // some of their tags have filters
+};
+
+// Marks the records that become current values once the group is stored: of each tag the newest (of
+// equal ones the last), unless the current value is newer. Marks those that enter the archive, as
+// far as their tags have it, and looks for tags with filters. The tags have their slots; by the
+// thread that commits.
+void MarkGroup(TagIndex& tags, const CurrentValues& current_values,
+               std::span<AcceptedSample> records, GroupMarks* marks);
 
 }  // namespace zervane

@@ -47,10 +47,14 @@ TEST_P(MarkedRecord, IsTheNewestOfItsTag) {
   std::vector<AcceptedSample> records = GetParam().records;
   for (const char* run : {"first", "second"}) {  // the first leaves nothing behind
     SCOPED_TRACE(run);
-    MarkCurrent(tags, values, records);
+    GroupMarks marks;
+    MarkGroup(tags, values, records, &marks);
     std::vector<bool> current;
     for (const AcceptedSample& record : records) current.push_back(record.current);
     EXPECT_EQ(current, GetParam().current);
+    std::vector<bool> listed(records.size());
+    for (const std::uint32_t position : marks.current) listed[position] = true;
+    EXPECT_EQ(listed, GetParam().current);
   }
 }
 

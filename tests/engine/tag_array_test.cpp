@@ -1,0 +1,42 @@
+#include "engine/tag_array.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace zervane {
+namespace {
+
+constexpr TagId kGreatest = std::numeric_limits<TagId>::max();
+
+TEST(TagArray, HasNothingAtFirst) {
+  TagArray<int> array;
+  for (const TagId tag : {TagId{0}, TagId{1}, kGreatest}) EXPECT_EQ(array.Find(tag), nullptr);
+}
+
+TEST(TagArray, HasAPlaceOfItsOwnForEveryTag) {
+  TagArray<TagId> array;
+  const TagId tags[] = {0, 1, 1023, 1024, 100'000, kGreatest};
+  for (const TagId tag : tags) array.At(tag) = tag + 7;
+  for (const TagId tag : tags) {
+    ASSERT_NE(array.Find(tag), nullptr) << tag;
+    EXPECT_EQ(*array.Find(tag), tag + 7) << tag;
+  }
+}
+
+TEST(TagArray, MakesTheNeighboursOfATagEmpty) {
+  TagArray<int> array;
+  array.At(5) = 9;
+  EXPECT_EQ(*array.Find(6), 0);
+  EXPECT_EQ(array.Find(1024), nullptr);  // of the next piece
+}
+
+TEST(TagArray, KeepsThingsWhereTheyAre) {
+  TagArray<int> array;
+  int* const place = &array.At(5);
+  array.At(1'000'000) = 1;
+  EXPECT_EQ(&array.At(5), place);
+}
+
+}  // namespace
+}  // namespace zervane
