@@ -26,20 +26,22 @@ constexpr unsigned kAllMarks = kTypeMask | kArchiveMark | kCurrentMark | kQualit
 constexpr std::size_t kMaxNumberRecordBytes = 1 + 2 * kMaxVarintBytes + 2 + kMaxVarintBytes;
 
 char* PutValue(char* to, const Value& value) {
-  if (const auto* number = std::get_if<double>(&value)) {
-    return PutFixed(to, std::bit_cast<std::uint64_t>(*number));
+  switch (value.kind()) {
+    case Value::Kind::kFloat64:
+      return PutFixed(to, std::bit_cast<std::uint64_t>(value.float64()));
+    case Value::Kind::kFloat32:
+      return PutFixed(to, std::bit_cast<std::uint32_t>(value.float32()));
+    case Value::Kind::kInteger:
+      return PutSignedVarint(to, value.integer());
+    case Value::Kind::kText:
+      break;
   }
-  if (const auto* number = std::get_if<float>(&value)) {
-    return PutFixed(to, std::bit_cast<std::uint32_t>(*number));
-  }
-  if (const auto* number = std::get_if<std::int32_t>(&value)) return PutSignedVarint(to, *number);
-  const std::string& bytes = std::get<TextValue>(value).str();
+  const std::string& bytes = value.text().str();
   return PutBytes(PutVarint(to, bytes.size()), bytes);
 }
 
 std::size_t TextBytes(const Value& value) {
-  const auto* text = std::get_if<TextValue>(&value);
-  return text == nullptr ? 0 : text->size();
+  return value.text_size();
 }
 
 Value ReadValue(TagType type, ByteReader* in) {
@@ -102,22 +104,21 @@ const AcceptedSample kBeforeFirst{};
 
 }  // namespace
 
-std::string EncodeBatch(std::span<const AcceptedSample> records) {
-  ByteWriter body(records.size() * 16);
+std::string_view EncodeBatch(std::span<const AcceptedSample> records, ByteWriter* block) {
+  BeginBlock(block);
   const AcceptedSample* before = &kBeforeFirst;
   for (const AcceptedSample& record : records) {
-    WriteRecord(record, *before, &body);
+    WriteRecord(record, *before, block);
     before = &record;
   }
-  return SealBlock(
-      BlockKind::kBatch,
-      {.format = kBatchFormat, .type = 0, .count = records.size(), .body = body.Take()});
+  return SealBlock(BlockKind::kBatch,
+                   {.format = kBatchFormat, .type = 0, .count = records.size()}, block);
 }
 
 Result<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes) {
   const Result<Block> block = OpenBlock(BlockKind::kBatch, bytes);
   if (!block.ok()) return block.status();
-  std::vector<AcceptedSample> records(block->count);
+  std::vector<AcceptedSample> records(block->head.count);
   ByteReader in(block->body);
   const AcceptedSample* before = &kBeforeFirst;
   for (AcceptedSample& record : records) {

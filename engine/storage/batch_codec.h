@@ -6,14 +6,21 @@
 #include <vector>
 
 #include "engine/status.h"
+#include "engine/storage/bytes.h"
 #include "engine/storage/store.h"
 
 namespace zervane::storage {
 
-// Accepted records as one block of the journal, in their order.
+// Accepted records as one block of the journal, in their order; it stands in `block`, whose memory
+// can serve many.
 //
 // The records are valid, at most kMaxBlockRecords.
-std::string EncodeBatch(std::span<const AcceptedSample> records);
+std::string_view EncodeBatch(std::span<const AcceptedSample> records, ByteWriter* block);
+
+inline std::string EncodeBatch(std::span<const AcceptedSample> records) {
+  ByteWriter block;
+  return std::string(EncodeBatch(records, &block));
+}
 
 // The records of a batch in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless what
 // comes out is what EncodeBatch may be given.

@@ -1,8 +1,7 @@
 #include "engine/storage/block.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
-#include "engine/storage/bytes.h"
 #include "engine/storage/section.h"
 
 namespace zervane::storage {
@@ -16,11 +15,11 @@ std::uint8_t LastFormat(BlockKind kind) {
   return kind == BlockKind::kChunk ? kChunkFormat : kBatchFormat;
 }
 
-// Of all bytes but the checksum's own.
-std::uint32_t Checksum(std::string_view header, std::string_view body) {
-  const auto* head = reinterpret_cast<const Bytef*>(header.data());
-  const auto* rest = reinterpret_cast<const Bytef*>(body.data());
-  return static_cast<std::uint32_t>(crc32_z(crc32_z(0, head, kChecksumOffset), rest, body.size()));
+// Of all bytes but its own.
+std::uint32_t Checksum(std::string_view bytes) {
+  const std::uint32_t of_header = libdeflate_crc32(0, bytes.data(), kChecksumOffset);
+  const std::string_view body = bytes.substr(kBlockHeaderBytes);
+  return libdeflate_crc32(of_header, body.data(), body.size());
 }
 
 }  // namespace
@@ -29,18 +28,21 @@ Status DamagedBlock(std::string_view why) {
   return Status(ZR3_ERR_STORAGE_DAMAGED, std::string(why));
 }
 
-std::string SealBlock(BlockKind kind, const Block& block) {
-  ByteWriter out(kBlockHeaderBytes + block.body.size());
-  out.Fixed(std::uint8_t{'Z'});
-  out.Fixed(static_cast<std::uint8_t>(kind));
-  out.Fixed(block.format);
-  out.Fixed(std::uint8_t{kStored});
-  out.Fixed(std::uint32_t{block.type});
-  out.Fixed(static_cast<std::uint32_t>(block.count));
-  out.Fixed(static_cast<std::uint32_t>(block.body.size()));
-  out.Fixed(Checksum(out.bytes(), block.body));
-  out.Bytes(block.body);
-  return out.Take();
+void BeginBlock(ByteWriter* block) {
+  block->Cut(0);
+  block->Advance(block->Room(kBlockHeaderBytes) + kBlockHeaderBytes);
+}
+
+std::string_view SealBlock(BlockKind kind, const BlockHead& head, ByteWriter* block) {
+  char* to = PutFixed(block->At(0), std::uint8_t{'Z'});
+  to = PutFixed(to, static_cast<std::uint8_t>(kind));
+  to = PutFixed(to, head.format);
+  to = PutFixed(to, std::uint8_t{kStored});
+  to = PutFixed(to, std::uint32_t{head.type});
+  to = PutFixed(to, static_cast<std::uint32_t>(head.count));
+  to = PutFixed(to, static_cast<std::uint32_t>(block->size() - kBlockHeaderBytes));
+  PutFixed(to, Checksum(block->bytes()));
+  return block->bytes();
 }
 
 Result<Block> OpenBlock(BlockKind kind, std::string_view bytes) {
@@ -55,7 +57,7 @@ Result<Block> OpenBlock(BlockKind kind, std::string_view bytes) {
   const auto type = header.Fixed<std::uint32_t>();
   const std::size_t count = header.Fixed<std::uint32_t>();
   const std::size_t size = header.Fixed<std::uint32_t>();
-  if (header.Fixed<std::uint32_t>() != Checksum(bytes, stored)) {
+  if (header.Fixed<std::uint32_t>() != Checksum(bytes)) {
     return DamagedBlock("the checksum does not match");
   }
   if (format == 0 || format > LastFormat(kind) || compression > kZstd) {
@@ -64,8 +66,8 @@ Result<Block> OpenBlock(BlockKind kind, std::string_view bytes) {
   if (type > 0xFF || count > kMaxBlockRecords || size > count * kMaxRecordBytes) {
     return DamagedBlock("the header is out of bounds");
   }
-  Block block{
-      .format = format, .type = static_cast<std::uint8_t>(type), .count = count, .body = {}};
+  Block block{.head = {.format = format, .type = static_cast<std::uint8_t>(type), .count = count},
+              .body = {}};
   if (compression == kStored) {
     block.body = stored;
     if (size != stored.size()) return DamagedBlock("the body's size does not match");

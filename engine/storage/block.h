@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "engine/status.h"
+#include "engine/storage/bytes.h"
 #include "engine/value.h"
 
 // A block is how records stand in the database file: a header that tells what follows, a checksum
@@ -24,17 +25,24 @@ constexpr std::size_t kBlockHeaderBytes = 20;
 constexpr std::size_t kMaxBlockRecords = 65'536;
 constexpr std::size_t kMaxRecordBytes = 40 + kMaxBlobBytes;  // the longest value and its company
 
-struct Block {
+struct BlockHead {
   std::uint8_t format = 0;
   std::uint8_t type = 0;  // of a chunk's values; 0 in a batch
   std::size_t count = 0;  // records
+};
+
+struct Block {
+  BlockHead head;
   std::string body;
 };
 
-// The block as bytes, the body as it is: a chunk's columns are compressed already, and a batch
-// waits for the disk no longer than for a compressor. At most kMaxBlockRecords records of at most
-// kMaxRecordBytes in the body.
-std::string SealBlock(BlockKind kind, const Block& block);
+// Makes `block` the beginning of a block, behind which its body is to be written.
+void BeginBlock(ByteWriter* block);
+
+// The block as bytes, which stay in `block`, from what BeginBlock began, the body as it is: a chunk's
+// columns are compressed already, and a batch waits for the disk no longer than for a compressor. At
+// most kMaxBlockRecords records of at most kMaxRecordBytes in the body.
+std::string_view SealBlock(BlockKind kind, const BlockHead& head, ByteWriter* block);
 
 // The block in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless they are exactly
 // one whole block of the kind, of a format up to the one that is written. A body that an earlier

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -54,16 +55,17 @@ inline char* PutBytes(char* to, std::string_view bytes) {
 class ByteWriter {
  public:
   // With room for so many bytes from the start.
-  explicit ByteWriter(std::size_t capacity = 0) : buffer_(capacity, '\0') {}
+  explicit ByteWriter(std::size_t capacity = 0)
+      : buffer_(std::make_unique_for_overwrite<char[]>(capacity)), capacity_(capacity) {}
 
   // Where the next `size` bytes go; what was put there counts from Advance on.
   char* Room(std::size_t size) {
-    if (buffer_.size() - size_ < size) buffer_.resize(std::max(2 * buffer_.size(), size_ + size));
-    return buffer_.data() + size_;
+    if (capacity_ - size_ < size) Grow(std::max(2 * capacity_, size_ + size));
+    return buffer_.get() + size_;
   }
 
   // To the place after what was put into the last Room.
-  void Advance(const char* end) { size_ = static_cast<std::size_t>(end - buffer_.data()); }
+  void Advance(const char* end) { size_ = static_cast<std::size_t>(end - buffer_.get()); }
 
   template <std::unsigned_integral T>
   void Fixed(T value) {
@@ -78,17 +80,24 @@ class ByteWriter {
   void Cut(std::size_t size) { size_ = size; }
 
   std::size_t size() const { return size_; }
+  std::size_t capacity() const { return capacity_; }
 
   // What was written so far; good until more is.
-  std::string_view bytes() const { return {buffer_.data(), size_}; }
+  std::string_view bytes() const { return {buffer_.get(), size_}; }
 
-  std::string Take() {
-    buffer_.resize(size_);
-    return std::move(buffer_);
-  }
+  // To write over what was written, from `position` on.
+  char* At(std::size_t position) { return buffer_.get() + position; }
 
  private:
-  std::string buffer_;  // room, of which the first size_ bytes are written
+  void Grow(std::size_t capacity) {
+    auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+    if (size_ > 0) std::memcpy(larger.get(), buffer_.get(), size_);
+    buffer_ = std::move(larger);
+    capacity_ = capacity;
+  }
+
+  std::unique_ptr<char[]> buffer_;  // room, of which the first size_ bytes are written
+  std::size_t capacity_ = 0;
   std::size_t size_ = 0;
 };
 

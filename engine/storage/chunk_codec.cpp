@@ -71,26 +71,26 @@ bool ValuesAreValid(ConstSamples records) {
 
 std::string EncodeChunk(std::span<const Sample> records) {
   // Room enough for numbers; texts let it grow.
-  ByteWriter body(records.size() * 12 + 1024);
-  WriteTimes(records, &body);
-  WriteQualities(records, &body);
-  WriteValues(records, &body);
-  return SealBlock(BlockKind::kChunk, {.format = kChunkFormat,
-                                       .type = static_cast<std::uint8_t>(records.front().type),
-                                       .count = records.size(),
-                                       .body = body.Take()});
+  ByteWriter block(records.size() * 12 + 1024);
+  BeginBlock(&block);
+  WriteTimes(records, &block);
+  WriteQualities(records, &block);
+  WriteValues(records, &block);
+  const auto type = static_cast<std::uint8_t>(records.front().type);
+  return std::string(SealBlock(
+      BlockKind::kChunk, {.format = kChunkFormat, .type = type, .count = records.size()}, &block));
 }
 
 Result<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
   const Result<Block> block = OpenBlock(BlockKind::kChunk, bytes);
   if (!block.ok()) return block.status();
-  if (block->count == 0 || !IsTagType(block->type)) return DamagedBlock("no such chunk is written");
-  const auto type = static_cast<TagType>(block->type);
-  std::vector<Sample> records(block->count);
+  if (block->head.count == 0 || !IsTagType(block->head.type)) return DamagedBlock("no such chunk is written");
+  const auto type = static_cast<TagType>(block->head.type);
+  std::vector<Sample> records(block->head.count);
   for (Sample& record : records) record.type = type;
   ByteReader in(block->body);
   const bool whole =
-      (block->format == kChunkFormat ? ReadFormat2(&in, records) : ReadFormat1(&in, records)) &&
+      (block->head.format == kChunkFormat ? ReadFormat2(&in, records) : ReadFormat1(&in, records)) &&
       in.AtEnd() && TimesAreValid(records) && ValuesAreValid(records);
   if (!whole) return DamagedBlock("the chunk's columns do not decode");
   return records;

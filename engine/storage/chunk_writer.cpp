@@ -89,9 +89,9 @@ void ChunkWriter::Loop() {
   std::unique_lock lock(mutex_);
   for (;;) {
     begun_.wait(lock, [&] { return is_working_ || folds_log_ || sorts_ || is_closing_; });
-    if (std::exchange(sorts_, false)) {
+    if (sorts_) {
       lock.unlock();
-      Sort();
+      SortIfAsked();
       lock.lock();
     } else if (std::exchange(folds_log_, false)) {
       lock.unlock();
@@ -111,14 +111,15 @@ void ChunkWriter::Loop() {
 }
 
 Status ChunkWriter::WriteGeneration() {
-  const PendingTags& generation = pending_.frozen();
-  std::vector<TagId> order;  // so that the chunks of a tag lie near those of its neighbours
-  order.reserve(generation.size());
-  for (const auto& [id, tag] : generation) order.push_back(id);
-  std::ranges::sort(order);
+  // In order, so that the chunks of a tag lie near those of its neighbours.
+  std::vector<const PendingTags::value_type*> generation;
+  generation.reserve(pending_.frozen().size());
+  for (const auto& tag : pending_.frozen()) generation.push_back(&tag);
+  std::ranges::sort(generation, {}, [](const auto* tag) { return tag->first; });
   Slice slice;
-  for (const TagId id : order) {
-    if (Status status = PlanTag(id, generation.at(id), &slice); !status.ok()) return status;
+  for (const auto* tag : generation) {
+    if (Status status = PlanTag(*tag, &slice); !status.ok()) return status;
+    SortIfAsked();
     if (slice.weight < kSliceBytes) continue;
     if (Status status = Write(slice); !status.ok()) return status;
     slice = {};
@@ -129,12 +130,13 @@ Status ChunkWriter::WriteGeneration() {
   return {};
 }
 
-Status ChunkWriter::PlanTag(TagId id, const PendingTag& tag, Slice* slice) {
+Status ChunkWriter::PlanTag(const PendingTags::value_type& tag, Slice* slice) {
   std::vector<Sample> merged;
-  Result<ChunkEdits> edits = PlanMerge(*reader_, id, tag.archive.All(&merged), chunk_records_);
+  Result<ChunkEdits> edits =
+      PlanMerge(*reader_, tag.first, tag.second.archive.All(&merged), chunk_records_);
   if (!edits.ok()) return edits.status();
   slice->weight += 2 * kRowBytes + WeightOf(*edits);
-  slice->tags.push_back(id);
+  slice->tags.push_back(&tag);
   slice->chunks.push_back(*std::move(edits));
   return {};
 }
@@ -147,8 +149,8 @@ Status ChunkWriter::Write(const Slice& slice) {
   for (const ChunkEdits& edits : slice.chunks) {
     if (Status status = ApplyEdits(file, edits); !status.ok()) return status;
   }
-  for (const TagId id : slice.tags) {
-    const PendingTag& tag = pending_.frozen().at(id);
+  for (const PendingTags::value_type* const entry : slice.tags) {
+    const auto& [id, tag] = *entry;
     Status status =
         tag.current ? PutRecord(file, RecordTable::kCurrent, id, *tag.current) : Status();
     if (status.ok() && tag.held.is_changed) status = WriteHeld(id, tag.held);
@@ -186,8 +188,13 @@ void ChunkWriter::FoldLog() {
   if (!status.ok()) Log().warn("SQLite's log is folded later: {}", status.message());
 }
 
-// What cannot be sorted for want of memory now stays for the next who tries.
-void ChunkWriter::Sort() {
+// Also while a generation is written, since that takes long. What cannot be sorted for want of
+// memory now stays for the next who tries.
+void ChunkWriter::SortIfAsked() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!std::exchange(sorts_, false)) return;
+  }
   const Status status = Guarded([&] {
     pending_.Sort();
     return Status();

@@ -65,19 +65,20 @@ class ChunkWriter {
   // What goes into the file in one transaction.
   struct Slice {
     std::vector<ChunkEdits> chunks;
-    std::vector<TagId> tags;  // whose current and held-back records go along
+    // Whose current and held-back records go along.
+    std::vector<const PendingTags::value_type*> tags;
     std::size_t weight = 0;
   };
 
   void AwaitDone(std::unique_lock<std::mutex>& lock);
   void Loop();
   Status WriteGeneration();
-  Status PlanTag(TagId id, const PendingTag& tag, Slice* slice);
+  Status PlanTag(const PendingTags::value_type& tag, Slice* slice);
   Status Write(const Slice& slice);
   Status WriteHeld(TagId id, const HeldChange& held);
   Status TrimJournal();
   void FoldLog();
-  void Sort();
+  void SortIfAsked();
 
   Writer& writer_;
   const std::unique_ptr<Connection> reader_;

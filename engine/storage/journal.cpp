@@ -10,6 +10,9 @@
 namespace zervane::storage {
 namespace {
 
+// What a block of kMaxBlockRecords numbers takes; one with long texts gives its memory back.
+constexpr std::size_t kMaxKeptBytes = 2 << 20;
+
 Status SetBatchesAside(Connection& connection, const std::vector<std::int64_t>& damaged) {
   if (damaged.empty()) return {};
   Transaction transaction(connection, Transaction::Kind::kWrite);
@@ -28,18 +31,21 @@ Status SetBatchesAside(Connection& connection, const std::vector<std::int64_t>& 
 
 }  // namespace
 
-std::vector<std::string> EncodeForJournal(std::span<const AcceptedSample> records) {
-  std::vector<std::string> rows;
-  while (!records.empty()) {
+std::span<const std::string_view> JournalEncoder::Encode(std::span<const AcceptedSample> records) {
+  const std::size_t count = (records.size() + kMaxBlockRecords - 1) / kMaxBlockRecords;
+  std::erase_if(blocks_, [](const ByteWriter& block) { return block.capacity() > kMaxKeptBytes; });
+  blocks_.resize(std::max(blocks_.size(), count));
+  rows_.clear();
+  for (std::size_t i = 0; i < count; ++i) {
     const auto part = records.first(std::min(records.size(), kMaxBlockRecords));
-    rows.push_back(EncodeBatch(part));
+    rows_.push_back(EncodeBatch(part, &blocks_[i]));
     records = records.subspan(part.size());
   }
-  return rows;
+  return rows_;
 }
 
-Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string> rows) {
-  for (const std::string& row : rows) {
+Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string_view> rows) {
+  for (const std::string_view row : rows) {
     Status status = Query(connection, "INSERT INTO journal (payload) VALUES (?)", row).Run();
     if (!status.ok()) return status;
   }

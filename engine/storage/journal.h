@@ -3,22 +3,31 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/status.h"
+#include "engine/storage/bytes.h"
 #include "engine/storage/sqlite.h"
 #include "engine/storage/store.h"
 
 // The table of accepted batches that wait to be brought into chunks, in their order.
 namespace zervane::storage {
 
-// The records, which are valid, as the rows of the journal that hold them.
-std::vector<std::string> EncodeForJournal(std::span<const AcceptedSample> records);
+// Turns records into rows of the journal, in memory that it keeps for the next ones.
+class JournalEncoder {
+ public:
+  // The rows that hold the records, which are valid; until the next call.
+  std::span<const std::string_view> Encode(std::span<const AcceptedSample> records);
+
+ private:
+  std::vector<ByteWriter> blocks_;
+  std::vector<std::string_view> rows_;
+};
 
 // Adds the rows, at least one, within the caller's transaction. Answers the last one's sequence
 // number.
-Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string> rows);
+Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string_view> rows);
 
 // Hands the batches to `take` in their order, each with its sequence number. A batch that does not
 // decode costs only itself: it is logged and moved to the table of damaged payloads.

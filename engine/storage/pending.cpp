@@ -7,8 +7,14 @@
 namespace zervane::storage {
 namespace {
 
-// A batch of more records is rare; its memory is not kept.
-constexpr std::size_t kSpareRecords = 65'536;
+// The memory of so many batches is kept for those to come; a batch of more records is rare, and its
+// memory is given back.
+constexpr std::size_t kSpares = 4;
+constexpr std::size_t kSpareRecords = 262'144;
+
+// The records of a batch go to as many ends of series as there are tags: the memory of so many of
+// them is on its way at a time.
+constexpr std::size_t kPrefetched = 12;
 
 const PendingTag* FindIn(const PendingTags& tags, TagId id) {
   const auto tag = tags.find(id);
@@ -19,13 +25,13 @@ const PendingTag* FindIn(const PendingTags& tags, TagId id) {
 
 bool Pending::AddTag(TagId id) {
   const std::unique_lock lock(mutex_);
-  return known_.insert(id).second;
+  return !std::exchange(places_.At(id).is_known, true);
 }
 
 void Pending::RemoveTag(TagId id) {
   const std::unique_lock lock(mutex_);
   SortUnderLock();
-  known_.erase(id);
+  if (Place* place = places_.Find(id)) *place = {};
   held_ms_.erase(id);
   active_.erase(id);
   frozen_.erase(id);
@@ -38,16 +44,20 @@ void Pending::KnowHeld(TagId tag, std::int64_t time_ms) {
 
 // ---- taking ----
 
-std::vector<AcceptedSample> Pending::Reserve() {
-  const std::unique_lock lock(mutex_);
+void Pending::Reserve() {
+  const std::lock_guard lock(intake_mutex_);
   if (taken_.size() == taken_.capacity()) taken_.reserve(16 + 2 * taken_.size());
-  return std::exchange(spare_, {});
+  spares_.reserve(kSpares);
 }
 
-std::size_t Pending::Take(std::vector<AcceptedSample> batch) noexcept {
-  const std::unique_lock lock(mutex_);
+std::size_t Pending::Take(std::vector<AcceptedSample>& batch) noexcept {
+  const std::lock_guard lock(intake_mutex_);
   taken_records_ += batch.size();
-  taken_.push_back(std::move(batch));
+  taken_.push_back(std::exchange(batch, {}));
+  if (!spares_.empty()) {
+    batch = std::move(spares_.back());
+    spares_.pop_back();
+  }
   return taken_records_;
 }
 
@@ -56,24 +66,40 @@ void Pending::Sort() {
   SortUnderLock();
 }
 
-// A batch that cannot be sorted for want of memory stays, with those after it, for the next try.
 void Pending::SortUnderLock() {
+  SortBatches();  // that could not be sorted before, for want of memory
+  {
+    const std::lock_guard lock(intake_mutex_);
+    sorting_.reserve(taken_.capacity());  // it takes its place, with the room that was promised
+    sorting_.swap(taken_);
+    taken_records_ = 0;
+  }
+  SortBatches();
+}
+
+// A batch that cannot be sorted for want of memory stays, with those after it, for the next try.
+void Pending::SortBatches() {
   std::size_t sorted = 0;
   const auto forget = [&] {
-    taken_.erase(taken_.begin(), taken_.begin() + static_cast<std::ptrdiff_t>(sorted));
+    sorting_.erase(sorting_.begin(), sorting_.begin() + static_cast<std::ptrdiff_t>(sorted));
   };
   try {
-    for (; sorted < taken_.size(); ++sorted) {
-      SortBatch(taken_[sorted]);
-      taken_records_ -= taken_[sorted].size();
-      taken_[sorted].clear();
-      if (taken_[sorted].capacity() <= kSpareRecords) spare_.swap(taken_[sorted]);
+    for (; sorted < sorting_.size(); ++sorted) {
+      SortBatch(sorting_[sorted]);
+      KeepMemory(std::move(sorting_[sorted]));
     }
   } catch (...) {
     forget();
     throw;
   }
   forget();
+}
+
+void Pending::KeepMemory(std::vector<AcceptedSample> batch) noexcept {
+  batch.clear();
+  if (batch.capacity() > kSpareRecords) return;
+  const std::lock_guard lock(intake_mutex_);
+  if (spares_.size() < spares_.capacity()) spares_.push_back(std::move(batch));
 }
 
 // What can fail comes first, so that a batch is sorted whole or not at all.
@@ -92,19 +118,23 @@ void Pending::SortBatch(std::span<const AcceptedSample> records) {
     if (record.archive) tag->archive.Expect();
     if (record.held) held_ms_.try_emplace(id, kNoTime);
   }
-  for (PendingTag* target : targets_) {
-    if (target != nullptr) target->archive.ReserveExpected();
-  }
   for (std::size_t i = 0; i < records.size(); ++i) {
+    const std::size_t ahead = std::min(i + kPrefetched, records.size() - 1);
+    if (targets_[ahead] != nullptr) targets_[ahead]->archive.PrefetchEnd();
     if (targets_[i] != nullptr) Put(records[i], targets_[i]);
   }
 }
 
 // The tag in the active generation; null when it is not known.
 PendingTag* Pending::Enter(TagId id) {
-  const auto found = active_.find(id);
-  if (found != active_.end()) return &found->second;
-  return known_.contains(id) ? &active_[id] : nullptr;
+  Place* place = places_.Find(id);
+  if (place == nullptr || !place->is_known) return nullptr;
+  if (place->active == nullptr) {
+    PendingTag& tag = active_[id];
+    tag.archive.ReserveInOrder(place->usual);
+    place->active = &tag;
+  }
+  return place->active;
 }
 
 void Pending::Put(const AcceptedSample& record, PendingTag* tag) noexcept {
@@ -136,6 +166,11 @@ std::size_t Pending::Freeze() {
   const std::unique_lock lock(mutex_);
   SortUnderLock();
   frozen_.swap(active_);
+  for (const auto& [id, tag] : frozen_) {
+    Place& place = *places_.Find(id);
+    place.active = nullptr;
+    place.usual = tag.archive.CountInOrder();
+  }
   return frozen_.size();
 }
 
@@ -150,7 +185,10 @@ void Pending::DropFrozen() noexcept {
 Pending::ReadLock Pending::LockForReading() {
   for (;;) {
     ReadLock lock(mutex_);
-    if (taken_.empty()) return lock;
+    {
+      const std::lock_guard intake_lock(intake_mutex_);
+      if (sorting_.empty() && taken_.empty()) return lock;
+    }
     lock.unlock();
     Sort();
   }

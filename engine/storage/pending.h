@@ -7,12 +7,12 @@
 #include <shared_mutex>
 #include <span>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "engine/storage/series.h"
 #include "engine/storage/store.h"
 #include "engine/storage/writer_first_mutex.h"
+#include "engine/tag_array.h"
 
 namespace zervane::storage {
 
@@ -36,8 +36,8 @@ using PendingTags = std::unordered_map<TagId, PendingTag>;
 // record of one time, the active one's counts.
 //
 // A batch is taken as it is, which cannot fail and takes no time, and sorted to its tags by whoever
-// comes next: a thread that has nothing better to do, or the first reader. So whoever wrote it does
-// not wait for that.
+// comes next: a thread that has nothing better to do, or the first reader. Whoever wrote it waits
+// neither for that nor for batches before it that are being sorted.
 //
 // Threads: any; frozen() is read by one that writes it into chunks, while no other freezes, removes
 // or drops.
@@ -51,10 +51,11 @@ class Pending {
   // Takes note that the file holds back a record of the tag, before the first batch.
   void KnowHeld(TagId tag, std::int64_t time_ms);
 
-  // Makes room, so that taking a batch cannot fail. An empty batch, whose memory was used before.
-  std::vector<AcceptedSample> Reserve();
-  // Takes a batch, which readers see from now on. Answers how many taken records are not sorted.
-  std::size_t Take(std::vector<AcceptedSample> batch) noexcept;
+  // Makes room, so that taking a batch cannot fail.
+  void Reserve();
+  // Takes a batch, which readers see from now on, and leaves an empty one in its place, whose memory
+  // was used before if there is some. Answers how many taken records are not sorted.
+  std::size_t Take(std::vector<AcceptedSample>& batch) noexcept;
   // Sorts to their tags what was taken.
   void Sort();
 
@@ -72,21 +73,36 @@ class Pending {
  private:
   using ReadLock = std::shared_lock<WriterFirstMutex>;
 
+  // What is known of a tag, by its identifier.
+  struct Place {
+    bool is_known = false;
+    PendingTag* active = nullptr;  // in active_, when it has something there
+    std::size_t usual = 0;         // how many archived records its last generation had
+  };
+
   // Under it everything is sorted.
   ReadLock LockForReading();
   void SortUnderLock();
+  void SortBatches();
+  void KeepMemory(std::vector<AcceptedSample> batch) noexcept;
   void SortBatch(std::span<const AcceptedSample> records);
   PendingTag* Enter(TagId id);
   void Put(const AcceptedSample& record, PendingTag* tag) noexcept;
   void EndHeld(const AcceptedSample& record, PendingTag* tag) noexcept;
 
-  WriterFirstMutex mutex_;  // guards all below
-  std::unordered_set<TagId> known_;
-  std::unordered_map<TagId, std::int64_t> held_ms_;  // of all held-back records, stored ones too
-  std::vector<std::vector<AcceptedSample>> taken_;   // not sorted yet
+  // Guards what stands up to the next mutex, for a few instructions at a time.
+  std::mutex intake_mutex_;
+  std::vector<std::vector<AcceptedSample>> taken_;  // not sorted yet
   std::size_t taken_records_ = 0;
-  std::vector<AcceptedSample> spare_;  // a sorted batch's memory
-  std::vector<PendingTag*> targets_;   // of the records of the batch being sorted; null: left out
+  std::vector<std::vector<AcceptedSample>> spares_;  // sorted batches' memory
+
+  // Guards all below; taken before the other. Batches leave taken_ under both, so that whoever holds
+  // this one, and finds taken_ and sorting_ empty, knows that everything is sorted.
+  WriterFirstMutex mutex_;
+  std::vector<std::vector<AcceptedSample>> sorting_;  // batches that left taken_
+  TagArray<Place> places_;
+  std::unordered_map<TagId, std::int64_t> held_ms_;  // of all held-back records, stored ones too
+  std::vector<PendingTag*> targets_;  // of the records of the batch being sorted; null: left out
   PendingTags active_;
   PendingTags frozen_;
 };

@@ -7,8 +7,17 @@
 
 namespace zervane::storage {
 
-// Whether every record has a tag, a time and a value that can be stored: ZR3_ERR_INVALID_ARGUMENT
-// with the first that has not.
+// Whether the record has a tag, a time and a value that can be stored.
+inline bool IsStorable(const AcceptedSample& record) {
+  const Sample& sample = record.sample;
+  return record.tag != 0 && sample.time_ms >= 0 && sample.time_ms <= kMaxTimeMs &&
+         CheckValue(sample.type, sample.value) == ValueFault::kNone;
+}
+
+// The refusal of a record that has not: ZR3_ERR_INVALID_ARGUMENT.
+Status NotStorable(const AcceptedSample& record);
+
+// Whether every record can be stored: else the refusal of the first that cannot.
 Status CheckRecords(std::span<const AcceptedSample> records);
 
 }  // namespace zervane::storage

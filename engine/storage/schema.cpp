@@ -60,11 +60,11 @@ CREATE TABLE held (
 constexpr char kNewFileSettings[] = "PRAGMA auto_vacuum = INCREMENTAL";
 
 // Every commit is synced to the disk before it is answered. Freed pages are not overwritten: the
-// journal frees as much as it writes. The log is cut back to 16 MiB whenever it starts over.
+// journal frees as much as it writes. The log is cut back to 64 MiB whenever it starts over.
 constexpr char kWriterSettings[] = R"(
 PRAGMA synchronous = FULL;
 PRAGMA secure_delete = OFF;
-PRAGMA journal_size_limit = 16777216;
+PRAGMA journal_size_limit = 67108864;
 PRAGMA cache_size = -16384;
 PRAGMA temp_store = MEMORY;
 )";

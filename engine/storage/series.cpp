@@ -48,16 +48,6 @@ void Series::Reserve(std::size_t records) {
   ReserveMore(&late_, late_.size() + records);
 }
 
-void Series::Put(Sample sample) noexcept {
-  if (in_order_.empty() || sample.time_ms > in_order_.back().time_ms) {
-    in_order_.push_back(std::move(sample));
-  } else if (sample.time_ms == in_order_.back().time_ms) {
-    in_order_.back() = std::move(sample);
-  } else {
-    late_.push_back(std::move(sample));
-  }
-}
-
 std::vector<Sample> Series::Copy(TimeRange range, Direction direction, std::size_t limit) const {
   const std::span<const Sample> in_order = Within(in_order_, range);
   const std::vector<const Sample*> late = LateWithin(range);

@@ -25,11 +25,21 @@ class Series {
 
   void Put(Sample sample) noexcept;
 
-  // The same for records that are counted first: as many calls of Put cannot fail after it.
-  void Expect() { ++expected_; }
-  void ReserveExpected() {
-    if (expected_ > 0) Reserve(std::exchange(expected_, 0));
+  // Makes room for about as many that come in order, so that they need not move when they grow.
+  void ReserveInOrder(std::size_t records) { in_order_.reserve(records); }
+  std::size_t CountInOrder() const { return in_order_.size(); }
+
+  // Makes room for one more call of Put, beside those that were expected before and are still to
+  // come.
+  void Expect() {
+    ++expected_;
+    const bool has_room = in_order_.capacity() - in_order_.size() >= expected_ &&
+                          late_.capacity() - late_.size() >= expected_;
+    if (!has_room) Reserve(expected_);
   }
+
+  // Has the memory behind the last record fetched, where the next one goes.
+  void PrefetchEnd() const { __builtin_prefetch(in_order_.data() + in_order_.size(), 1); }
 
   bool empty() const { return in_order_.empty(); }
 
@@ -50,8 +60,19 @@ class Series {
 
   std::vector<Sample> in_order_;  // strictly ascending in time
   std::vector<Sample> late_;      // before the last one in order; as they came
-  std::size_t expected_ = 0;
+  std::size_t expected_ = 0;      // calls of Put to come, at most
 };
+
+inline void Series::Put(Sample sample) noexcept {
+  if (expected_ > 0) --expected_;
+  if (in_order_.empty() || sample.time_ms > in_order_.back().time_ms) {
+    in_order_.push_back(std::move(sample));
+  } else if (sample.time_ms == in_order_.back().time_ms) {
+    in_order_.back() = std::move(sample);
+  } else {
+    late_.push_back(std::move(sample));
+  }
+}
 
 // Merges older records into newer ones of the same range and direction. Where both have a record of
 // one time, the newer counts.

@@ -21,8 +21,9 @@
 namespace zervane::storage {
 namespace {
 
-// Some 16 MiB of SQLite's log: several large batches share the work of folding it into the file.
-constexpr int kMaxLogPages = 4096;
+// Some 64 MiB of SQLite's log. The journal's pages are freed and written again; the more often that
+// happens before they are folded into the file, the less the disk is busy with what nobody needs.
+constexpr int kMaxLogPages = 16384;
 
 // The journal is trimmed by parts of this weight, so that trimming holds nobody up.
 constexpr std::size_t kCutBytes = 4 << 20;
@@ -31,7 +32,7 @@ constexpr std::size_t kMinCutBytes = 4 << 10;  // what a batch weighs at least
 // Records that are worth waking a thread to sort them to their tags; and so many that those who
 // append do it themselves, when that thread has other work.
 constexpr std::size_t kWorthSorting = 1'000;
-constexpr std::size_t kMaxUnsorted = 32'768;
+constexpr std::size_t kMaxUnsorted = 131'072;
 
 // What is free at a close is cut off the file, up to 64 MiB, since a close should not last.
 constexpr char kCutFreePages[] = "PRAGMA incremental_vacuum(16384)";
@@ -39,10 +40,12 @@ constexpr char kCutFreePages[] = "PRAGMA incremental_vacuum(16384)";
 // From so many tags on a database gets more room for what is pending.
 constexpr std::size_t kManyTags = 4096;
 
-std::size_t WeightOf(std::span<const AcceptedSample> records) {
+// What the records weigh; the refusal of the first that cannot be stored.
+Result<std::size_t> Weigh(std::span<const AcceptedSample> records) {
   std::size_t bytes = records.size() * kPendingRecordBytes;
   for (const AcceptedSample& record : records) {
-    if (const auto* text = std::get_if<TextValue>(&record.sample.value)) bytes += text->size();
+    if (!IsStorable(record)) return NotStorable(record);
+    bytes += record.sample.value.text_size();
   }
   return bytes;
 }
@@ -84,6 +87,12 @@ class SqliteStore final : public Store {
     return Guarded([&] { return DoLoadCurrent(); });
   }
   Status Append(std::span<const AcceptedSample> records) override {
+    return Guarded([&] {
+      std::vector<AcceptedSample> copies(records.begin(), records.end());
+      return DoAppend(copies);
+    });
+  }
+  Status AppendTaking(std::vector<AcceptedSample>& records) override {
     return Guarded([&] { return DoAppend(records); });
   }
   Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
@@ -102,7 +111,7 @@ class SqliteStore final : public Store {
   Status DoPutTag(const TagProperties& properties, std::int64_t version);
   Status DoRemoveTag(TagId id, std::int64_t version);
   Result<std::vector<TagSample>> DoLoadCurrent();
-  Status DoAppend(std::span<const AcceptedSample> records);
+  Status DoAppend(std::vector<AcceptedSample>& records);
   Result<std::vector<Sample>> DoRead(TagId id, TimeRange range, Direction direction,
                                      std::size_t limit);
   Result<std::int64_t> DoCount(TagId id, TimeRange range);
@@ -112,7 +121,7 @@ class SqliteStore final : public Store {
   Status StartChunks(const std::filesystem::path& file);
   Status LoadHeld();
   Status Journal(std::span<const AcceptedSample> records);
-  void Took(std::span<const AcceptedSample> records, std::int64_t seq);
+  void Took(std::size_t bytes, std::int64_t seq);
   Status MakeRoom();
   void BeginChunks();
   Status WriteAllChunks();
@@ -127,6 +136,7 @@ class SqliteStore final : public Store {
   std::size_t uncut_bytes_ = 0;             // since the last of the cuts
   std::int64_t last_seq_ = 0;               // of the journal
   std::vector<std::int64_t> journal_cuts_;  // where the journal may be trimmed, ascending
+  JournalEncoder encoder_;
 
   // Of all threads.
   Writer writer_;
@@ -143,9 +153,9 @@ Status SqliteStore::Start(const std::filesystem::path& file) {
   if (Status status = StartChunks(file); !status.ok()) return status;
   if (Status status = LoadHeld(); !status.ok()) return status;
   const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) {
-    (void)pending_.Reserve();
-    Took(records, seq);
-    pending_.Take(std::move(records));
+    pending_.Reserve();
+    Took(*Weigh(records), seq);  // a batch that decodes can be stored
+    pending_.Take(records);
   };
   if (Status status = ReplayJournal(*writer_.connection, take); !status.ok()) return status;
   pending_.Sort();
@@ -251,22 +261,22 @@ Result<std::optional<Sample>> SqliteStore::DoReadHeld(TagId id) {
   return LoadRecord(**reader, RecordTable::kHeld, id);
 }
 
-Status SqliteStore::DoAppend(std::span<const AcceptedSample> records) {
-  if (Status status = CheckRecords(records); !status.ok()) return status;
+Status SqliteStore::DoAppend(std::vector<AcceptedSample>& records) {
+  const Result<std::size_t> bytes = Weigh(records);
+  if (!bytes.ok()) return bytes.status();
   if (Status status = MakeRoom(); !status.ok()) return status;
   // What can fail comes before the commit, so that the memory follows the journal for certain.
-  std::vector<AcceptedSample> batch = pending_.Reserve();
-  batch.assign(records.begin(), records.end());
+  pending_.Reserve();
   journal_cuts_.reserve(journal_cuts_.size() + 1);
   if (Status status = Journal(records); !status.ok()) return status;
-  Took(records, last_seq_);
-  unsorted_ = pending_.Take(std::move(batch));
+  Took(*bytes, last_seq_);
+  unsorted_ = pending_.Take(records);
   if (unsorted_ >= kWorthSorting) chunks_->SortSoon();
   return {};
 }
 
 Status SqliteStore::Journal(std::span<const AcceptedSample> records) {
-  const std::vector<std::string> rows = EncodeForJournal(records);
+  const std::span<const std::string_view> rows = encoder_.Encode(records);
   const std::lock_guard turn(writer_.mutex);
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
@@ -298,10 +308,9 @@ Result<std::int64_t> SqliteStore::DoCount(TagId id, TimeRange range) {
 
 // ---- from the journal to chunks ----
 
-// Takes account of pending records that the journal has up to a sequence number.
-void SqliteStore::Took(std::span<const AcceptedSample> records, std::int64_t seq) {
+// Takes account of pending records, by their weight, that the journal has up to a sequence number.
+void SqliteStore::Took(std::size_t bytes, std::int64_t seq) {
   last_seq_ = seq;
-  const std::size_t bytes = WeightOf(records);
   pending_bytes_ += bytes;
   uncut_bytes_ += std::max(bytes, kMinCutBytes);
   if (uncut_bytes_ < kCutBytes) return;

@@ -60,6 +60,10 @@ class Store {
   // cannot be stored.
   virtual Status Append(std::span<const AcceptedSample> records) = 0;
 
+  // The same where the caller needs the records no more: a store that keeps records in memory takes
+  // them as they are, and may leave other memory in their place. On a failure they are untouched.
+  virtual Status AppendTaking(std::vector<AcceptedSample>& records) { return Append(records); }
+
   // Up to `limit` archived records of the range, ascending from its start or descending from its
   // end. Memory is needed only for what is returned. ZR3_ERR_STORAGE_DAMAGED when records that are
   // wanted cannot be read any more.

@@ -22,7 +22,7 @@ namespace {
 std::string Section(std::string_view bytes) {
   ByteWriter out;
   WriteSection(bytes, &out);
-  return out.Take();
+  return std::string(out.bytes());
 }
 
 struct SectionCase {
@@ -73,7 +73,7 @@ using Numbers = std::vector<std::int64_t>;
 std::string Column(const Numbers& numbers) {
   ByteWriter out;
   WriteIntegers(numbers, &out);
-  return out.Take();
+  return std::string(out.bytes());
 }
 
 void ExpectBack(const Numbers& numbers) {

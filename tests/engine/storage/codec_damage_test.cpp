@@ -89,11 +89,14 @@ TEST(Damage, UnderARightChecksumNeverLetsInvalidRecordsThrough) {
         for (int change = 0; change < 3; ++change) {
           forged.body[random() % forged.body.size()] = static_cast<char>(random());
         }
-        if (round % 3 == 0) forged.count = random() % kMaxBlockRecords;
-        if (round % 4 == 0) forged.format = static_cast<std::uint8_t>(1 + random() % 2);
-        if (round % 5 == 0) forged.type = static_cast<std::uint8_t>(random() % 9);
+        if (round % 3 == 0) forged.head.count = random() % kMaxBlockRecords;
+        if (round % 4 == 0) forged.head.format = static_cast<std::uint8_t>(1 + random() % 2);
+        if (round % 5 == 0) forged.head.type = static_cast<std::uint8_t>(random() % 9);
         if (round % 7 == 0) forged.body.resize(random() % forged.body.size());
-        const std::string sealed = SealBlock(kind, forged);
+        ByteWriter block;
+        BeginBlock(&block);
+        block.Bytes(forged.body);
+        const std::string_view sealed = SealBlock(kind, forged.head, &block);
         if (const auto chunk = DecodeChunk(sealed); chunk.ok()) ExpectValid(*chunk);
         if (const auto batch = DecodeBatch(sealed); batch.ok()) {
           for (const AcceptedSample& record : *batch) {
@@ -127,7 +130,7 @@ std::string Forged(std::string_view front, std::uint32_t type, std::uint32_t cou
   const std::uint32_t checksum = PlainCrc32(std::string(header.bytes()) + std::string(body));
   header.Fixed(checksum);
   header.Bytes(body);
-  return header.Take();
+  return std::string(header.bytes());
 }
 
 constexpr std::string_view kFormat1("ZC\x01\x00", 4);

@@ -23,7 +23,7 @@ TEST_P(Varints, ComeBack) {
   ByteWriter out;
   out.SignedVarint(GetParam());
   out.Varint(static_cast<std::uint64_t>(GetParam()));
-  const std::string bytes = out.Take();
+  const std::string bytes = std::string(out.bytes());
   ByteReader in(bytes);
   EXPECT_EQ(in.SignedVarint(), GetParam());
   EXPECT_EQ(in.Varint(), static_cast<std::uint64_t>(GetParam()));
