@@ -11,6 +11,30 @@
 namespace zervane::storage {
 namespace {
 
+// What a query answers that a sound index would not.
+Status DamagedIndex(TagId tag) {
+  return Status(ZR3_ERR_STORAGE_DAMAGED, fmt::format("the chunks of tag {} are out of order", tag));
+}
+
+// Whether chunks come one behind the other, in a direction: they do, unless the file is damaged, and
+// then their records would come out of order, or twice.
+class ChunkOrder {
+ public:
+  explicit ChunkOrder(Direction direction)
+      : direction_(direction), end_ms_(direction == Direction::kForward ? -1 : kMaxTimeMs + 1) {}
+
+  bool Takes(const ChunkExtent& next) {
+    const bool forward = direction_ == Direction::kForward;
+    const bool follows = forward ? next.first_ms > end_ms_ : next.last_ms < end_ms_;
+    end_ms_ = forward ? next.last_ms : next.first_ms;
+    return follows && next.first_ms <= next.last_ms;
+  }
+
+ private:
+  const Direction direction_;
+  std::int64_t end_ms_;  // of what came so far
+};
+
 // The chunks of tag ?1 that overlap [?2, ?3]. Since chunks do not overlap each other, the search
 // starts at the last one that begins by ?2 and needs no other.
 #define ZERVANE_OVERLAPPING_CHUNKS                                                        \
@@ -59,16 +83,25 @@ Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId
             "SELECT id, tag, first_time, last_time, count FROM chunk "
             "WHERE tag = ? AND first_time <= ? ORDER BY first_time DESC LIMIT 1",
             tag, time_ms);
-  if (row.Next()) return std::optional(ReadExtent(row));
+  if (row.Next()) {
+    const ChunkExtent extent = ReadExtent(row);
+    if (extent.first_ms > time_ms) return DamagedIndex(tag);
+    return std::optional(extent);
+  }
   if (!row.status().ok()) return row.status();
   return std::optional<ChunkExtent>();
 }
 
 Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
                                                    std::int64_t time_ms) {
-  Query row(connection, "SELECT min(first_time) FROM chunk WHERE tag = ? AND first_time > ?", tag,
-            time_ms);
-  if (row.Next() && !row.IsNull(0)) return std::optional(row.Integer(0));
+  // What is no time, in a damaged row, is greater than all times.
+  Query row(connection,
+            "SELECT min(first_time) FROM chunk WHERE tag = ? AND first_time > ? AND first_time <= ?",
+            tag, time_ms, kMaxTimeMs);
+  if (row.Next() && !row.IsNull(0)) {
+    if (row.Integer(0) <= time_ms) return DamagedIndex(tag);
+    return std::optional(row.Integer(0));
+  }
   if (!row.status().ok()) return row.status();
   return std::optional<std::int64_t>();
 }
@@ -76,8 +109,10 @@ Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId
 Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
                     const std::function<Status(const ChunkExtent&)>& take) {
   Query rows(connection, kExtentsSql, tag, range.from_ms, range.to_ms);
+  ChunkOrder order(Direction::kForward);
   while (rows.Next()) {
     const ChunkExtent extent = ReadExtent(rows);
+    if (!order.Takes(extent)) return DamagedIndex(tag);
     if (extent.count < 1 || std::cmp_greater(extent.count, kMaxBlockRecords)) {
       return DamagedChunk(extent, "no chunk has as many");
     }
@@ -97,9 +132,12 @@ Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction
                    const std::function<bool(std::vector<Sample>)>& take) {
   const bool forward = direction == Direction::kForward;
   Query rows(connection, forward ? kAscendingSql : kDescendingSql, tag, range.from_ms, range.to_ms);
+  ChunkOrder order(direction);
   while (rows.Next()) {
-    Result<std::vector<Sample>> records = DecodeRow(ReadExtent(rows), rows.Bytes(5));
+    const ChunkExtent extent = ReadExtent(rows);
+    Result<std::vector<Sample>> records = DecodeRow(extent, rows.Bytes(5));
     if (!records.ok()) return records.status();
+    if (!order.Takes(extent)) return DamagedIndex(tag);
     if (!take(*std::move(records))) return {};
   }
   return rows.status();

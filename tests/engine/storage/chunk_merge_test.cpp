@@ -223,5 +223,39 @@ TEST_F(ChunkMerging, RefusesAChunkThatIsNotWhatItsRowSays) {
   EXPECT_EQ(LoadChunk(*file_, Extents().front()).code(), ZR3_ERR_STORAGE_DAMAGED);
 }
 
+// ---- damage that no checksum covers ----
+
+TEST_F(ChunkMerging, PassesOverARowWhoseStartIsNoTime) {
+  Merge(Records(1, 35));
+  EXPECT_TRUE(file_->Execute("UPDATE chunk SET first_time = x'00' WHERE first_time = 31").ok());
+  Merge(Records(12, 13, 1, 7));
+  Merge(Records(40, 41));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(11, 20), Pair(21, 30), Pair(40, 41)));
+  EXPECT_EQ(AllRecords().size(), 32U);
+}
+
+// An index that is read the other way round answers chunks in no order.
+TEST_F(ChunkMerging, SaysSoWhenTheIndexIsOutOfOrder) {
+  Merge(Records(1, 60));
+  EXPECT_TRUE(file_->Execute("PRAGMA writable_schema = ON;"
+                             "UPDATE sqlite_schema SET sql = replace(sql, 'first_time', "
+                             "'first_time DESC') WHERE name = 'chunk_extent'")
+                  .ok());
+  file_ = *Connection::Open(folder_.path() / "zervane.db");
+  for (const std::int64_t from : {0, 5, 12, 35, 58, 61}) {
+    const ByTime records = Records(from, from + 1);
+    const std::vector<Sample> late = {records.at(from), records.at(from + 1)};
+    const auto edits = PlanMerge(*file_, kTag, late, kChunkRecords);
+    EXPECT_TRUE(edits.ok() || edits.code() == ZR3_ERR_STORAGE_DAMAGED) << from;
+  }
+  const auto take = [](const ChunkExtent&) { return Status(); };
+  EXPECT_EQ(VisitExtents(*file_, kTag, {}, take).code(), ZR3_ERR_STORAGE_DAMAGED);
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    const Status read =
+        VisitChunks(*file_, kTag, {}, direction, [](std::vector<Sample>) { return true; });
+    EXPECT_EQ(read.code(), ZR3_ERR_STORAGE_DAMAGED);
+  }
+}
+
 }  // namespace
 }  // namespace zervane::storage
