@@ -21,7 +21,7 @@ namespace zervane {
 // lost with the object. A filter is made when the first record of its tag comes: it archives what
 // the store holds back, and starts anew from the current value.
 //
-// Threads: the write queue's alone, in which the catalogue changes too.
+// Threads: one at a time, the one that commits or changes the catalogue.
 class RecordFilters {
  public:
   RecordFilters(Store& store, const Catalogue& catalogue, const CurrentValues& current_values)
