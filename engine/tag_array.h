@@ -10,8 +10,8 @@
 namespace zervane {
 
 // Something for every tag, found by its identifier in a few instructions. Identifiers count up from
-// 1, so it is an array, in pieces of 2^kPieceBits elements that are made when one of theirs is first
-// asked for; a single great identifier costs 8 bytes for each piece before its own.
+// 1, so it is an array, in pieces of 2^kPieceBits elements that are made when one of theirs is
+// first asked for; a single great identifier costs 8 bytes for each piece before its own.
 //
 // Threads: as a container.
 template <typename T, std::size_t kPieceBits = 10>

@@ -35,8 +35,8 @@ constexpr bool IsTagType(ZR3_TAG_TYPE type) {
 constexpr std::size_t kMaxStringBytes = ZR3_LEN_VALUE - 1;  // without the terminator
 constexpr std::size_t kMaxBlobBytes = ZR3_LEN_VALUE;
 
-// A value: a number or a text. The tag's type fixes which: INT8, INT16, INT32 and DIGITAL use int32,
-// FLOAT32 float, FLOAT64 double, STRING (without its terminator) and BLOB TextValue.
+// A value: a number or a text. The tag's type fixes which: INT8, INT16, INT32 and DIGITAL use
+// int32, FLOAT32 float, FLOAT64 double, STRING (without its terminator) and BLOB TextValue.
 //
 // Nearly all values are numbers, and millions of them are copied from thread to thread: a number's
 // bits stand in the value itself, so that to copy, move or drop it takes an instruction or two.
@@ -46,8 +46,7 @@ class Value {
 
   Value() : Value(std::int32_t{0}) {}
   // NOLINTBEGIN(google-explicit-constructor): it is what it is made of
-  Value(std::int32_t number)
-      : bits_(static_cast<std::uint32_t>(number)), kind_(Kind::kInteger) {}
+  Value(std::int32_t number) : bits_(static_cast<std::uint32_t>(number)), kind_(Kind::kInteger) {}
   Value(float number) : bits_(std::bit_cast<std::uint32_t>(number)), kind_(Kind::kFloat32) {}
   Value(double number) : bits_(std::bit_cast<std::uint64_t>(number)), kind_(Kind::kFloat64) {}
   Value(TextValue text) noexcept : text_(std::move(text)), kind_(Kind::kText) {}

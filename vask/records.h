@@ -18,8 +18,8 @@ Result<std::int64_t> ReadTime(int32 seconds, int16 milliseconds);
 // ZR3_ERR_INVALID_REGION.
 Result<TimeRange> ReadRegion(const ZR3TimeRegion& region);
 
-// The record that a caller writes, into `sample`: ZR3_ERR_INVALID_TIME, ZR3_ERR_TYPE_MISMATCH when the type is
-// none, ZR3_ERR_NULL_ARGUMENT, ZR3_ERR_INVALID_TEXT, ZR3_ERR_VALUE_TOO_LONG.
+// The record that a caller writes, into `sample`: ZR3_ERR_INVALID_TIME, ZR3_ERR_TYPE_MISMATCH when
+// the type is none, ZR3_ERR_NULL_ARGUMENT, ZR3_ERR_INVALID_TEXT, ZR3_ERR_VALUE_TOO_LONG.
 Status ReadRecord(const ZR3Record& record, Sample* sample);
 
 // Whether values of the type travel in the caller's buffer.

@@ -77,8 +77,7 @@ bool WriteQueue::IsFull() const {
 void WriteQueue::Loop() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    work_.wait(lock,
-               [&] { return !is_carrying_out_ && (is_closing_ || !waiting_.IsEmpty()); });
+    work_.wait(lock, [&] { return !is_carrying_out_ && (is_closing_ || !waiting_.IsEmpty()); });
     if (waiting_.IsEmpty()) return;
     CarryOut(lock);
   }

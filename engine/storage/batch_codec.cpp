@@ -40,9 +40,7 @@ char* PutValue(char* to, const Value& value) {
   return PutBytes(PutVarint(to, bytes.size()), bytes);
 }
 
-std::size_t TextBytes(const Value& value) {
-  return value.text_size();
-}
+std::size_t TextBytes(const Value& value) { return value.text_size(); }
 
 Value ReadValue(TagType type, ByteReader* in) {
   switch (type) {
@@ -111,8 +109,8 @@ std::string_view EncodeBatch(std::span<const AcceptedSample> records, ByteWriter
     WriteRecord(record, *before, block);
     before = &record;
   }
-  return SealBlock(BlockKind::kBatch,
-                   {.format = kBatchFormat, .type = 0, .count = records.size()}, block);
+  return SealBlock(BlockKind::kBatch, {.format = kBatchFormat, .type = 0, .count = records.size()},
+                   block);
 }
 
 Result<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes) {

@@ -39,9 +39,9 @@ struct Block {
 // Makes `block` the beginning of a block, behind which its body is to be written.
 void BeginBlock(ByteWriter* block);
 
-// The block as bytes, which stay in `block`, from what BeginBlock began, the body as it is: a chunk's
-// columns are compressed already, and a batch waits for the disk no longer than for a compressor. At
-// most kMaxBlockRecords records of at most kMaxRecordBytes in the body.
+// The block as bytes, which stay in `block`, from what BeginBlock began, the body as it is: a
+// chunk's columns are compressed already, and a batch waits for the disk no longer than for a
+// compressor. At most kMaxBlockRecords records of at most kMaxRecordBytes in the body.
 std::string_view SealBlock(BlockKind kind, const BlockHead& head, ByteWriter* block);
 
 // The block in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless they are exactly

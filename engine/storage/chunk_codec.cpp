@@ -84,14 +84,15 @@ std::string EncodeChunk(std::span<const Sample> records) {
 Result<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
   const Result<Block> block = OpenBlock(BlockKind::kChunk, bytes);
   if (!block.ok()) return block.status();
-  if (block->head.count == 0 || !IsTagType(block->head.type)) return DamagedBlock("no such chunk is written");
+  if (block->head.count == 0 || !IsTagType(block->head.type))
+    return DamagedBlock("no such chunk is written");
   const auto type = static_cast<TagType>(block->head.type);
   std::vector<Sample> records(block->head.count);
   for (Sample& record : records) record.type = type;
   ByteReader in(block->body);
-  const bool whole =
-      (block->head.format == kChunkFormat ? ReadFormat2(&in, records) : ReadFormat1(&in, records)) &&
-      in.AtEnd() && TimesAreValid(records) && ValuesAreValid(records);
+  const bool whole = (block->head.format == kChunkFormat ? ReadFormat2(&in, records)
+                                                         : ReadFormat1(&in, records)) &&
+                     in.AtEnd() && TimesAreValid(records) && ValuesAreValid(records);
   if (!whole) return DamagedBlock("the chunk's columns do not decode");
   return records;
 }

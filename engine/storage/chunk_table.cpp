@@ -16,8 +16,8 @@ Status DamagedIndex(TagId tag) {
   return Status(ZR3_ERR_STORAGE_DAMAGED, fmt::format("the chunks of tag {} are out of order", tag));
 }
 
-// Whether chunks come one behind the other, in a direction: they do, unless the file is damaged, and
-// then their records would come out of order, or twice.
+// Whether chunks come one behind the other, in a direction: they do, unless the file is damaged,
+// and then their records would come out of order, or twice.
 class ChunkOrder {
  public:
   explicit ChunkOrder(Direction direction)
@@ -95,9 +95,10 @@ Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId
 Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
                                                    std::int64_t time_ms) {
   // What is no time, in a damaged row, is greater than all times.
-  Query row(connection,
-            "SELECT min(first_time) FROM chunk WHERE tag = ? AND first_time > ? AND first_time <= ?",
-            tag, time_ms, kMaxTimeMs);
+  Query row(
+      connection,
+      "SELECT min(first_time) FROM chunk WHERE tag = ? AND first_time > ? AND first_time <= ?", tag,
+      time_ms, kMaxTimeMs);
   if (row.Next() && !row.IsNull(0)) {
     if (row.Integer(0) <= time_ms) return DamagedIndex(tag);
     return std::optional(row.Integer(0));

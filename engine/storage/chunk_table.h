@@ -34,8 +34,8 @@ Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId
 
 // Hands the chunks of the tag that overlap the range to `take`, ascending and one at a time, until
 // it fails; its failure is the result. All are of one state of the table, which LoadChunk sees too
-// within `take`. ZR3_ERR_STORAGE_DAMAGED when a row counts records that no chunk can have, or when the
-// chunks are out of order.
+// within `take`. ZR3_ERR_STORAGE_DAMAGED when a row counts records that no chunk can have, or when
+// the chunks are out of order.
 Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
                     const std::function<Status(const ChunkExtent&)>& take);
 
@@ -44,8 +44,8 @@ Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent&
 
 // Hands the records of the chunks that overlap the range to `take`, chunk by chunk in the
 // direction's order (ascending within a chunk), until it answers false. Holds one chunk at a time;
-// all are of one state of the table. ZR3_ERR_STORAGE_DAMAGED when one does not decode to what its row
-// says, or when they are out of order.
+// all are of one state of the table. ZR3_ERR_STORAGE_DAMAGED when one does not decode to what its
+// row says, or when they are out of order.
 Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
                    const std::function<bool(std::vector<Sample>)>& take);
 

@@ -53,8 +53,8 @@ class Pending {
 
   // Makes room, so that taking a batch cannot fail.
   void Reserve();
-  // Takes a batch, which readers see from now on, and leaves an empty one in its place, whose memory
-  // was used before if there is some. Answers how many taken records are not sorted.
+  // Takes a batch, which readers see from now on, and leaves an empty one in its place, whose
+  // memory was used before if there is some. Answers how many taken records are not sorted.
   std::size_t Take(std::vector<AcceptedSample>& batch) noexcept;
   // Sorts to their tags what was taken.
   void Sort();
@@ -96,8 +96,8 @@ class Pending {
   std::size_t taken_records_ = 0;
   std::vector<std::vector<AcceptedSample>> spares_;  // sorted batches' memory
 
-  // Guards all below; taken before the other. Batches leave taken_ under both, so that whoever holds
-  // this one, and finds taken_ and sorting_ empty, knows that everything is sorted.
+  // Guards all below; taken before the other. Batches leave taken_ under both, so that whoever
+  // holds this one, and finds taken_ and sorting_ empty, knows that everything is sorted.
   WriterFirstMutex mutex_;
   std::vector<std::vector<AcceptedSample>> sorting_;  // batches that left taken_
   TagArray<Place> places_;

@@ -380,8 +380,7 @@ class FilteredStream : public FilteredMemory {
     for (int i = 0; i < 400; ++i) {
       std::vector<Sample> batch(static_cast<std::size_t>(1 + below(5)));
       for (Sample& record : batch) {
-        sample.value =
-            sample.value.float64() + std::uniform_real_distribution(-0.7, 0.7)(random);
+        sample.value = sample.value.float64() + std::uniform_real_distribution(-0.7, 0.7)(random);
         sample.time_ms += below(4) * 500;
         record = sample;
       }

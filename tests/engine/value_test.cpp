@@ -81,15 +81,15 @@ TEST_P(CopiedValue, TakesThePlaceOfAnyOther) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Value, CopiedValue,
-    testing::Values(KindCase{"Nothing", Value(), Value::Kind::kInteger},
-                    KindCase{"Integer", std::int32_t{-7}, Value::Kind::kInteger},
-                    KindCase{"Float32", 1.25F, Value::Kind::kFloat32},
-                    KindCase{"Float64", -0.1, Value::Kind::kFloat64},
-                    KindCase{"Text", std::string("text"), Value::Kind::kText},
-                    KindCase{"EmptyText", std::string(), Value::Kind::kText}),
-    CaseName());
+INSTANTIATE_TEST_SUITE_P(Value, CopiedValue,
+                         testing::Values(KindCase{"Nothing", Value(), Value::Kind::kInteger},
+                                         KindCase{"Integer", std::int32_t{-7},
+                                                  Value::Kind::kInteger},
+                                         KindCase{"Float32", 1.25F, Value::Kind::kFloat32},
+                                         KindCase{"Float64", -0.1, Value::Kind::kFloat64},
+                                         KindCase{"Text", std::string("text"), Value::Kind::kText},
+                                         KindCase{"EmptyText", std::string(), Value::Kind::kText}),
+                         CaseName());
 
 TEST(Values, CompareAsNumbers) {
   EXPECT_EQ(Value(0.0), Value(-0.0));

@@ -237,9 +237,10 @@ TEST_F(ChunkMerging, PassesOverARowWhoseStartIsNoTime) {
 // An index that is read the other way round answers chunks in no order.
 TEST_F(ChunkMerging, SaysSoWhenTheIndexIsOutOfOrder) {
   Merge(Records(1, 60));
-  EXPECT_TRUE(file_->Execute("PRAGMA writable_schema = ON;"
-                             "UPDATE sqlite_schema SET sql = replace(sql, 'first_time', "
-                             "'first_time DESC') WHERE name = 'chunk_extent'")
+  EXPECT_TRUE(file_
+                  ->Execute("PRAGMA writable_schema = ON;"
+                            "UPDATE sqlite_schema SET sql = replace(sql, 'first_time', "
+                            "'first_time DESC') WHERE name = 'chunk_extent'")
                   .ok());
   file_ = *Connection::Open(folder_.path() / "zervane.db");
   for (const std::int64_t from : {0, 5, 12, 35, 58, 61}) {

@@ -1,11 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <random>
-#include <string>
+#include <filesystem>
 
+#include "tests/engine/storage/kill_fixture.h"
 #include "tests/engine/storage/kill_script.h"
 #include "tests/engine/storage/support.h"
-#include "tests/engine/storage/writing_process.h"
 
 namespace zervane::storage {
 namespace {
@@ -29,35 +28,18 @@ KillModel Contents(Store& store) {
   return contents;
 }
 
-class KilledWriter : public testing::Test {
+class KilledWriter : public KillFixture {
  protected:
-  std::int64_t Draw(std::int64_t from, std::int64_t to) {
-    return std::uniform_int_distribution(from, to)(random_);
-  }
+  KilledWriter() : KillFixture(ZERVANE_KILL_WRITER, 40) {}
 
-  // Lets a writer go on and kills it. The model gets what it answered.
-  void WriteAndKill() {
-    const WritingProcess writer(ZERVANE_KILL_WRITER, folder_.path(), seed_, next_step_);
-    const std::int64_t wanted = Draw(1, 40);
-    std::optional<std::int64_t> answer;
-    for (std::int64_t i = 0; i < wanted; ++i) {
-      answer = writer.NextAnswer();
-      ASSERT_TRUE(answer.has_value()) << "the writer failed, see above";
-      TakeAnswer(*answer);
-    }
-    Dawdle(Draw(0, 3'000'000));
-    ASSERT_TRUE(writer.Kill());
-    while ((answer = writer.NextAnswer())) TakeAnswer(*answer);
-  }
-
-  void TakeAnswer(std::int64_t step) {
+  void TakeAnswer(std::int64_t step) override {
     ASSERT_EQ(step, next_step_);
     model_.Apply(StepOf(seed_, step));
     ++next_step_;
   }
 
   // What the folder holds is what was answered, or that and the whole step that was under way.
-  void ExpectAllAnswered(const fs::path& folder) {
+  void ExpectAllAnswered(const fs::path& folder) override {
     const KillModel contents = Contents(*MustOpen(folder));
     ExpectWholeFile(folder);
     if (contents == model_) return;
@@ -66,29 +48,10 @@ class KilledWriter : public testing::Test {
     EXPECT_TRUE(contents == model_) << "something is lost or torn after step " << next_step_ - 1;
   }
 
-  TempFolder folder_;
-  const unsigned seed_ = std::random_device{}();
-  std::mt19937 random_{seed_};
   KillModel model_;
-  std::int64_t next_step_ = 0;
 };
 
-TEST_F(KilledWriter, LosesNothingThatItAnsweredAndTearsNothing) {
-  SCOPED_TRACE("seed " + std::to_string(seed_));
-  for (int round = 0; round < 50 && !HasFailure(); ++round) {
-    SCOPED_TRACE("round " + std::to_string(round));
-    WriteAndKill();
-    if (HasFailure()) break;
-    if (round % 2 == 0) {
-      ExpectAllAnswered(folder_.path());
-      continue;
-    }
-    // Looks at a copy, so that the next writer finds what the killed one left.
-    const TempFolder copy;
-    CopyAsAfterCrash(folder_.path(), copy.path());
-    ExpectAllAnswered(copy.path());
-  }
-}
+TEST_F(KilledWriter, LosesNothingThatItAnsweredAndTearsNothing) { RunRounds(50); }
 
 }  // namespace
 }  // namespace zervane::storage
