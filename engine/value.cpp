@@ -30,6 +30,11 @@ ValueFault CheckString(const Value& value) {
 
 }  // namespace
 
+const TextValue& Value::NoText() {
+  static const TextValue none;
+  return none;
+}
+
 bool operator==(const Value& a, const Value& b) {
   if (a.kind_ != b.kind_) return false;
   switch (a.kind_) {

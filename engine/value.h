@@ -73,11 +73,11 @@ class Value {
 
   Kind kind() const { return kind_; }
 
-  // Only of the kind that it is.
+  // Of the kind that it is. Asked for another one, a number is just any, and a text is empty.
   std::int32_t integer() const { return static_cast<std::int32_t>(bits_); }
   float float32() const { return std::bit_cast<float>(static_cast<std::uint32_t>(bits_)); }
   double float64() const { return std::bit_cast<double>(bits_); }
-  const TextValue& text() const { return text_; }
+  const TextValue& text() const { return kind_ == Kind::kText ? text_ : NoText(); }
 
   // The number of a floating-point type, for templates.
   template <std::floating_point Float>
@@ -96,6 +96,8 @@ class Value {
   friend bool operator==(const Value& a, const Value& b);
 
  private:
+  static const TextValue& NoText();
+
   union {
     std::uint64_t bits_;  // of a number
     TextValue text_;

@@ -91,6 +91,13 @@ INSTANTIATE_TEST_SUITE_P(Value, CopiedValue,
                                          KindCase{"EmptyText", std::string(), Value::Kind::kText}),
                          CaseName());
 
+TEST(Values, HaveNoTextWhenTheyAreNumbers) {
+  for (const Value& number : {Value(), Value(1.5F), Value(-2.5)}) {
+    EXPECT_EQ(number.text().str(), "");
+    EXPECT_EQ(number.text_size(), 0U);
+  }
+}
+
 TEST(Values, CompareAsNumbers) {
   EXPECT_EQ(Value(0.0), Value(-0.0));
   EXPECT_NE(Value(std::nan("")), Value(std::nan("")));
