@@ -27,7 +27,7 @@ class CurrentValues {
   void Remove(TagId tag);
 
  private:
-  static constexpr std::size_t kParts = 64;
+  static constexpr TagId kParts = 64;
 
   // A tag's value stands in the part that its identifier picks, so that readers and the writer
   // seldom meet; within the part, tags count without gaps.
