@@ -37,7 +37,7 @@ Status RecordFilters::Append(std::span<const AcceptedSample> records) {
     }
   }
   std::erase_if(group.records, GoesNowhere);
-  if (Status status = store_.Append(group.records); !status.ok()) return status;
+  if (Status status = store_.AppendTaking(group.records); !status.ok()) return status;
   for (const Staged& staged : group.staged) staged.entry->filter = staged.filter;
   return {};
 }
@@ -51,7 +51,7 @@ Status RecordFilters::Release(TagId tag) {
   (*staged)->filter.Release(group.released);
   Archive(tag, group.released, group.records);
   if (!group.records.empty()) {
-    if (Status status = store_.Append(group.records); !status.ok()) return status;
+    if (Status status = store_.AppendTaking(group.records); !status.ok()) return status;
   }
   Forget(tag);
   return {};

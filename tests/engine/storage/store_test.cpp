@@ -222,8 +222,10 @@ TEST_P(AnyStore, RefusesABatchWholeForOneRecordThatCannotBeStored) {
   no_type.sample.type = static_cast<TagType>(99);
   for (const AcceptedSample& bad : {Record(0, 10, 0), Record(1, -1, 0),
                                     Record(1, kMaxTimeMs + 1, 0), wrong_type, too_long, no_type}) {
-    const std::vector<AcceptedSample> batch = {Record(1, 5, 1), bad};
+    std::vector<AcceptedSample> batch = {Record(1, 5, 1), bad};
     EXPECT_EQ(store_->Append(batch).code(), ZR3_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(store_->AppendTaking(batch).code(), ZR3_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(batch.size(), 2U);
   }
   EXPECT_EQ(CountOf({}), 0);
   EXPECT_THAT(*store_->LoadCurrent(), IsEmpty());
