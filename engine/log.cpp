@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace zervane {
 namespace {
@@ -25,6 +26,19 @@ spdlog::logger& Log() {
   // Never destroyed: threads may still have something to say while the process ends.
   static spdlog::logger& logger = *MakeLogger().release();
   return logger;
+}
+
+void AddLogLine(spdlog::level::level_enum level, fmt::string_view format,
+                fmt::format_args arguments) noexcept {
+  try {
+    spdlog::logger& log = Log();
+    if (!log.should_log(level)) return;
+    fmt::memory_buffer line;  // a short one needs no memory of the heap
+    fmt::vformat_to(fmt::appender(line), format, arguments);
+    log.log(level, spdlog::string_view_t(line.data(), line.size()));
+  } catch (...) {
+    // There is nobody left to tell.
+  }
 }
 
 }  // namespace zervane

@@ -15,12 +15,8 @@ bool IsFault(ZR3_STATUS status) {
 }
 
 void LogFailure(const char* function, ZR3_STATUS status, const char* details) noexcept {
-  try {
-    const auto level = IsFault(status) ? spdlog::level::err : spdlog::level::debug;
-    Log().log(level, "{}: {} ({}){}{}", function, zr3_status_text(status), status,
-              *details == '\0' ? "" : ": ", details);
-  } catch (...) {  // no memory for a line of the log: the status tells what happened
-  }
+  LogAt(IsFault(status) ? spdlog::level::err : spdlog::level::debug, "{}: {} ({}){}{}", function,
+        zr3_status_text(status), status, *details == '\0' ? "" : ": ", details);
 }
 
 }  // namespace

@@ -148,9 +148,8 @@ void WriteQueue::SettleBatches() {
 // Logged once until it is answered: a full disk fails every batch.
 void WriteQueue::KeepFailure(WriteGroup::Batch& batch) {
   if (batch.status.ok() || !failure_.ok()) return;
-  Log().error("{} records that were answered when queued could not be stored: {} ({})",
-              batch.end - batch.begin, zr3_status_text(batch.status.code()),
-              batch.status.message());
+  LogError("{} records that were answered when queued could not be stored: {} ({})",
+           batch.end - batch.begin, zr3_status_text(batch.status.code()), batch.status.message());
   failure_ = std::move(batch.status);
 }
 

@@ -59,7 +59,7 @@ class ChunkMerge {
       } else if (records.code() != ZR3_ERR_STORAGE_DAMAGED) {
         return records.status();
       } else if (is_overlapped) {
-        Log().error("{}; set aside for newer records", records.status().message());
+        LogError("{}; set aside for newer records", records.status().message());
         edits_.damaged.push_back(chunk);
       } else {
         return {};  // stays as it is, before the run

@@ -185,7 +185,7 @@ void ChunkWriter::FoldLog() {
     const std::lock_guard turn(writer_.mutex);
     status = reader_->FoldLog();
   }
-  if (!status.ok()) Log().warn("SQLite's log is folded later: {}", status.message());
+  if (!status.ok()) LogWarning("SQLite's log is folded later: {}", status.message());
 }
 
 // Also while a generation is written, since that takes long. What cannot be sorted for want of
@@ -199,7 +199,7 @@ void ChunkWriter::SortIfAsked() {
     pending_.Sort();
     return Status();
   });
-  if (!status.ok()) Log().warn("records wait to be sorted: {}", status.message());
+  if (!status.ok()) LogWarning("records wait to be sorted: {}", status.message());
 }
 
 }  // namespace zervane::storage

@@ -62,8 +62,8 @@ Status ReplayJournal(Connection& connection,
       if (batch.ok()) {
         take(rows.Integer(0), *std::move(batch));
       } else {
-        Log().error("batch {} of the journal: {}; set aside", rows.Integer(0),
-                    batch.status().message());
+        LogError("batch {} of the journal: {}; set aside", rows.Integer(0),
+                 batch.status().message());
         damaged.push_back(rows.Integer(0));
       }
     }

@@ -36,7 +36,7 @@ const Statements& Of(RecordTable table) {
 std::optional<Sample> Decode(const Query& row, const char* called) {
   Result<std::vector<Sample>> records = DecodeChunk(row.Bytes(1));
   if (records.ok()) return std::move(records->front());
-  Log().error("the {} of tag {} is lost: {}", called, row.Integer(0), records.status().message());
+  LogError("the {} of tag {} is lost: {}", called, row.Integer(0), records.status().message());
   return std::nullopt;
 }
 

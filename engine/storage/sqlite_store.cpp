@@ -66,9 +66,9 @@ class SqliteStore final : public Store {
   ~SqliteStore() override {
     if (chunks_ == nullptr) return;
     const Status written = Guarded([&] { return WriteAllChunks(); });
-    if (!written.ok()) Log().warn("the journal is kept for the next open: {}", written.message());
+    if (!written.ok()) LogWarning("the journal is kept for the next open: {}", written.message());
     const Status cut = Guarded([&] { return writer_.connection->Execute(kCutFreePages); });
-    if (!cut.ok()) Log().warn("the file keeps the room of its journal: {}", cut.message());
+    if (!cut.ok()) LogWarning("the file keeps the room of its journal: {}", cut.message());
   }
 
   // Reads what a writer must know. Before anything else.
