@@ -200,7 +200,7 @@ Status EmbeddedDatabase::Commit(std::vector<AcceptedSample>& records) {
 }
 
 void EmbeddedDatabase::Refused(std::span<const AcceptedSample> settled,
-                               std::span<const AcceptedSample> queued) {
+                               std::span<const AcceptedSample> queued) noexcept {
   admission_.FallBack(settled, queued);
 }
 

@@ -58,7 +58,7 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
 
   Status Commit(std::vector<AcceptedSample>& records) override;
   void Refused(std::span<const AcceptedSample> settled,
-               std::span<const AcceptedSample> queued) override;
+               std::span<const AcceptedSample> queued) noexcept override;
 
   const std::unique_ptr<Store> store_;
   const Clock clock_;

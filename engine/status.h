@@ -10,7 +10,8 @@
 namespace zervane {
 
 // The outcome of an operation: a status of the client API and, on failure, a message with the
-// values involved, for the log.
+// values involved, for the log. One without a message, Status(code, {}), needs no memory; to copy
+// or move one never does.
 class [[nodiscard]] Status {
  public:
   Status() = default;

@@ -1,7 +1,6 @@
 #include "vask/call.h"
 
-#include <exception>
-#include <new>
+#include <string>
 
 #include "engine/log.h"
 
@@ -14,30 +13,14 @@ bool IsFault(ZR3_STATUS status) {
          (status >= ZR3_ERR_OUT_OF_MEMORY && status <= ZR3_ERR_STORAGE_DAMAGED);
 }
 
-void LogFailure(const char* function, ZR3_STATUS status, const char* details) noexcept {
-  LogAt(IsFault(status) ? spdlog::level::err : spdlog::level::debug, "{}: {} ({}){}{}", function,
-        zr3_status_text(status), status, *details == '\0' ? "" : ": ", details);
-}
-
 }  // namespace
 
 ZR3_STATUS Failed(const char* function, const Status& failure) noexcept {
-  LogFailure(function, failure.code(), failure.message().c_str());
+  const std::string& details = failure.message();
+  LogAt(IsFault(failure.code()) ? spdlog::level::err : spdlog::level::debug, "{}: {} ({}){}{}",
+        function, zr3_status_text(failure.code()), failure.code(), details.empty() ? "" : ": ",
+        details);
   return failure.code();
-}
-
-ZR3_STATUS FailedByException(const char* function) noexcept {
-  try {
-    throw;
-  } catch (const std::bad_alloc&) {
-    LogFailure(function, ZR3_ERR_OUT_OF_MEMORY, "");
-    return ZR3_ERR_OUT_OF_MEMORY;
-  } catch (const std::exception& exception) {
-    LogFailure(function, ZR3_ERR_INTERNAL, exception.what());
-  } catch (...) {
-    LogFailure(function, ZR3_ERR_INTERNAL, "an exception of an unknown kind");
-  }
-  return ZR3_ERR_INTERNAL;
 }
 
 int32 Unsupported(const char* function, const Arguments& arguments) noexcept {

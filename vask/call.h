@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "engine/guard.h"
 #include "vask/arguments.h"
 #include "vask/session.h"
 
@@ -13,18 +14,11 @@ namespace zervane {
 // Logs a failure of a function, and answers its status.
 ZR3_STATUS Failed(const char* function, const Status& failure) noexcept;
 
-// The same for the exception being handled: ZR3_ERR_OUT_OF_MEMORY or ZR3_ERR_INTERNAL.
-ZR3_STATUS FailedByException(const char* function) noexcept;
-
 // The outcome of Status work() as a status, whatever happens in it.
 template <typename Work>
 int32 Guard(const char* function, Work&& work) noexcept {
-  try {
-    const Status status = work();
-    return status.ok() ? ZR3_OK : Failed(function, status);
-  } catch (...) {
-    return FailedByException(function);
-  }
+  const Status status = Guarded(std::forward<Work>(work));
+  return status.ok() ? ZR3_OK : Failed(function, status);
 }
 
 // Carries out Status body(Session&) for a function that needs the session. Without one it is

@@ -14,7 +14,7 @@ std::size_t SizeOf(const AcceptedSample& record) {
 
 }  // namespace
 
-std::span<AcceptedSample> WriteGroup::RecordsOf(const Batch& batch) {
+std::span<AcceptedSample> WriteGroup::RecordsOf(const Batch& batch) noexcept {
   return std::span(records).subspan(batch.begin, batch.end - batch.begin);
 }
 
@@ -24,12 +24,12 @@ void WriteGroup::ReserveBatch() {
   }
 }
 
-void WriteGroup::CloseBatch(std::size_t begin, Ticket* ticket) {
+void WriteGroup::CloseBatch(std::size_t begin, Ticket* ticket) noexcept {
   batches.push_back({.begin = begin, .end = records.size(), .ticket = ticket, .status = {}});
   for (const AcceptedSample& record : RecordsOf(batches.back())) bytes += SizeOf(record);
 }
 
-void WriteGroup::Drop(TagId tag) {
+void WriteGroup::Drop(TagId tag) noexcept {
   std::size_t next = 0;
   std::size_t kept = 0;
   for (Batch& batch : batches) {
@@ -47,7 +47,7 @@ void WriteGroup::Drop(TagId tag) {
   records.resize(kept);
 }
 
-void WriteGroup::Clear() {
+void WriteGroup::Clear() noexcept {
   records.clear();
   batches.clear();
   changes.clear();

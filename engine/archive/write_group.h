@@ -38,18 +38,18 @@ struct WriteGroup {
   std::size_t bytes = 0;  // of the records, their texts included
 
   bool IsEmpty() const { return batches.empty() && changes.empty(); }
-  std::span<AcceptedSample> RecordsOf(const Batch& batch);
+  std::span<AcceptedSample> RecordsOf(const Batch& batch) noexcept;
 
   // Room for one more batch, so that closing it cannot fail.
   void ReserveBatch();
   // Makes a batch of the records from `begin` on; room is reserved.
-  void CloseBatch(std::size_t begin, Ticket* ticket);
+  void CloseBatch(std::size_t begin, Ticket* ticket) noexcept;
 
   // Removes the records of a tag; their batches stay.
-  void Drop(TagId tag);
+  void Drop(TagId tag) noexcept;
 
   // Keeps the memory for the next use.
-  void Clear();
+  void Clear() noexcept;
 };
 
 }  // namespace zervane

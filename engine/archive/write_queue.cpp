@@ -8,7 +8,7 @@
 namespace zervane {
 namespace {
 
-void Answer(Ticket& ticket) {
+void Answer(Ticket& ticket) noexcept {
   ticket.is_answered = true;
   ticket.answered.notify_one();
 }
@@ -74,7 +74,7 @@ bool WriteQueue::IsFull() const {
   return waiting_.records.size() >= limits_.max_records || waiting_.bytes >= limits_.max_bytes;
 }
 
-void WriteQueue::Loop() {
+void WriteQueue::Loop() noexcept {
   std::unique_lock lock(mutex_);
   for (;;) {
     work_.wait(lock, [&] { return !is_carrying_out_ && (is_closing_ || !waiting_.IsEmpty()); });
@@ -83,7 +83,7 @@ void WriteQueue::Loop() {
   }
 }
 
-Status WriteQueue::CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock) {
+Status WriteQueue::CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock) noexcept {
   if (is_carrying_out_) {
     ticket.answered.wait(lock, [&] { return ticket.is_answered; });
   } else {
@@ -94,7 +94,7 @@ Status WriteQueue::CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>&
   return std::move(ticket.status);
 }
 
-void WriteQueue::CarryOut(std::unique_lock<std::mutex>& lock) {
+void WriteQueue::CarryOut(std::unique_lock<std::mutex>& lock) noexcept {
   is_carrying_out_ = true;
   std::swap(waiting_, taken_);
   room_.notify_all();
@@ -110,7 +110,7 @@ void WriteQueue::CarryOut(std::unique_lock<std::mutex>& lock) {
   is_carrying_out_ = false;
 }
 
-void WriteQueue::CommitGroup() {
+void WriteQueue::CommitGroup() noexcept {
   const Status status = Commit(taken_.records);
   const bool tries_each = !status.ok() && taken_.batches.size() > 1;
   for (WriteGroup::Batch& batch : taken_.batches) {
@@ -118,7 +118,7 @@ void WriteQueue::CommitGroup() {
   }
 }
 
-Status WriteQueue::CommitAlone(const WriteGroup::Batch& batch) {
+Status WriteQueue::CommitAlone(const WriteGroup::Batch& batch) noexcept {
   return Guarded([&] {
     const std::span<AcceptedSample> records = taken_.RecordsOf(batch);
     std::vector<AcceptedSample> copies(records.begin(), records.end());
@@ -126,12 +126,12 @@ Status WriteQueue::CommitAlone(const WriteGroup::Batch& batch) {
   });
 }
 
-Status WriteQueue::Commit(std::vector<AcceptedSample>& records) {
+Status WriteQueue::Commit(std::vector<AcceptedSample>& records) noexcept {
   if (records.empty()) return {};
   return Guarded([&] { return owner_.Commit(records); });
 }
 
-void WriteQueue::SettleBatches() {
+void WriteQueue::SettleBatches() noexcept {
   bool any_refused = false;
   for (WriteGroup::Batch& batch : taken_.batches) {
     if (!batch.status.ok()) any_refused = true;
@@ -146,18 +146,18 @@ void WriteQueue::SettleBatches() {
 }
 
 // Logged once until it is answered: a full disk fails every batch.
-void WriteQueue::KeepFailure(WriteGroup::Batch& batch) {
+void WriteQueue::KeepFailure(WriteGroup::Batch& batch) noexcept {
   if (batch.status.ok() || !failure_.ok()) return;
   LogError("{} records that were answered when queued could not be stored: {} ({})",
            batch.end - batch.begin, zr3_status_text(batch.status.code()), batch.status.message());
   failure_ = std::move(batch.status);
 }
 
-void WriteQueue::RunChanges() {
+void WriteQueue::RunChanges() noexcept {
   for (WriteGroup::Change& change : taken_.changes) change.ticket->status = Guarded(*change.run);
 }
 
-void WriteQueue::SettleChanges() {
+void WriteQueue::SettleChanges() noexcept {
   for (WriteGroup::Change& change : taken_.changes) Answer(*change.ticket);
 }
 

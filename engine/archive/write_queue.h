@@ -46,7 +46,7 @@ class WriteQueue {
     // Some of the `settled` records could not be stored; `queued` are those that still wait. On the
     // thread that committed them, under the queue's lock.
     virtual void Refused(std::span<const AcceptedSample> settled,
-                         std::span<const AcceptedSample> queued) = 0;
+                         std::span<const AcceptedSample> queued) noexcept = 0;
 
    protected:
     ~Owner() = default;
@@ -93,20 +93,23 @@ class WriteQueue {
   void Drop(TagId tag) { waiting_.Drop(tag); }
 
  private:
-  void Loop();
+  // From where something is carried out to where its tickets are answered nothing throws: an
+  // exception on the way would leave callers who wait for ever. What may throw, the owner's commit
+  // and the changes, becomes a status where it is called.
+  void Loop() noexcept;
   // Carries out all that waits; nobody else does. The lock is held before and after.
-  void CarryOut(std::unique_lock<std::mutex>& lock);
-  Status CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock);
-  void CommitGroup();
-  Status Commit(std::vector<AcceptedSample>& records);
-  Status CommitAlone(const WriteGroup::Batch& batch);
-  void RunChanges();
+  void CarryOut(std::unique_lock<std::mutex>& lock) noexcept;
+  Status CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock) noexcept;
+  void CommitGroup() noexcept;
+  Status Commit(std::vector<AcceptedSample>& records) noexcept;
+  Status CommitAlone(const WriteGroup::Batch& batch) noexcept;
+  void RunChanges() noexcept;
 
   // Under the lock.
   bool IsFull() const;
-  void SettleBatches();
-  void SettleChanges();
-  void KeepFailure(WriteGroup::Batch& batch);
+  void SettleBatches() noexcept;
+  void SettleChanges() noexcept;
+  void KeepFailure(WriteGroup::Batch& batch) noexcept;
 
   Owner& owner_;
   const Limits limits_;

@@ -43,7 +43,7 @@ bool Admission::HoldsRecords(TagId tag) const {
 }
 
 void Admission::FallBack(std::span<const AcceptedSample> settled,
-                         std::span<const AcceptedSample> queued) {
+                         std::span<const AcceptedSample> queued) noexcept {
   for (const AcceptedSample& record : settled) {
     tags_.FindSlot(record.tag)->newest_ms = current_values_.TimeOf(record.tag);
   }

@@ -36,7 +36,8 @@ class Admission {
 
   // Some records of `settled` could not be stored: what counts as accepted for their tags is what
   // is stored and what is still `queued`.
-  void FallBack(std::span<const AcceptedSample> settled, std::span<const AcceptedSample> queued);
+  void FallBack(std::span<const AcceptedSample> settled,
+                std::span<const AcceptedSample> queued) noexcept;
 
  private:
   TagIndex& tags_;

@@ -11,7 +11,7 @@ std::optional<Sample> CurrentValues::Find(TagId tag) const {
   return found == nullptr ? std::nullopt : *found;
 }
 
-std::int64_t CurrentValues::TimeOf(TagId tag) const {
+std::int64_t CurrentValues::TimeOf(TagId tag) const noexcept {
   Part& part = PartOf(tag);
   const std::lock_guard lock(part.mutex);
   const std::optional<Sample>* found = part.Find(tag);

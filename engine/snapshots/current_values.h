@@ -21,7 +21,7 @@ class CurrentValues {
  public:
   std::optional<Sample> Find(TagId tag) const;
   // The time of the current value, or kNoTime.
-  std::int64_t TimeOf(TagId tag) const;
+  std::int64_t TimeOf(TagId tag) const noexcept;
 
   void Put(TagId tag, const Sample& sample);
   void Remove(TagId tag);

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -13,6 +15,7 @@
 
 #include "tests/engine/fake_store.h"
 #include "tests/engine/records.h"
+#include "tests/engine/short_memory.h"
 
 namespace zervane {
 namespace {
@@ -42,7 +45,7 @@ class Committer : public WriteQueue::Owner {
     return status;
   }
   void Refused(std::span<const AcceptedSample> settled,
-               std::span<const AcceptedSample> queued) override {
+               std::span<const AcceptedSample> queued) noexcept override {
     settled_sizes.push_back(settled.size());
     queued_sizes.push_back(queued.size());
   }
@@ -314,6 +317,56 @@ TEST_F(WriteQueueTest, ForgetsTheQueuedRecordsOfATag) {
   queue_.Close();
   EXPECT_TRUE(durable.ok());
   EXPECT_EQ(committer_.times, (Times{1, 4}));
+}
+
+// ---- want of memory ----
+
+// A change that is too large for std::function to keep in place.
+struct LargeChange {
+  std::array<std::int64_t, 64> bytes{};
+  Status operator()() const { return std::string(100, 'x').empty() ? DatabaseClosed() : Status(); }
+};
+
+// Statuses of a call, or what it threw for want of memory.
+template <typename Call>
+ZR3_STATUS CodeOf(Call&& call) {
+  try {
+    return call().code();
+  } catch (const std::bad_alloc&) {
+    return ZR3_ERR_OUT_OF_MEMORY;
+  }
+}
+
+TEST_F(WriteQueueTest, GoesOnAfterAChangeWhoseAnyRequestForMemoryFailed) {
+  const std::function<Status()> change = LargeChange();
+  for (const auto lack : {ShortMemory::Lack::kOne, ShortMemory::Lack::kRest}) {
+    for (std::uint64_t nth = 1;; ++nth) {
+      ZR3_STATUS code;
+      {
+        const ShortMemory memory(nth, lack);
+        code = CodeOf([&] { return queue_.Run(change); });
+      }
+      EXPECT_TRUE(queue_.Run(change).ok());
+      EXPECT_TRUE(Write(kDurable, {Accepted(1, 10)}).ok());
+      if (ShortMemory::Failed() == 0) break;
+      EXPECT_EQ(code, ZR3_ERR_OUT_OF_MEMORY) << "request " << nth;
+    }
+  }
+}
+
+TEST_F(WriteQueueTest, AnswersAChangeThatThrowsWhileThereIsNoMemory) {
+  for (const bool is_want_of_memory : {true, false}) {
+    std::optional<ShortMemory> memory;
+    const Status status = queue_.Run([&]() -> Status {
+      const std::runtime_error fault("a cause");
+      memory.emplace(1);
+      if (is_want_of_memory) throw std::bad_alloc();
+      throw fault;
+    });
+    memory.reset();
+    EXPECT_EQ(status.code(), is_want_of_memory ? ZR3_ERR_OUT_OF_MEMORY : ZR3_ERR_INTERNAL);
+    EXPECT_TRUE(queue_.Run([] { return Status(); }).ok());
+  }
 }
 
 // ---- the end ----
