@@ -64,6 +64,7 @@ Status EmbeddedDatabase::LoadCurrentValues() {
   for (const TagSample& current : *stored) {
     if (Status status = CheckStored(current, catalogue_.tags()); !status.ok()) return status;
     admission_.Know(current.tag, current.sample.time_ms);
+    current_values_.Reserve(current.tag);
     current_values_.Put(current.tag, current.sample);
   }
   return {};
@@ -93,26 +94,34 @@ Result<TagId> EmbeddedDatabase::AddTag(const TagProperties& properties, Property
 Status EmbeddedDatabase::ModifyTag(TagId id, std::int32_t tag_class,
                                    const TagProperties& properties, PropertyMask mask) {
   return queue_->Run([&] {
-    if (Status status = filters_.Release(id); !status.ok()) return status;
-    // A type is changed under the queue's lock, so that no record of the old one is accepted
-    // between the look for records and the change.
-    std::unique_lock<std::mutex> no_admission;
-    Result<bool> holds_records = false;
-    if (catalogue_.ChangesType(id, properties, mask)) {
-      no_admission = queue_->Lock();
-      holds_records = HoldsRecords(id);
-    }
-    if (!holds_records.ok()) return holds_records.status();
-    return catalogue_.Modify(id, tag_class, properties, mask, Now(), *holds_records);
+    const Result<Catalogue::Change> change =
+        catalogue_.Prepare(id, tag_class, properties, mask, Now());
+    if (!change.ok()) return change.status();
+    if (!change->changes_type()) return CarryOut(*change);
+    // Under the queue's lock, so that no record of the old type is accepted between the look for
+    // records and the change.
+    const std::unique_lock<std::mutex> no_admission = queue_->Lock();
+    if (Status status = CheckHoldsNoRecord(id); !status.ok()) return status;
+    return CarryOut(*change);
   });
 }
 
-// The archive is asked too: a damaged store may have lost the current value alone.
-Result<bool> EmbeddedDatabase::HoldsRecords(TagId id) const {
-  if (admission_.HoldsRecords(id)) return true;
+// What the tag's filters hold is archived before, since the tag may have none afterwards.
+Status EmbeddedDatabase::CarryOut(const Catalogue::Change& change) {
+  if (Status status = filters_.Release(change.after->id); !status.ok()) return status;
+  return catalogue_.Modify(change);
+}
+
+// The store is asked too: a damaged one may have lost the current value alone.
+Status EmbeddedDatabase::CheckHoldsNoRecord(TagId id) {
+  const Status holds_some = {ZR3_ERR_TAG_HAS_RECORDS, fmt::format("tag {} keeps its type", id)};
+  if (admission_.HoldsRecords(id)) return holds_some;
   const Result<std::int64_t> archived = store_->Count(id, {});
   if (!archived.ok()) return archived.status();
-  return *archived > 0;
+  if (*archived > 0) return holds_some;
+  const Result<std::optional<Sample>> held = store_->ReadHeld(id);
+  if (!held.ok()) return held.status();
+  return held->has_value() ? holds_some : Status();
 }
 
 Status EmbeddedDatabase::DeleteTag(TagId id) {
@@ -173,10 +182,10 @@ Status EmbeddedDatabase::Write(std::vector<TagSample>&& batch, WriteOrder order,
   if (answer == WriteAnswer::kDurable) {
     if (Status earlier = queue_->TakeFailure(); !earlier.ok()) return earlier;
   }
-  const auto refused =
-      std::count_if(codes.begin(), codes.end(), [](auto c) { return c != ZR3_OK; });
-  if (refused == 0) return {};
-  return {ZR3_ERR_SOME_RECORDS_FAILED, fmt::format("{} of {} refused", refused, codes.size())};
+  const bool all_stored =
+      std::all_of(codes.begin(), codes.end(), [](auto c) { return c == ZR3_OK; });
+  if (all_stored) return {};
+  return {ZR3_ERR_SOME_RECORDS_FAILED, {}};  // no text: it could fail, and the others are stored
 }
 
 Result<Sample> EmbeddedDatabase::ReadCurrent(TagId id) {

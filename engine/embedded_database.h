@@ -53,7 +53,9 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   Status LoadCurrentValues();
   Status CheckOpen() const;
   Status CheckReadable(TagId id) const;
-  Result<bool> HoldsRecords(TagId id) const;  // stored or queued
+  Status CarryOut(const Catalogue::Change& change);
+  // ZR3_ERR_TAG_HAS_RECORDS when the tag has one, stored or queued. Under the queue's lock.
+  Status CheckHoldsNoRecord(TagId id);
   Stamp Now() const { return MakeStamp(clock_(), user_); }
 
   Status Commit(std::vector<AcceptedSample>& records) override;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/snapshots/acceptance.h"
 
 namespace zervane {
@@ -46,9 +47,9 @@ Status RecordFilters::Release(TagId tag) {
   if (!HasFilters(tag)) return {};
   ++last_group_;
   Group group;
-  Result<Staged*> staged = Stage(tag, group);
-  if (!staged.ok()) return staged.status();
-  (*staged)->filter.Release(group.released);
+  const Result<std::size_t> staged_at = Stage(tag, group);
+  if (!staged_at.ok()) return staged_at.status();
+  group.staged[*staged_at].filter.Release(group.released);
   Archive(tag, group.released, group.records);
   if (!group.records.empty()) {
     if (Status status = store_.AppendTaking(group.records); !status.ok()) return status;
@@ -63,9 +64,9 @@ bool RecordFilters::HasFilters(TagId tag) const {
 }
 
 Status RecordFilters::Take(const AcceptedSample& record, Group& group) {
-  Result<Staged*> found = Stage(record.tag, group);
-  if (!found.ok()) return found.status();
-  Staged& staged = **found;
+  const Result<std::size_t> staged_at = Stage(record.tag, group);
+  if (!staged_at.ok()) return staged_at.status();
+  Staged& staged = group.staged[*staged_at];
   const Fate fate = staged.filter.Take(record.sample, group.released);
   Archive(record.tag, group.released, group.records);
   if (fate == Fate::kHeld) {
@@ -81,9 +82,12 @@ Status RecordFilters::Take(const AcceptedSample& record, Group& group) {
   return {};
 }
 
-Result<RecordFilters::Staged*> RecordFilters::Stage(TagId tag, Group& group) {
+Result<std::size_t> RecordFilters::Stage(TagId tag, Group& group) {
   Entry& entry = entries_[tag];
-  if (entry.group == last_group_) return &group.staged[entry.staged_at];
+  if (entry.group == last_group_) {
+    ZERVANE_ASSERT(entry.staged_at < group.staged.size());
+    return std::size_t{entry.staged_at};
+  }
   if (entry.filter) {
     group.staged.push_back({.entry = &entry, .filter = *entry.filter, .held_at = {}});
   } else {
@@ -94,7 +98,7 @@ Result<RecordFilters::Staged*> RecordFilters::Stage(TagId tag, Group& group) {
   }
   entry.group = last_group_;
   entry.staged_at = group.staged.size() - 1;
-  return &group.staged.back();
+  return std::size_t{entry.staged_at};
 }
 
 Result<RecordFilter> RecordFilters::Recover(TagId tag, std::vector<Sample>& archived) {

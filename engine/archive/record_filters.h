@@ -38,7 +38,7 @@ class RecordFilters {
   Status Release(TagId tag);
 
   // Forgets the filters of a tag that is deleted.
-  void Forget(TagId tag) { entries_.erase(tag); }
+  void Forget(TagId tag) noexcept { entries_.erase(tag); }
 
  private:
   struct Entry {
@@ -61,7 +61,8 @@ class RecordFilters {
 
   bool HasFilters(TagId tag) const;
   Status Take(const AcceptedSample& record, Group& group);
-  Result<Staged*> Stage(TagId tag, Group& group);
+  // The tag's filters on a copy in the group, where they stand in `staged`.
+  Result<std::size_t> Stage(TagId tag, Group& group);
   // A new filter of the tag. What is to be archived first is appended to `archived`.
   Result<RecordFilter> Recover(TagId tag, std::vector<Sample>& archived);
   Status RecoverHeld(TagId tag, std::vector<Sample>& archived);

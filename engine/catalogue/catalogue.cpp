@@ -2,11 +2,13 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <algorithm>
 #include <limits>
-#include <mutex>
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/catalogue/filter_settings.h"
+#include "engine/guard.h"
 
 namespace zervane {
 namespace {
@@ -24,9 +26,9 @@ Status Catalogue::Load() {
   if (!image.ok()) return image.status();
   for (TagProperties& tag : image->tags) {
     if (Status status = CheckLoaded(tag, image->last_id); !status.ok()) return status;
-    Publish(std::make_shared<TagProperties>(std::move(tag)), nullptr, image->version);
+    Enter(std::make_shared<const TagProperties>(std::move(tag)));
   }
-  const std::unique_lock lock(mutex_);
+  const WriterLock lock(mutex_);
   last_id_ = image->last_id;
   version_ = image->version;
   return {};
@@ -35,83 +37,94 @@ Status Catalogue::Load() {
 Status Catalogue::CheckLoaded(const TagProperties& tag, TagId last_id) const {
   Status status = CheckProperties(tag);
   if (status.ok()) status = CheckUnique(tag.name, tag.id);
-  if (status.ok() && tag.id != 0 && tag.id <= last_id && !by_id_.contains(tag.id)) return {};
+  if (status.ok() && tag.id != kNoTag && tag.id <= last_id && Find(tag.id) == nullptr) return {};
   return {ZR3_ERR_STORAGE_DAMAGED,
           fmt::format("the stored tag {} breaks a rule: {}", tag.id,
                       status.ok() ? "identifier out of bounds or repeated" : status.message())};
 }
 
+void Catalogue::Enter(const Tag& tag) {
+  tags_.Reserve(tag->id);
+  tags_.Put(tag->id, TraitsOf(*tag));
+  std::string name = FoldName(tag->name);
+  const WriterLock lock(mutex_);
+  by_name_[std::move(name)] = tag->id;
+  by_id_[tag->id] = tag;
+}
+
 Catalogue::Tag Catalogue::Find(TagId id) const {
-  const std::shared_lock lock(mutex_);
+  const ReaderLock lock(mutex_);
   const auto found = by_id_.find(id);
   return found == by_id_.end() ? nullptr : found->second;
 }
 
 std::optional<TagId> Catalogue::FindByName(std::string_view name) const {
   const std::string folded = FoldName(name);
-  const std::shared_lock lock(mutex_);
+  const ReaderLock lock(mutex_);
   const auto found = by_name_.find(folded);
-  if (found == by_name_.end()) return std::nullopt;
+  if (found == by_name_.end() || found->second == kNoTag) return std::nullopt;
   return found->second;
 }
 
 std::int64_t Catalogue::Version() const {
-  const std::shared_lock lock(mutex_);
+  const ReaderLock lock(mutex_);
   return version_;
 }
+
+TagId Catalogue::LastId() const {
+  const ReaderLock lock(mutex_);
+  return last_id_;
+}
+
+// ---- changes ----
 
 Result<TagId> Catalogue::Add(const TagProperties& given, const PropertyMask& mask,
                              const Stamp& stamp) {
   if (Status status = CheckMask(mask); !status.ok()) return status;
   TagProperties tag = NewTag(given, mask, stamp);
   if (Status status = CheckProperties(tag); !status.ok()) return status;
-  if (Status status = CheckUnique(tag.name, 0); !status.ok()) return status;
-  if (last_id_ == std::numeric_limits<TagId>::max()) {
-    return Status(ZR3_ERR_TAG_IDS_EXHAUSTED, fmt::format("the last identifier was {}", last_id_));
+  if (Status status = CheckUnique(tag.name, kNoTag); !status.ok()) return status;
+  const TagId last_id = LastId();
+  if (last_id == std::numeric_limits<TagId>::max()) {
+    return Status(ZR3_ERR_TAG_IDS_EXHAUSTED, fmt::format("the last identifier was {}", last_id));
   }
-  const TagId id = last_id_ + 1;
-  tag.id = id;
-  tags_.Reserve(id);
-  auto added = std::make_shared<const TagProperties>(std::move(tag));
-  if (Status status = store_.PutTag(*added, version_ + 1); !status.ok()) return status;
-  Publish(std::move(added), nullptr, version_ + 1);
-  return id;
+  tag.id = last_id + 1;
+  Status status = Put(std::make_shared<const TagProperties>(std::move(tag)), nullptr);
+  if (!status.ok()) return status;
+  return last_id + 1;
 }
 
-bool Catalogue::ChangesType(TagId id, const TagProperties& given, const PropertyMask& mask) const {
-  const Tag tag = Find(id);
-  return tag != nullptr && SelectsCommon(mask, ZR3_TAG_COL_COMM_PROP_TAG_TYPE) &&
-         tag->type != given.type;
-}
-
-Status Catalogue::Modify(TagId id, std::int32_t tag_class, const TagProperties& given,
-                         const PropertyMask& mask, const Stamp& stamp, bool holds_records) {
+Result<Catalogue::Change> Catalogue::Prepare(TagId id, std::int32_t tag_class,
+                                             const TagProperties& given, const PropertyMask& mask,
+                                             const Stamp& stamp) const {
   if (Status status = CheckMask(mask); !status.ok()) return status;
   const Tag tag = Find(id);
   if (tag == nullptr) return NoSuchTag(id);
   if (tag->tag_class != tag_class) {
-    return {ZR3_ERR_INVALID_TAG_CLASS,
-            fmt::format("tag {} has class {}, not {}", id, tag->tag_class, tag_class)};
+    return Status(ZR3_ERR_INVALID_TAG_CLASS,
+                  fmt::format("tag {} has class {}, not {}", id, tag->tag_class, tag_class));
   }
   auto changed = std::make_shared<const TagProperties>(ChangedTag(*tag, given, mask, stamp));
   if (Status status = CheckProperties(*changed); !status.ok()) return status;
   if (Status status = CheckUnique(changed->name, id); !status.ok()) return status;
-  if (holds_records && changed->type != tag->type) {
-    return {ZR3_ERR_TAG_HAS_RECORDS,
-            fmt::format("tag {} cannot change from type {} to {}", id, tag->type, changed->type)};
-  }
-  if (Status status = store_.PutTag(*changed, version_ + 1); !status.ok()) return status;
-  Publish(std::move(changed), tag, version_ + 1);
-  return {};
+  return Change{.before = tag, .after = std::move(changed)};
+}
+
+Status Catalogue::Modify(const Change& change) {
+  ZERVANE_ASSERT(change.before != nullptr && change.after != nullptr);
+  ZERVANE_ASSERT(change.before->id == change.after->id);
+  ZERVANE_ASSERT(Find(change.before->id) == change.before);  // nothing has changed it since
+  return Put(change.after, change.before);
 }
 
 Status Catalogue::Remove(TagId id) {
   const Tag tag = Find(id);
   if (tag == nullptr) return NoSuchTag(id);
-  if (Status status = store_.RemoveTag(id, version_ + 1); !status.ok()) return status;
+  const std::string name = FoldName(tag->name);
+  if (Status status = store_.RemoveTag(id, Version() + 1); !status.ok()) return status;
   tags_.Remove(id);
-  const std::unique_lock lock(mutex_);
-  by_name_.erase(FoldName(tag->name));
+  const WriterLock lock(mutex_);
+  by_name_.erase(name);
   by_id_.erase(id);
   ++version_;
   return {};
@@ -123,14 +136,47 @@ Status Catalogue::CheckUnique(const std::string& name, TagId id) const {
   return {ZR3_ERR_TAG_EXISTS, fmt::format("'{}' is tag {}", name, *owner)};
 }
 
-void Catalogue::Publish(Tag tag, const Tag& replaced, std::int64_t version) {
+Status Catalogue::Put(const Tag& tag, const Tag& replaced) {
+  const std::string name = FoldName(tag->name);
+  const std::string old_name = replaced == nullptr ? name : FoldName(replaced->name);
+  const std::int64_t version = Version() + 1;
+  Status status = Guarded([&] {
+    MakePlaces(tag->id, name);
+    return store_.PutTag(*tag, version);
+  });
+  if (status.ok()) {
+    Publish(tag, name, old_name, version);
+  } else {
+    RemoveEmptyPlaces(tag->id, name);
+  }
+  return status;
+}
+
+void Catalogue::MakePlaces(TagId id, const std::string& name) {
+  tags_.Reserve(id);
+  const WriterLock lock(mutex_);
+  by_id_.try_emplace(id);
+  by_name_.try_emplace(name, kNoTag);
+}
+
+void Catalogue::RemoveEmptyPlaces(TagId id, const std::string& name) noexcept {
+  const WriterLock lock(mutex_);
+  const auto tag = by_id_.find(id);
+  if (tag != by_id_.end() && tag->second == nullptr) by_id_.erase(tag);
+  const auto owner = by_name_.find(name);
+  if (owner != by_name_.end() && owner->second == kNoTag) by_name_.erase(owner);
+}
+
+void Catalogue::Publish(const Tag& tag, const std::string& name, const std::string& old_name,
+                        std::int64_t version) noexcept {
   const TagId id = tag->id;
-  const std::string folded = FoldName(tag->name);
   tags_.Put(id, TraitsOf(*tag));
-  const std::unique_lock lock(mutex_);
-  if (replaced != nullptr) by_name_.erase(FoldName(replaced->name));
-  by_name_[folded] = id;
-  by_id_[id] = std::move(tag);
+  const WriterLock lock(mutex_);
+  ZERVANE_ASSERT(by_id_.contains(id) && by_name_.contains(name));
+  ZERVANE_ASSERT(by_name_.find(name)->second == kNoTag || by_name_.find(name)->second == id);
+  if (old_name != name) by_name_.erase(old_name);
+  by_name_.find(name)->second = id;
+  by_id_.find(id)->second = tag;
   last_id_ = std::max(last_id_, id);
   version_ = version;
 }

@@ -4,7 +4,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -12,29 +11,39 @@
 #include "engine/catalogue/rules.h"
 #include "engine/catalogue/tag.h"
 #include "engine/catalogue/tag_index.h"
+#include "engine/mutex.h"
 #include "engine/status.h"
 #include "engine/storage/store.h"
 
 namespace zervane {
 
 // The tags, in memory and in the store. A change reaches the store first; when the store refuses
-// it, memory stays as it was.
+// it, memory stays as it was. Once the store has it, memory follows for certain: whatever needs
+// memory for that comes before.
 //
-// Threads: any may read; Load, Add, Modify and Remove are called by one thread at a time.
+// Threads: any may read; Load and all that changes are called by one thread at a time.
 class Catalogue {
  public:
   using Tag = std::shared_ptr<const TagProperties>;
 
+  // A change of a tag that breaks no rule. It holds until the catalogue changes.
+  struct Change {
+    Tag before;
+    Tag after;
+
+    bool changes_type() const { return before->type != after->type; }
+  };
+
   explicit Catalogue(Store& store) : store_(store) {}
 
   // Reads the store's catalogue; called once, first. ZR3_ERR_STORAGE_DAMAGED when it breaks a rule.
-  Status Load();
+  Status Load() EXCLUDES(mutex_);
 
   // Null when there is none.
-  Tag Find(TagId id) const;
+  Tag Find(TagId id) const EXCLUDES(mutex_);
   // Without regard to ASCII case.
-  std::optional<TagId> FindByName(std::string_view name) const;
-  std::int64_t Version() const;
+  std::optional<TagId> FindByName(std::string_view name) const EXCLUDES(mutex_);
+  std::int64_t Version() const EXCLUDES(mutex_);
 
   // Types of the tags, for those who ask with every record.
   const TagIndex& tags() const { return tags_; }
@@ -42,30 +51,45 @@ class Catalogue {
 
   Result<TagId> Add(const TagProperties& given, const PropertyMask& mask, const Stamp& stamp);
 
-  // Whether Modify with these arguments would give the tag another type.
-  bool ChangesType(TagId id, const TagProperties& given, const PropertyMask& mask) const;
-
-  // `holds_records` tells whether the type is fixed; it counts only when ChangesType.
-  Status Modify(TagId id, std::int32_t tag_class, const TagProperties& given,
-                const PropertyMask& mask, const Stamp& stamp, bool holds_records);
+  // Checks a change against all rules but one: whether the tag holds records, which fix its type,
+  // is for others to know. Nothing has happened yet:
+  //
+  //   const Result<Catalogue::Change> change = catalogue.Prepare(id, tag_class, given, mask,
+  //   stamp); if (!change.ok()) return change.status(); return catalogue.Modify(*change);
+  Result<Change> Prepare(TagId id, std::int32_t tag_class, const TagProperties& given,
+                         const PropertyMask& mask, const Stamp& stamp) const;
+  Status Modify(const Change& change);
 
   Status Remove(TagId id);
 
  private:
   Status CheckLoaded(const TagProperties& tag, TagId last_id) const;
+  void Enter(const Tag& tag) EXCLUDES(mutex_);  // that is loaded
   // ZR3_ERR_TAG_EXISTS when another tag than `id` has the name.
   Status CheckUnique(const std::string& name, TagId id) const;
-  // Takes over a tag that is in the store, in place of `replaced`.
-  void Publish(Tag tag, const Tag& replaced, std::int64_t version);
+  TagId LastId() const EXCLUDES(mutex_);
+
+  // Has the store keep the tag, in place of `replaced` unless that is null, and memory follow.
+  Status Put(const Tag& tag, const Tag& replaced);
+
+  // Places for a tag and its folded name, where there are none yet. Nobody finds a tag by an empty
+  // one; filling it cannot fail.
+  void MakePlaces(TagId id, const std::string& name) EXCLUDES(mutex_);
+  void RemoveEmptyPlaces(TagId id, const std::string& name) noexcept EXCLUDES(mutex_);
+  // Fills the places of a tag, and frees the folded name that it had, if that was another.
+  void Publish(const Tag& tag, const std::string& name, const std::string& old_name,
+               std::int64_t version) noexcept EXCLUDES(mutex_);
 
   Store& store_;
   TagIndex tags_;
 
-  mutable std::shared_mutex mutex_;  // guards all below
-  std::map<TagId, Tag> by_id_;
-  std::unordered_map<std::string, TagId> by_name_;  // folded
-  TagId last_id_ = 0;                               // the highest identifier ever given
-  std::int64_t version_ = 0;
+  static constexpr TagId kNoTag = 0;
+
+  mutable SharedMutex mutex_;
+  std::map<TagId, Tag> by_id_ GUARDED_BY(mutex_);                      // null: an empty place
+  std::unordered_map<std::string, TagId> by_name_ GUARDED_BY(mutex_);  // folded; kNoTag: likewise
+  TagId last_id_ GUARDED_BY(mutex_) = 0;  // the highest identifier ever given
+  std::int64_t version_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace zervane

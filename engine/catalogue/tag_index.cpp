@@ -1,5 +1,7 @@
 #include "engine/catalogue/tag_index.h"
 
+#include "engine/assert.h"
+
 namespace zervane {
 namespace {
 
@@ -23,12 +25,12 @@ void TagIndex::Reserve(TagId id) {
   (*chunks_)[id >> kChunkBits].store(new Chunk, std::memory_order_release);
 }
 
-void TagIndex::Put(TagId id, const TagTraits& traits) {
-  Reserve(id);
+void TagIndex::Put(TagId id, const TagTraits& traits) noexcept {
+  ZERVANE_ASSERT(FindSlot(id) != nullptr);  // it was reserved
   FindSlot(id)->traits.store(Encode(traits), std::memory_order_release);
 }
 
-void TagIndex::Remove(TagId id) {
+void TagIndex::Remove(TagId id) noexcept {
   if (Slot* slot = FindSlot(id)) slot->traits.store(0, std::memory_order_release);
 }
 

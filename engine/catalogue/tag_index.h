@@ -51,8 +51,9 @@ class TagIndex {
 
   // Makes room for the tag, so that putting it cannot fail.
   void Reserve(TagId id);
-  void Put(TagId id, const TagTraits& traits);
-  void Remove(TagId id);
+  // Adds or changes a tag for which there is room.
+  void Put(TagId id, const TagTraits& traits) noexcept;
+  void Remove(TagId id) noexcept;
 
  private:
   static constexpr std::size_t kChunkBits = 16;

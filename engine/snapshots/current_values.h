@@ -3,12 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "engine/catalogue/tag_index.h"
+#include "engine/mutex.h"
 #include "engine/storage/store.h"
 #include "engine/tag_array.h"
 #include "engine/value.h"
@@ -23,8 +23,12 @@ class CurrentValues {
   // The time of the current value, or kNoTime.
   std::int64_t TimeOf(TagId tag) const noexcept;
 
-  void Put(TagId tag, const Sample& sample);
-  void Remove(TagId tag);
+  // Makes a place for the tag's value, so that putting it cannot fail. The time of the value that
+  // stands there, or kNoTime.
+  std::int64_t Reserve(TagId tag);
+  // In the place that was made.
+  void Put(TagId tag, const Sample& sample) noexcept;
+  void Remove(TagId tag) noexcept;
 
  private:
   static constexpr TagId kParts = 64;
@@ -32,11 +36,11 @@ class CurrentValues {
   // A tag's value stands in the part that its identifier picks, so that readers and the writer
   // seldom meet; within the part, tags count without gaps.
   struct Part {
-    std::mutex mutex;
-    TagArray<std::optional<Sample>, 6> samples;
+    Mutex mutex;
+    TagArray<std::optional<Sample>, 6> samples GUARDED_BY(mutex);
 
-    // Under the mutex. Null when there is none.
-    std::optional<Sample>* Find(TagId tag) {
+    // Null when there is none.
+    std::optional<Sample>* Find(TagId tag) REQUIRES(mutex) {
       std::optional<Sample>* found = samples.Find(tag / kParts);
       return found != nullptr && found->has_value() ? found : nullptr;
     }
@@ -55,9 +59,9 @@ struct GroupMarks {
 
 // Marks the records that become current values once the group is stored: of each tag the newest (of
 // equal ones the last), unless the current value is newer. Marks those that enter the archive, as
-// far as their tags have it, and looks for tags with filters. The tags have their slots; by the
-// thread that commits.
-void MarkGroup(TagIndex& tags, const CurrentValues& current_values,
-               std::span<AcceptedSample> records, GroupMarks* marks);
+// far as their tags have it, and looks for tags with filters. For all that become current values
+// there are places then. The tags have their slots; by the thread that commits.
+void MarkGroup(TagIndex& tags, CurrentValues& current_values, std::span<AcceptedSample> records,
+               GroupMarks* marks);
 
 }  // namespace zervane

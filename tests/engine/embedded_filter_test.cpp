@@ -11,6 +11,7 @@
 #include "tests/engine/archive/points.h"
 #include "tests/engine/archive/shared_store.h"
 #include "tests/engine/embedded_fixture.h"
+#include "tests/support/case_name.h"
 
 namespace zervane {
 namespace {
@@ -201,6 +202,65 @@ TEST_F(EmbeddedFilter, ArchivesAllThatIsHeldBeforeATagCeasesToArchive) {
   EXPECT_TRUE(Modify(id, ZR3_TAG_COL_COMM_PROP_ARCHIVING, tag).ok());
   WriteEach(id, {NumberAt(4000, 70)});
   EXPECT_EQ(Stored(id), AllOfHolding());
+}
+
+struct RefusedChange {
+  const char* name;
+  ZR3_STATUS code;
+  std::int32_t tag_class = ZR3_TAG_CLASS_BASIC;
+  std::int64_t common_mask = 0;
+  std::int64_t extension_mask = 0;
+};
+
+class RefusedFilterChange : public EmbeddedFilter,
+                            public testing::WithParamInterface<RefusedChange> {};
+
+constexpr std::int64_t BitOf(int column) { return std::int64_t{1} << column; }
+
+TEST_P(RefusedFilterChange, LeavesTheArchiveAndWhatIsHeldAsTheyWere) {
+  AddTag("taken");
+  const TagId id = AddHolding();
+  const RefusedChange& change = GetParam();
+  const TagId changed = change.code == ZR3_ERR_TAG_NOT_FOUND ? id + 1 : id;
+  TagProperties given;
+  given.name = "TAKEN";
+  given.type = ZR3_TAG_TYPE_INT32;
+  given.comp_dev = -1;
+  EXPECT_EQ(
+      database_
+          ->ModifyTag(changed, change.tag_class, given, {change.common_mask, change.extension_mask})
+          .code(),
+      change.code);
+  EXPECT_EQ(Stored(id), std::vector{NumberAt(1000, 0)});
+  EXPECT_EQ(disk_->held(id), NumberAt(2000, 9));
+  EXPECT_EQ(disk_->current(id), NumberAt(3000, 9.5));
+  WriteEach(id, {NumberAt(4000, 9.75)});
+  EXPECT_EQ(disk_->held(id), NumberAt(2000, 9)) << "the filters go on as if nobody had asked";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Embedded, RefusedFilterChange,
+    testing::Values(RefusedChange{"UnknownProperty", ZR3_ERR_INVALID_MASK, ZR3_TAG_CLASS_BASIC, 0,
+                                  1 << 9},
+                    RefusedChange{"AnotherClass", ZR3_ERR_INVALID_TAG_CLASS, ZR3_TAG_CLASS_ALARM},
+                    RefusedChange{"TakenName", ZR3_ERR_TAG_EXISTS, ZR3_TAG_CLASS_BASIC,
+                                  BitOf(ZR3_TAG_COL_COMM_PROP_TAG_NAME)},
+                    RefusedChange{"ValueOutOfRange", ZR3_ERR_INVALID_PROPERTY, ZR3_TAG_CLASS_BASIC,
+                                  BitOf(ZR3_TAG_COL_COMM_PROP_COMP_DEV)},
+                    RefusedChange{"TypeOfATagWithRecords", ZR3_ERR_TAG_HAS_RECORDS,
+                                  ZR3_TAG_CLASS_BASIC, BitOf(ZR3_TAG_COL_COMM_PROP_TAG_TYPE)},
+                    RefusedChange{"NoSuchTag", ZR3_ERR_TAG_NOT_FOUND}),
+    CaseName());
+
+TEST_F(EmbeddedFilter, KeepsTheTypeOfATagOfWhichOnlyAHeldRecordIsLeft) {
+  const TagId id = AddHolding();
+  disk_->LoseCurrent(id);
+  disk_->LoseArchive(id);
+  Reopen();
+  TagProperties given;
+  given.type = ZR3_TAG_TYPE_INT32;
+  EXPECT_EQ(Modify(id, ZR3_TAG_COL_COMM_PROP_TAG_TYPE, given).code(), ZR3_ERR_TAG_HAS_RECORDS);
+  EXPECT_EQ(disk_->held(id), NumberAt(2000, 9));
 }
 
 TEST_F(EmbeddedFilter, StartsFromACurrentValueThatTheArchiveHolds) {

@@ -66,6 +66,11 @@ void FakeDisk::LoseCurrent(TagId tag) {
   current_.erase(tag);
 }
 
+void FakeDisk::LoseArchive(TagId tag) {
+  const std::lock_guard lock(mutex_);
+  archive_.erase(tag);
+}
+
 std::map<std::int64_t, Sample> FakeDisk::archive(TagId tag) const {
   const std::lock_guard lock(mutex_);
   const auto found = archive_.find(tag);

@@ -42,6 +42,7 @@ class FakeDisk {
   void set_image(CatalogueImage image);
   void set_current(TagSample current);
   void LoseCurrent(TagId tag);
+  void LoseArchive(TagId tag);
   std::map<std::int64_t, Sample> archive(TagId tag) const;
   std::optional<Sample> current(TagId tag) const;
   std::optional<Sample> held(TagId tag) const;

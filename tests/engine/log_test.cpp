@@ -30,10 +30,12 @@ class LogTest : public testing::Test {
     Log().sinks() = {std::make_shared<spdlog::sinks::ostream_sink_st>(text_)};
     Log().sinks().front()->set_pattern("%l: %v");
     Log().set_level(spdlog::level::warn);
+    Log().set_error_handler([](const std::string&) {});  // the default one speaks up as well
   }
   ~LogTest() override {
     Log().sinks() = sinks_;
     Log().set_level(level_);
+    Log().set_error_handler(nullptr);
   }
 
   std::ostringstream text_;

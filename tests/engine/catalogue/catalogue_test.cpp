@@ -4,10 +4,13 @@
 
 #include <limits>
 #include <memory>
+#include <new>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include "tests/engine/fake_store.h"
+#include "tests/engine/short_memory.h"
 #include "tests/support/case_name.h"
 
 namespace zervane {
@@ -37,12 +40,18 @@ class CatalogueTest : public testing::Test {
     return id.ok() ? *id : 0;
   }
   Status Rename(TagId id, const std::string& name) {
-    return catalogue_->Modify(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0}, kStamp, false);
+    return Modify(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0});
   }
-  Status Retype(TagId id, std::int32_t type, bool holds_records) {
+  Status Retype(TagId id, std::int32_t type) {
     TagProperties given;
     given.type = type;
-    return catalogue_->Modify(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0}, kStamp, holds_records);
+    return Modify(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0});
+  }
+  Status Modify(TagId id, std::int32_t tag_class, const TagProperties& given,
+                const PropertyMask& mask) {
+    const Result<Catalogue::Change> change =
+        catalogue_->Prepare(id, tag_class, given, mask, kStamp);
+    return change.ok() ? catalogue_->Modify(*change) : change.status();
   }
 
   std::shared_ptr<FakeDisk> disk_ = std::make_shared<FakeDisk>();
@@ -146,37 +155,42 @@ TEST_F(CatalogueTest, TellsTheTraitsOfATag) {
   EXPECT_EQ(catalogue_->tags().Find(1), (TagTraits{TagType::kString, false}));
 }
 
-TEST_F(CatalogueTest, ChangesTheTypeOfATagWithoutRecords) {
+TEST_F(CatalogueTest, ChangesTheTypeOfATag) {
   Add("a");
-  EXPECT_TRUE(Retype(1, ZR3_TAG_TYPE_INT8, false).ok());
+  EXPECT_TRUE(Retype(1, ZR3_TAG_TYPE_INT8).ok());
   EXPECT_EQ(catalogue_->tags().Find(1)->type, TagType::kInt8);
-}
-
-TEST_F(CatalogueTest, FixesTheTypeOfATagThatHoldsRecords) {
-  Add("a");
-  EXPECT_EQ(Retype(1, ZR3_TAG_TYPE_INT8, true).code(), ZR3_ERR_TAG_HAS_RECORDS);
-  EXPECT_EQ(catalogue_->tags().Find(1)->type, TagType::kFloat64);
-  EXPECT_TRUE(Retype(1, ZR3_TAG_TYPE_FLOAT64, true).ok());
 }
 
 TEST_F(CatalogueTest, TellsWhetherAChangeIsOneOfType) {
   Add("a");
-  TagProperties given;
-  EXPECT_FALSE(catalogue_->ChangesType(1, given, kAll));
-  given.type = ZR3_TAG_TYPE_INT8;
-  EXPECT_TRUE(catalogue_->ChangesType(1, given, kAll));
-  EXPECT_FALSE(catalogue_->ChangesType(1, given, {0, -1}));
-  EXPECT_FALSE(catalogue_->ChangesType(2, given, kAll));
+  const auto changes_type = [&](std::int32_t type, const PropertyMask& mask) {
+    TagProperties given = Named("a");
+    given.type = type;
+    return catalogue_->Prepare(1, ZR3_TAG_CLASS_BASIC, given, mask, kStamp)->changes_type();
+  };
+  EXPECT_FALSE(changes_type(ZR3_TAG_TYPE_FLOAT64, kAll));
+  EXPECT_TRUE(changes_type(ZR3_TAG_TYPE_INT8, kAll));
+  EXPECT_FALSE(changes_type(ZR3_TAG_TYPE_INT8, {0, -1}));
+}
+
+TEST_F(CatalogueTest, ChangesNothingByPreparingAChange) {
+  Add("a");
+  const Result<Catalogue::Change> change =
+      catalogue_->Prepare(1, ZR3_TAG_CLASS_BASIC, Named("b"), {1, 0}, kStamp);
+  ASSERT_TRUE(change.ok());
+  EXPECT_EQ(change->before->name, "a");
+  EXPECT_EQ(change->after->name, "b");
+  EXPECT_EQ(catalogue_->FindByName("a"), 1U);
+  EXPECT_EQ(catalogue_->FindByName("b"), std::nullopt);
+  EXPECT_EQ(catalogue_->Version(), 1);
 }
 
 TEST_F(CatalogueTest, KeepsATagInItsClass) {
   Add("a");
-  EXPECT_EQ(catalogue_->Modify(1, ZR3_TAG_CLASS_ALARM, Named("a"), kAll, kStamp, false).code(),
-            ZR3_ERR_INVALID_TAG_CLASS);
+  EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_ALARM, Named("a"), kAll).code(), ZR3_ERR_INVALID_TAG_CLASS);
   TagProperties alarm = Named("a");
   alarm.tag_class = ZR3_TAG_CLASS_ALARM;
-  EXPECT_EQ(catalogue_->Modify(1, ZR3_TAG_CLASS_BASIC, alarm, kAll, kStamp, false).code(),
-            ZR3_ERR_INVALID_TAG_CLASS);
+  EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_BASIC, alarm, kAll).code(), ZR3_ERR_INVALID_TAG_CLASS);
   EXPECT_EQ(catalogue_->Add(alarm, kAll, kStamp).code(), ZR3_ERR_INVALID_TAG_CLASS);
 }
 
@@ -195,9 +209,7 @@ TEST_F(CatalogueTest, RefusesWhatTheRulesRefuse) {
   Add("a");
   EXPECT_EQ(Rename(1, "").code(), ZR3_ERR_INVALID_TAG_NAME);
   EXPECT_EQ(Rename(0, "b").code(), ZR3_ERR_TAG_NOT_FOUND);
-  EXPECT_EQ(
-      catalogue_->Modify(1, ZR3_TAG_CLASS_BASIC, Named("b"), {0, 1 << 9}, kStamp, false).code(),
-      ZR3_ERR_INVALID_MASK);
+  EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_BASIC, Named("b"), {0, 1 << 9}).code(), ZR3_ERR_INVALID_MASK);
   EXPECT_EQ(catalogue_->Version(), 1);
 }
 
@@ -206,7 +218,7 @@ TEST_F(CatalogueTest, ReadsOnlySelectedProperties) {
   broken.type = 99;
   broken.comp_dev = -1;
   EXPECT_TRUE(catalogue_->Add(broken, {0, 0}, kStamp).ok());
-  EXPECT_TRUE(catalogue_->Modify(1, ZR3_TAG_CLASS_BASIC, broken, {1, 0}, kStamp, false).ok());
+  EXPECT_TRUE(Modify(1, ZR3_TAG_CLASS_BASIC, broken, {1, 0}).ok());
 }
 
 TEST_F(CatalogueTest, StaysAsItWasWhenTheStoreRefuses) {
@@ -214,7 +226,7 @@ TEST_F(CatalogueTest, StaysAsItWasWhenTheStoreRefuses) {
   disk_->FailCatalogue(true);
   EXPECT_EQ(catalogue_->Add(Named("b"), kAll, kStamp).code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(Rename(1, "b").code(), ZR3_ERR_STORAGE_FULL);
-  EXPECT_EQ(Retype(1, ZR3_TAG_TYPE_INT8, false).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(Retype(1, ZR3_TAG_TYPE_INT8).code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(catalogue_->Remove(1).code(), ZR3_ERR_STORAGE_FULL);
 
   EXPECT_EQ(catalogue_->Version(), 1);
@@ -235,6 +247,94 @@ TEST_F(CatalogueTest, HoldsAfterReloadingWhatItHeldBefore) {
   ASSERT_TRUE(Reload().ok());
   EXPECT_EQ(*catalogue_->Find(2), before);
   EXPECT_EQ(catalogue_->FindByName("C"), 2U);
+}
+
+// ---- want of memory ----
+
+// Once a change is stored, there is no memory any more.
+class ShortOnceStored : public FakeStore {
+ public:
+  using FakeStore::FakeStore;
+
+  Status PutTag(const TagProperties& properties, std::int64_t version) override {
+    Status status = FakeStore::PutTag(properties, version);
+    memory.emplace(1);
+    return status;
+  }
+  Status RemoveTag(TagId id, std::int64_t version) override {
+    Status status = FakeStore::RemoveTag(id, version);
+    memory.emplace(1);
+    return status;
+  }
+
+  std::optional<ShortMemory> memory;
+};
+
+class ShortCatalogue : public testing::Test {
+ protected:
+  ShortCatalogue() { EXPECT_TRUE(catalogue_.Load().ok()); }
+
+  ZR3_STATUS Add(const std::string& name) {
+    const TagProperties given = Named(name);
+    const ZR3_STATUS code = catalogue_.Add(given, kAll, kStamp).code();
+    store_.memory.reset();
+    return code;
+  }
+  ZR3_STATUS Rename(TagId id, const std::string& name) {
+    const auto change = catalogue_.Prepare(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0}, kStamp);
+    EXPECT_TRUE(change.ok());
+    const ZR3_STATUS code = catalogue_.Modify(*change).code();
+    store_.memory.reset();
+    return code;
+  }
+  ZR3_STATUS Remove(TagId id) {
+    const ZR3_STATUS code = catalogue_.Remove(id).code();
+    store_.memory.reset();
+    return code;
+  }
+
+  ShortOnceStored store_{std::make_shared<FakeDisk>()};
+  Catalogue catalogue_{store_};
+};
+
+// Too long to stand in a string itself.
+const std::string kFirstName = "a name of more than a few letters";
+const std::string kSecondName = "ANOTHER NAME OF MORE THAN A FEW LETTERS";
+
+TEST_F(ShortCatalogue, NeedsNoMemoryOnceTheStoreHasAChange) {
+  EXPECT_EQ(Add(kFirstName), ZR3_OK);
+  EXPECT_EQ(catalogue_.FindByName(kFirstName), 1U);
+  EXPECT_EQ(Rename(1, kSecondName), ZR3_OK);
+  EXPECT_EQ(catalogue_.FindByName(kFirstName), std::nullopt);
+  EXPECT_EQ(catalogue_.FindByName(kSecondName), 1U);
+  EXPECT_EQ(Remove(1), ZR3_OK);
+  EXPECT_EQ(catalogue_.FindByName(kSecondName), std::nullopt);
+  EXPECT_EQ(Add(kSecondName), ZR3_OK);
+  EXPECT_EQ(catalogue_.FindByName(kSecondName), 2U);
+  EXPECT_EQ(catalogue_.Version(), 4);
+}
+
+TEST_F(CatalogueTest, StaysAsItWasWhicheverRequestForMemoryFails) {
+  const TagProperties given = Named(kSecondName);
+  const Stamp stamp = kStamp;
+  ASSERT_EQ(Add(kFirstName), 1U);
+  disk_->FailCatalogue(true);  // so that all requests are the catalogue's
+  ZR3_STATUS code = ZR3_OK;
+  for (std::uint64_t nth = 1; code != ZR3_ERR_STORAGE_FULL; ++nth) {
+    try {
+      const ShortMemory memory(nth, ShortMemory::Lack::kOne);
+      code = catalogue_->Add(given, kAll, stamp).code();
+    } catch (const std::bad_alloc&) {
+      code = ZR3_ERR_OUT_OF_MEMORY;
+    }
+    EXPECT_EQ(catalogue_->FindByName(kFirstName), 1U);
+    EXPECT_EQ(catalogue_->FindByName(kSecondName), std::nullopt);
+    EXPECT_EQ(catalogue_->Find(2), nullptr);
+    EXPECT_EQ(catalogue_->tags().Find(2), std::nullopt);
+    EXPECT_EQ(catalogue_->Version(), 1);
+  }
+  disk_->FailCatalogue(false);
+  EXPECT_EQ(Add(kSecondName), 2U);
 }
 
 // ---- what a damaged store may hold ----

@@ -9,6 +9,11 @@ namespace {
 
 constexpr TagId kGreatest = std::numeric_limits<TagId>::max();
 
+void Put(TagIndex& index, TagId id, const TagTraits& traits) {
+  index.Reserve(id);
+  index.Put(id, traits);
+}
+
 TEST(TagIndex, KnowsNoTagAtFirst) {
   const TagIndex index;
   for (TagId id : {TagId{0}, TagId{1}, TagId{65535}, TagId{65536}, kGreatest}) {
@@ -24,7 +29,7 @@ TEST(TagIndex, RemembersTheTraitsOfEveryKindOfTag) {
     for (bool archiving : {false, true}) {
       for (bool filtered : {false, true}) {
         const TagTraits traits = {static_cast<TagType>(type), archiving, filtered};
-        index.Put(id, traits);
+        Put(index, id, traits);
         EXPECT_EQ(index.Find(id), traits) << type << archiving << filtered;
         ++id;
       }
@@ -36,7 +41,7 @@ TEST(TagIndex, TakesIdentifiersAnywhere) {
   TagIndex index;
   const TagTraits traits = {TagType::kBlob, false};
   for (TagId id : {TagId{0}, TagId{65535}, TagId{65536}, TagId{1'000'000}, kGreatest}) {
-    index.Put(id, traits);
+    Put(index, id, traits);
     EXPECT_EQ(index.Find(id), traits) << id;
   }
   EXPECT_EQ(index.Find(kGreatest - 1), std::nullopt);
@@ -45,7 +50,7 @@ TEST(TagIndex, TakesIdentifiersAnywhere) {
 
 TEST(TagIndex, ForgetsARemovedTag) {
   TagIndex index;
-  index.Put(5, {});
+  Put(index, 5, {});
   index.Remove(5);
   index.Remove(kGreatest);
   EXPECT_EQ(index.Find(5), std::nullopt);
@@ -53,12 +58,12 @@ TEST(TagIndex, ForgetsARemovedTag) {
 
 TEST(TagIndex, KeepsSlotsWhereTheyAre) {
   TagIndex index;
-  index.Put(5, {});
+  Put(index, 5, {});
   TagIndex::Slot* slot = index.FindSlot(5);
   slot->newest_ms = 42;
-  index.Put(6, {});
-  index.Put(70'000, {});
-  index.Put(5, {TagType::kInt8, true});
+  Put(index, 6, {});
+  Put(index, 70'000, {});
+  Put(index, 5, {TagType::kInt8, true});
   EXPECT_EQ(index.FindSlot(5), slot);
   EXPECT_EQ(slot->newest_ms, 42);
 }

@@ -16,7 +16,10 @@ constexpr TagId kOtherTag = 2;
 class AdmissionTest : public testing::Test {
  protected:
   AdmissionTest() {
-    for (TagId tag : {kTag, kOtherTag}) tags_.Put(tag, {TagType::kFloat64, true});
+    for (TagId tag : {kTag, kOtherTag}) {
+      tags_.Reserve(tag);
+      tags_.Put(tag, {TagType::kFloat64, true});
+    }
   }
 
   std::vector<std::int32_t> Admit(std::vector<TagSample> batch,
@@ -108,6 +111,7 @@ TEST_F(AdmissionTest, KnowsWhichTagsHoldRecords) {
 }
 
 TEST_F(AdmissionTest, FallsBackToWhatIsStoredAndQueued) {
+  current_values_.Reserve(kTag);
   current_values_.Put(kTag, NumberAt(10));
   admission_.Know(kTag, 10);
   Admit({{kTag, NumberAt(30)}, {kOtherTag, NumberAt(30)}});
