@@ -1,6 +1,8 @@
 #include "os/os_lang.h"
 
+#include <limits>
 #include <string>
+#include <utility>
 
 #include "os/system_encoding.h"
 #include "os/text_converter.h"
@@ -31,12 +33,20 @@ int Convert(Direction direction, const char* src, char* dst, int capacity) {
   }
 }
 
+// Texts of this thread that did not convert and that nobody has asked about. In the memory that a
+// thread begins with: the dynamic linker, which finds the rest, may have to allocate it.
+[[gnu::tls_model("initial-exec")]] constinit thread_local int failures = 0;
+
 }  // namespace
 
 int os_lang_conv_utf8_to_sys(const char* src, char* dst, int capacity) {
-  return Convert(&TextConverter::ToSystem, src, dst, capacity);
+  const int status = Convert(&TextConverter::ToSystem, src, dst, capacity);
+  if (status != kConverted && failures < std::numeric_limits<int>::max()) ++failures;
+  return status;
 }
 
 int os_lang_conv_sys_to_utf8(const char* src, char* dst, int capacity) {
   return Convert(&TextConverter::FromSystem, src, dst, capacity);
 }
+
+int os_lang_take_failures() { return std::exchange(failures, 0); }

@@ -34,6 +34,11 @@ int os_lang_conv_utf8_to_sys(const char* src, char* dst, int capacity);
  * the capacity to the last byte is returned with its NUL inside the capacity or not at all. */
 int os_lang_conv_sys_to_utf8(const char* src, char* dst, int capacity);
 
+/* How many calls of os_lang_conv_utf8_to_sys have failed on the calling thread since it last asked
+ * here; asking begins to count anew. The client API asks, so that the empty text which a failure
+ * leaves is not taken for one that its caller meant. Nothing is allocated. */
+int os_lang_take_failures(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -63,6 +63,55 @@ TEST(OsLang, FailsWithAnEmptyText) {
   EXPECT_NE(os_lang_conv_sys_to_utf8("text", buffer, -1), 0);
 }
 
+TEST(OsLang, CountsTheTextsOfACallerThatDidNotConvert) {
+  struct CountCase {
+    const char* what;
+    int (*convert)(const char* src, char* dst, int capacity);
+    const char* text;
+    int capacity;
+    int failures;
+  };
+  const CountCase cases[] = {
+      {"a text that converts", os_lang_conv_utf8_to_sys, kHanUtf8, 8, 0},
+      {"an empty text", os_lang_conv_utf8_to_sys, "", 8, 0},
+      {"malformed", os_lang_conv_utf8_to_sys, "\xFF", 8, 1},
+      {"a NUL within", os_lang_conv_utf8_to_sys, "\xC0\x80", 8, 1},
+      {"too long", os_lang_conv_utf8_to_sys, "eight by", 8, 1},
+      {"no text", os_lang_conv_utf8_to_sys, nullptr, 8, 1},
+      {"no room", os_lang_conv_utf8_to_sys, "text", 0, 1},
+      {"malformed, from the system", os_lang_conv_sys_to_utf8, "\xFF", 8, 0},
+      {"too long, from the system", os_lang_conv_sys_to_utf8, "eight by", 8, 0},
+  };
+  (void)os_lang_take_failures();
+  for (const CountCase& row : cases) {
+    char buffer[8];
+    (void)row.convert(row.text, buffer, row.capacity);
+    EXPECT_EQ(os_lang_take_failures(), row.failures) << row.what;
+    EXPECT_EQ(os_lang_take_failures(), 0) << row.what << ", asked again";
+  }
+}
+
+TEST(OsLang, CountsFailuresUntilItIsAsked) {
+  (void)os_lang_take_failures();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(ToSystem("\xFF"), "failed");
+    EXPECT_EQ(ToSystem("a good text between"), "a good text between");
+  }
+  EXPECT_EQ(os_lang_take_failures(), 3);
+}
+
+TEST(OsLang, CountsTheFailuresOfEachThreadApart) {
+  (void)os_lang_take_failures();
+  EXPECT_EQ(ToSystem("\xFF"), "failed");
+  std::thread([] {
+    EXPECT_EQ(os_lang_take_failures(), 0) << "of another thread";
+    EXPECT_EQ(ToSystem("\xFF"), "failed");
+    EXPECT_EQ(ToSystem("\xFF"), "failed");
+    EXPECT_EQ(os_lang_take_failures(), 2);
+  }).join();
+  EXPECT_EQ(os_lang_take_failures(), 1);
+}
+
 TEST(OsLang, ReadsTheEnvironmentOnce) {
   ASSERT_TRUE(ConvertsBothWays());
   setenv("ZERVANE_ENCODING", "GBK", 1);
@@ -183,6 +232,7 @@ TEST(SharedLibrary, ExportsItsTwoHeadersAndNothingElse) {
       OutputOf("nm -D --defined-only --format=just-symbols " ZR_OS_LIBRARY " | LC_ALL=C sort"),
       "os_lang_conv_sys_to_utf8\n"
       "os_lang_conv_utf8_to_sys\n"
+      "os_lang_take_failures\n"
       "os_mutex_create\n"
       "os_mutex_destroy\n"
       "os_mutex_lock\n"
