@@ -14,7 +14,11 @@
  * or the code that the function names.
  *
  * Texts. NUL-terminated bytes in whatever encoding the caller uses; they are kept and returned as
- * given. The system itself gives meaning to ASCII alone.
+ * given. The system itself gives meaning to ASCII alone. An empty text that is left of one which
+ * did not convert is never taken for what the caller meant: a function with a text among its
+ * arguments, in a record or beside it, answers ZR3_ERR_INVALID_TEXT (nt3_connect
+ * ZR3_ERR_INVALID_ADDRESS) when os_lang_conv_utf8_to_sys failed on its thread since the thread's
+ * last call of such a function.
  *
  * Times. Seconds since 1970-01-01 UTC, read as unsigned 32 bits, and 0..999 milliseconds.
  *

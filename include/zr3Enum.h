@@ -378,10 +378,10 @@ enum {
   X(ZR3_ERR_NOT_CONNECTED, 110100, "not connected to a database")                                 \
   X(ZR3_ERR_ALREADY_CONNECTED, 110101, "already connected to another database")                   \
   X(ZR3_ERR_CONNECT_FAILED, 110102, "neither the primary nor the standby server can be reached")  \
-  X(ZR3_ERR_INVALID_ADDRESS, 110103, "the address cannot be understood")                          \
+  X(ZR3_ERR_INVALID_ADDRESS, 110103, "the address cannot be understood, or did not convert")      \
   X(ZR3_ERR_NULL_ARGUMENT, 110110, "a pointer that must be given is null")                        \
   X(ZR3_ERR_INVALID_COUNT, 110111, "the count is negative or beyond its bound")                   \
-  X(ZR3_ERR_INVALID_TEXT, 110112, "a text is not terminated within its array")                    \
+  X(ZR3_ERR_INVALID_TEXT, 110112, "a text did not convert, or does not end in its array")         \
   X(ZR3_ERR_INVALID_ARGUMENT, 110113, "an argument is outside its range")                         \
   X(ZR3_ERR_NOT_SUPPORTED, 110114, "this library does not offer the operation")                   \
   X(ZR3_ERR_UNKNOWN_COMMAND, 110115, "the command is not known")                                  \

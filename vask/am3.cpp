@@ -6,6 +6,7 @@
 #include "vask/records.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Session;
 using zervane::Status;
@@ -87,21 +88,22 @@ int32 am3_acknowledge_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* p
 
 int32 am3_comment_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* pTimes,
                          const char* pComments, int32* /*pErrCodes*/) {
-  return Unsupported(__func__, Arguments().Batch(nNum, pTagIDs, pTimes, pComments));
+  return Unsupported(__func__, ArgumentsWithTexts().Batch(nNum, pTagIDs, pTimes, pComments));
 }
 
 int32 am3_add_group(const ZR3AlarmGroup* pGroup, uint32* pGroupID) {
-  return Unsupported(__func__, CheckTexts(Arguments().Given(pGroup, pGroupID), pGroup));
+  return Unsupported(__func__, CheckTexts(ArgumentsWithTexts().Given(pGroup, pGroupID), pGroup));
 }
 
 int32 am3_delete_group(uint32 /*nGroupID*/) { return Unsupported(__func__, Arguments()); }
 
 int32 am3_modify_group(uint32 /*nGroupID*/, const ZR3AlarmGroup* pGroup) {
-  return Unsupported(__func__, CheckTexts(Arguments().Given(pGroup), pGroup));
+  return Unsupported(__func__, CheckTexts(ArgumentsWithTexts().Given(pGroup), pGroup));
 }
 
 int32 am3_query_group_id(const char* szName, uint32 /*nParentID*/, uint32* pGroupID) {
-  return Unsupported(__func__, Arguments().Given(szName, pGroupID).Text(szName, ZR3_LEN_TAG_NAME));
+  return Unsupported(__func__,
+                     ArgumentsWithTexts().Given(szName, pGroupID).Text(szName, ZR3_LEN_TAG_NAME));
 }
 
 int32 am3_query_group_props(int32 nNum, const uint32* pGroupIDs, ZR3AlarmGroup* pGroups,

@@ -9,6 +9,7 @@
 #include "vask/records.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Database;
 using zervane::Direction;
@@ -92,7 +93,7 @@ int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int
 }
 
 int32 ar3_modify_record(uint32 /*nTagID*/, const ZR3Record* pRecord) {
-  return Call(__func__, Arguments().Given(pRecord), [&](Session&) -> Status {
+  return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session&) -> Status {
     Sample sample;
     const Status read = zervane::ReadRecord(*pRecord, &sample);
     return read.ok() ? Status(ZR3_ERR_NOT_SUPPORTED, {}) : read;

@@ -2,10 +2,16 @@
 
 #include <cstring>
 
+#include "os/os_lang.h"
+
 namespace zervane {
 
 Arguments& Arguments::Text(const char* text, std::size_t capacity) {
   return ok() ? Require(strnlen(text, capacity) < capacity, ZR3_ERR_INVALID_TEXT) : *this;
+}
+
+Arguments ArgumentsWithTexts(ZR3_STATUS not_converted) {
+  return Arguments().Require(os_lang_take_failures() == 0, not_converted);
 }
 
 }  // namespace zervane

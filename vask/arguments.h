@@ -8,9 +8,9 @@
 
 namespace zervane {
 
-// The checks of one call's arguments, in the order that every function keeps: pointers, counts,
-// texts, ranges. The first fault decides, and nothing is looked at after it: a check may rely on
-// those before it.
+// The checks of one call's arguments, in the order that every function keeps: whether the texts
+// converted (ArgumentsWithTexts), pointers, counts, texts, ranges. The first fault decides, and
+// nothing is looked at after it: a check may rely on those before it.
 class Arguments {
  public:
   // Pointers that must be given: ZR3_ERR_NULL_ARGUMENT.
@@ -67,5 +67,12 @@ class Arguments {
  private:
   ZR3_STATUS fault_ = ZR3_OK;
 };
+
+// What a function that takes texts begins its checks with. A text that did not convert arrives as
+// an empty one: when that happened on this thread since it last asked here, the call is refused
+// with ZR3_ERR_INVALID_TEXT or the status named. Asked before anything else is looked at, whatever
+// becomes of the call, so that a failure never refuses a later call. Functions without texts do not
+// ask: they may stand between a caller's conversion and the call it is for.
+Arguments ArgumentsWithTexts(ZR3_STATUS not_converted = ZR3_ERR_INVALID_TEXT);
 
 }  // namespace zervane

@@ -8,6 +8,7 @@
 #include "vask/call.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Result;
 using zervane::Session;
@@ -26,7 +27,8 @@ Status HandOut(const std::string& reply, char** out) {
 }  // namespace
 
 int32 cc3_cmd(const char* szCommand, char** ppReply) {
-  return Call(__func__, Arguments().Given(szCommand, ppReply), [&](Session& session) -> Status {
+  const Arguments arguments = ArgumentsWithTexts().Given(szCommand, ppReply);
+  return Call(__func__, arguments, [&](Session& session) -> Status {
     if (std::strcmp(szCommand, kReadVersion) != 0) return {ZR3_ERR_UNKNOWN_COMMAND, {}};
     const Result<std::int64_t> version = session.database().CatalogueVersion();
     if (!version.ok()) return version.status();

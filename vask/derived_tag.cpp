@@ -28,13 +28,13 @@ Status CheckTag(const Extension& extension, const void* record, PropertyMask mas
 
 int32 UnsupportedAdd(const char* function, const Extension& extension, const void* record,
                      const ZR3Mask* mask, const uint32* id) noexcept {
-  return Call(function, Arguments().Given(record, mask, id),
+  return Call(function, ArgumentsWithTexts().Given(record, mask, id),
               [&](Session&) { return CheckTag(extension, record, ReadMaskToAdd(*mask)); });
 }
 
 int32 UnsupportedModify(const char* function, const Extension& extension, const void* record,
                         const ZR3Mask* mask) noexcept {
-  return Call(function, Arguments().Given(record, mask),
+  return Call(function, ArgumentsWithTexts().Given(record, mask),
               [&](Session&) { return CheckTag(extension, record, ReadMask(*mask)); });
 }
 

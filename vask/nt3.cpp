@@ -52,10 +52,11 @@ Result<std::unique_ptr<Database>> OpenDatabase(const Target& target) {
 }  // namespace zervane
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 
 int32 nt3_connect(const ZR3Connection* pConnection) {
   return zervane::Guard(__func__, [&]() -> zervane::Status {
-    const Arguments arguments = Arguments()
+    const Arguments arguments = ArgumentsWithTexts(ZR3_ERR_INVALID_ADDRESS)
                                     .Given(pConnection)
                                     .Text(pConnection, &ZR3Connection::szAddress)
                                     .Text(pConnection, &ZR3Connection::szBakAddress);

@@ -8,6 +8,7 @@
 #include "vask/tag_properties.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Deliver;
 using zervane::PropertyMask;
@@ -21,7 +22,8 @@ using zervane::UnsupportedQuery;
 // The node's name is accepted as it is: the embedded database has one node.
 int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
-  return Call(__func__, Arguments().Given(pProp, pMask, pTagID), [&](Session& session) -> Status {
+  const Arguments arguments = ArgumentsWithTexts().Given(pProp, pMask, pTagID);
+  return Call(__func__, arguments, [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
     const Result<TagProperties> properties = zervane::ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
@@ -30,7 +32,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
 }
 
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
-  return Call(__func__, Arguments().Given(pProp, pMask), [&](Session& session) -> Status {
+  return Call(__func__, ArgumentsWithTexts().Given(pProp, pMask), [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMask(*pMask);
     const Result<TagProperties> properties = zervane::ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
@@ -60,7 +62,7 @@ int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
 
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   arguments.Given(pItemSet, pMask, pIterator);
   return UnsupportedQuery(__func__, zervane::CheckFilter(arguments, pItemSet), pIterator);
 }

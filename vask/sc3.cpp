@@ -4,6 +4,7 @@
 #include "vask/call.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Unsupported;
 using zervane::UnsupportedQuery;
 
@@ -20,7 +21,7 @@ Arguments CheckNames(Arguments arguments, const Names*... names) {
 // A name, and texts of another capacity beside it.
 template <typename... Texts>
 Arguments CheckNamed(const char* name, std::size_t capacity, const Texts*... texts) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   arguments.Given(name, texts...).Text(name, ZR3_LEN_NAME);
   (arguments.Text(texts, capacity), ...);
   return arguments;
@@ -33,7 +34,7 @@ int32 sc3_login(const char* szUser, const char* szPassword) {
 }
 
 int32 sc3_add_user(const ZR3SecUser* pUser) {
-  return Unsupported(__func__, Arguments()
+  return Unsupported(__func__, ArgumentsWithTexts()
                                    .Given(pUser)
                                    .Text(pUser, &ZR3SecUser::szUserName)
                                    .Text(pUser, &ZR3SecUser::szPasswd)
@@ -41,7 +42,7 @@ int32 sc3_add_user(const ZR3SecUser* pUser) {
 }
 
 int32 sc3_delete_user(const char* szUser) {
-  return Unsupported(__func__, CheckNames(Arguments(), szUser));
+  return Unsupported(__func__, CheckNames(ArgumentsWithTexts(), szUser));
 }
 
 int32 sc3_modify_password(const char* szUser, const char* szOldPassword,
@@ -66,14 +67,14 @@ int32 sc3_query_all_users(ZR3HANDLE* pIterator) {
 }
 
 int32 sc3_add_group(const ZR3SecGroup* pGroup) {
-  return Unsupported(__func__, Arguments()
+  return Unsupported(__func__, ArgumentsWithTexts()
                                    .Given(pGroup)
                                    .Text(pGroup, &ZR3SecGroup::szGroupName)
                                    .Text(pGroup, &ZR3SecGroup::szGroupDesc));
 }
 
 int32 sc3_delete_group(const char* szGroup) {
-  return Unsupported(__func__, CheckNames(Arguments(), szGroup));
+  return Unsupported(__func__, CheckNames(ArgumentsWithTexts(), szGroup));
 }
 
 int32 sc3_modify_group_desc(const char* szGroup, const char* szDesc) {
@@ -81,15 +82,16 @@ int32 sc3_modify_group_desc(const char* szGroup, const char* szDesc) {
 }
 
 int32 sc3_add_user_to_group(const char* szUser, const char* szGroup) {
-  return Unsupported(__func__, CheckNames(Arguments(), szUser, szGroup));
+  return Unsupported(__func__, CheckNames(ArgumentsWithTexts(), szUser, szGroup));
 }
 
 int32 sc3_delete_user_from_group(const char* szUser, const char* szGroup) {
-  return Unsupported(__func__, CheckNames(Arguments(), szUser, szGroup));
+  return Unsupported(__func__, CheckNames(ArgumentsWithTexts(), szUser, szGroup));
 }
 
 int32 sc3_query_members_of_group(const char* szGroup, ZR3HANDLE* pIterator) {
-  return UnsupportedQuery(__func__, CheckNames(Arguments().Given(pIterator), szGroup), pIterator);
+  return UnsupportedQuery(__func__, CheckNames(ArgumentsWithTexts().Given(pIterator), szGroup),
+                          pIterator);
 }
 
 int32 sc3_query_all_groups(ZR3HANDLE* pIterator) {
@@ -97,7 +99,8 @@ int32 sc3_query_all_groups(ZR3HANDLE* pIterator) {
 }
 
 int32 sc3_query_groups_of_user(const char* szUser, ZR3HANDLE* pIterator) {
-  return UnsupportedQuery(__func__, CheckNames(Arguments().Given(pIterator), szUser), pIterator);
+  return UnsupportedQuery(__func__, CheckNames(ArgumentsWithTexts().Given(pIterator), szUser),
+                          pIterator);
 }
 
 int32 sc3_query_all_auth_items(ZR3HANDLE* pIterator) {
@@ -105,5 +108,5 @@ int32 sc3_query_all_auth_items(ZR3HANDLE* pIterator) {
 }
 
 int32 sc3_query_auth_of_user(const char* szUser, const char* szAuthItem, int32* pLevel) {
-  return Unsupported(__func__, CheckNames(Arguments().Given(pLevel), szUser, szAuthItem));
+  return Unsupported(__func__, CheckNames(ArgumentsWithTexts().Given(pLevel), szUser, szAuthItem));
 }

@@ -10,6 +10,7 @@
 #include "vask/records.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Database;
 using zervane::ForEach;
@@ -81,7 +82,7 @@ Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Re
 // The batch functions that name a tag for each record.
 int32 SaveSnapshots(const char* function, int32 count, const uint32* ids, const ZR3Record* records,
                     WriteOrder order, WriteAnswer answer, int32* codes) {
-  return Call(function, Arguments().Batch(count, ids, records), [&](Session& session) {
+  return Call(function, ArgumentsWithTexts().Batch(count, ids, records), [&](Session& session) {
     return WriteRecords(
         session.database(), count, [=](int32 i) { return ids[i]; }, records, order, answer, codes);
   });
@@ -104,7 +105,7 @@ int32 sn3_query_snapshots(int32 nNum, const uint32* pTagIDs, ZR3Record* pRecords
 }
 
 int32 sn3_save_snapshot(uint32 nTagID, const ZR3Record* pRecord) {
-  return Call(__func__, Arguments().Given(pRecord), [&](Session& session) {
+  return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session& session) {
     int32 code = ZR3_OK;
     Status status = WriteRecords(
         session.database(), 1, [=](int32) { return nTagID; }, pRecord, WriteOrder::kInOrder,
@@ -127,7 +128,7 @@ int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Reco
 
 int32 sn3_save_disorder_snapshots(int32 nNum, uint32 nTagID, const ZR3Record* pRecords,
                                   int32* pErrCodes) {
-  return Call(__func__, Arguments().Batch(nNum, pRecords), [&](Session& session) {
+  return Call(__func__, ArgumentsWithTexts().Batch(nNum, pRecords), [&](Session& session) {
     return WriteRecords(
         session.database(), nNum, [=](int32) { return nTagID; }, pRecords, WriteOrder::kAnyOrder,
         WriteAnswer::kDurable, pErrCodes);

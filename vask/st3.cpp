@@ -6,6 +6,7 @@
 #include "vask/records.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::ReadRegion;
 using zervane::Session;
@@ -24,7 +25,7 @@ constexpr zervane::Extension kStatsTag = {ZR3_TAG_COL_ST_EXT_PROP_MIN, ZR3_TAG_C
                                           kTexts};
 
 Arguments CheckParam(const ZR3StRelatedParam* param, const float64* value) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   arguments.Given(param, value);
   if (!arguments.ok()) return arguments;
   return arguments.Batch(param->nTimeRegionNum, param->pTimeRegions)

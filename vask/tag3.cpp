@@ -9,6 +9,7 @@
 #include "vask/search_arguments.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Deliver;
 using zervane::ForEach;
@@ -35,7 +36,7 @@ int32 tag3_delete_tag(uint32 nTagID) {
 
 int32 tag3_query_tags_cond(int64 nTagClassMask, const ZR3FilterItemSet* pItemSet,
                            int64 /*nPropMask*/, ZR3HANDLE* pIterator) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   arguments.Given(pItemSet, pIterator);
   zervane::CheckFilter(arguments, pItemSet);
   return UnsupportedQuery(__func__, zervane::CheckClassMask(arguments, nTagClassMask), pIterator);
@@ -43,7 +44,7 @@ int32 tag3_query_tags_cond(int64 nTagClassMask, const ZR3FilterItemSet* pItemSet
 
 int32 tag3_query_specify_page_tags_cond(int64 nTagClassMask, const ZR3PageQueryTagParam* pParam,
                                         ZR3HANDLE* pIterator) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   arguments.Given(pParam, pIterator);
   if (arguments.ok()) arguments.Batch(pParam->nCapacity);
   if (arguments.ok()) zervane::CheckFilter(arguments, &pParam->itemSet);
@@ -51,7 +52,7 @@ int32 tag3_query_specify_page_tags_cond(int64 nTagClassMask, const ZR3PageQueryT
 }
 
 int32 tag3_query_tag_num_cond(int32 nTagClass, const ZR3FilterItemSet* pItemSet, int32* pNum) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   arguments.Given(pItemSet, pNum);
   zervane::CheckFilter(arguments, pItemSet)
       .InRange(nTagClass, ZR3_TAG_CLASS_BASIC, ZR3_TAG_CLASS_ALL, ZR3_ERR_INVALID_TAG_CLASS);
@@ -70,13 +71,13 @@ int32 tag3_query_all_tags_prop(int64 nTagClassMask, int32* pNum, int64 /*nPropMa
 int32 tag3_free_all_tags_prop(ZR3CommTagProp* /*pProps*/) { return ZR3_OK; }
 
 int32 tag3_query_id_by_name(const char* szTagName, uint32* pTagID) {
-  return Call(__func__, Arguments().Given(szTagName, pTagID),
+  return Call(__func__, ArgumentsWithTexts().Given(szTagName, pTagID),
               [&](Session& session) { return FindName(session, szTagName, pTagID); });
 }
 
 int32 tag3_query_ids_by_names(int32 nNum, const char* pTagNames, uint32* pTagIDs,
                               int32* pErrCodes) {
-  const Arguments arguments = Arguments().Batch(nNum, pTagNames, pTagIDs);
+  const Arguments arguments = ArgumentsWithTexts().Batch(nNum, pTagNames, pTagIDs);
   return Call(__func__, arguments, [&](Session& session) {
     return ForEach(nNum, pErrCodes, ZR3_ERR_SOME_NAMES_FAILED, [&](int32 i) {
       const char* name = pTagNames + std::size_t{ZR3_LEN_TAG_NAME} * i;

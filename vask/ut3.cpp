@@ -4,6 +4,7 @@
 #include "vask/call.h"
 
 using zervane::Arguments;
+using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Deliver;
 using zervane::Session;
@@ -63,6 +64,6 @@ int32 ut3_get_server_ms_time(int64* pMsTime) {
 }
 
 int32 ut3_send_rest_info(ZRRestCfg cfg) {
-  Arguments arguments;
+  Arguments arguments = ArgumentsWithTexts();
   return Unsupported(__func__, CheckTexts(arguments, cfg));
 }

@@ -252,6 +252,54 @@ bool IsOffered(const std::string& name) {
   return offered.contains(name) || Frees(name);
 }
 
+bool TakesTexts(const std::string& name) {
+  static const std::set<std::string> with_texts = {
+      "nt3_connect",
+      "ut3_send_rest_info",
+      "pt3_add_tag",
+      "pt3_modify_tag_prop",
+      "pt3_query_tags_cond",
+      "tag3_query_tags_cond",
+      "tag3_query_specify_page_tags_cond",
+      "tag3_query_tag_num_cond",
+      "tag3_query_id_by_name",
+      "tag3_query_ids_by_names",
+      "cc3_cmd",
+      "sn3_save_snapshot",
+      "sn3_save_snapshots",
+      "sn3_save_snapshots_nowait",
+      "sn3_save_disorder_snapshots",
+      "sn3_save_tags_disorder_snapshots",
+      "ar3_modify_record",
+      "st3_tag_stats_calc",
+      "st3_add_tag",
+      "st3_modify_tag_prop",
+      "ca3_add_tag",
+      "ca3_modify_tag_prop",
+      "am3_add_tag",
+      "am3_modify_tag_prop",
+      "am3_comment_alarms",
+      "am3_add_group",
+      "am3_modify_group",
+      "am3_query_group_id",
+      "sc3_login",
+      "sc3_add_user",
+      "sc3_delete_user",
+      "sc3_modify_password",
+      "sc3_modify_user_desc",
+      "sc3_reset_password",
+      "sc3_add_group",
+      "sc3_delete_group",
+      "sc3_modify_group_desc",
+      "sc3_add_user_to_group",
+      "sc3_delete_user_from_group",
+      "sc3_query_members_of_group",
+      "sc3_query_groups_of_user",
+      "sc3_query_auth_of_user",
+  };
+  return with_texts.contains(name);
+}
+
 bool Frees(const std::string& name) {
   static const std::set<std::string> freeing = {"tag3_free_all_tags_prop", "cc3_cmd_free",
                                                 "sn3_free_callback_sn", "am3_free_callback_am"};

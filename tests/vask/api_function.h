@@ -112,6 +112,9 @@ const std::vector<ApiFunction>& AllFunctions();
 // Whether the library offers it; the others check their arguments and say they are not supported.
 bool IsOffered(const std::string& name);
 
+// Whether there is a text among its arguments, in a record or beside it.
+bool TakesTexts(const std::string& name);
+
 // Whether it only releases what another function handed out.
 bool Frees(const std::string& name);
 

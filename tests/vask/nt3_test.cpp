@@ -9,6 +9,7 @@
 #include <fstream>
 #include <string>
 
+#include "os/os_lang.h"
 #include "tests/support/case_name.h"
 #include "zervane.h"
 
@@ -157,6 +158,26 @@ TEST_F(Connecting, RefusesAddressesThatDoNotEnd) {
   connection = Connection("memory:");
   std::memset(connection.szAddress, 'x', sizeof connection.szAddress);
   EXPECT_EQ(nt3_connect(&connection), ZR3_ERR_INVALID_TEXT);
+}
+
+// As the bridge hands over an address that it could not convert: empty, like the one of the default
+// database.
+TEST_F(Connecting, NeverTakesAnAddressThatDidNotConvertForTheDefaultOne) {
+  setenv("ZERVANE_HOME", (folder / "default").c_str(), 1);
+  ZR3Connection connection = Connection("");
+  const auto convert = [](const char* address, char(&converted)[ZR3_LEN_ADDRESS]) {
+    return os_lang_conv_utf8_to_sys(address, converted, sizeof converted);
+  };
+  ASSERT_NE(convert("embedded:/\xFF", connection.szAddress), 0);
+  EXPECT_EQ(nt3_connect(&connection), ZR3_ERR_INVALID_ADDRESS);
+  ASSERT_EQ(convert("memory:", connection.szAddress), 0);
+  ASSERT_NE(convert("\xFF", connection.szBakAddress), 0);
+  EXPECT_EQ(nt3_connect(&connection), ZR3_ERR_INVALID_ADDRESS);
+  EXPECT_EQ(FindTag("A"), ZR3_ERR_NOT_CONNECTED);
+  EXPECT_FALSE(std::filesystem::exists(folder / "default"));
+
+  EXPECT_EQ(Connect(""), ZR3_OK) << "nothing is left of the failures";
+  EXPECT_TRUE(std::filesystem::exists(folder / "default"));
 }
 
 TEST_F(Connecting, RefusesANullConnection) {
