@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "os/error_line.h"
 #include "os/system_encoding.h"
 #include "os/text_converter.h"
 
@@ -14,10 +15,20 @@ using zervane::os::TextConverter;
 constexpr int kConverted = 0;
 constexpr int kFailed = 1;
 
+// The encoding that the environment asks for. One that texts cannot be in would make every text
+// fail; UTF-8 takes its place.
+std::string ChooseEncoding() {
+  std::string encoding = zervane::os::SelectEncoding(zervane::os::ReadEncodingEnvironment(),
+                                                     zervane::os::InstalledCodeset);
+  if (zervane::os::IsSystemEncoding(encoding)) return encoding;
+  zervane::os::WriteErrorLine("texts cannot be in the encoding '" + encoding +
+                              "', which is unknown or does not contain ASCII; they are in UTF-8");
+  return zervane::os::kDefaultEncoding;
+}
+
 // The calling thread's converter, for the encoding that the whole process keeps.
 TextConverter& ThreadConverter() {
-  static const std::string encoding = zervane::os::SelectEncoding(
-      zervane::os::ReadEncodingEnvironment(), zervane::os::InstalledCodeset);
+  static const std::string encoding = ChooseEncoding();
   thread_local TextConverter converter(encoding);
   return converter;
 }

@@ -9,8 +9,6 @@
 namespace zervane::os {
 namespace {
 
-constexpr const char* kUtf8 = "UTF-8";
-
 std::string Variable(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? "" : value;
@@ -44,9 +42,9 @@ std::string SelectEncoding(const EncodingEnvironment& environment,
   const std::string_view name = WithoutModifier(locale);
   const std::string_view language = name.substr(0, name.find('.'));
   if (name.size() > language.size() + 1) return std::string(name.substr(language.size() + 1));
-  if (language.empty() || language == "C" || language == "POSIX") return kUtf8;
+  if (language.empty() || language == "C" || language == "POSIX") return kDefaultEncoding;
   const std::string codeset = installed_codeset(locale);
-  return codeset.empty() ? kUtf8 : codeset;
+  return codeset.empty() ? kDefaultEncoding : codeset;
 }
 
 }  // namespace zervane::os

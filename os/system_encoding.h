@@ -6,6 +6,9 @@
 
 namespace zervane::os {
 
+// The encoding where nothing else is asked for, or what is asked for cannot be had.
+inline constexpr const char* kDefaultEncoding = "UTF-8";
+
 // The environment variables that decide, in the order in which they are asked; an unset one and an
 // empty one are the same.
 struct EncodingEnvironment {
@@ -28,7 +31,7 @@ std::string InstalledCodeset(const std::string& locale);
 //     UTF-8 for "C" and "POSIX",
 //     what installed_codeset says of it ("zh_CN" is commonly GB2312, "de_DE@euro" ISO-8859-15);
 //   UTF-8.
-// The name may turn out to be unknown to iconv; it is not replaced by another.
+// The name is the environment's; texts may turn out not to fit it (IsSystemEncoding).
 std::string SelectEncoding(const EncodingEnvironment& environment,
                            std::string (*installed_codeset)(const std::string& locale));
 

@@ -14,6 +14,10 @@ namespace {
 
 constexpr std::size_t kChunkCharacters = 128;
 
+// What the system's own words (addresses, commands, numbers, the names of tags) are made of.
+constexpr std::string_view kAsciiOfWords =
+    " ()*+,-./0123456789:;<=>?ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";
+
 bool IsAsciiAlnum(char c) {
   return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
@@ -85,6 +89,16 @@ bool Convert(const char* src, char* dst, int capacity_bytes, Conversion conversi
 }
 
 }  // namespace
+
+bool IsSystemEncoding(std::string_view name) {
+  TextConverter converter(name);
+  std::array<char, kAsciiOfWords.size() + 1> converted{};
+  const int capacity = static_cast<int>(converted.size());
+  return converter.ToSystem(kAsciiOfWords.data(), converted.data(), capacity) &&
+         converted.data() == kAsciiOfWords &&
+         converter.FromSystem(kAsciiOfWords.data(), converted.data(), capacity) &&
+         converted.data() == kAsciiOfWords;
+}
 
 TextConverter::TextConverter(std::string_view encoding)
     : encoding_(encoding), kind_(KindOf(encoding)) {}

@@ -10,6 +10,12 @@
 
 namespace zervane::os {
 
+// Whether the process's texts can be in the encoding of that name: it is UTF-8 or known to iconv in
+// both directions, and ASCII's letters, digits and commonest signs are themselves in it, since the
+// system gives meaning to them. So neither UTF-16, whose texts have NULs within, nor EBCDIC is one.
+// A name that TextConverter refuses is none either. May throw std::bad_alloc.
+bool IsSystemEncoding(std::string_view name);
+
 // The behaviour of os_lang.h for one encoding by name, UTF-8 or any that iconv knows. A name that
 // iconv does not know, or one with anything but letters, digits and "-_.:()+" in it (iconv's
 // suffixes would replace or drop characters), is valid here and fails every conversion.

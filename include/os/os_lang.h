@@ -3,7 +3,9 @@
  * The system encoding is the character set of the process's locale environment (LC_ALL, LC_CTYPE,
  * LANG, in that order); the C and POSIX locales, and an environment that names none, mean UTF-8.
  * The environment variable ZERVANE_ENCODING (for example "GB18030") overrides it. Both are read
- * once, at the first conversion; setlocale is never called.
+ * once, at the first conversion; setlocale is never called. An encoding that iconv does not know,
+ * or one without ASCII in it (UTF-16, EBCDIC), cannot be had: UTF-8 takes its place, and a line on
+ * standard error says so once, unless ZERVANE_LOG silences errors.
  *
  * The UTF-8 side speaks Java's modified UTF-8: a character outside the Basic Multilingual Plane is
  * a pair of three-byte surrogates. Standard four-byte sequences are accepted as well; they are

@@ -1,5 +1,5 @@
-/* convert_text to_system|from_system HEX: converts the bytes in the encoding of this process's
- * environment and prints the result in hexadecimal, or "failed". */
+/* convert_text to_system|from_system HEX...: converts the bytes in the encoding of this process's
+ * environment and prints each result in hexadecimal, or "failed", on a line. */
 #include <stdio.h>
 #include <string.h>
 
@@ -19,18 +19,25 @@ static int parse_hex(const char* hex, char* text) {
   return 1;
 }
 
-int main(int argc, char** argv) {
-  char text[kMaxTextBytes + 1];
+static void convert(const char* direction, const char* text) {
   char converted[4 * kMaxTextBytes + 1];
-  if (argc != 3 || !parse_hex(argv[2], text)) return 2;
-  const int status = strcmp(argv[1], "to_system") == 0
+  const int status = strcmp(direction, "to_system") == 0
                          ? os_lang_conv_utf8_to_sys(text, converted, sizeof(converted))
                          : os_lang_conv_sys_to_utf8(text, converted, sizeof(converted));
   if (status != 0) {
     puts("failed");
-    return 0;
+    return;
   }
   for (const char* byte = converted; *byte != '\0'; ++byte) printf("%02X", (unsigned char)*byte);
   puts("");
+}
+
+int main(int argc, char** argv) {
+  char text[kMaxTextBytes + 1];
+  if (argc < 3) return 2;
+  for (int i = 2; i < argc; ++i) {
+    if (!parse_hex(argv[i], text)) return 2;
+    convert(argv[1], text);
+  }
   return 0;
 }

@@ -9,6 +9,7 @@
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -223,9 +224,50 @@ INSTANTIATE_TEST_SUITE_P(
         EnvironmentCase{"LatinLocaleLacksHan", "LANG=de_DE.ISO-8859-15@euro", "E4B8AD", "failed"},
         EnvironmentCase{"UninstalledLocale", "LANG=xx_XX", kEuro, "E282AC"},
         EnvironmentCase{"Override", "ZERVANE_ENCODING=ISO-8859-15 LC_ALL=zh_CN.GBK", kEuro, "A4"},
-        EnvironmentCase{"UnknownOverride", "ZERVANE_ENCODING=none LC_ALL=C", kEuro, "failed"},
-        EnvironmentCase{"UnknownCodeset", "LC_ALL=de_DE.none", "61", "failed"}),
+        EnvironmentCase{"UnknownOverride", "ZERVANE_ENCODING=none LC_ALL=de_DE.ISO-8859-15", kEuro,
+                        kEuro},
+        EnvironmentCase{"UnknownCodeset", "LC_ALL=de_DE.none", kEmoji, "F09F9880"},
+        EnvironmentCase{"OverrideWithASuffix", "ZERVANE_ENCODING=ISO-8859-15//TRANSLIT", kEuro,
+                        kEuro},
+        EnvironmentCase{"OverrideWithNulsInItsTexts", "ZERVANE_ENCODING=UTF-16LE", kEuro, kEuro},
+        EnvironmentCase{"OverrideWithoutAscii", "ZERVANE_ENCODING=IBM037", kEuro, kEuro}),
     kCaseName);
+
+struct LogCase {
+  const char* name;
+  const char* environment;
+  bool is_logged;
+};
+
+void PrintTo(const LogCase& row, std::ostream* out) { *out << row.name; }
+
+class UnusableEncoding : public testing::TestWithParam<LogCase> {};
+
+TEST_P(UnusableEncoding, IsLoggedOnceUnlessErrorsAreNot) {
+  const std::string command = std::string("env -i ") + GetParam().environment + " " CONVERT_TEXT;
+  const std::string errors = OutputOf(command + " to_system 61 62 63 2>&1 >/dev/null");
+  const std::regex line(
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} zervane error: "
+      ".*'no-such-encoding//IGNORE'.*UTF-8\n");
+  EXPECT_EQ(std::regex_match(errors, line), GetParam().is_logged) << errors;
+  EXPECT_EQ(errors.empty(), !GetParam().is_logged);
+}
+
+#define UNUSABLE "ZERVANE_ENCODING=no-such-encoding//IGNORE"
+
+INSTANTIATE_TEST_SUITE_P(
+    Levels, UnusableEncoding,
+    testing::Values(LogCase{"Default", UNUSABLE, true},
+                    LogCase{"Trace", UNUSABLE " ZERVANE_LOG=trace", true},
+                    LogCase{"Warn", UNUSABLE " ZERVANE_LOG=warn", true},
+                    LogCase{"Error", UNUSABLE " ZERVANE_LOG=error", true},
+                    LogCase{"Critical", UNUSABLE " ZERVANE_LOG=critical", false},
+                    LogCase{"Off", UNUSABLE " ZERVANE_LOG=off", false},
+                    LogCase{"NoLevel", UNUSABLE " ZERVANE_LOG=loud", false},
+                    LogCase{"NotWhenItIsKnown", "ZERVANE_ENCODING=GBK", false}),
+    kCaseName);
+
+#undef UNUSABLE
 
 TEST(SharedLibrary, ExportsItsTwoHeadersAndNothingElse) {
   EXPECT_EQ(

@@ -202,6 +202,27 @@ INSTANTIATE_TEST_SUITE_P(Unknown, EncodingName,
                          testing::Values("", "no-such-encoding", "GBK//TRANSLIT", "GBK//IGNORE",
                                          "GBK,IGNORE", "//", "GB 18030", "GB18030\n", "\xFF"));
 
+TEST_P(EncodingName, IsNoneForTheSystemWhenUnknown) { EXPECT_FALSE(IsSystemEncoding(GetParam())); }
+
+class SystemEncoding : public testing::TestWithParam<const char*> {};
+
+TEST_P(SystemEncoding, HasAsciiInIt) { EXPECT_TRUE(IsSystemEncoding(GetParam())); }
+
+INSTANTIATE_TEST_SUITE_P(Known, SystemEncoding,
+                         testing::Values("UTF-8", "utf8", "GB18030", "GBK", "GB2312", "BIG5",
+                                         "ISO-8859-1", "ISO-8859-15", "ANSI_X3.4-1968", "EUC-JP",
+                                         "SHIFT_JIS", "ISO-2022-JP", "KOI8-R", "CP1251",
+                                         "ISO_8859-1:1987"));
+
+class OtherEncoding : public testing::TestWithParam<const char*> {};
+
+TEST_P(OtherEncoding, IsNoneForTheSystem) { EXPECT_FALSE(IsSystemEncoding(GetParam())); }
+
+INSTANTIATE_TEST_SUITE_P(NulsInItsTexts, OtherEncoding,
+                         testing::Values("UTF-16", "UTF-16LE", "UTF-32BE", "UCS-2", "WCHAR_T"));
+INSTANTIATE_TEST_SUITE_P(OtherAscii, OtherEncoding,
+                         testing::Values("IBM037", "EBCDIC-US", "ISO-2022-KR", "UTF-7"));
+
 TEST(EncodingName, OfUtf8AndGb18030IsReadWithoutCaseAndHyphens) {
   for (const char* name : {"UTF-8", "utf8", "Utf_8"}) {
     TextConverter converter(name);
