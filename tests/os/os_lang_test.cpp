@@ -201,7 +201,8 @@ class InEnvironment : public testing::TestWithParam<EnvironmentCase> {};
 
 TEST_P(InEnvironment, ConvertsToTheEncodingThatItNames) {
   const auto& [name, environment, utf8, system] = GetParam();
-  const std::string command = std::string("env -i ") + environment + " " CONVERT_TEXT " ";
+  const std::string command =
+      std::string("env -i ZERVANE_LOG=off ") + environment + " " CONVERT_TEXT " ";
   EXPECT_EQ(OutputOf(command + "to_system " + utf8), std::string(system) + "\n");
   if (system != std::string("failed")) {
     EXPECT_EQ(OutputOf(command + "from_system " + system), std::string(utf8) + "\n");

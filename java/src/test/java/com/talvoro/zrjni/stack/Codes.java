@@ -6,6 +6,7 @@ final class Codes {
   static final int NOT_CONNECTED = 110100;
   static final int ALREADY_CONNECTED = 110101;
   static final int CONNECT_FAILED = 110102;
+  static final int INVALID_ADDRESS = 110103;
   static final int INVALID_TEXT = 110112;
   static final int DATABASE_IN_USE = 110130;
   static final int INVALID_HANDLE = 110191;

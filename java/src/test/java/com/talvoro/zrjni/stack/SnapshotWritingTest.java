@@ -105,11 +105,12 @@ class SnapshotWritingTest {
   }
 
   @Test
-  void keepsNothingOfATextWithANulInside() {
+  void refusesATextWithANulInside() {
     int id = Tags.add("A", ValueType.STRING);
+    ZRJniRecord record = Records.of(ValueType.STRING, 100, "before\0after");
 
-    assertEquals(Codes.OK, Records.save(id, Records.of(ValueType.STRING, 100, "before\0after")));
-    assertEquals("", Records.current(id).strValue);
+    assertEquals(Codes.INVALID_TEXT, Records.save(id, record));
+    assertEquals(Codes.NO_RECORD, Jni_Zervane.querySnapShot(id, (byte) 0, record));
   }
 
   @ParameterizedTest(name = "{0} bytes")
