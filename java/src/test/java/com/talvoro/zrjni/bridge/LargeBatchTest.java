@@ -14,9 +14,10 @@ import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
 
 /**
- * Batches far larger than the local references that the virtual machine plans for. The bridge
- * deletes none before it returns; the checker of {@code -Xcheck:jni} remarks on that, and on
- * nothing else.
+ * Batches far larger than the local references that the virtual machine plans for: the bridge
+ * deletes none before it returns, which {@code tests/bridge} shows on a table of JNI functions where
+ * deleting one is a failure. The checker of {@code -Xcheck:jni} of some releases remarks on their
+ * number, that of others does not; none may remark on anything else.
  */
 @DisplayName("Large batches")
 class LargeBatchTest extends BridgeTest {
@@ -24,11 +25,14 @@ class LargeBatchTest extends BridgeTest {
   private static final String REMARK = "WARNING: JNI local refs: \\d+, exceeds capacity: \\d+";
 
   @AfterEach
-  void theCheckerRemarksOnLocalReferencesAlone() {
+  void theCheckerFindsNothingElse() {
     Recorder.takeCalls();
-    List<String> printed = NativeOutput.take().lines().filter(line -> !isStackFrame(line)).toList();
-    assertEquals(List.of(), printed.stream().filter(line -> !line.matches(REMARK)).toList());
-    assertEquals(Checker.isRunning(), !printed.isEmpty(), "remarks on local references");
+    List<String> findings =
+        NativeOutput.take()
+            .lines()
+            .filter(line -> !isStackFrame(line) && !line.matches(REMARK))
+            .toList();
+    assertEquals(List.of(), findings, "printed by native code");
   }
 
   private static boolean isStackFrame(String line) {
