@@ -27,9 +27,10 @@ lint:  ## formatting and static analysis
 	@scripts/lint
 
 install: build  ## copies build/dist to PREFIX (default /usr/local)
-	install -d $(DESTDIR)$(PREFIX)/lib $(DESTDIR)$(PREFIX)/include $(DESTDIR)$(PREFIX)/share/java
+	install -d $(DESTDIR)$(PREFIX)/lib $(DESTDIR)$(PREFIX)/include $(DESTDIR)$(PREFIX)/share/java $(DESTDIR)$(PREFIX)/share/doc/zervane/licenses
 	cp -a build/dist/lib/. $(DESTDIR)$(PREFIX)/lib/
 	cp -a build/dist/include/. $(DESTDIR)$(PREFIX)/include/
+	cp -a build/dist/licenses/. $(DESTDIR)$(PREFIX)/share/doc/zervane/licenses/
 	install -m 644 build/dist/zervane-1.0.0.jar $(DESTDIR)$(PREFIX)/share/java/
 
 clean:  ## removes everything that was built
