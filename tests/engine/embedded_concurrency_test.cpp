@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/engine/embedded_fixture.h"
+#include "tests/support/seed.h"
 
 namespace zervane {
 namespace {
@@ -17,7 +18,6 @@ constexpr int kWriters = 4;
 constexpr int kReaders = 2;
 constexpr int kTagsPerWriter = 5;
 constexpr int kBatches = 200;
-constexpr unsigned kSeed = 20240611;
 
 // A value that tells its time, so that a reader sees a torn or foreign one.
 double ValueAt(TagId tag, std::int64_t time_ms) { return static_cast<double>(time_ms) * 100 + tag; }
@@ -81,7 +81,7 @@ class EmbeddedConcurrency : public EmbeddedTest {
 };
 
 TEST_F(EmbeddedConcurrency, KeepsWhatManyWritersWroteWhileReadersReadAndTagsComeAndGo) {
-  SCOPED_TRACE("seed " + std::to_string(kSeed));
+  const Seed seed;
   std::vector<std::vector<TagId>> tags(kWriters);
   for (int i = 0; i < kWriters * kTagsPerWriter; ++i) {
     tags[i % kWriters].push_back(AddTag("tag" + std::to_string(i)));
@@ -95,7 +95,7 @@ TEST_F(EmbeddedConcurrency, KeepsWhatManyWritersWroteWhileReadersReadAndTagsCome
   others.emplace_back([&] { ChangeCatalogueUntil(is_over); });
   std::vector<std::thread> writers;
   for (unsigned i = 0; i < kWriters; ++i) {
-    writers.emplace_back([&, i] { WriteRandomly(kSeed + i, tags[i], models[i]); });
+    writers.emplace_back([&, i] { WriteRandomly(seed.value() + i, tags[i], models[i]); });
   }
   for (std::thread& writer : writers) writer.join();
   is_over = true;

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <optional>
 #include <random>
 #include <set>
@@ -11,6 +9,7 @@
 #include <vector>
 
 #include "os/text_converter.h"
+#include "tests/support/seed.h"
 #include "text_test_support.h"
 
 namespace zervane::os {
@@ -131,16 +130,6 @@ TEST(Gb18030, GivesNoCharacterTwoCodes) {
   EXPECT_EQ(codes, kBmpWithoutAsciiAndSurrogates);
 }
 
-// A new seed each run; ZERVANE_TEST_SEED repeats one.
-std::uint32_t Seed() {
-  const char* given = std::getenv("ZERVANE_TEST_SEED");
-  const std::uint32_t seed = given == nullptr
-                                 ? std::random_device{}()
-                                 : static_cast<std::uint32_t>(std::strtoul(given, nullptr, 10));
-  std::cout << "ZERVANE_TEST_SEED=" << seed << std::endl;
-  return seed;
-}
-
 class Bytes {
  public:
   explicit Bytes(std::uint32_t seed) : engine_(seed) {}
@@ -176,7 +165,8 @@ class RandomBytes : public testing::TestWithParam<const char*> {};
 
 // Convert itself checks that nothing is written beyond the capacity and every text is terminated.
 TEST_P(RandomBytes, ConvertOrFailWithinTheCapacity) {
-  Bytes bytes(Seed());
+  const Seed seed;
+  Bytes bytes(seed.value());
   TextConverter converter(GetParam());
   int converted = 0;
   for (int i = 0; i < 20'000; ++i) {

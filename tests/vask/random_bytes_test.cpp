@@ -7,12 +7,12 @@
 #include <set>
 
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 #include "tests/vask/api_function.h"
 
 namespace zervane {
 namespace {
 
-constexpr std::uint64_t kSeed = 20240229;
 constexpr int kCalls = 400;
 
 bool IsStatus(int32 status) {
@@ -60,8 +60,8 @@ class RandomBytes : public testing::TestWithParam<ApiFunction> {
 };
 
 TEST_P(RandomBytes, GetAStatusAndDoNoHarm) {
-  SCOPED_TRACE("seed " + std::to_string(kSeed));
-  Chaos chaos(kSeed);
+  const Seed seed;
+  Chaos chaos(seed.value());
   for (int i = 0; i < kCalls; ++i) {
     const int32 status = GetParam().random(chaos);
     EXPECT_TRUE(IsStatus(status)) << status << " in call " << i;
@@ -84,8 +84,8 @@ INSTANTIATE_TEST_SUITE_P(Api, RandomBytes, testing::ValuesIn(FunctionsForRandomB
 
 TEST(RandomAddresses, AreRefused) {
   for (const char* variable : {"ZERVANE_HOME", "XDG_DATA_HOME", "HOME"}) unsetenv(variable);
-  SCOPED_TRACE("seed " + std::to_string(kSeed));
-  Chaos chaos(kSeed);
+  const Seed seed;
+  Chaos chaos(seed.value());
   for (int i = 0; i < kCalls; ++i) {
     const int32 status = nt3_connect(chaos.Make<const ZR3Connection*>());
     const std::set<int32> expected = {ZR3_ERR_NULL_ARGUMENT, ZR3_ERR_INVALID_TEXT,

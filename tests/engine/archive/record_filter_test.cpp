@@ -13,6 +13,7 @@
 #include "tests/engine/archive/points.h"
 #include "tests/engine/records.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 namespace zervane {
 namespace {
@@ -287,9 +288,10 @@ std::optional<double> ErrorOf(const Sample& sample, const std::map<std::int64_t,
 
 TEST(RecordFilter, RebuildsEveryRecordWithinTheDeviationWhateverQualitiesAndEqualTimesCome) {
   constexpr double kRounding = 1e-12;  // values are below 1,000: 8 units in their last place
-  for (std::uint64_t seed = 1; seed <= 50; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937_64 random(seed);
+  const Seed seed;
+  std::mt19937_64 random(seed.value());
+  for (int stream = 0; stream < 50; ++stream) {
+    SCOPED_TRACE(testing::Message() << "stream " << stream);
     const auto chance = [&](int of) { return std::uniform_int_distribution(1, of)(random) == 1; };
     RecordFilter filter({.compression_deviation = 1, .compression_max_ms = chance(2) ? 0 : 5000});
     std::map<std::int64_t, Sample> written;

@@ -11,6 +11,7 @@
 #include "engine/archive/swinging_door.h"
 #include "tests/engine/archive/points.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 namespace zervane {
 namespace {
@@ -61,8 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
                [](Random& random, int, double) { return Uniform(random, -8e307, 8e307); }}),
     CaseName());
 
-std::vector<Point> PointsOf(const Signal& signal, std::uint64_t seed, int count) {
-  Random random(seed);
+std::vector<Point> PointsOf(const Signal& signal, Random& random, int count) {
   std::vector<Point> points;
   Point point = {1'700'000'000'000, 0};
   for (int i = 0; i < count; ++i) {
@@ -105,7 +105,7 @@ const Point* FindBadlyRebuilt(const std::vector<Point>& points, const std::vecto
 }
 
 constexpr double kDeviations[] = {0.01, 0.1, 0.5, 1, 3, 1000};
-constexpr std::uint64_t kSeeds = 8;
+constexpr int kStreams = 8;
 constexpr int kPoints = 3000;
 
 // What is archived, and what would be if nothing more came.
@@ -116,12 +116,14 @@ std::vector<Point> KeptOf(SwingingDoor door, const std::vector<Point>& points) {
 }
 
 TEST_P(Compression, RebuildsEveryPointWithinTheDeviation) {
+  const Seed seed;
+  Random random(seed.value());
   for (const double deviation : kDeviations) {
     for (const std::int64_t max_ms : {0, 60'000}) {
-      for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
-        SCOPED_TRACE(testing::Message() << "seed " << seed << ", deviation " << deviation
+      for (int stream = 0; stream < kStreams; ++stream) {
+        SCOPED_TRACE(testing::Message() << "stream " << stream << ", deviation " << deviation
                                         << ", maximum " << max_ms << " ms");
-        const std::vector<Point> points = PointsOf(GetParam(), seed, kPoints);
+        const std::vector<Point> points = PointsOf(GetParam(), random, kPoints);
         const std::vector<Point> kept = KeptOf({deviation, max_ms}, points);
         ASSERT_EQ(kept.back(), points.back());
         const Point* badly_rebuilt = FindBadlyRebuilt(points, kept, deviation);
@@ -133,9 +135,11 @@ TEST_P(Compression, RebuildsEveryPointWithinTheDeviation) {
 
 TEST_P(Compression, ArchivesAtLeastEveryMaximumTimeWherePointsComeThatOften) {
   constexpr std::int64_t kMaxMs = 20'000;
-  for (std::uint64_t seed = 1; seed <= kSeeds; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    const std::vector<Point> points = PointsOf(GetParam(), seed, kPoints);
+  const Seed seed;
+  Random random(seed.value());
+  for (int stream = 0; stream < kStreams; ++stream) {
+    SCOPED_TRACE(testing::Message() << "stream " << stream);
+    const std::vector<Point> points = PointsOf(GetParam(), random, kPoints);
     const std::vector<Point> kept = KeptOf({1000, kMaxMs}, points);
     for (std::size_t i = 1; i < kept.size(); ++i) {
       if (kept[i].time_ms - kept[i - 1].time_ms <= kMaxMs) continue;

@@ -16,9 +16,10 @@
 #include "tests/engine/database/random_records.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 // Random calls of a database and of plain maps, which must tell the same. What a run does follows
-// from its seed: ZERVANE_SEED repeats one.
+// from its seed.
 namespace zervane {
 namespace {
 
@@ -29,11 +30,6 @@ constexpr std::int64_t kAnchors = 8;
 constexpr std::int64_t kYearMs = 365LL * 24 * 3600 * 1000;
 constexpr std::int64_t kStartMs = 20 * kYearMs;
 
-std::uint64_t Seed() {
-  const char* given = std::getenv("ZERVANE_SEED");
-  return given == nullptr ? std::random_device{}() : std::stoull(given);
-}
-
 struct ModelCase {
   const char* name;
   SqliteStoreOptions options;
@@ -42,10 +38,7 @@ struct ModelCase {
 
 class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
  protected:
-  ArchiveModelTest() {
-    RecordProperty("seed", std::to_string(seed_));
-    Open();
-  }
+  ArchiveModelTest() { Open(); }
 
   fs::path Folder() const { return temp_.path() / std::to_string(generation_); }
 
@@ -253,8 +246,8 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
     CompareCurrent();
   }
 
-  const std::uint64_t seed_ = Seed();
-  RandomRecords random_{seed_};
+  const Seed seed_;
+  RandomRecords random_{seed_.value()};
   storage::TempFolder temp_;
   int generation_ = 0;
   std::unique_ptr<Database> database_;
@@ -275,10 +268,9 @@ INSTANTIATE_TEST_SUITE_P(Bounds, ArchiveModelTest,
                          CaseName());
 
 TEST_P(ArchiveModelTest, TellsTheSameAsPlainMaps) {
-  SCOPED_TRACE("seed " + std::to_string(seed_));
   for (std::int64_t i = 0; i < kTags; ++i) AddTag();
   for (; operation_ < GetParam().operations && !HasFailure(); ++operation_) Step();
-  ASSERT_FALSE(HasFailure()) << "in operation " << operation_ << " of seed " << seed_;
+  ASSERT_FALSE(HasFailure()) << "in operation " << operation_;
   Reopen();
 }
 

@@ -34,13 +34,13 @@ class KilledDatabase : public storage::KillFixture {
     ASSERT_EQ(step, next_step_);
     Accept(step);
     ++next_step_;
-    if (StepOf(seed_, step).answer == WriteAnswer::kDurable) model_.StoreAll();
+    if (StepOf(seed_.value(), step).answer == WriteAnswer::kDurable) model_.StoreAll();
   }
 
   void TakeKill() override { Accept(next_step_); }
 
   void Accept(std::int64_t number) {
-    const KillStep step = StepOf(seed_, number);
+    const KillStep step = StepOf(seed_.value(), number);
     for (const std::int32_t code : model_.Accept(step.batch, step.order)) ASSERT_EQ(code, ZR3_OK);
   }
 

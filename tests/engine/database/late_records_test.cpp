@@ -13,6 +13,7 @@
 #include "tests/engine/records.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 namespace zervane {
 namespace {
@@ -164,19 +165,18 @@ INSTANTIATE_TEST_SUITE_P(
     CaseName());
 
 TEST_P(LateRecords, AreSeenOnceAtAnyInstantOnceTheyAreAnswered) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
+  const Seed seed;
   std::atomic<int> writing = kWriters;
   std::vector<std::thread> threads;
   for (int writer = 0; writer < kWriters; ++writer) {
-    threads.emplace_back([this, seed, writer, &writing] {
-      WriteLate(seed + static_cast<unsigned>(writer), writer);
+    threads.emplace_back([this, &seed, writer, &writing] {
+      WriteLate(seed.value() + static_cast<unsigned>(writer), writer);
       --writing;
     });
   }
   for (unsigned reader = 0; reader < kReaders; ++reader) {
-    threads.emplace_back([this, seed, reader, &writing] {
-      std::mt19937 random(seed + 100 + reader);
+    threads.emplace_back([this, &seed, reader, &writing] {
+      std::mt19937 random(seed.value() + 100 + reader);
       do ReadOnce(random);
       while (writing > 0 && !HasFailure());
     });

@@ -13,6 +13,7 @@
 #include "engine/storage/section.h"
 #include "tests/engine/storage/codec_cases.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 namespace zervane::storage {
 namespace {
@@ -174,9 +175,8 @@ TEST_P(IntegerColumns, ComeBackFromFewBytes) {
 }
 
 TEST(IntegerColumn, BringsBackNumbersOfAllSizes) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937_64 random(seed);
+  const Seed seed;
+  std::mt19937_64 random(seed.value());
   for (int round = 0; round < 500; ++round) {
     const auto drop = random() % 64;
     Numbers numbers(1 + random() % 300);

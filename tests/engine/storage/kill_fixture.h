@@ -10,6 +10,7 @@
 
 #include "tests/engine/storage/support.h"
 #include "tests/engine/storage/writing_process.h"
+#include "tests/support/seed.h"
 
 namespace zervane::storage {
 
@@ -29,7 +30,6 @@ class KillFixture : public testing::Test {
   virtual void ExpectAllAnswered(const std::filesystem::path& folder) = 0;
 
   void RunRounds(int rounds) {
-    SCOPED_TRACE("seed " + std::to_string(seed_));
     for (int round = 0; round < rounds && !HasFailure(); ++round) {
       SCOPED_TRACE("round " + std::to_string(round));
       WriteAndKill();
@@ -46,7 +46,7 @@ class KillFixture : public testing::Test {
   }
 
   TempFolder folder_;
-  const unsigned seed_ = std::random_device{}();
+  const Seed seed_;
   std::int64_t next_step_ = 0;
 
  private:
@@ -55,7 +55,7 @@ class KillFixture : public testing::Test {
   }
 
   void WriteAndKill() {
-    const WritingProcess writer(program_, folder_.path(), seed_, next_step_);
+    const WritingProcess writer(program_, folder_.path(), seed_.value(), next_step_);
     const std::int64_t wanted = Draw(1, most_answers_);
     std::optional<std::int64_t> answer;
     for (std::int64_t i = 0; i < wanted; ++i) {
@@ -71,7 +71,7 @@ class KillFixture : public testing::Test {
 
   const char* const program_;
   const std::int64_t most_answers_;
-  std::mt19937 random_{seed_};
+  std::mt19937 random_{seed_.value()};
 };
 
 }  // namespace zervane::storage

@@ -34,7 +34,7 @@ class KilledWriter : public KillFixture {
 
   void TakeAnswer(std::int64_t step) override {
     ASSERT_EQ(step, next_step_);
-    model_.Apply(StepOf(seed_, step));
+    model_.Apply(StepOf(seed_.value(), step));
     ++next_step_;
   }
 
@@ -43,7 +43,7 @@ class KilledWriter : public KillFixture {
     const KillModel contents = Contents(*MustOpen(folder));
     ExpectWholeFile(folder);
     if (contents == model_) return;
-    model_.Apply(StepOf(seed_, next_step_));
+    model_.Apply(StepOf(seed_.value(), next_step_));
     ++next_step_;
     EXPECT_TRUE(contents == model_) << "something is lost or torn after step " << next_step_ - 1;
   }

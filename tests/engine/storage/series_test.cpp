@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/engine/storage/support.h"
+#include "tests/support/seed.h"
 
 namespace zervane::storage {
 namespace {
@@ -55,9 +56,8 @@ TEST(Series, HasTheLastRecordOfATime) {
 
 // So many late ones that they are merged on the way, against a map.
 TEST(Series, TellsTheSameAsAMap) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
+  const Seed seed;
+  std::mt19937 random(seed.value());
   for (const unsigned spread : {1U, 50U, 5000U}) {
     Series series;
     std::map<std::int64_t, Sample> expected;

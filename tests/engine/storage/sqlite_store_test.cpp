@@ -11,6 +11,7 @@
 
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 namespace zervane::storage {
 namespace {
@@ -266,9 +267,8 @@ TEST_F(StoreFolder, SurvivesAFileThatWasCut) {
 TEST_F(StoreFolder, SurvivesAFileWithRandomBytesInIt) {
   MakeDatabase(folder_.path());
   const std::string whole = Contents(File());
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
+  const Seed seed;
+  std::mt19937 random(seed.value());
   for (int round = 0; round < 60; ++round) {
     SCOPED_TRACE(round);
     std::string bytes = whole;

@@ -7,6 +7,7 @@
 
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/seed.h"
 
 // Random operations on a store and on a plain map, which must tell the same.
 namespace zervane::storage {
@@ -37,8 +38,7 @@ struct ModelCase {
 
 class RandomOperations : public testing::TestWithParam<ModelCase> {
  protected:
-  RandomOperations() : seed_(std::random_device{}()), random_(seed_) {
-    RecordProperty("seed", std::to_string(seed_));
+  RandomOperations() {
     if (GetParam().on_disk) {
       store_ = MustOpen(Folder(), GetParam().options);
     } else {
@@ -155,8 +155,8 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     Reopen(kind < 98);
   }
 
-  const unsigned seed_;
-  std::mt19937_64 random_;
+  const Seed seed_;
+  std::mt19937_64 random_{seed_.value()};
   TempFolder temp_;
   int generation_ = 0;
   std::unique_ptr<Store> store_;
@@ -177,7 +177,6 @@ INSTANTIATE_TEST_SUITE_P(Store, RandomOperations,
                          CaseName());
 
 TEST_P(RandomOperations, TellTheSameAsAMap) {
-  SCOPED_TRACE("seed " + std::to_string(seed_));
   for (int i = 0; i < 5; ++i) AddTag();
   for (int i = 0; i < 600 && !HasFailure(); ++i) Step();
   CompareAll();
