@@ -146,7 +146,8 @@ TEST_F(Connecting, TellsWhatIsWrongWithAFolder) {
   std::ofstream(folder / "file") << "not a folder";
   std::filesystem::create_directory(folder / "foreign");
   std::ofstream(folder / "foreign/zervane.db") << std::string(8192, 'x');
-  EXPECT_NE(Connect(Embedded("file")), ZR3_OK);
+  EXPECT_EQ(Connect(Embedded("file")), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(Connect(Embedded("file/below")), ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(Connect(Embedded("foreign")), ZR3_ERR_NOT_A_DATABASE);
   EXPECT_EQ(Connect(Embedded("good")), ZR3_OK) << "a failure leaves no session behind";
 }

@@ -9,6 +9,7 @@ final class Codes {
   static final int INVALID_ADDRESS = 110103;
   static final int INVALID_TEXT = 110112;
   static final int DATABASE_IN_USE = 110130;
+  static final int STORAGE_FAILED = 110135;
   static final int INVALID_HANDLE = 110191;
   static final int TAG_NOT_FOUND = 117801;
   static final int NAME_NOT_FOUND = 117802;

@@ -1,7 +1,6 @@
 package com.talvoro.zrjni.stack;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvoro.zrjni.IntWrapper;
@@ -68,12 +67,14 @@ class ConnectionTest {
     assertTrue(Files.isDirectory(folder));
   }
 
-  @Test
-  void toAFolderThatCannotBeOneIsRefused(@TempDir Path parent) throws IOException {
+  @ParameterizedTest(name = "{0}")
+  @ValueSource(strings = {"file", "file/below"})
+  void toAFolderThatCannotBeOneIsRefused(String folder, @TempDir Path parent) throws IOException {
     database.close();
     Path file = Files.writeString(parent.resolve("file"), "not a folder");
 
-    assertNotEquals(Codes.OK, Jni_Zervane.connectEx("embedded:" + file, 0, "", 0));
+    String address = "embedded:" + parent.resolve(folder);
+    assertEquals(Codes.STORAGE_FAILED, Jni_Zervane.connectEx(address, 0, "", 0));
     assertEquals(Codes.NOT_CONNECTED, Jni_Zervane.disconnect());
     assertEquals("not a folder", Files.readString(file));
   }
