@@ -17,9 +17,10 @@ Result<std::int64_t> CountChunk(Connection& connection, const ChunkExtent& chunk
   const auto first_pending = std::ranges::lower_bound(pending, chunk.first_ms);
   const bool touched = first_pending != pending.end() && *first_pending <= chunk.last_ms;
   if (whole && !touched) return chunk.count;
-  const Result<std::vector<Sample>> records = LoadChunk(connection, chunk);
+  const Result<Decoded<std::vector<Sample>>> records = LoadChunk(connection, chunk);
   if (!records.ok()) return records.status();
-  return std::int64_t{std::ranges::count_if(*records, [&](const Sample& record) {
+  if (!records->ok()) return records->damage().status();
+  return std::int64_t{std::ranges::count_if(**records, [&](const Sample& record) {
     return range.Holds(record.time_ms) && !std::ranges::binary_search(pending, record.time_ms);
   })};
 }

@@ -113,17 +113,17 @@ std::string_view EncodeBatch(std::span<const AcceptedSample> records, ByteWriter
                    block);
 }
 
-Result<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes) {
-  const Result<Block> block = OpenBlock(BlockKind::kBatch, bytes);
-  if (!block.ok()) return block.status();
+Decoded<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes) {
+  const Decoded<Block> block = OpenBlock(BlockKind::kBatch, bytes);
+  if (!block.ok()) return block.damage();
   std::vector<AcceptedSample> records(block->head.count);
   ByteReader in(block->body);
   const AcceptedSample* before = &kBeforeFirst;
   for (AcceptedSample& record : records) {
-    if (!ReadRecord(&in, *before, &record)) return DamagedBlock("the batch does not decode");
+    if (!ReadRecord(&in, *before, &record)) return Damage{"the batch does not decode"};
     before = &record;
   }
-  if (!in.AtEnd() || !CheckRecords(records).ok()) return DamagedBlock("the batch is not valid");
+  if (!in.AtEnd() || !CheckRecords(records).ok()) return Damage{"the batch is not valid"};
   return records;
 }
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/status.h"
 #include "engine/storage/bytes.h"
+#include "engine/storage/decoded.h"
 #include "engine/storage/store.h"
 
 namespace zervane::storage {
@@ -22,8 +22,8 @@ inline std::string EncodeBatch(std::span<const AcceptedSample> records) {
   return std::string(EncodeBatch(records, &block));
 }
 
-// The records of a batch in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless what
-// comes out is what EncodeBatch may be given.
-Result<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes);
+// The records of a batch in `bytes`, which may hold anything: damaged unless what comes
+// out is what EncodeBatch may be given.
+Decoded<std::vector<AcceptedSample>> DecodeBatch(std::string_view bytes);
 
 }  // namespace zervane::storage

@@ -24,10 +24,6 @@ std::uint32_t Checksum(std::string_view bytes) {
 
 }  // namespace
 
-Status DamagedBlock(std::string_view why) {
-  return Status(ZR3_ERR_STORAGE_DAMAGED, std::string(why));
-}
-
 void BeginBlock(ByteWriter* block) {
   block->Cut(0);
   block->Advance(block->Room(kBlockHeaderBytes) + kBlockHeaderBytes);
@@ -45,36 +41,36 @@ std::string_view SealBlock(BlockKind kind, const BlockHead& head, ByteWriter* bl
   return block->bytes();
 }
 
-Result<Block> OpenBlock(BlockKind kind, std::string_view bytes) {
-  if (bytes.size() < kBlockHeaderBytes) return DamagedBlock("shorter than a block's header");
+Decoded<Block> OpenBlock(BlockKind kind, std::string_view bytes) {
+  if (bytes.size() < kBlockHeaderBytes) return Damage{"shorter than a block's header"};
   const std::string_view stored = bytes.substr(kBlockHeaderBytes);
   ByteReader header(bytes);
   const bool is_block = header.Fixed<std::uint8_t>() == 'Z' &&
                         header.Fixed<std::uint8_t>() == static_cast<std::uint8_t>(kind);
-  if (!is_block) return DamagedBlock("not a block of this kind");
+  if (!is_block) return Damage{"not a block of this kind"};
   const auto format = header.Fixed<std::uint8_t>();
   const auto compression = header.Fixed<std::uint8_t>();
   const auto type = header.Fixed<std::uint32_t>();
   const std::size_t count = header.Fixed<std::uint32_t>();
   const std::size_t size = header.Fixed<std::uint32_t>();
   if (header.Fixed<std::uint32_t>() != Checksum(bytes)) {
-    return DamagedBlock("the checksum does not match");
+    return Damage{"the checksum does not match"};
   }
   if (format == 0 || format > LastFormat(kind) || compression > kZstd) {
-    return DamagedBlock("unknown block format");
+    return Damage{"unknown block format"};
   }
   if (type > 0xFF || count > kMaxBlockRecords || size > count * kMaxRecordBytes) {
-    return DamagedBlock("the header is out of bounds");
+    return Damage{"the header is out of bounds"};
   }
   Block block{.head = {.format = format, .type = static_cast<std::uint8_t>(type), .count = count},
               .body = {}};
   if (compression == kStored) {
     block.body = stored;
-    if (size != stored.size()) return DamagedBlock("the body's size does not match");
+    if (size != stored.size()) return Damage{"the body's size does not match"};
     return block;
   }
   block.body.resize(size);
-  if (!Decompress(stored, block.body)) return DamagedBlock("the body does not decompress");
+  if (!Decompress(stored, block.body)) return Damage{"the body does not decompress"};
   return block;
 }
 

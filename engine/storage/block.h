@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "engine/status.h"
 #include "engine/storage/bytes.h"
+#include "engine/storage/decoded.h"
 #include "engine/value.h"
 
 // A block is how records stand in the database file: a header that tells what follows, a checksum
@@ -44,12 +44,9 @@ void BeginBlock(ByteWriter* block);
 // compressor. At most kMaxBlockRecords records of at most kMaxRecordBytes in the body.
 std::string_view SealBlock(BlockKind kind, const BlockHead& head, ByteWriter* block);
 
-// The block in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless they are exactly
-// one whole block of the kind, of a format up to the one that is written. A body that an earlier
-// release compressed is decompressed.
-Result<Block> OpenBlock(BlockKind kind, std::string_view bytes);
-
-// The failure that a decoder of blocks answers.
-Status DamagedBlock(std::string_view why);
+// The block in `bytes`, which may hold anything: damaged unless they are exactly one whole block of
+// the kind, of a format up to the one that is written. A body that an earlier release compressed is
+// decompressed.
+Decoded<Block> OpenBlock(BlockKind kind, std::string_view bytes);
 
 }  // namespace zervane::storage

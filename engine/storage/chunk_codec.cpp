@@ -81,11 +81,11 @@ std::string EncodeChunk(std::span<const Sample> records) {
       BlockKind::kChunk, {.format = kChunkFormat, .type = type, .count = records.size()}, &block));
 }
 
-Result<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
-  const Result<Block> block = OpenBlock(BlockKind::kChunk, bytes);
-  if (!block.ok()) return block.status();
+Decoded<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
+  const Decoded<Block> block = OpenBlock(BlockKind::kChunk, bytes);
+  if (!block.ok()) return block.damage();
   if (block->head.count == 0 || !IsTagType(block->head.type))
-    return DamagedBlock("no such chunk is written");
+    return Damage{"no such chunk is written"};
   const auto type = static_cast<TagType>(block->head.type);
   std::vector<Sample> records(block->head.count);
   for (Sample& record : records) record.type = type;
@@ -93,7 +93,7 @@ Result<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
   const bool whole = (block->head.format == kChunkFormat ? ReadFormat2(&in, records)
                                                          : ReadFormat1(&in, records)) &&
                      in.AtEnd() && TimesAreValid(records) && ValuesAreValid(records);
-  if (!whole) return DamagedBlock("the chunk's columns do not decode");
+  if (!whole) return Damage{"the chunk's columns do not decode"};
   return records;
 }
 

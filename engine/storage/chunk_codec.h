@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/status.h"
+#include "engine/storage/decoded.h"
 #include "engine/value.h"
 
 namespace zervane::storage {
@@ -16,8 +16,8 @@ namespace zervane::storage {
 // The records are valid, of one type, strictly ascending in time, 1 to kMaxBlockRecords.
 std::string EncodeChunk(std::span<const Sample> records);
 
-// The records of a chunk in `bytes`, which may hold anything: ZR3_ERR_STORAGE_DAMAGED unless what
-// comes out is what EncodeChunk may be given.
-Result<std::vector<Sample>> DecodeChunk(std::string_view bytes);
+// The records of a chunk in `bytes`, which may hold anything: damaged unless what comes
+// out is what EncodeChunk may be given.
+Decoded<std::vector<Sample>> DecodeChunk(std::string_view bytes);
 
 }  // namespace zervane::storage

@@ -51,15 +51,14 @@ class ChunkMerge {
       const ChunkExtent& chunk = **before;
       const bool is_overlapped = chunk.last_ms >= run_.front().time_ms;
       if (!is_overlapped && !IsWorthJoining(chunk)) return {};
-      Result<std::vector<Sample>> records = LoadChunk(connection_, chunk);
-      if (records.ok()) {
-        Join(*std::move(records));
+      Result<Decoded<std::vector<Sample>>> records = LoadChunk(connection_, chunk);
+      if (!records.ok()) return records.status();
+      if (records->ok()) {
+        Join(**std::move(records));
         edits_.replaced.push_back(chunk);
         if (is_overlapped) return {};
-      } else if (records.code() != ZR3_ERR_STORAGE_DAMAGED) {
-        return records.status();
       } else if (is_overlapped) {
-        LogError("{}; set aside for newer records", records.status().message());
+        LogError("{}; set aside for newer records", records->damage().what);
         edits_.damaged.push_back(chunk);
       } else {
         return {};  // stays as it is, before the run

@@ -59,15 +59,14 @@ ChunkExtent ReadExtent(const Query& row) {
           .count = row.Integer(4)};
 }
 
-Status DamagedChunk(const ChunkExtent& extent, std::string_view why) {
-  return Status(ZR3_ERR_STORAGE_DAMAGED,
-                fmt::format("chunk {} of tag {}, times {} to {} ms, {} records: {}", extent.id,
-                            extent.tag, extent.first_ms, extent.last_ms, extent.count, why));
+Damage DamagedChunk(const ChunkExtent& extent, std::string_view why) {
+  return {fmt::format("chunk {} of tag {}, times {} to {} ms, {} records: {}", extent.id,
+                      extent.tag, extent.first_ms, extent.last_ms, extent.count, why)};
 }
 
-Result<std::vector<Sample>> DecodeRow(const ChunkExtent& extent, std::string_view payload) {
-  Result<std::vector<Sample>> records = DecodeChunk(payload);
-  if (!records.ok()) return DamagedChunk(extent, records.status().message());
+Decoded<std::vector<Sample>> DecodeRow(const ChunkExtent& extent, std::string_view payload) {
+  Decoded<std::vector<Sample>> records = DecodeChunk(payload);
+  if (!records.ok()) return DamagedChunk(extent, records.damage().what);
   const bool as_the_row_says = std::cmp_equal(records->size(), extent.count) &&
                                records->front().time_ms == extent.first_ms &&
                                records->back().time_ms == extent.last_ms;
@@ -115,18 +114,18 @@ Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
     const ChunkExtent extent = ReadExtent(rows);
     if (!order.Takes(extent)) return DamagedIndex(tag);
     if (extent.count < 1 || std::cmp_greater(extent.count, kMaxBlockRecords)) {
-      return DamagedChunk(extent, "no chunk has as many");
+      return DamagedChunk(extent, "no chunk has as many").status();
     }
     if (Status status = take(extent); !status.ok()) return status;
   }
   return rows.status();
 }
 
-Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent& extent) {
+Result<Decoded<std::vector<Sample>>> LoadChunk(Connection& connection, const ChunkExtent& extent) {
   Query row(connection, "SELECT payload FROM chunk WHERE id = ?", extent.id);
   if (row.Next()) return DecodeRow(extent, row.Bytes(0));
   if (!row.status().ok()) return row.status();
-  return DamagedChunk(extent, "its row is missing");
+  return Decoded<std::vector<Sample>>(DamagedChunk(extent, "its row is missing"));
 }
 
 Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
@@ -136,8 +135,8 @@ Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction
   ChunkOrder order(direction);
   while (rows.Next()) {
     const ChunkExtent extent = ReadExtent(rows);
-    Result<std::vector<Sample>> records = DecodeRow(extent, rows.Bytes(5));
-    if (!records.ok()) return records.status();
+    Decoded<std::vector<Sample>> records = DecodeRow(extent, rows.Bytes(5));
+    if (!records.ok()) return records.damage().status();
     if (!order.Takes(extent)) return DamagedIndex(tag);
     if (!take(*std::move(records))) return {};
   }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "engine/status.h"
+#include "engine/storage/decoded.h"
 #include "engine/storage/sqlite.h"
 #include "engine/value.h"
 
@@ -39,8 +40,9 @@ Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId
 Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
                     const std::function<Status(const ChunkExtent&)>& take);
 
-// The records of a chunk. ZR3_ERR_STORAGE_DAMAGED when it does not decode to what its row says.
-Result<std::vector<Sample>> LoadChunk(Connection& connection, const ChunkExtent& extent);
+// The records of a chunk: damaged when its row, which was read, does not decode to what it says, or
+// is missing. A failure when the row could not be read, which says nothing of the chunk.
+Result<Decoded<std::vector<Sample>>> LoadChunk(Connection& connection, const ChunkExtent& extent);
 
 // Hands the records of the chunks that overlap the range to `take`, chunk by chunk in the
 // direction's order (ascending within a chunk), until it answers false. Holds one chunk at a time;

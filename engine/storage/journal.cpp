@@ -58,12 +58,11 @@ Status ReplayJournal(Connection& connection,
   {
     Query rows(connection, "SELECT seq, payload FROM journal ORDER BY seq");
     while (rows.Next()) {
-      Result<std::vector<AcceptedSample>> batch = DecodeBatch(rows.Bytes(1));
+      Decoded<std::vector<AcceptedSample>> batch = DecodeBatch(rows.Bytes(1));
       if (batch.ok()) {
         take(rows.Integer(0), *std::move(batch));
       } else {
-        LogError("batch {} of the journal: {}; set aside", rows.Integer(0),
-                 batch.status().message());
+        LogError("batch {} of the journal: {}; set aside", rows.Integer(0), batch.damage().what);
         damaged.push_back(rows.Integer(0));
       }
     }

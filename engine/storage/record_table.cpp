@@ -34,9 +34,9 @@ const Statements& Of(RecordTable table) {
 }
 
 std::optional<Sample> Decode(const Query& row, const char* called) {
-  Result<std::vector<Sample>> records = DecodeChunk(row.Bytes(1));
+  Decoded<std::vector<Sample>> records = DecodeChunk(row.Bytes(1));
   if (records.ok()) return std::move(records->front());
-  LogError("the {} of tag {} is lost: {}", called, row.Integer(0), records.status().message());
+  LogError("the {} of tag {} is lost: {}", called, row.Integer(0), records.damage().what);
   return std::nullopt;
 }
 

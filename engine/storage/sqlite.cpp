@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <utility>
 
+#include "engine/storage/sqlite_files.h"
 #include "engine/storage/system_status.h"
 
 namespace zervane::storage {
@@ -71,7 +72,9 @@ Result<std::unique_ptr<Connection>> Connection::Open(const std::filesystem::path
   constexpr int kFlags =
       SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
   sqlite3* handle = nullptr;
-  const int result = sqlite3_open_v2(file.c_str(), &handle, kFlags, nullptr);
+  const char* const files = SqliteFiles();
+  if (files == nullptr) return SqliteStatus(SQLITE_NOMEM, nullptr, "cannot open " + file.string());
+  const int result = sqlite3_open_v2(file.c_str(), &handle, kFlags, files);
   connection->handle_.reset(handle);
   if (result != SQLITE_OK) return SqliteStatus(result, handle, "cannot open " + file.string());
   sqlite3_busy_timeout(handle, kBusyTimeoutMs);

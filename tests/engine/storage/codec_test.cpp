@@ -61,7 +61,7 @@ INSTANTIATE_TEST_SUITE_P(Values, CodecRoundTrip, testing::ValuesIn(kValues), Cas
 TEST_P(CodecRoundTrip, BringsAChunkBackToTheBit) {
   const std::vector<Sample> samples = SamplesOf(GetParam());
   const auto decoded = DecodeChunk(EncodeChunk(samples));
-  ASSERT_TRUE(decoded.ok()) << decoded.status().message();
+  ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   ASSERT_EQ(decoded->size(), samples.size());
   for (std::size_t i = 0; i < samples.size(); ++i) {
     EXPECT_TRUE(Identical((*decoded)[i], samples[i])) << "record " << i;
@@ -71,7 +71,7 @@ TEST_P(CodecRoundTrip, BringsAChunkBackToTheBit) {
 TEST_P(CodecRoundTrip, BringsABatchBackToTheBit) {
   const std::vector<AcceptedSample> batch = BatchOf(GetParam());
   const auto decoded = DecodeBatch(EncodeBatch(batch));
-  ASSERT_TRUE(decoded.ok()) << decoded.status().message();
+  ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   ASSERT_EQ(decoded->size(), batch.size());
   for (std::size_t i = 0; i < batch.size(); ++i) {
     EXPECT_TRUE(Identical((*decoded)[i].sample, batch[i].sample)) << "record " << i;
@@ -139,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(Chunk, GoldenChunks, testing::ValuesIn(kGoldenChunks), 
 TEST_P(GoldenChunks, AreWrittenAndReadAsEver) {
   EXPECT_EQ(Hex(EncodeChunk(GetParam().samples)), GetParam().hex);
   const auto decoded = DecodeChunk(Bytes(GetParam().hex));
-  ASSERT_TRUE(decoded.ok()) << decoded.status().message();
+  ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   ASSERT_EQ(decoded->size(), GetParam().samples.size());
   for (std::size_t i = 0; i < decoded->size(); ++i) {
     EXPECT_TRUE(Identical((*decoded)[i], GetParam().samples[i])) << "record " << i;
@@ -158,7 +158,7 @@ TEST(ChunkCodec, ReadsCompressedPlanes) {
                         "020854555555555555201a14000218638c31c618638c31c618638c31c6980b2c"
                         "28b52ffd20c71d010052c40280100854555555555555201a14000218638c31c6"
                         "18638c31c618638c31c6980b"));
-  ASSERT_TRUE(decoded.ok()) << decoded.status().message();
+  ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   EXPECT_EQ(*decoded, samples);
 }
 

@@ -121,7 +121,7 @@ void ExpectWholeFile(const fs::path& folder) {
   while (chunks.Next()) {
     const std::int64_t tag = chunks.Integer(0);
     const auto records = DecodeChunk(chunks.Bytes(4));
-    ASSERT_TRUE(records.ok()) << records.status().message();
+    ASSERT_TRUE(records.ok()) << records.damage().what;
     EXPECT_EQ(records->front().time_ms, chunks.Integer(1));
     EXPECT_EQ(records->back().time_ms, chunks.Integer(2));
     EXPECT_TRUE(std::cmp_equal(records->size(), chunks.Integer(3)));
