@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/guard.h"
 #include "engine/log.h"
 #include "engine/storage/journal.h"
@@ -15,6 +16,10 @@ namespace {
 // that those who append hardly notice it.
 constexpr std::size_t kSliceBytes = 512 << 10;
 constexpr std::size_t kRowBytes = 64;  // of a row without its payload
+
+// Before a generation that failed is tried again; twice as long after each try that fails too.
+constexpr std::chrono::milliseconds kFirstPause{100};
+constexpr std::chrono::milliseconds kLongestPause{10'000};
 
 std::size_t WeightOf(const ChunkEdits& edits) {
   std::size_t bytes = (edits.replaced.size() + edits.damaged.size()) * kRowBytes;
@@ -34,80 +39,133 @@ ChunkWriter::ChunkWriter(Writer& writer, std::unique_ptr<Connection> reader, Pen
 
 ChunkWriter::~ChunkWriter() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     is_closing_ = true;
   }
-  begun_.notify_one();
+  begun_.NotifyOne();
   thread_.join();
 }
 
+// ---- of those who call ----
+
 void ChunkWriter::Begin(std::vector<std::int64_t> journal_cuts) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
+  ZERVANE_ASSERT(!is_working_ && outcome_.ok());
   journal_cuts_ = std::move(journal_cuts);
   is_working_ = true;
-  begun_.notify_one();
+  begun_.NotifyOne();
 }
 
 bool ChunkWriter::IsDone() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return !is_working_ && outcome_.ok();
 }
 
-void ChunkWriter::Wait() {
-  std::unique_lock lock(mutex_);
-  AwaitDone(lock);
-}
-
 Status ChunkWriter::Finish() {
-  std::unique_lock lock(mutex_);
-  AwaitDone(lock);
+  const MutexLock lock(mutex_);
+  AwaitDone();
   if (!outcome_.ok()) {
     is_working_ = true;
-    begun_.notify_one();
-    AwaitDone(lock);
+    begun_.NotifyOne();
+    AwaitDone();
   }
   return outcome_;
 }
 
-void ChunkWriter::AwaitDone(std::unique_lock<std::mutex>& lock) {
-  done_.wait(lock, [&] { return !is_working_; });
+void ChunkWriter::AwaitDone() {
+  while (is_working_) done_.Wait(mutex_);
 }
 
-void ChunkWriter::FoldLogSoon() {
-  const std::lock_guard lock(mutex_);
-  folds_log_ = true;
-  begun_.notify_one();
+ChunkWriter::Rest::Rest(ChunkWriter& chunks) : chunks_(chunks) {
+  const MutexLock lock(chunks_.mutex_);
+  ZERVANE_ASSERT(!chunks_.rests_);
+  chunks_.rests_ = true;
+  chunks_.AwaitDone();
+}
+
+ChunkWriter::Rest::~Rest() {
+  const MutexLock lock(chunks_.mutex_);
+  chunks_.rests_ = false;
+  chunks_.begun_.NotifyOne();
 }
 
 void ChunkWriter::SortSoon() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   sorts_ = true;
-  begun_.notify_one();
+  begun_.NotifyOne();
 }
 
+void ChunkWriter::FoldLogSoon() {
+  const MutexLock lock(mutex_);
+  folds_log_ = true;
+  begun_.NotifyOne();
+}
+
+// ---- of the thread ----
+
 void ChunkWriter::Loop() {
-  std::unique_lock lock(mutex_);
+  MutexLock lock(mutex_);
   for (;;) {
-    begun_.wait(lock, [&] { return is_working_ || folds_log_ || sorts_ || is_closing_; });
-    if (sorts_) {
-      lock.unlock();
-      SortIfAsked();
-      lock.lock();
-    } else if (std::exchange(folds_log_, false)) {
-      lock.unlock();
-      FoldLog();
-      lock.lock();
+    AwaitWork();
+    if (sorts_ || folds_log_) {
+      lock.Unlock();
+      DoWhatWasAsked();
+      lock.Lock();
     } else if (is_working_) {
-      lock.unlock();
-      Status status = Guarded([&] { return WriteGeneration(); });
-      lock.lock();
-      outcome_ = std::move(status);
-      is_working_ = false;
-      done_.notify_all();
+      lock.Unlock();
+      Status outcome = Guarded([&] { return WriteGeneration(); });
+      write_failures_.Note(outcome);
+      lock.Lock();
+      EndWork(std::move(outcome));
     } else {
       return;
     }
   }
+}
+
+// A generation that failed is work again when its pause is over.
+void ChunkWriter::AwaitWork() {
+  while (!is_working_ && !folds_log_ && !sorts_ && !is_closing_) {
+    const auto left = next_try_ - std::chrono::steady_clock::now();
+    if (outcome_.ok() || rests_) {
+      begun_.Wait(mutex_);
+    } else if (left.count() > 0) {
+      begun_.WaitFor(mutex_, std::chrono::ceil<std::chrono::milliseconds>(left));
+    } else {
+      is_working_ = true;
+    }
+  }
+}
+
+void ChunkWriter::EndWork(Status outcome) {
+  ZERVANE_ASSERT(is_working_);
+  pause_ = outcome_.ok() ? kFirstPause : std::min(2 * pause_, kLongestPause);
+  next_try_ = std::chrono::steady_clock::now() + pause_;
+  outcome_ = std::move(outcome);
+  is_working_ = false;
+  done_.NotifyAll();
+}
+
+// Also while a generation is written, since that takes long.
+void ChunkWriter::DoWhatWasAsked() {
+  bool sorts = false;
+  bool folds_log = false;
+  {
+    const MutexLock lock(mutex_);
+    std::swap(sorts, sorts_);
+    std::swap(folds_log, folds_log_);
+  }
+  const auto sort = [&] {
+    pending_.Sort();
+    return Status();
+  };
+  if (sorts) sort_failures_.Note(Guarded(sort));
+  if (folds_log) fold_failures_.Note(Guarded([&] { return FoldLog(); }));
+}
+
+void ChunkWriter::FailureLog::Note(const Status& outcome) {
+  if (!outcome.ok() && !is_failing_) LogWarning("{}: {}", consequence_, outcome.message());
+  is_failing_ = !outcome.ok();
 }
 
 Status ChunkWriter::WriteGeneration() {
@@ -119,7 +177,7 @@ Status ChunkWriter::WriteGeneration() {
   Slice slice;
   for (const auto* tag : generation) {
     if (Status status = PlanTag(*tag, &slice); !status.ok()) return status;
-    SortIfAsked();
+    DoWhatWasAsked();
     if (slice.weight < kSliceBytes) continue;
     if (Status status = Write(slice); !status.ok()) return status;
     slice = {};
@@ -142,7 +200,7 @@ Status ChunkWriter::PlanTag(const PendingTags::value_type& tag, Slice* slice) {
 }
 
 Status ChunkWriter::Write(const Slice& slice) {
-  const std::lock_guard turn(writer_.mutex);
+  const Turn turn(writer_.mutex);
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
@@ -156,7 +214,9 @@ Status ChunkWriter::Write(const Slice& slice) {
     if (status.ok() && tag.held.is_changed) status = WriteHeld(id, tag.held);
     if (!status.ok()) return status;
   }
-  return transaction.Commit();
+  Status status = transaction.Commit();
+  if (writer_.IsLogDue()) FoldLogSoon();
+  return status;
 }
 
 // A row that is there no more, since its transaction was undone, is deleted to no harm.
@@ -171,35 +231,22 @@ Status ChunkWriter::WriteHeld(TagId id, const HeldChange& held) {
 
 Status ChunkWriter::TrimJournal() {
   for (const std::int64_t cut : journal_cuts_) {
-    const std::lock_guard turn(writer_.mutex);
-    if (Status status = ClearJournal(*writer_.connection, cut); !status.ok()) return status;
+    {
+      const Turn turn(writer_.mutex);
+      if (Status status = ClearJournal(*writer_.connection, cut); !status.ok()) return status;
+      if (writer_.IsLogDue()) FoldLogSoon();
+    }
+    DoWhatWasAsked();
   }
   return {};
 }
 
 // Most of it goes on beside those who append. They wait for the small rest, after which the log
 // starts over instead of growing.
-void ChunkWriter::FoldLog() {
-  Status status = reader_->FoldLog();
-  if (status.ok()) {
-    const std::lock_guard turn(writer_.mutex);
-    status = reader_->FoldLog();
-  }
-  if (!status.ok()) LogWarning("SQLite's log is folded later: {}", status.message());
-}
-
-// Also while a generation is written, since that takes long. What cannot be sorted for want of
-// memory now stays for the next who tries.
-void ChunkWriter::SortIfAsked() {
-  {
-    const std::lock_guard lock(mutex_);
-    if (!std::exchange(sorts_, false)) return;
-  }
-  const Status status = Guarded([&] {
-    pending_.Sort();
-    return Status();
-  });
-  if (!status.ok()) LogWarning("records wait to be sorted: {}", status.message());
+Status ChunkWriter::FoldLog() {
+  if (Status status = reader_->FoldLog(); !status.ok()) return status;
+  const Turn turn(writer_.mutex);
+  return reader_->FoldLog();
 }
 
 }  // namespace zervane::storage

@@ -1,32 +1,26 @@
 #pragma once
 
-#include <condition_variable>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <unordered_set>
 #include <vector>
 
+#include "engine/mutex.h"
 #include "engine/status.h"
 #include "engine/storage/chunk_merge.h"
-#include "engine/storage/fair_mutex.h"
 #include "engine/storage/pending.h"
 #include "engine/storage/sqlite.h"
+#include "engine/storage/writer.h"
 
 namespace zervane::storage {
 
-// The connection that changes the file. The thread that appends and the one that writes chunks use
-// it in turn; each holds the mutex for as long as its transaction takes.
-struct Writer {
-  FairMutex mutex;
-  std::unique_ptr<Connection> connection;
-};
-
 // Brings the frozen generation of pending records into chunks, on a thread of its own: reading and
 // encoding go on beside those who append; only the finished chunks are written in turn with them,
-// some at a time. Then the journal is trimmed of what the chunks hold.
+// some at a time. Then the journal is trimmed of what the chunks hold. A generation that cannot be
+// written is tried again after a pause, until it is.
 //
 // At any instant the chunks and the journal together hold every answered record: until the journal
 // is trimmed it has all of the generation, and a replay replaces in chunks what is there already.
@@ -37,29 +31,41 @@ class ChunkWriter {
   // `reader` is a connection of its own.
   ChunkWriter(Writer& writer, std::unique_ptr<Connection> reader, Pending& pending,
               std::size_t chunk_records);
+  ChunkWriter(const ChunkWriter&) = delete;
+  ChunkWriter& operator=(const ChunkWriter&) = delete;
   ~ChunkWriter();  // finishes what was begun
 
   // The tags whose held-back record stands in the file. Before the first generation.
   void KnowHeldRow(TagId tag) { held_rows_.insert(tag); }
 
   // Begins to write the frozen generation, whose batches are the journal up to the last of
-  // `journal_cuts`: the journal is trimmed up to one after the other. Nothing is under way.
-  void Begin(std::vector<std::int64_t> journal_cuts);
+  // `journal_cuts`: the journal is trimmed up to one after the other. The one before is done.
+  void Begin(std::vector<std::int64_t> journal_cuts) EXCLUDES(mutex_);
 
   // Whether nothing is under way, nor still frozen since it failed.
-  bool IsDone();
+  bool IsDone() EXCLUDES(mutex_);
 
-  // Waits until nothing is under way.
-  void Wait();
+  // Waits until the generation is written; one that had failed is tried once more, at once. When it
+  // fails again, it is still frozen.
+  Status Finish() EXCLUDES(mutex_);
 
-  // Waits until the generation is written; one that had failed is tried once more. When it fails
-  // again, it is still frozen.
-  Status Finish();
+  // While one lives nothing is being written, so that what is frozen may be changed: it waits for
+  // what is under way, and keeps what failed from being tried again.
+  class Rest {
+   public:
+    explicit Rest(ChunkWriter& chunks);
+    Rest(const Rest&) = delete;
+    Rest& operator=(const Rest&) = delete;
+    ~Rest();
 
-  // What else the thread does behind the back of those who append: it folds SQLite's log into the
-  // file, and sorts what was taken to its tags.
-  void FoldLogSoon();
-  void SortSoon();
+   private:
+    ChunkWriter& chunks_;
+  };
+
+  // What else the thread does behind the back of those who append, also while it writes a
+  // generation: it sorts what was taken to its tags, and folds SQLite's log into the file.
+  void SortSoon() EXCLUDES(mutex_);
+  void FoldLogSoon() EXCLUDES(mutex_);
 
  private:
   // What goes into the file in one transaction.
@@ -70,33 +76,57 @@ class ChunkWriter {
     std::size_t weight = 0;
   };
 
-  void AwaitDone(std::unique_lock<std::mutex>& lock);
-  void Loop();
+  // Logs the first of failures in a row, since what fails is tried again and again.
+  class FailureLog {
+   public:
+    explicit FailureLog(const char* consequence) : consequence_(consequence) {}
+    void Note(const Status& outcome);
+
+   private:
+    const char* const consequence_;
+    bool is_failing_ = false;
+  };
+
+  void AwaitDone() REQUIRES(mutex_);
+  void AwaitWork() REQUIRES(mutex_);
+  void EndWork(Status outcome) REQUIRES(mutex_);
+
+  // Of the thread.
+  void Loop() EXCLUDES(mutex_);
+  void DoWhatWasAsked() EXCLUDES(mutex_);
   Status WriteGeneration();
   Status PlanTag(const PendingTags::value_type& tag, Slice* slice);
   Status Write(const Slice& slice);
-  Status WriteHeld(TagId id, const HeldChange& held);
+  Status WriteHeld(TagId id, const HeldChange& held) REQUIRES(writer_.mutex);
   Status TrimJournal();
-  void FoldLog();
-  void SortIfAsked();
+  Status FoldLog();
 
   Writer& writer_;
-  const std::unique_ptr<Connection> reader_;
+  const std::unique_ptr<Connection> reader_;  // of the thread
   Pending& pending_;
   const std::size_t chunk_records_;
 
-  std::unordered_set<TagId> held_rows_;  // of the writing thread
-  std::vector<std::int64_t>
-      journal_cuts_;  // of the writing thread while it works, else the caller's
+  // Of the thread; of the caller before the first generation.
+  std::unordered_set<TagId> held_rows_;
+  // Of the thread while it works, else of the caller.
+  std::vector<std::int64_t> journal_cuts_;
 
-  std::mutex mutex_;               // guards all down to `outcome_`
-  std::condition_variable begun_;  // there is work, or an end
-  std::condition_variable done_;
-  bool is_working_ = false;
-  bool folds_log_ = false;
-  bool sorts_ = false;
-  bool is_closing_ = false;
-  Status outcome_;
+  Mutex mutex_;
+  CondVar begun_;  // there is work, or an end
+  CondVar done_;
+  bool is_working_ GUARDED_BY(mutex_) = false;
+  bool folds_log_ GUARDED_BY(mutex_) = false;
+  bool sorts_ GUARDED_BY(mutex_) = false;
+  bool rests_ GUARDED_BY(mutex_) = false;
+  bool is_closing_ GUARDED_BY(mutex_) = false;
+  Status outcome_ GUARDED_BY(mutex_);                     // of the last try
+  std::chrono::milliseconds pause_ GUARDED_BY(mutex_){};  // after the last try, which failed
+  std::chrono::steady_clock::time_point next_try_ GUARDED_BY(mutex_);
+
+  // Of the thread.
+  FailureLog write_failures_{"records stay in the journal until they can be written into chunks"};
+  FailureLog fold_failures_{"SQLite's log is folded later"};
+  FailureLog sort_failures_{"records wait to be sorted"};
 
   std::thread thread_;  // last: it uses all of the above
 };

@@ -1,22 +1,27 @@
 #pragma once
 
-#include <mutex>
+#include "engine/mutex.h"
+#include "engine/thread_annotations.h"
 
 namespace zervane::storage {
 
-// A mutex that goes to those who ask in their order, so that a thread which takes it again and
-// again keeps no other waiting. For std::unique_lock and std::lock_guard.
-class FairMutex {
+// A mutex for two threads: one that takes it again and again lets the other have it in between.
+// Among more than two, those that wait come in no order.
+class CAPABILITY("mutex") FairMutex {
  public:
-  void lock() {
-    const std::lock_guard turn(next_);
-    held_.lock();
+  // What one of its mutexes is to the other is beyond analysis: the first is held only to wait for
+  // the second.
+  void Lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
+    const MutexLock turn(next_);
+    held_.Lock();
   }
-  void unlock() { held_.unlock(); }
+  void Unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { held_.Unlock(); }
 
  private:
-  std::mutex next_;  // held by the one who waits longest
-  std::mutex held_;
+  Mutex next_;  // of the one who waits longest
+  Mutex held_;
 };
+
+using Turn = BasicLock<FairMutex>;
 
 }  // namespace zervane::storage

@@ -108,6 +108,8 @@ void Connection::CountLogPages() {
 }
 
 Status Connection::FoldLog() {
+  // A connection that has read nothing yet does not know of the log, and would fold nothing.
+  if (Status status = Execute("PRAGMA schema_version"); !status.ok()) return status;
   const int result =
       sqlite3_wal_checkpoint_v2(handle_.get(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
   // Another one that folds at the moment does the same.

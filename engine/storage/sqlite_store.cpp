@@ -21,10 +21,6 @@
 namespace zervane::storage {
 namespace {
 
-// Some 64 MiB of SQLite's log. The journal's pages are freed and written again; the more often that
-// happens before they are folded into the file, the less the disk is busy with what nobody needs.
-constexpr int kMaxLogPages = 16384;
-
 // The journal is trimmed by parts of this weight, so that trimming holds nobody up.
 constexpr std::size_t kCutBytes = 4 << 20;
 constexpr std::size_t kMinCutBytes = 4 << 10;  // what a batch weighs at least
@@ -59,15 +55,17 @@ class SqliteStore final : public Store {
  public:
   SqliteStore(FolderLock lock, std::filesystem::path file, std::unique_ptr<Connection> writer,
               const SqliteStoreOptions& options)
-      : lock_(std::move(lock)), options_(options), readers_(std::move(file)) {
-    writer_.connection = std::move(writer);
-  }
+      : lock_(std::move(lock)),
+        options_(options),
+        writer_(std::move(writer), options.log_pages),
+        readers_(std::move(file)) {}
 
   ~SqliteStore() override {
     if (chunks_ == nullptr) return;
     const Status written = Guarded([&] { return WriteAllChunks(); });
     if (!written.ok()) LogWarning("the journal is kept for the next open: {}", written.message());
-    const Status cut = Guarded([&] { return writer_.connection->Execute(kCutFreePages); });
+    chunks_ = nullptr;  // ends its thread
+    const Status cut = Guarded([&] { return CutFreePages(); });
     if (!cut.ok()) LogWarning("the file keeps the room of its journal: {}", cut.message());
   }
 
@@ -119,12 +117,13 @@ class SqliteStore final : public Store {
   Result<std::optional<Sample>> DoReadHeld(TagId id);
 
   Status StartChunks(const std::filesystem::path& file);
-  Status LoadHeld();
+  Status LoadHeld() REQUIRES(writer_.mutex);
   Status Journal(std::span<const AcceptedSample> records);
   void Took(std::size_t bytes, std::int64_t seq);
   Status MakeRoom();
   void BeginChunks();
   Status WriteAllChunks();
+  Status CutFreePages();
 
   const FolderLock lock_;  // first, so that it is given back last
   const SqliteStoreOptions options_;
@@ -147,10 +146,11 @@ class SqliteStore final : public Store {
 };
 
 Status SqliteStore::Start(const std::filesystem::path& file) {
+  if (Status status = StartChunks(file); !status.ok()) return status;
+  const Turn turn(writer_.mutex);
   const Result<std::vector<TagProperties>> tags = LoadTagRows(*writer_.connection);
   if (!tags.ok()) return tags.status();
   for (const TagProperties& tag : *tags) pending_.AddTag(tag.id);
-  if (Status status = StartChunks(file); !status.ok()) return status;
   if (Status status = LoadHeld(); !status.ok()) return status;
   const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) {
     pending_.Reserve();
@@ -198,7 +198,7 @@ Result<CatalogueImage> SqliteStore::DoLoadCatalogue() {
 }
 
 Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t version) {
-  const std::lock_guard turn(writer_.mutex);
+  const Turn turn(writer_.mutex);
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
@@ -210,13 +210,14 @@ Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t versi
   const bool is_new = pending_.AddTag(properties.id);  // before the commit: it may throw
   status = transaction.Commit();
   if (!status.ok() && is_new) pending_.RemoveTag(properties.id);
+  if (writer_.IsLogDue()) chunks_->FoldLogSoon();
   return status;
 }
 
 Status SqliteStore::DoRemoveTag(TagId id, std::int64_t version) {
-  chunks_->Wait();  // it may be planning chunks of the tag
-  pending_.Sort();  // before the commit: it may throw
-  const std::lock_guard turn(writer_.mutex);
+  const ChunkWriter::Rest rest(*chunks_);  // it may be planning chunks of the tag
+  pending_.Sort();                         // before the commit: it may throw
+  const Turn turn(writer_.mutex);
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
@@ -228,6 +229,7 @@ Status SqliteStore::DoRemoveTag(TagId id, std::int64_t version) {
   Status status = Query(file, "UPDATE catalogue SET version = ?", version).Run();
   if (!status.ok()) return status;
   if (status = transaction.Commit(); !status.ok()) return status;
+  if (writer_.IsLogDue()) chunks_->FoldLogSoon();
   // The journal may still hold records of the tag. A replay leaves them out, since the tag is gone
   // and its identifier is never given again.
   pending_.RemoveTag(id);
@@ -277,7 +279,7 @@ Status SqliteStore::DoAppend(std::vector<AcceptedSample>& records) {
 
 Status SqliteStore::Journal(std::span<const AcceptedSample> records) {
   const std::span<const std::string_view> rows = encoder_.Encode(records);
-  const std::lock_guard turn(writer_.mutex);
+  const Turn turn(writer_.mutex);
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
@@ -285,7 +287,7 @@ Status SqliteStore::Journal(std::span<const AcceptedSample> records) {
   if (!seq.ok()) return seq.status();
   if (Status status = transaction.Commit(); !status.ok()) return status;
   last_seq_ = *seq;
-  if (file.log_pages() >= kMaxLogPages) chunks_->FoldLogSoon();
+  if (writer_.IsLogDue()) chunks_->FoldLogSoon();
   return {};
 }
 
@@ -345,6 +347,11 @@ Status SqliteStore::WriteAllChunks() {
   if (!status.ok() || pending_bytes_ == 0) return status;
   BeginChunks();
   return chunks_->Finish();
+}
+
+Status SqliteStore::CutFreePages() {
+  const Turn turn(writer_.mutex);
+  return writer_.connection->Execute(kCutFreePages);
 }
 
 Result<std::unique_ptr<Store>> DoOpen(const std::filesystem::path& folder,

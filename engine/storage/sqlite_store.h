@@ -17,6 +17,11 @@ struct SqliteStoreOptions {
   // append wait.
   std::size_t pending_bytes = 64 << 20;
 
+  // How long SQLite's log gets, in pages of 4 KiB, until it is folded into the file: 64 MiB. The
+  // journal's pages are freed and written again; the more often that happens before they are
+  // folded, the less the disk is busy with what nobody needs. While the log is folded it grows on.
+  int log_pages = 16'384;
+
   // Records of a full chunk: its header and row weigh little beside them, and reaching one of them
   // costs some tens of microseconds.
   std::size_t chunk_records = 1'000;

@@ -155,6 +155,22 @@ TEST_F(FailingReads, AreToldByOpeningForWhatTheyAre) {
   ExpectNothingLost();
 }
 
+TEST_F(FailingReads, DoNotKeepAGenerationFromItsChunksOnceTheyAreOver) {
+  StartOver();
+  ReadFaults faults;
+  const auto store = MustOpen(Folder());
+  std::vector<AcceptedSample> batch;
+  for (std::int64_t i = 1; i <= 40; ++i) batch.push_back(LongRecord(1, 10 * i + 5));
+  ASSERT_TRUE(Append(*store, batch).ok());
+  faults.Fail(EIO, 1);
+  (void)Append(*store, {LongRecord(2, 5)});  // begins to write those before it into chunks
+  ASSERT_TRUE(faults.AwaitFailed(3)) << "nobody calls, and it is tried again";
+  faults.Heal();
+  const std::string chunks = "SELECT sum(count) FROM chunk WHERE tag = 1";
+  while (NumberInFile(Folder(), chunks) < kRecords + 40) {
+  }
+}
+
 TEST_F(FailingReads, KeepNoStoreFromClosing) {
   StartOver();
   ReadFaults faults;

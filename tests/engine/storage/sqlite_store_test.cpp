@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 #include <random>
 #include <sstream>
 
@@ -373,6 +374,41 @@ TEST_F(StoreFolder, StartsItsLogOverInsteadOfLettingItGrow) {
     ++appends;
   }
   EXPECT_LT(appends, 2000);
+}
+
+struct ChangeCase {
+  const char* name;
+  std::function<Status(Store&, int number)> make;
+};
+
+class RepeatedChange : public StoreFolder, public testing::WithParamInterface<ChangeCase> {};
+
+INSTANTIATE_TEST_SUITE_P(StoreFolder, RepeatedChange,
+                         testing::Values(ChangeCase{"AddingTags",
+                                                    [](Store& store, int number) {
+                                                      return store.PutTag(TagNamed(number, "TAG"),
+                                                                          number);
+                                                    }},
+                                         ChangeCase{"RemovingTags",
+                                                    [](Store& store, int number) {
+                                                      return store.RemoveTag(number, number);
+                                                    }},
+                                         ChangeCase{"Appending",
+                                                    [](Store& store, int number) {
+                                                      return store.Append(
+                                                          std::vector{Record(1, number, 0)});
+                                                    }}),
+                         CaseName());
+
+TEST_P(RepeatedChange, StartsTheLogOver) {
+  const auto store = MustOpen(folder_.path(), {.log_pages = 32});
+  ASSERT_TRUE(GetParam().make(*store, 1).ok());
+  const std::string first = LogGeneration(folder_.path());
+  int changes = 1;
+  while (LogGeneration(folder_.path()) == first && changes < 1000) {
+    ASSERT_TRUE(GetParam().make(*store, ++changes).ok());
+  }
+  EXPECT_LT(changes, 1000);
 }
 
 TEST_F(StoreFolder, SplitsABatchThatIsLargerThanABlock) {

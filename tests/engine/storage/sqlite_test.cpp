@@ -93,6 +93,17 @@ TEST_F(SqliteFile, SaysThatAnotherWriterHasIt) {
   EXPECT_EQ(Insert("x").code(), ZR3_ERR_DATABASE_IN_USE);
 }
 
+TEST_F(SqliteFile, HasItsLogFoldedByAConnectionThatReadNothingYet) {
+  EXPECT_TRUE(file_->Execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = OFF").ok());
+  file_->CountLogPages();
+  EXPECT_TRUE(Insert(std::string(100'000, 'x')).ok());
+  const int pages = file_->log_pages();
+  const auto other = *Connection::Open(Path());
+  EXPECT_TRUE(other->FoldLog().ok());
+  EXPECT_TRUE(Insert("x").ok());
+  EXPECT_LT(file_->log_pages(), pages) << "the log has started over";
+}
+
 TEST(SqliteConnection, SaysWhyAFileCannotBeOpened) {
   const TempFolder folder;
   const auto missing = Connection::Open(folder.path() / "no" / "such" / "folder");
