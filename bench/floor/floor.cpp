@@ -5,6 +5,7 @@
 // the conversions that it does for a real database: identifiers that follow from the names, tags
 // that are FLOAT64, and reads that find as many records as there is room for. Such a record has its
 // type and is zero otherwise.
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
@@ -65,7 +66,8 @@ int32 tag3_query_id_by_name(const char* szTagName, uint32* pTagID) {
   return 0;
 }
 int32 tag3_query_ids_by_names(int32 nNum, const char* pTagNames, uint32* pTagIDs, int32*) {
-  for (int32 i = 0; i < nNum; ++i) pTagIDs[i] = IdOfName(pTagNames + i * ZR3_LEN_TAG_NAME);
+  for (int32 i = 0; i < nNum; ++i)
+    pTagIDs[i] = IdOfName(pTagNames + std::ptrdiff_t{i} * ZR3_LEN_TAG_NAME);
   return 0;
 }
 

@@ -184,7 +184,7 @@ TEST_F(AlarmSteps, HandleZeroReachesTheApiOnlyForAGroup) {
 
 // ---- the latest alarms ----
 
-void AnswerSnapshots(std::vector<std::string> comments, int32 status, int32 code) {
+void AnswerSnapshots(const std::vector<std::string>& comments, int32 status, int32 code) {
   Api().On<am3_query_snapshots>(
       [=](int32 count, auto, auto, ZR3AlarmRecord* records, int32* codes) {
         for (size_t i = 0; i < static_cast<size_t>(count); ++i) {

@@ -12,7 +12,7 @@ struct Batch {
   explicit Batch(int32 count = 2) {
     Api().On<am3_get_callback_am>([this, count](int32* count_out, ZR3AlarmRecord** records_out) {
       EXPECT_TRUE(Untouched(count_out, sizeof *count_out));
-      EXPECT_TRUE(Untouched(records_out, sizeof *records_out));
+      EXPECT_TRUE(Untouched(records_out, sizeof(void*)));
       *count_out = count;
       *records_out = count == 0 ? nullptr : records;
       return 0;
@@ -36,7 +36,7 @@ TEST_F(AlarmSubscription, ABatchIsTakenIntoAHolderWhoseAddressIsItsHandle) {
   const Batch batch;
   const jlong handle = Take();
   EXPECT_EQ(Left(), Blocks{kHolder});
-  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), static_cast<long>(kHolder));
+  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), kHolder);
   EXPECT_EQ(Call(ZR(getRegisterTagAmNum), handle), 2);
   EXPECT_TRUE(SameLines({}, Log().All()));
 }
@@ -64,7 +64,7 @@ TEST_F(AlarmSubscription, ABatchOfNothingIsFreedWithoutTheApi) {
   EXPECT_TRUE(SameLines({}, Log().Steps()));
   Free(handle);
   EXPECT_TRUE(SameLines({}, Log().All()));
-  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), -1);
+  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), std::nullopt);
 }
 
 TEST_F(AlarmSubscription, FreeingABatchGivesTheRecordsBackAndFreesTheHolder) {
@@ -72,12 +72,12 @@ TEST_F(AlarmSubscription, FreeingABatchGivesTheRecordsBackAndFreesTheHolder) {
   const jlong handle = Take();
   Api().On<am3_free_callback_am>([&](int32, const ZR3AlarmRecord* records) {
     EXPECT_EQ(records, batch.records);
-    EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), static_cast<long>(kHolder));
+    EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), kHolder);
     return 4711;
   });
   Free(handle);
   EXPECT_TRUE(SameLines({"am3_free_callback_am(2, out)"}, Log().All()));
-  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), -1);
+  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), std::nullopt);
 }
 
 TEST_F(AlarmSubscription, AFailedTakeLeaksTheHolderAndDoesNotWriteTheWrapper) {

@@ -104,7 +104,7 @@ TEST_F(AlarmTags, ModifyingClearsTheFirst172BytesAndNoMore) {
   Modify(JavaTag());
   EXPECT_EQ(Sent().szTagName[171], '\0');
   EXPECT_TRUE(HoldsOldBytes(Sent().szTagName + 172, sizeof(Sent().szTagName) - 172));
-  EXPECT_TRUE(HoldsOldBytes(Sent().szIMVString, 3 * ZR3_LEN_EXT_STRING));
+  EXPECT_TRUE(HoldsOldBytes(Sent().szIMVString, size_t{3} * ZR3_LEN_EXT_STRING));
 }
 
 void AnswerAQueriedTag() {

@@ -238,7 +238,7 @@ TEST_P(OneTagInterpolation, TextIsReadFromClearedSlotsOfOneBlock) {
   TagsHaveType(6);
   AnswerQueries(0, [](ZR3Record* records, int32*) {
     const char* const block = records[0].value.strBlob.pBuf;
-    EXPECT_EQ(Probe().SizeAt(block), static_cast<long>(2 * kSlot));
+    EXPECT_EQ(Probe().SizeAt(block), 2 * kSlot);
     EXPECT_TRUE(SameBytes(std::string(2 * kSlot, '\0').data(), block, 2 * kSlot));
     for (int i = 0; i < 2; ++i) {
       EXPECT_EQ(records[i].value.strBlob.pBuf, block + static_cast<size_t>(i) * kSlot);
@@ -297,8 +297,8 @@ TEST_F(ManyTagsInterpolation, EveryTextHasItsOwnSlotInABlockOfItsOwn) {
   AnswerQueries(0, [](ZR3Record* records, int32*) {
     char* const first = records[0].value.strBlob.pBuf;
     char* const third = records[2].value.strBlob.pBuf;
-    EXPECT_EQ(Probe().SizeAt(first), static_cast<long>(3 * kSlot));
-    EXPECT_EQ(Probe().SizeAt(third - 2 * kSlot), static_cast<long>(3 * kSlot));
+    EXPECT_EQ(Probe().SizeAt(first), 3 * kSlot);
+    EXPECT_EQ(Probe().SizeAt(third - 2 * kSlot), 3 * kSlot);
     for (const char* const block : {first, third - 2 * kSlot}) {
       EXPECT_TRUE(SameBytes(std::string(3 * kSlot, '\0').data(), block, 3 * kSlot));
     }

@@ -196,7 +196,7 @@ TEST_F(PointTags, ModifyTagClearsTheFirst172BytesAndNoMore) {
   EXPECT_TRUE(
       SameBytes(std::string(172 - kName, '\0').data(), Sent().szTagName + kName, 172 - kName));
   EXPECT_TRUE(HoldsOldBytes(Sent().szTagName + 172, sizeof(Sent().szTagName) - 172));
-  EXPECT_TRUE(HoldsOldBytes(Sent().szIMVString, 3 * ZR3_LEN_EXT_STRING));
+  EXPECT_TRUE(HoldsOldBytes(Sent().szIMVString, size_t{3} * ZR3_LEN_EXT_STRING));
 }
 
 void AnswerAQueriedTag() {

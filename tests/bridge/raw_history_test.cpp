@@ -163,7 +163,7 @@ TEST_P(RawRecords, OfTextOrBytesAreReadFromSlotsOfOneUnclearedBlock) {
   TagsHaveType(7);
   AnswerRecords([](ZR3Record* records, int32* count) {
     const char* const block = records[0].value.strBlob.pBuf;
-    EXPECT_EQ(Probe().SizeAt(block), static_cast<long>(2 * kSlot));
+    EXPECT_EQ(Probe().SizeAt(block), 2 * kSlot);
     EXPECT_TRUE(Untouched(block, 2 * kSlot));
     for (int32 i = 0; i < *count; ++i) {
       ZR3StrBlob& blob = records[i].value.strBlob;

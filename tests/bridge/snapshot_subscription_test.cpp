@@ -160,7 +160,7 @@ TEST_F(Subscription, ABatchIsTakenIntoAHolderWhoseAddressIsItsHandle) {
   Batch batch;
   const jlong handle = Take();
   EXPECT_EQ(Left(), Blocks{kHolder});
-  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), static_cast<long>(kHolder));
+  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), kHolder);
   EXPECT_EQ(Call(ZR(getRegisterTagSnNum), handle), 3);
   EXPECT_TRUE(SameLines({}, Log().All()));
 }
@@ -211,7 +211,7 @@ TEST_F(Subscription, FreeingABatchGivesTheArraysBackAndFreesTheHolder) {
   });
   Free(handle);
   EXPECT_TRUE(SameLines({"sn3_free_callback_sn(3, {5, 4294967290, 7}, out)"}, Log().All()));
-  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), -1);
+  EXPECT_EQ(Probe().SizeAt(reinterpret_cast<void*>(handle)), std::nullopt);
 }
 
 TEST_F(Subscription, AFailedTakeLeaksTheHolderAndDoesNotWriteTheWrapper) {

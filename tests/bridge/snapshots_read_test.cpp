@@ -111,7 +111,7 @@ int32 FillBuffer(ZR3Record* record, const std::string& bytes) {
 TEST_F(Snapshot, AStringIsReadFromABufferOf1000Bytes) {
   TagsHaveType(ZR3_TAG_TYPE_STRING);
   Api().On<sn3_query_snapshot>([](uint32, ZR3Record* record) {
-    EXPECT_EQ(Probe().SizeAt(record->value.strBlob.pBuf), static_cast<long>(kBuffer));
+    EXPECT_EQ(Probe().SizeAt(record->value.strBlob.pBuf), kBuffer);
     return FillBuffer(record, std::string("OPEN\0", 5));
   });
   const Ref record = JavaTarget();

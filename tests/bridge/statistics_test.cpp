@@ -57,7 +57,7 @@ std::string ApiLine(const std::string& region) {
 
 void AnswerValue(float64 value, int32 status) {
   Api().On<st3_tag_stats_calc>([=](uint32, const ZR3StRelatedParam* param, float64* answer) {
-    EXPECT_EQ(Probe().SizeAt(param->pTimeRegions), 20);
+    EXPECT_EQ(Probe().SizeAt(param->pTimeRegions), 20U);
     *answer = value;
     return status;
   });

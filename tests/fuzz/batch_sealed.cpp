@@ -2,7 +2,7 @@
 
 // Any bytes as a batch under a right checksum: its header and records.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace zervane::storage;  // NOLINT(google-build-using-namespace)
+  using namespace zervane::storage;
   CheckBatch(Sealed(BlockKind::kBatch, AsBytes(data, size)));
   return 0;
 }

@@ -2,7 +2,7 @@
 
 // Any bytes as a chunk under a right checksum: its header, columns and compressed sections.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace zervane::storage;  // NOLINT(google-build-using-namespace)
+  using namespace zervane::storage;
   CheckChunk(Sealed(BlockKind::kChunk, AsBytes(data, size)));
   return 0;
 }

@@ -21,8 +21,8 @@ void SortByTime(std::vector<Sample>* records) {
 // Any bytes as a batch, whose records then come back from a chunk for each type: the encoders of
 // columns meet values that nobody thought of.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace zervane;           // NOLINT(google-build-using-namespace)
-  using namespace zervane::storage;  // NOLINT(google-build-using-namespace)
+  using namespace zervane;
+  using namespace zervane::storage;
   const auto batch = DecodeBatch(Sealed(BlockKind::kBatch, AsBytes(data, size)));
   if (!batch.ok()) return 0;
   std::array<std::vector<Sample>, ZR3_TAG_TYPE_MAX + 1> by_type;

@@ -146,7 +146,7 @@ const void* OutstandingBlock(size_t index) {
 }  // namespace zervane::probe
 
 __attribute__((visibility("default"))) int64_t zervane_offset_in_block(const void* address) {
-  using namespace zervane::probe;  // NOLINT: the watch's own state
+  using namespace zervane::probe;
   const Lock lock;
   const size_t count = outstanding_count.load(std::memory_order_relaxed);
   for (const Block* block = outstanding; block != outstanding + count; ++block) {
@@ -160,7 +160,7 @@ __attribute__((visibility("default"))) int64_t zervane_offset_in_block(const voi
 
 // ---- what stands before the C library's own ----
 
-using namespace zervane::probe;  // NOLINT: four functions only
+using namespace zervane::probe;
 
 extern "C" {
 

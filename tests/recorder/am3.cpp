@@ -1,7 +1,7 @@
 #include "recorder.h"
 #include "tag_property_calls.h"
 
-using namespace zervane::recorder;  // NOLINT: a file of calls
+using namespace zervane::recorder;
 
 // ---- alarm tags ----
 

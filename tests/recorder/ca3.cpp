@@ -1,7 +1,7 @@
 #include "recorder.h"
 #include "tag_property_calls.h"
 
-using namespace zervane::recorder;  // NOLINT: a file of calls
+using namespace zervane::recorder;
 
 int32 ca3_add_tag(const ZR3CalcTagProp* pProp, const ZR3Mask* pMask, const char* szNode,
                   uint32* pTagID) {

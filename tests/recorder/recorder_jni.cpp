@@ -6,7 +6,7 @@
 
 #include "recorder.h"
 
-using namespace zervane::recorder;  // NOLINT: natives only
+using namespace zervane::recorder;
 
 namespace {
 

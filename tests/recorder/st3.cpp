@@ -1,7 +1,7 @@
 #include "recorder.h"
 #include "tag_property_calls.h"
 
-using namespace zervane::recorder;  // NOLINT: a file of calls
+using namespace zervane::recorder;
 
 int32 st3_tag_stats_calc(uint32 nTagID, const ZR3StRelatedParam* pParam, float64* pValue) {
   ZR3StRelatedParam param = *pParam;  // without the address of the regions, which stand beside it

@@ -5,7 +5,7 @@
 #include <cstring>
 
 extern "C" {
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker's names for wrapped functions.
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): the linker's names for wrapped functions.
 void* __real_malloc(size_t size);
 void* __real_realloc(void* block, size_t size);
 void __real_free(void* block);
@@ -34,9 +34,10 @@ std::vector<size_t> AllocationProbe::Left() const {
   return sizes;
 }
 
-long AllocationProbe::SizeAt(const void* address) const {
+std::optional<size_t> AllocationProbe::SizeAt(const void* address) const {
   const auto found = live_.find(address);
-  return found == live_.end() ? -1 : static_cast<long>(found->second.size);
+  if (found == live_.end()) return std::nullopt;
+  return found->second.size;
 }
 
 void AllocationProbe::Reset() {
@@ -85,4 +86,4 @@ void* __wrap_realloc(void* block, size_t size) {
 }
 
 void __wrap_free(void* block) { zervane::bridge_test::Probe().Free(block); }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)

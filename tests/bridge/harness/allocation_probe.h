@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <vector>
 
 namespace zervane::bridge_test {
@@ -28,8 +29,8 @@ class AllocationProbe {
   // Sizes of the blocks of the last call that it did not free, in the order of allocation.
   std::vector<size_t> Left() const;
 
-  // The size of the live block at that address, or -1.
-  long SizeAt(const void* address) const;
+  // The size of the live block at that address.
+  std::optional<size_t> SizeAt(const void* address) const;
 
   // Frees of the last call whose block no native call had allocated.
   int foreign_frees() const { return foreign_frees_; }

@@ -18,8 +18,8 @@ std::string Number(T value) {
   std::ostringstream text;
   text << +value;
   if constexpr (std::is_same_v<T, jlong>) {
-    const long size = Probe().SizeAt(reinterpret_cast<const void*>(value));
-    if (size >= 0) return "a block of " + std::to_string(size);
+    const auto size = Probe().SizeAt(reinterpret_cast<const void*>(value));
+    if (size) return "a block of " + std::to_string(*size);
   }
   return text.str();
 }

@@ -72,7 +72,7 @@ ZR3Record ApiRecord(ZR3_TAG_TYPE type, int32 seconds) {
 }
 
 std::string BufferOf(const ZR3Record& record) {
-  return std::string(record.value.strBlob.pBuf, record.value.strBlob.nLenBuf);
+  return {record.value.strBlob.pBuf, record.value.strBlob.nLenBuf};
 }
 
 const NumericType kNumericTypes[6] = {
