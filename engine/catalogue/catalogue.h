@@ -54,8 +54,9 @@ class Catalogue {
   // Checks a change against all rules but one: whether the tag holds records, which fix its type,
   // is for others to know. Nothing has happened yet:
   //
-  //   const Result<Catalogue::Change> change = catalogue.Prepare(id, tag_class, given, mask,
-  //   stamp); if (!change.ok()) return change.status(); return catalogue.Modify(*change);
+  //   const Result<Catalogue::Change> change = catalogue.Prepare(...);
+  //   if (!change.ok()) return change.status();
+  //   return catalogue.Modify(*change);
   Result<Change> Prepare(TagId id, std::int32_t tag_class, const TagProperties& given,
                          const PropertyMask& mask, const Stamp& stamp) const;
   Status Modify(const Change& change);

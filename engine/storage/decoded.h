@@ -22,7 +22,7 @@ struct Damage {
 //
 //   const Result<Decoded<std::vector<Sample>>> chunk = LoadChunk(connection, extent);
 //   if (!chunk.ok()) return chunk.status();                  // not read: nothing is known
-//   if (!chunk->ok()) Log().error(chunk->damage().what);     // read, and damaged
+//   if (!chunk->ok()) LogError("{}", chunk->damage().what);     // read, and damaged
 template <typename T>
 class [[nodiscard]] Decoded {
  public:
