@@ -45,27 +45,39 @@ void NameHolder(int file) {
   if (ftruncate(file, 0) != 0 || pwrite(file, pid.data(), pid.size(), 0) < 0) return;
 }
 
+// Whether the path still leads to the file.
+bool IsAt(int file, const std::filesystem::path& path) {
+  struct stat locked {};
+  struct stat found {};
+  return fstat(file, &locked) == 0 && stat(path.c_str(), &found) == 0 &&
+         locked.st_dev == found.st_dev && locked.st_ino == found.st_ino;
+}
+
+// The folder's lock file, locked. One that was removed or replaced meanwhile would keep nobody out.
+Result<Descriptor> LockFileOf(const std::filesystem::path& folder) {
+  const std::filesystem::path path = folder / "zervane.lock";
+  for (;;) {
+    Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!file.is_open()) return SystemStatus(errno, "cannot open " + path.string());
+    if (flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK) return SystemStatus(errno, "cannot lock " + path.string());
+      return Status(ZR3_ERR_DATABASE_IN_USE, fmt::format("process {} has the database in {} open",
+                                                         HolderOf(file.get()), folder.string()));
+    }
+    if (IsAt(file.get(), path)) return file;
+  }
+}
+
 }  // namespace
 
 Result<FolderLock> FolderLock::Take(const std::filesystem::path& folder) {
   if (Status status = MakeFolder(folder); !status.ok()) return status;
-  const std::filesystem::path path = folder / "zervane.lock";
-  const int file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (file < 0) return SystemStatus(errno, "cannot open " + path.string());
-  FolderLock lock(file);
-  if (flock(file, LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK) return SystemStatus(errno, "cannot lock " + path.string());
-    return Status(ZR3_ERR_DATABASE_IN_USE, fmt::format("process {} has the database in {} open",
-                                                       HolderOf(file), folder.string()));
-  }
-  NameHolder(file);
-  return lock;
-}
-
-FolderLock::FolderLock(FolderLock&& other) noexcept : file_(std::exchange(other.file_, -1)) {}
-
-FolderLock::~FolderLock() {
-  if (file_ >= 0) close(file_);
+  Result<Descriptor> lock_file = LockFileOf(folder);
+  if (!lock_file.ok()) return lock_file.status();
+  Result<DatabaseLock> database = DatabaseLock::Take(folder / kDatabaseFile);
+  if (!database.ok()) return database.status();
+  NameHolder(lock_file->get());
+  return FolderLock(*std::move(lock_file), *std::move(database));
 }
 
 }  // namespace zervane::storage

@@ -358,7 +358,7 @@ Result<std::unique_ptr<Store>> DoOpen(const std::filesystem::path& folder,
                                       const SqliteStoreOptions& options) {
   Result<FolderLock> lock = FolderLock::Take(folder);
   if (!lock.ok()) return lock.status();
-  const std::filesystem::path file = folder / "zervane.db";
+  const std::filesystem::path file = folder / kDatabaseFile;
   Result<std::unique_ptr<Connection>> writer = Connection::Open(file);
   if (!writer.ok()) return writer.status();
   Status status = PrepareWriter(**writer);

@@ -1,10 +1,13 @@
 #include "engine/storage/sqlite_store.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <fstream>
 #include <functional>
 #include <random>
@@ -150,6 +153,65 @@ TEST_F(StoreFolder, IsInUseForAnotherProcess) {
   EXPECT_EQ(OpenInOtherProcess(folder_.path()), 1);
   store.reset();
   EXPECT_EQ(OpenInOtherProcess(folder_.path()), 0);
+}
+
+// Whether this process still has the locks on the file by which SQLite keeps others from it: asked
+// from a child, for which they are another's.
+void ExpectLockedForOthers(const fs::path& file) {
+  const pid_t holder = getpid();
+  ExpectInChild([&] {
+    const int opened = open(file.c_str(), O_RDWR | O_CLOEXEC);
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    ASSERT_EQ(fcntl(opened, F_GETLK, &lock), 0);
+    EXPECT_EQ(lock.l_type, F_RDLCK);
+    EXPECT_EQ(lock.l_pid, holder);
+  });
+}
+
+TEST_F(StoreFolder, StaysInUseWithoutItsLockFile) {
+  MakeDatabase(folder_.path());
+  auto store = MustOpen(folder_.path());
+  for (int i = 0; i < 2; ++i) {
+    fs::remove(folder_.path() / "zervane.lock");
+    const Status status = OpenStatus();
+    EXPECT_EQ(status.code(), ZR3_ERR_DATABASE_IN_USE);
+    EXPECT_THAT(status.message(), HasSubstr("process " + std::to_string(getpid())));
+    EXPECT_EQ(OpenInOtherProcess(folder_.path()), 1);
+  }
+  ExpectLockedForOthers(File());
+  EXPECT_TRUE(store->Append(std::vector{Record(1, 2000, 1)}).ok());
+  EXPECT_EQ(ReadAll(*store, 1).size(), 101U);
+  store.reset();
+  EXPECT_EQ(OpenInOtherProcess(folder_.path()), 0);
+  EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 101U);
+}
+
+TEST_F(StoreFolder, IsInUseByWhateverPathItsFileIsReached) {
+  MakeDatabase(folder_.path());
+  auto store = MustOpen(folder_.path());
+  const fs::path other = folder_.path() / "other";
+  fs::create_directory(other);
+  fs::create_hard_link(File(), other / "zervane.db");
+  EXPECT_EQ(OpenSqliteStore(other).code(), ZR3_ERR_DATABASE_IN_USE);
+  EXPECT_EQ(OpenInOtherProcess(other), 1);
+  ExpectLockedForOthers(File());
+}
+
+TEST_F(StoreFolder, IsInUseNoMoreOnceItsHolderIsKilled) {
+  MakeDatabase(folder_.path());
+  const pid_t holder = fork();
+  ASSERT_GE(holder, 0);
+  if (holder == 0) {
+    const auto store = MustOpen(folder_.path());
+    fs::remove(folder_.path() / "zervane.lock");
+    raise(SIGKILL);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(holder, &status, 0), holder);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
 }
 
 // ---- damage ----
