@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "engine/assert.h"
+
 namespace zervane::storage {
 namespace {
 
@@ -23,14 +25,21 @@ const PendingTag* FindIn(const PendingTags& tags, TagId id) {
 
 }  // namespace
 
-bool Pending::AddTag(TagId id) {
+void Pending::ReserveTag(TagId id) {
   const std::unique_lock lock(mutex_);
-  return !std::exchange(places_.At(id).is_known, true);
+  (void)places_.At(id);
 }
 
-void Pending::RemoveTag(TagId id) {
+void Pending::AddTag(TagId id) noexcept {
   const std::unique_lock lock(mutex_);
-  SortUnderLock();
+  Place* const place = places_.Find(id);
+  ZERVANE_ASSERT(place != nullptr);
+  place->is_known = true;
+}
+
+void Pending::RemoveTag(TagId id) noexcept {
+  const std::unique_lock lock(mutex_);
+  ZERVANE_ASSERT(IsSorted());
   if (Place* place = places_.Find(id)) *place = {};
   held_ms_.erase(id);
   active_.erase(id);
@@ -64,6 +73,11 @@ std::size_t Pending::Take(std::vector<AcceptedSample>& batch) noexcept {
 void Pending::Sort() {
   const std::unique_lock lock(mutex_);
   SortUnderLock();
+}
+
+bool Pending::IsSorted() {
+  const std::lock_guard lock(intake_mutex_);
+  return sorting_.empty() && taken_.empty();
 }
 
 void Pending::SortUnderLock() {
@@ -185,10 +199,7 @@ void Pending::DropFrozen() noexcept {
 Pending::ReadLock Pending::LockForReading() {
   for (;;) {
     ReadLock lock(mutex_);
-    {
-      const std::lock_guard intake_lock(intake_mutex_);
-      if (sorting_.empty() && taken_.empty()) return lock;
-    }
+    if (IsSorted()) return lock;
     lock.unlock();
     Sort();
   }

@@ -43,10 +43,12 @@ using PendingTags = std::unordered_map<TagId, PendingTag>;
 // or drops.
 class Pending {
  public:
-  // Only records of tags that were added are kept. False when it was added before.
-  bool AddTag(TagId id);
-  // Removes the tag with its records.
-  void RemoveTag(TagId id);
+  // Makes room for the tag, so that adding it cannot fail.
+  void ReserveTag(TagId id);
+  // Only records of tags that were added are kept. ReserveTag was called for it.
+  void AddTag(TagId id) noexcept;
+  // Removes the tag with its records. Everything that was taken is sorted.
+  void RemoveTag(TagId id) noexcept;
 
   // Takes note that the file holds back a record of the tag, before the first batch.
   void KnowHeld(TagId tag, std::int64_t time_ms);
@@ -82,6 +84,7 @@ class Pending {
 
   // Under it everything is sorted.
   ReadLock LockForReading();
+  bool IsSorted();
   void SortUnderLock();
   void SortBatches();
   void KeepMemory(std::vector<AcceptedSample> batch) noexcept;

@@ -15,6 +15,7 @@ namespace {
 constexpr int kBusyTimeoutMs = 10'000;
 
 ZR3_STATUS CodeOf(int result) {
+  if (result == SQLITE_IOERR_NOMEM) return ZR3_ERR_OUT_OF_MEMORY;
   switch (result & 0xFF) {
     case SQLITE_FULL:
       return ZR3_ERR_STORAGE_FULL;
@@ -58,7 +59,8 @@ Status SqliteStatus(int result, sqlite3* connection, std::string_view doing) {
   constexpr std::size_t kEnough = 100;  // of a statement's text to tell which it is
   std::string message =
       fmt::format("{}: {} (SQLite result {})", doing.substr(0, kEnough), cause, result);
-  const bool by_system = (result & 0xFF) == SQLITE_IOERR || (result & 0xFF) == SQLITE_CANTOPEN;
+  const bool by_system = ((result & 0xFF) == SQLITE_IOERR && result != SQLITE_IOERR_NOMEM) ||
+                         (result & 0xFF) == SQLITE_CANTOPEN;
   const int error = by_system && connection != nullptr ? SystemError(connection) : 0;
   if (error != 0) return SystemStatus(error, message);
   return Status(CodeOf(result), std::move(message));
@@ -177,16 +179,25 @@ std::string_view Query::Bytes(int column) const {
 
 // ---- transactions ----
 
-Transaction::Transaction(Connection& connection, Kind kind)
-    : connection_(connection),
-      status_(connection.Execute(kind == Kind::kRead ? "BEGIN" : "BEGIN IMMEDIATE")) {}
+Transaction::Transaction(Connection& connection, Kind kind) : connection_(connection) {
+  // Before there is anything to undo, since to prepare a statement may fail for want of memory.
+  const Result<sqlite3_stmt*> rollback = connection.Prepared("ROLLBACK");
+  if (rollback.ok()) {
+    rollback_ = *rollback;
+    status_ = Query(connection, kind == Kind::kRead ? "BEGIN" : "BEGIN IMMEDIATE").Run();
+  } else {
+    status_ = rollback.status();
+  }
+}
 
 Transaction::~Transaction() {
   // SQLite undoes some failed transactions itself.
   const bool is_open = sqlite3_get_autocommit(connection_.handle_.get()) == 0;
-  if (status_.ok() && is_open) (void)connection_.Execute("ROLLBACK");
+  if (!status_.ok() || !is_open) return;
+  sqlite3_step(rollback_);
+  sqlite3_reset(rollback_);
 }
 
-Status Transaction::Commit() { return connection_.Execute("COMMIT"); }
+Status Transaction::Commit() { return Query(connection_, "COMMIT").Run(); }
 
 }  // namespace zervane::storage

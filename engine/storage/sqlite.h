@@ -136,6 +136,7 @@ class Transaction {
 
  private:
   Connection& connection_;
+  sqlite3_stmt* rollback_ = nullptr;
   Status status_;
 };
 

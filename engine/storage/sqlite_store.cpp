@@ -150,7 +150,10 @@ Status SqliteStore::Start(const std::filesystem::path& file) {
   const Turn turn(writer_.mutex);
   const Result<std::vector<TagProperties>> tags = LoadTagRows(*writer_.connection);
   if (!tags.ok()) return tags.status();
-  for (const TagProperties& tag : *tags) pending_.AddTag(tag.id);
+  for (const TagProperties& tag : *tags) {
+    pending_.ReserveTag(tag.id);
+    pending_.AddTag(tag.id);
+  }
   if (Status status = LoadHeld(); !status.ok()) return status;
   const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) {
     pending_.Reserve();
@@ -207,11 +210,11 @@ Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t versi
                         properties.id, version)
                       .Run();
   if (!status.ok()) return status;
-  const bool is_new = pending_.AddTag(properties.id);  // before the commit: it may throw
-  status = transaction.Commit();
-  if (!status.ok() && is_new) pending_.RemoveTag(properties.id);
+  pending_.ReserveTag(properties.id);  // before the commit: it may throw
+  if (status = transaction.Commit(); !status.ok()) return status;
+  pending_.AddTag(properties.id);
   if (writer_.IsLogDue()) chunks_->FoldLogSoon();
-  return status;
+  return {};
 }
 
 Status SqliteStore::DoRemoveTag(TagId id, std::int64_t version) {
@@ -335,8 +338,9 @@ Status SqliteStore::MakeRoom() {
 }
 
 void SqliteStore::BeginChunks() {
-  journal_cuts_.push_back(last_seq_);
+  journal_cuts_.reserve(journal_cuts_.size() + 1);
   busy_tags_ = pending_.Freeze();
+  journal_cuts_.push_back(last_seq_);
   chunks_->Begin(std::exchange(journal_cuts_, {}));
   pending_bytes_ = 0;
   uncut_bytes_ = 0;

@@ -50,6 +50,8 @@ class ChunkWriting : public testing::Test {
   }
 
   void Take(std::vector<AcceptedSample> batch) {
+    pending_.ReserveTag(batch.front().tag);
+    pending_.AddTag(batch.front().tag);
     pending_.Reserve();
     pending_.Take(batch);
   }
@@ -63,7 +65,6 @@ class ChunkWriting : public testing::Test {
 TEST_F(ChunkWriting, FoldsTheLogWhileItWritesAGeneration) {
   constexpr TagId kTags = 60;
   for (TagId tag = 1; tag <= kTags; ++tag) {
-    pending_.AddTag(tag);
     Take(LongRecords(tag));
   }
   EXPECT_EQ(pending_.Freeze(), kTags);
@@ -74,7 +75,6 @@ TEST_F(ChunkWriting, FoldsTheLogWhileItWritesAGeneration) {
 }
 
 TEST_F(ChunkWriting, LeavesWhatIsFrozenAloneWhileItRests) {
-  pending_.AddTag(1);
   Take(LongRecords(1));
   EXPECT_EQ(pending_.Freeze(), 1U);
   chunks_.Begin({0});

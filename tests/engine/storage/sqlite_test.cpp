@@ -104,6 +104,13 @@ TEST_F(SqliteFile, HasItsLogFoldedByAConnectionThatReadNothingYet) {
   EXPECT_LT(file_->log_pages(), pages) << "the log has started over";
 }
 
+TEST(SqliteResult, OfARequestForMemoryIsNoFailureOfTheDisk) {
+  for (const int result : {SQLITE_NOMEM, SQLITE_IOERR_NOMEM}) {
+    EXPECT_EQ(SqliteStatus(result, nullptr, "reading").code(), ZR3_ERR_OUT_OF_MEMORY);
+  }
+  EXPECT_EQ(SqliteStatus(SQLITE_IOERR_READ, nullptr, "reading").code(), ZR3_ERR_STORAGE_FAILED);
+}
+
 TEST(SqliteConnection, SaysWhyAFileCannotBeOpened) {
   const TempFolder folder;
   const auto missing = Connection::Open(folder.path() / "no" / "such" / "folder");
