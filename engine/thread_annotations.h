@@ -28,6 +28,7 @@
 #define RELEASE_SHARED(...) ZERVANE_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
 #define RELEASE_ANY(...) ZERVANE_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
 #define ASSERT_HELD(...) ZERVANE_THREAD_ANNOTATION(assert_capability(__VA_ARGS__))
+#define ASSERT_HELD_SHARED(...) ZERVANE_THREAD_ANNOTATION(assert_shared_capability(__VA_ARGS__))
 #define RETURN_CAPABILITY(held) ZERVANE_THREAD_ANNOTATION(lock_returned(held))
 
 // Of a function whose locking cannot be told by the words above; a comment says why it is right.

@@ -1,7 +1,6 @@
 #include "vask/session.h"
 
 #include <cstddef>
-#include <mutex>
 #include <new>
 #include <utility>
 
@@ -17,7 +16,7 @@ Result<std::unique_ptr<Database>> OpenEither(const Servers& servers, const Datab
 }  // namespace
 
 Status Session::Connect(const Servers& servers, const DatabaseOpener& open) {
-  const std::unique_lock lock(mutex_);
+  const SessionLock lock(mutex_);
   if (database_ != nullptr) {
     return servers == servers_ ? Status() : Status(ZR3_ERR_ALREADY_CONNECTED, {});
   }
@@ -29,7 +28,7 @@ Status Session::Connect(const Servers& servers, const DatabaseOpener& open) {
 }
 
 Status Session::Disconnect() {
-  const std::unique_lock lock(mutex_);
+  const SessionLock lock(mutex_);
   if (database_ == nullptr) return {ZR3_ERR_NOT_CONNECTED, {}};
   handles_.Clear();
   cache_.Clear();

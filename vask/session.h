@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <memory>
-#include <shared_mutex>
 
 #include "engine/database.h"
 #include "vask/address.h"
@@ -31,20 +30,30 @@ class Session {
   // without one. The body must not connect, disconnect or ask for the session again.
   template <typename Body>
   Status Hold(Body&& body) {
-    const std::shared_lock lock(mutex_);
+    const SharedSessionLock lock(mutex_);
     if (database_ == nullptr) return {ZR3_ERR_NOT_CONNECTED, {}};
     return body(*this);
   }
 
   // For the body of Hold.
-  Database& database() { return *database_; }
-  HandleTable& handles() { return handles_; }
-  RequestCache& cache() { return cache_; }
+  Database& database() {
+    mutex_.AssertHeld();
+    return *database_;
+  }
+  HandleTable& handles() {
+    mutex_.AssertHeld();
+    return handles_;
+  }
+  RequestCache& cache() {
+    mutex_.AssertHeld();
+    return cache_;
+  }
 
  private:
-  SessionMutex mutex_;  // guards database_ (the pointer) and servers_
-  std::unique_ptr<Database> database_;
-  Servers servers_;
+  SessionMutex mutex_;
+  std::unique_ptr<Database> database_ GUARDED_BY(mutex_);
+  Servers servers_ GUARDED_BY(mutex_);
+  // They lock themselves; that they speak of database_ is what the mutex is held for.
   HandleTable handles_;
   RequestCache cache_;
 };

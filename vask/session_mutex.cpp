@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <list>
 #include <thread>
@@ -27,28 +28,26 @@ class Holders {
   using Place = std::list<Holder>::iterator;
 
   Place Add() {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return list_.emplace(list_.end());
   }
 
   void Remove(Place place) {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
+    ZERVANE_ASSERT(!place->holds);
     list_.erase(place);
   }
 
-  // Waits until each of them has held nothing for an instant.
-  void AwaitNone() {
-    const std::lock_guard lock(mutex_);
-    for (const Holder& holder : list_) {
-      while (holder.holds.load(std::memory_order_seq_cst)) {
-        std::this_thread::sleep_for(kPollInterval);
-      }
-    }
+  bool AnyHolds() {
+    const MutexLock lock(mutex_);
+    return std::any_of(list_.begin(), list_.end(), [](const Holder& holder) {
+      return holder.holds.load(std::memory_order_seq_cst);
+    });
   }
 
  private:
-  std::mutex mutex_;
-  std::list<Holder> list_;
+  Mutex mutex_;
+  std::list<Holder> list_ GUARDED_BY(mutex_);
 };
 
 // Never destroyed: threads may end after the process's static objects.
@@ -60,6 +59,9 @@ Holders& AllHolders() {
 }  // namespace
 
 constinit thread_local std::atomic<bool>* SessionMutex::holds_ = nullptr;
+#ifdef ZERVANE_ASSERTS
+constinit thread_local const SessionMutex* SessionMutex::held_ = nullptr;
+#endif
 
 bool SessionMutex::OffersBarrier() { return Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED); }
 
@@ -77,18 +79,22 @@ void SessionMutex::Register() {
   holds_ = &place->holds;
 }
 
-void SessionMutex::lock() {
-  exclusive_.lock();
+// Between two looks the registry is free, so that threads may come and end meanwhile. Those that
+// come find the flag set and hold nothing for longer than it takes to see it.
+void SessionMutex::Lock() {
+  BeginHold();
+  exclusive_.Lock();
   is_exclusive_.exchange(true, std::memory_order_seq_cst);
   if (has_barrier_) Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
-  AllHolders().AwaitNone();
+  while (AllHolders().AnyHolds()) std::this_thread::sleep_for(kPollInterval);
 }
 
-void SessionMutex::unlock() {
+void SessionMutex::Unlock() {
+  EndHold();
   is_exclusive_.store(false, std::memory_order_release);
-  exclusive_.unlock();
+  exclusive_.Unlock();
 }
 
-void SessionMutex::AwaitExclusiveEnd() { const std::lock_guard lock(exclusive_); }
+void SessionMutex::AwaitExclusiveEnd() { const MutexLock lock(exclusive_); }
 
 }  // namespace zervane

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <mutex>
-#include <shared_mutex>
 #include <thread>
 #include <vector>
+
+#include "tests/support/case_name.h"
 
 namespace zervane {
 namespace {
@@ -21,14 +21,14 @@ struct Pair {
   long second = 0;
 
   void Change() {
-    const std::unique_lock lock(mutex);
+    const SessionLock lock(mutex);
     ++first;
     std::this_thread::yield();
     ++second;
   }
 
   bool IsWhole() {
-    const std::shared_lock lock(mutex);
+    const SharedSessionLock lock(mutex);
     return first == second;
   }
 };
@@ -83,19 +83,101 @@ TEST_P(SessionMutexTest, MakesOneExclusiveHoldWaitForAnother) {
 TEST_P(SessionMutexTest, MakesAnExclusiveHoldWaitForSharedOnes) {
   SessionMutex mutex(GetParam());
   std::atomic<bool> is_exclusive{false};
-  mutex.lock_shared();
+  mutex.LockShared();
   std::thread writer([&] {
-    const std::unique_lock lock(mutex);
+    const SessionLock lock(mutex);
     is_exclusive = true;
   });
   for (int i = 0; i < 1000; ++i) {
     std::this_thread::yield();
     ASSERT_FALSE(is_exclusive);
   }
-  mutex.unlock_shared();
+  mutex.UnlockShared();
   writer.join();
   EXPECT_TRUE(is_exclusive);
 }
+
+// One that the mutex knows, and that a thread with a shared hold waits for.
+TEST_P(SessionMutexTest, LetsAThreadEndWhileAnExclusiveHoldWaits) {
+  SessionMutex mutex(GetParam());
+  std::atomic<bool> is_known{false};
+  std::atomic<bool> may_end{false};
+  std::thread reader([&] {
+    { const SharedSessionLock lock(mutex); }
+    is_known = true;
+    while (!may_end) std::this_thread::yield();
+  });
+  while (!is_known) std::this_thread::yield();
+  mutex.LockShared();
+  std::thread writer([&] { const SessionLock lock(mutex); });
+  for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+  may_end = true;
+  reader.join();
+  mutex.UnlockShared();
+  writer.join();
+}
+
+#ifdef ZERVANE_ASSERTS
+
+struct BreachCase {
+  const char* name;
+  void (*commit)(SessionMutex& mutex, SessionMutex& other);
+};
+
+void PrintTo(const BreachCase& row, std::ostream* out) { *out << row.name; }
+
+class SessionMutexDeathTest : public testing::TestWithParam<BreachCase> {};
+
+TEST_P(SessionMutexDeathTest, EndsTheProcessThatBreaksItsRules) {
+  SessionMutex mutex;
+  SessionMutex other;
+  EXPECT_DEATH(GetParam().commit(mutex, other), "does not hold: ");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Breaches, SessionMutexDeathTest,
+    testing::Values(BreachCase{"SharedTwice",
+                               [](SessionMutex& mutex, SessionMutex&) {
+                                 mutex.LockShared();
+                                 mutex.LockShared();
+                               }},
+                    BreachCase{"TwoShared",
+                               [](SessionMutex& mutex, SessionMutex& other) {
+                                 mutex.LockShared();
+                                 other.LockShared();
+                               }},
+                    BreachCase{"ExclusiveWhileShared",
+                               [](SessionMutex& mutex, SessionMutex&) {
+                                 mutex.LockShared();
+                                 mutex.Lock();
+                               }},
+                    BreachCase{"ExclusiveWhileAnotherIsShared",
+                               [](SessionMutex& mutex, SessionMutex& other) {
+                                 mutex.LockShared();
+                                 other.Lock();
+                               }},
+                    BreachCase{"SharedWhileExclusive",
+                               [](SessionMutex& mutex, SessionMutex&) {
+                                 mutex.Lock();
+                                 mutex.LockShared();
+                               }},
+                    BreachCase{"UnlockedSharedWithoutAHold",
+                               [](SessionMutex& mutex, SessionMutex&) { mutex.UnlockShared(); }},
+                    BreachCase{"UnlockedSharedWhileAnotherIsHeld",
+                               [](SessionMutex& mutex, SessionMutex& other) {
+                                 mutex.LockShared();
+                                 other.UnlockShared();
+                               }},
+                    BreachCase{"UnlockedWithoutAHold",
+                               [](SessionMutex& mutex, SessionMutex&) { mutex.Unlock(); }},
+                    BreachCase{"UnlockedSharedWhileExclusive",
+                               [](SessionMutex& mutex, SessionMutex&) {
+                                 mutex.Lock();
+                                 mutex.UnlockShared();
+                               }}),
+    CaseName());
+
+#endif
 
 }  // namespace
 }  // namespace zervane
