@@ -309,7 +309,7 @@ TEST_F(EmbeddedFilter, GoesOnFromWhatIsStoredWhenTheStoreRefuses) {
   disk_->FailAppends(1);
   EXPECT_EQ(WriteAt(id, 4000), ZR3_ERR_STORAGE_FAILED);
   disk_->ThrowOnAppend();
-  EXPECT_NE(WriteAt(id, 4000), ZR3_OK);
+  EXPECT_EQ(WriteAt(id, 4000), ZR3_ERR_OUT_OF_MEMORY);
   EXPECT_EQ(Stored(id), std::vector{NumberAt(1000, 0)});
   WriteEach(id, {NumberAt(4000, 9.75)});
   EXPECT_EQ(disk_->held(id), NumberAt(2000, 9)) << "in the band as if nothing had been refused";
