@@ -4,6 +4,7 @@
 #include <limits>
 #include <vector>
 
+#include "engine/assert.h"
 #include "vask/api.h"
 #include "vask/call.h"
 #include "vask/records.h"
@@ -30,9 +31,11 @@ constexpr ZR3_REC_INTERP_QUERY_MODE kLastMode = ZR3_REC_INTERP_QUERY_MODE_PREV;
 // told by the buffer alone here.
 Status ReadArchive(Database& database, TagId id, TimeRange range, Direction direction, int32* num,
                    ZR3Record* records) {
+  ZERVANE_ASSERT(*num >= 0);
   const auto capacity = static_cast<std::size_t>(*num);
   const Result<std::vector<Sample>> samples = database.ReadRecords(id, range, direction, capacity);
   if (!samples.ok()) return samples.status();
+  ZERVANE_ASSERT(samples->size() <= capacity);
   for (const Sample& sample : *samples) {
     Status status = zervane::FillRecord(sample, records++);
     if (!status.ok()) return status;

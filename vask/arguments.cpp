@@ -2,11 +2,13 @@
 
 #include <cstring>
 
+#include "engine/assert.h"
 #include "os/os_lang.h"
 
 namespace zervane {
 
 Arguments& Arguments::Text(const char* text, std::size_t capacity) {
+  ZERVANE_ASSERT(capacity > 0);
   return ok() ? Require(strnlen(text, capacity) < capacity, ZR3_ERR_INVALID_TEXT) : *this;
 }
 

@@ -1,6 +1,9 @@
 #include "vask/handle_table.h"
 
+#include <string>
 #include <utility>
+
+#include "engine/assert.h"
 
 namespace zervane {
 namespace {
@@ -16,38 +19,40 @@ Status InvalidHandle(ZR3HANDLE handle) {
 }  // namespace
 
 ZR3HANDLE HandleTable::Add(std::unique_ptr<ItemIterator> iterator) {
+  ZERVANE_ASSERT(iterator != nullptr);
   auto entry = std::make_shared<Entry>();
   entry->iterator = std::move(iterator);
 
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   do {
     last_token_ = last_token_ == kMaxToken ? 1 : last_token_ + 1;
   } while (!entries_.try_emplace(last_token_, entry).second);
+  ZERVANE_ASSERT(last_token_ >= 1 && last_token_ <= kMaxToken);
   return reinterpret_cast<ZR3HANDLE>(static_cast<std::uintptr_t>(last_token_));
 }
 
 Status HandleTable::Step(ZR3HANDLE handle, void* item) {
   const std::shared_ptr<Entry> entry = Find(handle);
   if (entry == nullptr) return InvalidHandle(handle);
-  const std::lock_guard lock(entry->mutex);
+  const MutexLock lock(entry->mutex);
   return entry->iterator->Next(item);
 }
 
 Status HandleTable::Free(ZR3HANDLE handle) {
-  decltype(entries_)::node_type freed;  // so that the iterator ends outside the lock
-  const std::lock_guard lock(mutex_);
+  Entries::node_type freed;  // so that the iterator ends outside the lock
+  const MutexLock lock(mutex_);
   freed = entries_.extract(ToToken(handle));
   return freed.empty() ? InvalidHandle(handle) : Status();
 }
 
 void HandleTable::Clear() {
-  decltype(entries_) entries;  // so that the iterators end outside the lock
-  const std::lock_guard lock(mutex_);
+  Entries entries;  // so that the iterators end outside the lock
+  const MutexLock lock(mutex_);
   entries.swap(entries_);
 }
 
 std::shared_ptr<HandleTable::Entry> HandleTable::Find(ZR3HANDLE handle) {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   const auto found = entries_.find(ToToken(handle));
   return found == entries_.end() ? nullptr : found->second;
 }

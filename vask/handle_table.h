@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <unordered_map>
 
 #include "data_types.h"
+#include "engine/mutex.h"
 #include "engine/status.h"
+#include "engine/thread_annotations.h"
 
 namespace zervane {
 
@@ -39,15 +40,17 @@ class HandleTable {
 
  private:
   struct Entry {
-    std::mutex mutex;  // guards iterator
-    std::unique_ptr<ItemIterator> iterator;
+    Mutex mutex;
+    std::unique_ptr<ItemIterator> iterator PT_GUARDED_BY(mutex);
   };
 
-  std::shared_ptr<Entry> Find(ZR3HANDLE handle);
+  using Entries = std::unordered_map<std::uintptr_t, std::shared_ptr<Entry>>;
 
-  std::mutex mutex_;  // guards what follows
-  std::unordered_map<std::uintptr_t, std::shared_ptr<Entry>> entries_;
-  std::uint32_t last_token_ = 0;
+  std::shared_ptr<Entry> Find(ZR3HANDLE handle) EXCLUDES(mutex_);
+
+  Mutex mutex_;
+  Entries entries_ GUARDED_BY(mutex_);
+  std::uint32_t last_token_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace zervane

@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "engine/assert.h"
+
 namespace zervane {
 namespace {
 
@@ -63,13 +65,14 @@ Status ReadValue(TagType type, const ZR3RecordValue& from, Value* value) {
   return {ZR3_ERR_TYPE_MISMATCH, {}};
 }
 
-// The milliseconds within the second have been looked at.
-std::int64_t JoinTime(int32 seconds, int16 milliseconds) {
-  return static_cast<std::uint32_t>(seconds) * kMsPerSecond + milliseconds;
-}
-
 bool AreMilliseconds(int16 milliseconds) {
   return milliseconds >= 0 && milliseconds < kMsPerSecond;
+}
+
+// The milliseconds within the second have been looked at.
+std::int64_t JoinTime(int32 seconds, int16 milliseconds) {
+  ZERVANE_ASSERT(AreMilliseconds(milliseconds));
+  return static_cast<std::uint32_t>(seconds) * kMsPerSecond + milliseconds;
 }
 
 Status InvalidTime(int16 milliseconds) {

@@ -1,11 +1,11 @@
 #include "vask/request_cache.h"
 
-#include <mutex>
+#include "engine/assert.h"
 
 namespace zervane {
 
 void RequestCache::SetCapacity(std::size_t capacity) {
-  const std::unique_lock lock(mutex_);
+  const WriterLock lock(mutex_);
   capacity_ = capacity;
   if (ids_.size() > capacity) ids_.clear();
 }
@@ -15,7 +15,7 @@ Result<TagId> RequestCache::FindTag(Database& database, std::string_view name) {
   const Result<std::int64_t> version = database.CatalogueVersion();
   if (!version.ok()) return version.status();
   {
-    const std::shared_lock lock(mutex_);
+    const ReaderLock lock(mutex_);
     const auto kept = ids_.find(name);
     if (version_ == *version && kept != ids_.end()) return kept->second;
   }
@@ -25,23 +25,24 @@ Result<TagId> RequestCache::FindTag(Database& database, std::string_view name) {
 }
 
 void RequestCache::Clear() {
-  const std::unique_lock lock(mutex_);
+  const WriterLock lock(mutex_);
   ids_.clear();
   version_ = kNoVersion;
 }
 
 std::size_t RequestCache::size() {
-  const std::shared_lock lock(mutex_);
+  const ReaderLock lock(mutex_);
   return ids_.size();
 }
 
 void RequestCache::Keep(std::string_view name, TagId id, std::int64_t version) {
-  const std::unique_lock lock(mutex_);
+  const WriterLock lock(mutex_);
   if (version < version_) return;  // another thread has seen a later catalogue
   const std::size_t capacity = capacity_;
   if (version > version_ || ids_.size() >= capacity) ids_.clear();
   version_ = version;
   if (capacity > 0) ids_.insert_or_assign(std::string(name), id);
+  ZERVANE_ASSERT(ids_.size() <= capacity_);
 }
 
 }  // namespace zervane

@@ -4,12 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "engine/database.h"
+#include "engine/mutex.h"
+#include "engine/thread_annotations.h"
 
 namespace zervane {
 
@@ -43,12 +44,12 @@ class RequestCache {
   };
 
   // `id` as it was at `version` of the catalogue or later.
-  void Keep(std::string_view name, TagId id, std::int64_t version);
+  void Keep(std::string_view name, TagId id, std::int64_t version) EXCLUDES(mutex_);
 
-  std::atomic<std::size_t> capacity_{kDefaultCapacity};
-  std::shared_mutex mutex_;  // guards what follows
-  std::int64_t version_ = kNoVersion;
-  std::unordered_map<std::string, TagId, Hash, std::equal_to<>> ids_;
+  std::atomic<std::size_t> capacity_{kDefaultCapacity};  // changed with mutex_ held
+  SharedMutex mutex_;
+  std::int64_t version_ GUARDED_BY(mutex_) = kNoVersion;
+  std::unordered_map<std::string, TagId, Hash, std::equal_to<>> ids_ GUARDED_BY(mutex_);
 };
 
 }  // namespace zervane

@@ -4,6 +4,8 @@
 #include <new>
 #include <utility>
 
+#include "engine/assert.h"
+
 namespace zervane {
 namespace {
 
@@ -22,6 +24,7 @@ Status Session::Connect(const Servers& servers, const DatabaseOpener& open) {
   }
   Result<std::unique_ptr<Database>> opened = OpenEither(servers, open);
   if (!opened.ok()) return opened.status();
+  ZERVANE_ASSERT(*opened != nullptr);
   servers_ = servers;
   database_ = *std::move(opened);
   return {};

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/assert.h"
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
@@ -57,7 +58,8 @@ template <typename TagOf>
 Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Record* records,
                     WriteOrder order, WriteAnswer answer, int32* codes) {
   Scratch& scratch = ScratchOfThread();
-  auto& [batch, written] = scratch;
+  std::vector<TagSample>& batch = scratch.batch;
+  std::vector<int32>& written = scratch.written;
   batch.clear();
   batch.reserve(static_cast<std::size_t>(count));
   Status all_read = ForEach(count, codes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
@@ -75,6 +77,7 @@ Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Re
   for (int32 i = 0; codes != nullptr && i < count; ++i) {
     if (codes[i] == ZR3_OK) codes[i] = *next++;
   }
+  ZERVANE_ASSERT(codes == nullptr || next == written.end());
   if (batch.capacity() > kKeptRecords) scratch = {};
   return status.ok() ? all_read : status;
 }

@@ -8,6 +8,8 @@
 #include <string>
 #include <variant>
 
+#include "engine/assert.h"
+
 namespace zervane {
 namespace {
 
@@ -117,6 +119,7 @@ void Save(const std::string& from, const PropertyColumn& column, char* to) {
 Status ReadMembers(const void* record, std::span<const RecordMember> members,
                    std::span<const PropertyColumn> columns, std::int64_t mask,
                    TagProperties* properties) {
+  ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     if ((mask >> i & 1) == 0) continue;
     const char* from = static_cast<const char*>(record) + members[i].offset;
@@ -132,6 +135,7 @@ Status ReadMembers(const void* record, std::span<const RecordMember> members,
 
 void FillMembers(const TagProperties& properties, std::span<const RecordMember> members,
                  std::span<const PropertyColumn> columns, void* record) {
+  ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     char* to = static_cast<char*>(record) + members[i].offset;
     std::visit([&](auto member) { Save(properties.*member, columns[i], to); }, columns[i].member);
