@@ -103,7 +103,7 @@ TEST_F(EmbeddedConcurrency, KeepsWhatManyWritersWroteWhileReadersReadAndTagsCome
   EXPECT_TRUE(database_->Close().ok());
 
   EXPECT_EQ(disk_->orphans(), 0);
-  EXPECT_EQ(disk_->image().tags.size(), std::size_t{kWriters * kTagsPerWriter});
+  EXPECT_EQ(disk_->image().tags.size(), std::size_t{kWriters} * kTagsPerWriter);
   for (const Model& model : models) {
     for (const auto& [tag, expected] : model) {
       std::map<std::int64_t, double> stored;

@@ -441,7 +441,7 @@ class FilteredStream : public FilteredMemory {
       std::vector<Sample> batch(static_cast<std::size_t>(1 + below(5)));
       for (Sample& record : batch) {
         sample.value = sample.value.float64() + std::uniform_real_distribution(-0.7, 0.7)(random);
-        sample.time_ms += below(4) * 500;
+        sample.time_ms += std::int64_t{below(4)} * 500;
         record = sample;
       }
       disk_->refuses_append = below(10) == 0;

@@ -22,7 +22,7 @@ std::vector<Sample> FullPrecision() {
   std::mt19937_64 random(1);
   std::vector<Sample> samples;
   for (int i = 0; i < 80; ++i) {
-    samples.push_back(At(i * 100, 192, TagType::kFloat64, 1.0 / static_cast<double>(random())));
+    samples.push_back(At(std::int64_t{i} * 100, 192, TagType::kFloat64, 1.0 / static_cast<double>(random())));
   }
   return samples;
 }
@@ -64,15 +64,17 @@ std::map<std::string, std::vector<Sample>> Records() {
 Blocks Chunks() {
   Blocks blocks;
   for (const auto& [name, samples] : Records()) blocks[name] = EncodeChunk(samples);
-  for (const OldChunk& old : kOldChunks)
+  for (const OldChunk& old : kOldChunks) {
     blocks[std::string("format-1-") + old.name] = Bytes(old.hex);
+  }
   return blocks;
 }
 
 Blocks Batches() {
   Blocks blocks = {{"nothing", EncodeBatch({})}, {"compressed", Bytes(kOldBatch)}};
-  for (const ValuesCase& row : kValues)
+  for (const ValuesCase& row : kValues) {
     blocks[std::string("marks-") + row.name] = EncodeBatch(BatchOf(row));
+  }
   for (const auto& [name, samples] : Records()) {
     std::vector<AcceptedSample> batch;
     for (const Sample& sample : samples) batch.push_back({.tag = 7, .sample = sample});

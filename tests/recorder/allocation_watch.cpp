@@ -9,10 +9,12 @@
 
 // The C library's own entry points, so that nothing has to be looked up while malloc is starting.
 extern "C" {
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): the C library's names.
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* block, size_t size);
 void __libc_free(void* block);
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 }
 
 namespace zervane::probe {
@@ -152,8 +154,9 @@ __attribute__((visibility("default"))) int64_t zervane_offset_in_block(const voi
   for (const Block* block = outstanding; block != outstanding + count; ++block) {
     const auto offset =
         static_cast<const char*>(address) - static_cast<const char*>(block->address);
-    if (offset >= 0 && static_cast<size_t>(offset) < std::max<size_t>(block->size, 1))
+    if (offset >= 0 && static_cast<size_t>(offset) < std::max<size_t>(block->size, 1)) {
       return offset;
+    }
   }
   return -1;
 }

@@ -153,7 +153,7 @@ Call& Call::InLent(const char* name, const void* block) {
 // ---- Call: outputs ----
 
 Call& Call::OutBytes(const char* name, void* output, size_t capacity, bool zero_by_default) {
-  fills_.push_back([=](const Answer* answer) {
+  fills_.emplace_back([=](const Answer* answer) {
     if (output == nullptr) return;
     if (const std::string* bytes = Scripted(answer, name); bytes != nullptr) {
       std::memcpy(output, bytes->data(), std::min(bytes->size(), capacity));
@@ -165,7 +165,7 @@ Call& Call::OutBytes(const char* name, void* output, size_t capacity, bool zero_
 }
 
 Call& Call::OutRecords(const char* name, ZR3Record* records, int32 count) {
-  fills_.push_back([=](const Answer* answer) {
+  fills_.emplace_back([=](const Answer* answer) {
     for (int32 i = 0; i < count; ++i) {
       const std::string element = Element(name, i);
       if (const std::string* bytes = Scripted(answer, element); bytes != nullptr) {
@@ -177,7 +177,7 @@ Call& Call::OutRecords(const char* name, ZR3Record* records, int32 count) {
 }
 
 Call& Call::OutBlock(const char* name, std::function<void(void*)> store) {
-  fills_.push_back([name, store = std::move(store)](const Answer* answer) {
+  fills_.emplace_back([name, store = std::move(store)](const Answer* answer) {
     if (const std::string* bytes = Scripted(answer, name); bytes != nullptr) {
       store(Recorder::Get().Lend(*bytes));
     } else if (answer == nullptr) {
@@ -188,7 +188,7 @@ Call& Call::OutBlock(const char* name, std::function<void(void*)> store) {
 }
 
 Call& Call::OutLentRecords(const char* name, ZR3Record** records) {
-  fills_.push_back([=](const Answer* answer) {
+  fills_.emplace_back([=](const Answer* answer) {
     std::string bytes;
     for (int32 i = 0;; ++i) {
       const std::string* record = Scripted(answer, Element(name, i));

@@ -245,10 +245,12 @@ struct TypeCase {
 class Number : public testing::TestWithParam<TypeCase> {};
 
 TEST_P(Number, ComesBackAsItWasHeld) {
-  const auto& [name, type, low, high] = GetParam();
+  const Value& low = GetParam().low;
+  const Value& high = GetParam().high;
   RecordFilter filter({.exception_deviation = 1e-9, .compression_deviation = 1e-9});
   const auto sample_at = [&](std::int64_t second, const Value& value) {
-    return Sample{.time_ms = second * 1000, .quality = 0x1234, .type = type, .value = value};
+    return Sample{
+        .time_ms = second * 1000, .quality = 0x1234, .type = GetParam().type, .value = value};
   };
   std::vector<Sample> archived;
   EXPECT_EQ(filter.Take(sample_at(1, low), archived), Fate::kArchived);
@@ -301,7 +303,8 @@ TEST(RecordFilter, RebuildsEveryRecordWithinTheDeviationWhateverQualitiesAndEqua
     for (int i = 0; i < 1000; ++i) {
       const double step = std::uniform_real_distribution(-0.7, 0.7)(random);
       sample.value = sample.value.float64() + step;
-      if (!chance(5)) sample.time_ms += 500 * std::uniform_int_distribution(1, 5)(random);
+      const std::int64_t half_seconds = std::uniform_int_distribution(1, 5)(random);
+      if (!chance(5)) sample.time_ms += 500 * half_seconds;
       if (chance(40)) sample.quality = sample.quality == 0 ? ZR3_QUALITY_GOOD : 0;
       written[sample.time_ms] = sample;
       if (filter.Take(sample, archived) == Fate::kArchived) archived.push_back(sample);

@@ -109,8 +109,8 @@ class LateRecords : public testing::TestWithParam<ReadersCase> {
   // One read of a random range. Nothing that was answered before it is missing from its part of the
   // answer, nothing is there twice, and nothing is there that was not written by its end.
   void ReadOnce(std::mt19937& random) {
-    std::int64_t first = static_cast<std::int64_t>(random() % kTimes);
-    std::int64_t last = static_cast<std::int64_t>(random() % kTimes);
+    auto first = static_cast<std::int64_t>(random() % kTimes);
+    auto last = static_cast<std::int64_t>(random() % kTimes);
     if (first > last) std::swap(first, last);
     const TimeRange range{TimeAt(first), TimeAt(last)};
     const Versions before = answered_.Snapshot();
@@ -177,8 +177,9 @@ TEST_P(LateRecords, AreSeenOnceAtAnyInstantOnceTheyAreAnswered) {
   for (unsigned reader = 0; reader < kReaders; ++reader) {
     threads.emplace_back([this, &seed, reader, &writing] {
       std::mt19937 random(seed.value() + 100 + reader);
-      do ReadOnce(random);
-      while (writing > 0 && !HasFailure());
+      do {
+        ReadOnce(random);
+      } while (writing > 0 && !HasFailure());
     });
   }
   for (std::thread& thread : threads) thread.join();
