@@ -21,11 +21,11 @@ struct StoredTag {
   Series archive;
 };
 
-void Take(const AcceptedSample& record, StoredTag* tag) {
+// The archive expects it.
+void Take(const AcceptedSample& record, StoredTag* tag) noexcept {
   const Sample& sample = record.sample;
   if (record.current) tag->current = sample;
   if (record.archive) {
-    tag->archive.Reserve(1);
     tag->archive.Put(sample);
     if (tag->held && tag->held->time_ms <= sample.time_ms) tag->held.reset();
   }
@@ -45,8 +45,9 @@ class MemoryStore final : public Store {
 
   Status PutTag(const TagProperties& properties, std::int64_t version) override {
     return Guarded([&]() -> Status {
+      TagProperties copy = properties;  // what can fail comes before anything is changed
       const std::unique_lock lock(mutex_);
-      tags_[properties.id].properties = properties;
+      tags_[properties.id].properties = std::move(copy);
       last_id_ = std::max(last_id_, properties.id);
       version_ = version;
       return {};
@@ -77,9 +78,9 @@ class MemoryStore final : public Store {
     return Guarded([&]() -> Status {
       if (Status status = CheckRecords(records); !status.ok()) return status;
       const std::unique_lock lock(mutex_);
-      for (const AcceptedSample& record : records) {
-        const auto tag = tags_.find(record.tag);
-        if (tag != tags_.end()) Take(record, &tag->second);
+      const std::vector<StoredTag*> targets = Expect(records);
+      for (std::size_t i = 0; i < records.size(); ++i) {
+        if (targets[i] != nullptr) Take(records[i], targets[i]);
       }
       return {};
     });
@@ -109,6 +110,19 @@ class MemoryStore final : public Store {
   }
 
  private:
+  // Makes room for the records, so that to take them cannot fail. Their tags; null for one that is
+  // not there. Under the mutex.
+  std::vector<StoredTag*> Expect(std::span<const AcceptedSample> records) {
+    std::vector<StoredTag*> targets;
+    targets.reserve(records.size());
+    for (const AcceptedSample& record : records) {
+      const auto tag = tags_.find(record.tag);
+      targets.push_back(tag == tags_.end() ? nullptr : &tag->second);
+      if (tag != tags_.end() && record.archive) tag->second.archive.Expect();
+    }
+    return targets;
+  }
+
   // Of a tag that is not there: an empty one. Under the mutex.
   const Series& ArchiveOf(TagId id) const {
     static const Series empty;

@@ -22,12 +22,13 @@ constexpr std::size_t kMinCompressedBytes = 64;
 constexpr int kCompressionLevel = 1;
 
 // What a context allocates costs more to make than a section does to compress, so each thread keeps
-// its own.
+// its own, once there was memory for it.
 ZSTD_CCtx* Compressor() {
   struct Free {
     void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
   };
-  thread_local const std::unique_ptr<ZSTD_CCtx, Free> context(ZSTD_createCCtx());
+  thread_local std::unique_ptr<ZSTD_CCtx, Free> context;
+  if (context == nullptr) context.reset(ZSTD_createCCtx());
   if (context == nullptr) throw std::bad_alloc();
   return context.get();
 }
@@ -36,7 +37,8 @@ ZSTD_DCtx* Decompressor() {
   struct Free {
     void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
   };
-  thread_local const std::unique_ptr<ZSTD_DCtx, Free> context(ZSTD_createDCtx());
+  thread_local std::unique_ptr<ZSTD_DCtx, Free> context;
+  if (context == nullptr) context.reset(ZSTD_createDCtx());
   if (context == nullptr) throw std::bad_alloc();
   return context.get();
 }
