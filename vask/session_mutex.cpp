@@ -82,11 +82,12 @@ void SessionMutex::Register() {
 // Between two looks the registry is free, so that threads may come and end meanwhile. Those that
 // come find the flag set and hold nothing for longer than it takes to see it.
 void SessionMutex::Lock() {
+  Holders& holders = AllHolders();  // the first time it may throw
   BeginHold();
   exclusive_.Lock();
   is_exclusive_.exchange(true, std::memory_order_seq_cst);
   if (has_barrier_) Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
-  while (AllHolders().AnyHolds()) std::this_thread::sleep_for(kPollInterval);
+  while (holders.AnyHolds()) std::this_thread::sleep_for(kPollInterval);
 }
 
 void SessionMutex::Unlock() {

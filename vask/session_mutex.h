@@ -31,8 +31,8 @@ class CAPABILITY("mutex") SessionMutex {
   // a hold that did not see the flag is seen by Lock(), and whoever comes later sees the flag. A
   // system without that barrier makes every shared hold pay for one.
   void LockShared() ACQUIRE_SHARED() {
+    std::atomic<bool>& holds = HoldsOfThisThread();  // the first time it may throw
     BeginHold();
-    std::atomic<bool>& holds = HoldsOfThisThread();
     for (;;) {
       if (has_barrier_) {
         holds.store(true, std::memory_order_relaxed);
