@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <string_view>
 
+#include "engine/assert.h"
 #include "engine/storage/block.h"
 #include "engine/storage/bytes.h"
 #include "engine/storage/record_check.h"
@@ -103,6 +105,7 @@ const AcceptedSample kBeforeFirst{};
 }  // namespace
 
 std::string_view EncodeBatch(std::span<const AcceptedSample> records, ByteWriter* block) {
+  ZERVANE_ASSERT(records.size() <= kMaxBlockRecords && CheckRecords(records).ok());
   BeginBlock(block);
   const AcceptedSample* before = &kBeforeFirst;
   for (const AcceptedSample& record : records) {

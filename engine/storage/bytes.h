@@ -11,6 +11,8 @@
 #include <string_view>
 #include <utility>
 
+#include "engine/assert.h"
+
 // Numbers as bytes. Fixed-width numbers are little-endian; a varint holds seven bits a byte, low
 // bits first, the top bit set on all but its last byte; a signed varint is zigzag coded, so that
 // small numbers of either sign are short.
@@ -54,7 +56,7 @@ inline char* PutBytes(char* to, std::string_view bytes) {
 // Appends numbers and bytes to a buffer that grows.
 class ByteWriter {
  public:
-  // With room for so many bytes from the start.
+  // `capacity` bytes can be written before the buffer needs to grow.
   explicit ByteWriter(std::size_t capacity = 0)
       : buffer_(std::make_unique_for_overwrite<char[]>(capacity)), capacity_(capacity) {}
 
@@ -65,7 +67,10 @@ class ByteWriter {
   }
 
   // To the place after what was put into the last Room.
-  void Advance(const char* end) { size_ = static_cast<std::size_t>(end - buffer_.get()); }
+  void Advance(const char* end) {
+    ZERVANE_ASSERT(end >= buffer_.get() + size_ && end <= buffer_.get() + capacity_);
+    size_ = static_cast<std::size_t>(end - buffer_.get());
+  }
 
   template <std::unsigned_integral T>
   void Fixed(T value) {
@@ -77,7 +82,10 @@ class ByteWriter {
   void Bytes(std::string_view bytes) { Advance(PutBytes(Room(bytes.size()), bytes)); }
 
   // Takes back all but the first `size` bytes.
-  void Cut(std::size_t size) { size_ = size; }
+  void Cut(std::size_t size) {
+    ZERVANE_ASSERT(size <= size_);
+    size_ = size;
+  }
 
   std::size_t size() const { return size_; }
   std::size_t capacity() const { return capacity_; }
@@ -86,10 +94,14 @@ class ByteWriter {
   std::string_view bytes() const { return {buffer_.get(), size_}; }
 
   // To write over what was written, from `position` on.
-  char* At(std::size_t position) { return buffer_.get() + position; }
+  char* At(std::size_t position) {
+    ZERVANE_ASSERT(position <= size_);
+    return buffer_.get() + position;
+  }
 
  private:
   void Grow(std::size_t capacity) {
+    ZERVANE_ASSERT(capacity > capacity_);
     auto larger = std::make_unique_for_overwrite<char[]>(capacity);
     if (size_ > 0) std::memcpy(larger.get(), buffer_.get(), size_);
     buffer_ = std::move(larger);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 
+#include "engine/assert.h"
 #include "engine/storage/block.h"
 #include "engine/storage/bytes.h"
 #include "engine/storage/chunk_format_1.h"
@@ -38,6 +40,7 @@ void WriteValues(ConstSamples records, ByteWriter* out) {
     if (codec.write(records, out)) return;
     out->Cut(begin);
   }
+  ZERVANE_ASSERT(out->size() > begin);  // the last codec takes any values
 }
 
 bool ReadValues(ByteReader* in, Samples records) {
@@ -70,6 +73,10 @@ bool ValuesAreValid(ConstSamples records) {
 }  // namespace
 
 std::string EncodeChunk(std::span<const Sample> records) {
+  ZERVANE_ASSERT(!records.empty() && records.size() <= kMaxBlockRecords);
+  ZERVANE_ASSERT(std::ranges::count(records, records.front().type, &Sample::type) ==
+                 std::ssize(records));
+  ZERVANE_ASSERT(TimesAreValid(records) && ValuesAreValid(records));
   // Room enough for numbers; texts let it grow.
   ByteWriter block(records.size() * 12 + 1024);
   BeginBlock(&block);

@@ -7,7 +7,9 @@
 #include <span>
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/log.h"
+#include "engine/storage/block.h"
 
 namespace zervane::storage {
 namespace {
@@ -19,9 +21,12 @@ bool IsEarlier(const Sample& a, const Sample& b) { return a.time_ms < b.time_ms;
 class ChunkMerge {
  public:
   ChunkMerge(Connection& connection, TagId tag, std::size_t chunk_records)
-      : connection_(connection), tag_(tag), chunk_records_(chunk_records) {}
+      : connection_(connection), tag_(tag), chunk_records_(chunk_records) {
+    ZERVANE_ASSERT(chunk_records_ >= 1 && chunk_records_ <= kMaxBlockRecords);
+  }
 
   Result<ChunkEdits> Plan(std::span<const Sample> records) {
+    ZERVANE_ASSERT(std::ranges::is_sorted(records, IsEarlier));
     while (!records.empty()) {
       const auto next_start = NextChunkStart(connection_, tag_, records.front().time_ms);
       if (!next_start.ok()) return next_start.status();
@@ -103,6 +108,7 @@ class ChunkMerge {
       edits_.added.push_back(EncodeForTable(tag_, rest.first(count)));
       rest = rest.subspan(count);
     }
+    ZERVANE_ASSERT(planned_to_ms_ < run_.front().time_ms);
     planned_to_ms_ = run_.back().time_ms;
   }
 

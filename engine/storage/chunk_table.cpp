@@ -2,6 +2,9 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -35,21 +38,36 @@ class ChunkOrder {
   std::int64_t end_ms_;  // of what came so far
 };
 
+// A text that is known to the compiler.
+template <std::size_t kSize>
+struct FixedText {
+  std::array<char, kSize> characters;
+
+  constexpr operator std::string_view() const {  // NOLINT(google-explicit-constructor): it is one
+    return {characters.data(), characters.size()};
+  }
+};
+
+// Literals one behind the other.
+template <std::size_t... kSizes>
+consteval auto Joined(const char (&... literals)[kSizes]) {
+  FixedText<(kSizes + ...) - sizeof...(kSizes)> text{};
+  auto to = text.characters.begin();
+  ((to = std::copy_n(literals, kSizes - 1, to)), ...);
+  return text;
+}
+
 // The chunks of tag ?1 that overlap [?2, ?3]. Since chunks do not overlap each other, the search
 // starts at the last one that begins by ?2 and needs no other.
-#define ZERVANE_OVERLAPPING_CHUNKS                                                        \
-  "FROM chunk WHERE tag = ?1 AND first_time <= ?3 AND last_time >= ?2 AND first_time >= " \
-  "ifnull((SELECT max(first_time) FROM chunk WHERE tag = ?1 AND first_time <= ?2), ?2) "  \
-  "ORDER BY first_time "
+constexpr char kOverlapping[] =
+    " FROM chunk WHERE tag = ?1 AND first_time <= ?3 AND last_time >= ?2 AND first_time >= "
+    "ifnull((SELECT max(first_time) FROM chunk WHERE tag = ?1 AND first_time <= ?2), ?2) "
+    "ORDER BY first_time";
+constexpr char kExtent[] = "SELECT id, tag, first_time, last_time, count";
 
-constexpr char kExtentsSql[] =
-    "SELECT id, tag, first_time, last_time, count " ZERVANE_OVERLAPPING_CHUNKS;
-constexpr char kAscendingSql[] =
-    "SELECT id, tag, first_time, last_time, count, payload " ZERVANE_OVERLAPPING_CHUNKS;
-constexpr char kDescendingSql[] =
-    "SELECT id, tag, first_time, last_time, count, payload " ZERVANE_OVERLAPPING_CHUNKS "DESC";
-
-#undef ZERVANE_OVERLAPPING_CHUNKS
+constexpr auto kExtentsSql = Joined(kExtent, kOverlapping);
+constexpr auto kAscendingSql = Joined(kExtent, ", payload", kOverlapping);
+constexpr auto kDescendingSql = Joined(kExtent, ", payload", kOverlapping, " DESC");
 
 ChunkExtent ReadExtent(const Query& row) {
   return {.id = row.Integer(0),
@@ -131,7 +149,8 @@ Result<Decoded<std::vector<Sample>>> LoadChunk(Connection& connection, const Chu
 Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
                    const std::function<bool(std::vector<Sample>)>& take) {
   const bool forward = direction == Direction::kForward;
-  Query rows(connection, forward ? kAscendingSql : kDescendingSql, tag, range.from_ms, range.to_ms);
+  const std::string_view sql = forward ? std::string_view(kAscendingSql) : kDescendingSql;
+  Query rows(connection, sql, tag, range.from_ms, range.to_ms);
   ChunkOrder order(direction);
   while (rows.Next()) {
     const ChunkExtent extent = ReadExtent(rows);

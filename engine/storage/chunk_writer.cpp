@@ -48,9 +48,16 @@ ChunkWriter::~ChunkWriter() {
 
 // ---- of those who call ----
 
+void ChunkWriter::KnowHeldRow(TagId tag) {
+  const Role writing(writing_);
+  held_rows_.insert(tag);
+}
+
 void ChunkWriter::Begin(std::vector<std::int64_t> journal_cuts) {
   const MutexLock lock(mutex_);
-  ZERVANE_ASSERT(!is_working_ && outcome_.ok());
+  ZERVANE_ASSERT(!is_working_ && outcome_.ok() && !rests_ && !is_closing_);
+  ZERVANE_ASSERT(!journal_cuts.empty() && std::ranges::is_sorted(journal_cuts));
+  const Role writing(writing_);
   journal_cuts_ = std::move(journal_cuts);
   is_working_ = true;
   begun_.NotifyOne();
@@ -169,6 +176,7 @@ void ChunkWriter::FailureLog::Note(const Status& outcome) {
 }
 
 Status ChunkWriter::WriteGeneration() {
+  const Role writing(writing_);
   // In order, so that the chunks of a tag lie near those of its neighbours.
   std::vector<const PendingTags::value_type*> generation;
   generation.reserve(pending_.frozen().size());

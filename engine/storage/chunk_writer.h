@@ -11,9 +11,11 @@
 #include "engine/mutex.h"
 #include "engine/status.h"
 #include "engine/storage/chunk_merge.h"
+#include "engine/storage/one_at_a_time.h"
 #include "engine/storage/pending.h"
 #include "engine/storage/sqlite.h"
 #include "engine/storage/writer.h"
+#include "engine/thread_annotations.h"
 
 namespace zervane::storage {
 
@@ -36,11 +38,11 @@ class ChunkWriter {
   ~ChunkWriter();  // finishes what was begun
 
   // The tags whose held-back record stands in the file. Before the first generation.
-  void KnowHeldRow(TagId tag) { held_rows_.insert(tag); }
+  void KnowHeldRow(TagId tag) EXCLUDES(writing_);
 
   // Begins to write the frozen generation, whose batches are the journal up to the last of
   // `journal_cuts`: the journal is trimmed up to one after the other. The one before is done.
-  void Begin(std::vector<std::int64_t> journal_cuts) EXCLUDES(mutex_);
+  void Begin(std::vector<std::int64_t> journal_cuts) EXCLUDES(writing_, mutex_);
 
   // Whether nothing is under way, nor still frozen since it failed.
   bool IsDone() EXCLUDES(mutex_);
@@ -94,11 +96,11 @@ class ChunkWriter {
   // Of the thread.
   void Loop() EXCLUDES(mutex_);
   void DoWhatWasAsked() EXCLUDES(mutex_);
-  Status WriteGeneration();
-  Status PlanTag(const PendingTags::value_type& tag, Slice* slice);
-  Status Write(const Slice& slice);
-  Status WriteHeld(TagId id, const HeldChange& held) REQUIRES(writer_.mutex);
-  Status TrimJournal();
+  Status WriteGeneration() EXCLUDES(writing_);
+  Status PlanTag(const PendingTags::value_type& tag, Slice* slice) REQUIRES(writing_);
+  Status Write(const Slice& slice) REQUIRES(writing_);
+  Status WriteHeld(TagId id, const HeldChange& held) REQUIRES(writing_, writer_.mutex);
+  Status TrimJournal() REQUIRES(writing_);
   Status FoldLog();
 
   Writer& writer_;
@@ -106,10 +108,10 @@ class ChunkWriter {
   Pending& pending_;
   const std::size_t chunk_records_;
 
-  // Of the thread; of the caller before the first generation.
-  std::unordered_set<TagId> held_rows_;
-  // Of the thread while it works, else of the caller.
-  std::vector<std::int64_t> journal_cuts_;
+  // Of the thread while it writes a generation, else of the caller.
+  OneAtATime writing_;
+  std::unordered_set<TagId> held_rows_ GUARDED_BY(writing_);
+  std::vector<std::int64_t> journal_cuts_ GUARDED_BY(writing_);
 
   Mutex mutex_;
   CondVar begun_;  // there is work, or an end

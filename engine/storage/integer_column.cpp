@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "engine/assert.h"
 #include "engine/storage/section.h"
 
 namespace zervane::storage {
@@ -112,6 +113,7 @@ bool ReadPlanes(ByteReader* in, unsigned width, std::span<std::int64_t> words) {
 }  // namespace
 
 void WriteIntegers(Numbers values, ByteWriter* out) {
+  ZERVANE_ASSERT(!values.empty());
   const Prediction by = BestPrediction(values);
   Words words(values.size() - 1);
   const std::int64_t smallest = RestsAboveSmallest(by, values, &words);
@@ -124,6 +126,7 @@ void WriteIntegers(Numbers values, ByteWriter* out) {
 }
 
 bool ReadIntegers(ByteReader* in, std::span<std::int64_t> values) {
+  ZERVANE_ASSERT(!values.empty());
   const unsigned head = in->Fixed<std::uint8_t>();
   const unsigned width = head & kWidthMask;
   const unsigned predictor = head >> kWidthBits;

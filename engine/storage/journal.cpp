@@ -1,8 +1,11 @@
 #include "engine/storage/journal.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 
+#include "engine/assert.h"
 #include "engine/log.h"
 #include "engine/storage/batch_codec.h"
 #include "engine/storage/block.h"
@@ -45,6 +48,7 @@ std::span<const std::string_view> JournalEncoder::Encode(std::span<const Accepte
 }
 
 Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string_view> rows) {
+  ZERVANE_ASSERT(!rows.empty());
   for (const std::string_view row : rows) {
     Status status = Query(connection, "INSERT INTO journal (payload) VALUES (?)", row).Run();
     if (!status.ok()) return status;

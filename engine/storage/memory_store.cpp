@@ -1,15 +1,19 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
 #include <map>
-#include <mutex>
+#include <memory>
 #include <optional>
-#include <shared_mutex>
-#include <utility>
+#include <span>
+#include <vector>
 
 #include "engine/guard.h"
 #include "engine/storage/record_check.h"
 #include "engine/storage/series.h"
 #include "engine/storage/store.h"
 #include "engine/storage/writer_first_mutex.h"
+#include "engine/thread_annotations.h"
 
 namespace zervane::storage {
 namespace {
@@ -36,7 +40,7 @@ class MemoryStore final : public Store {
  public:
   Result<CatalogueImage> LoadCatalogue() override {
     return Guarded([&]() -> Result<CatalogueImage> {
-      const std::shared_lock lock(mutex_);
+      const ReadLock lock(mutex_);
       CatalogueImage image{.tags = {}, .last_id = last_id_, .version = version_};
       for (const auto& [id, tag] : tags_) image.tags.push_back(tag.properties);
       return image;
@@ -46,7 +50,7 @@ class MemoryStore final : public Store {
   Status PutTag(const TagProperties& properties, std::int64_t version) override {
     return Guarded([&]() -> Status {
       TagProperties copy = properties;  // what can fail comes before anything is changed
-      const std::unique_lock lock(mutex_);
+      const WriteLock lock(mutex_);
       tags_[properties.id].properties = std::move(copy);
       last_id_ = std::max(last_id_, properties.id);
       version_ = version;
@@ -56,7 +60,7 @@ class MemoryStore final : public Store {
 
   Status RemoveTag(TagId id, std::int64_t version) override {
     return Guarded([&]() -> Status {
-      const std::unique_lock lock(mutex_);
+      const WriteLock lock(mutex_);
       tags_.erase(id);
       version_ = version;
       return {};
@@ -65,7 +69,7 @@ class MemoryStore final : public Store {
 
   Result<std::vector<TagSample>> LoadCurrent() override {
     return Guarded([&]() -> Result<std::vector<TagSample>> {
-      const std::shared_lock lock(mutex_);
+      const ReadLock lock(mutex_);
       std::vector<TagSample> values;
       for (const auto& [id, tag] : tags_) {
         if (tag.current) values.push_back({id, *tag.current});
@@ -77,7 +81,7 @@ class MemoryStore final : public Store {
   Status Append(std::span<const AcceptedSample> records) override {
     return Guarded([&]() -> Status {
       if (Status status = CheckRecords(records); !status.ok()) return status;
-      const std::unique_lock lock(mutex_);
+      const WriteLock lock(mutex_);
       const std::vector<StoredTag*> targets = Expect(records);
       for (std::size_t i = 0; i < records.size(); ++i) {
         if (targets[i] != nullptr) Take(records[i], targets[i]);
@@ -89,21 +93,21 @@ class MemoryStore final : public Store {
   Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
                                    std::size_t limit) override {
     return Guarded([&]() -> Result<std::vector<Sample>> {
-      const std::shared_lock lock(mutex_);
+      const ReadLock lock(mutex_);
       return ArchiveOf(id).Copy(range, direction, limit);
     });
   }
 
   Result<std::int64_t> Count(TagId id, TimeRange range) override {
     return Guarded([&]() -> Result<std::int64_t> {
-      const std::shared_lock lock(mutex_);
+      const ReadLock lock(mutex_);
       return std::ssize(ArchiveOf(id).Times(range));
     });
   }
 
   Result<std::optional<Sample>> ReadHeld(TagId id) override {
     return Guarded([&]() -> Result<std::optional<Sample>> {
-      const std::shared_lock lock(mutex_);
+      const ReadLock lock(mutex_);
       const auto tag = tags_.find(id);
       return tag == tags_.end() ? std::nullopt : tag->second.held;
     });
@@ -111,8 +115,8 @@ class MemoryStore final : public Store {
 
  private:
   // Makes room for the records, so that to take them cannot fail. Their tags; null for one that is
-  // not there. Under the mutex.
-  std::vector<StoredTag*> Expect(std::span<const AcceptedSample> records) {
+  // not there.
+  std::vector<StoredTag*> Expect(std::span<const AcceptedSample> records) REQUIRES(mutex_) {
     std::vector<StoredTag*> targets;
     targets.reserve(records.size());
     for (const AcceptedSample& record : records) {
@@ -123,17 +127,17 @@ class MemoryStore final : public Store {
     return targets;
   }
 
-  // Of a tag that is not there: an empty one. Under the mutex.
-  const Series& ArchiveOf(TagId id) const {
+  // Of a tag that is not there: an empty one.
+  const Series& ArchiveOf(TagId id) const REQUIRES_SHARED(mutex_) {
     static const Series empty;
     const auto tag = tags_.find(id);
     return tag == tags_.end() ? empty : tag->second.archive;
   }
 
-  mutable WriterFirstMutex mutex_;  // guards all that follows
-  std::map<TagId, StoredTag> tags_;
-  TagId last_id_ = 0;
-  std::int64_t version_ = 0;
+  WriterFirstMutex mutex_;
+  std::map<TagId, StoredTag> tags_ GUARDED_BY(mutex_);
+  TagId last_id_ GUARDED_BY(mutex_) = 0;
+  std::int64_t version_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace

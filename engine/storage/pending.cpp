@@ -9,8 +9,8 @@
 namespace zervane::storage {
 namespace {
 
-// The memory of so many batches is kept for those to come; a batch of more records is rare, and its
-// memory is given back.
+// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords is
+// rare, and its memory is given back.
 constexpr std::size_t kSpares = 4;
 constexpr std::size_t kSpareRecords = 262'144;
 
@@ -26,19 +26,19 @@ const PendingTag* FindIn(const PendingTags& tags, TagId id) {
 }  // namespace
 
 void Pending::ReserveTag(TagId id) {
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   (void)places_.At(id);
 }
 
 void Pending::AddTag(TagId id) noexcept {
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   Place* const place = places_.Find(id);
   ZERVANE_ASSERT(place != nullptr);
   place->is_known = true;
 }
 
 void Pending::RemoveTag(TagId id) noexcept {
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   ZERVANE_ASSERT(IsSorted());
   if (Place* place = places_.Find(id)) *place = {};
   held_ms_.erase(id);
@@ -47,20 +47,21 @@ void Pending::RemoveTag(TagId id) noexcept {
 }
 
 void Pending::KnowHeld(TagId tag, std::int64_t time_ms) {
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   held_ms_[tag] = time_ms;
 }
 
 // ---- taking ----
 
 void Pending::Reserve() {
-  const std::lock_guard lock(intake_mutex_);
+  const MutexLock lock(intake_mutex_);
   if (taken_.size() == taken_.capacity()) taken_.reserve(16 + 2 * taken_.size());
   spares_.reserve(kSpares);
 }
 
 std::size_t Pending::Take(std::vector<AcceptedSample>& batch) noexcept {
-  const std::lock_guard lock(intake_mutex_);
+  const MutexLock lock(intake_mutex_);
+  ZERVANE_ASSERT(taken_.size() < taken_.capacity());
   taken_records_ += batch.size();
   taken_.push_back(std::exchange(batch, {}));
   if (!spares_.empty()) {
@@ -71,19 +72,19 @@ std::size_t Pending::Take(std::vector<AcceptedSample>& batch) noexcept {
 }
 
 void Pending::Sort() {
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   SortUnderLock();
 }
 
 bool Pending::IsSorted() {
-  const std::lock_guard lock(intake_mutex_);
+  const MutexLock lock(intake_mutex_);
   return sorting_.empty() && taken_.empty();
 }
 
 void Pending::SortUnderLock() {
   SortBatches();  // that could not be sorted before, for want of memory
   {
-    const std::lock_guard lock(intake_mutex_);
+    const MutexLock lock(intake_mutex_);
     sorting_.reserve(taken_.capacity());  // it takes its place, with the room that was promised
     sorting_.swap(taken_);
     taken_records_ = 0;
@@ -93,26 +94,17 @@ void Pending::SortUnderLock() {
 
 // A batch that cannot be sorted for want of memory stays, with those after it, for the next try.
 void Pending::SortBatches() {
-  std::size_t sorted = 0;
-  const auto forget = [&] {
-    sorting_.erase(sorting_.begin(), sorting_.begin() + static_cast<std::ptrdiff_t>(sorted));
-  };
-  try {
-    for (; sorted < sorting_.size(); ++sorted) {
-      SortBatch(sorting_[sorted]);
-      KeepMemory(std::move(sorting_[sorted]));
-    }
-  } catch (...) {
-    forget();
-    throw;
+  for (std::vector<AcceptedSample>& batch : sorting_) {
+    SortBatch(batch);
+    KeepMemory(std::exchange(batch, {}));
   }
-  forget();
+  sorting_.clear();
 }
 
 void Pending::KeepMemory(std::vector<AcceptedSample> batch) noexcept {
   batch.clear();
   if (batch.capacity() > kSpareRecords) return;
-  const std::lock_guard lock(intake_mutex_);
+  const MutexLock lock(intake_mutex_);
   if (spares_.size() < spares_.capacity()) spares_.push_back(std::move(batch));
 }
 
@@ -132,6 +124,7 @@ void Pending::SortBatch(std::span<const AcceptedSample> records) {
     if (record.archive) tag->archive.Expect();
     if (record.held) held_ms_.try_emplace(id, kNoTime);
   }
+  ZERVANE_ASSERT(targets_.size() == records.size());
   for (std::size_t i = 0; i < records.size(); ++i) {
     const std::size_t ahead = std::min(i + kPrefetched, records.size() - 1);
     if (targets_[ahead] != nullptr) targets_[ahead]->archive.PrefetchEnd();
@@ -148,6 +141,7 @@ PendingTag* Pending::Enter(TagId id) {
     tag.archive.ReserveInOrder(place->usual);
     place->active = &tag;
   }
+  ZERVANE_ASSERT(FindIn(active_, id) == place->active);
   return place->active;
 }
 
@@ -159,7 +153,9 @@ void Pending::Put(const AcceptedSample& record, PendingTag* tag) noexcept {
   if (record.current) tag->current = record.sample;
   if (record.held) {
     tag->held = {.is_changed = true, .sample = record.sample};
-    held_ms_.find(record.tag)->second = record.sample.time_ms;
+    const auto held = held_ms_.find(record.tag);
+    ZERVANE_ASSERT(held != held_ms_.end());
+    held->second = record.sample.time_ms;
   }
 }
 
@@ -177,11 +173,13 @@ void Pending::EndHeld(const AcceptedSample& record, PendingTag* tag) noexcept {
 // ---- generations ----
 
 std::size_t Pending::Freeze() {
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   SortUnderLock();
+  ZERVANE_ASSERT(frozen_.empty());
   frozen_.swap(active_);
   for (const auto& [id, tag] : frozen_) {
     Place& place = *places_.Find(id);
+    ZERVANE_ASSERT(place.is_known && (place.active == nullptr || place.active == &tag));
     place.active = nullptr;
     place.usual = tag.archive.CountInOrder();
   }
@@ -190,24 +188,24 @@ std::size_t Pending::Freeze() {
 
 void Pending::DropFrozen() noexcept {
   PendingTags dropped;  // freed after the lock
-  const std::unique_lock lock(mutex_);
+  const WriteLock lock(mutex_);
   frozen_.swap(dropped);
 }
 
 // ---- reading ----
 
-Pending::ReadLock Pending::LockForReading() {
+void Pending::LockSorted() {
   for (;;) {
-    ReadLock lock(mutex_);
-    if (IsSorted()) return lock;
-    lock.unlock();
+    mutex_.LockShared();
+    if (IsSorted()) return;
+    mutex_.UnlockShared();
     Sort();
   }
 }
 
 std::vector<Sample> Pending::Copy(TagId id, TimeRange range, Direction direction,
                                   std::size_t limit) {
-  const ReadLock lock = LockForReading();
+  const SortedLock lock(*this);
   const PendingTag* active = FindIn(active_, id);
   const PendingTag* frozen = FindIn(frozen_, id);
   std::vector<Sample> newer;
@@ -222,7 +220,7 @@ std::vector<Sample> Pending::Copy(TagId id, TimeRange range, Direction direction
 
 std::vector<std::int64_t> Pending::Times(TagId id, TimeRange range) {
   std::vector<std::int64_t> times;
-  const ReadLock lock = LockForReading();
+  const SortedLock lock(*this);
   for (const PendingTags* tags : {&frozen_, &active_}) {
     const PendingTag* tag = FindIn(*tags, id);
     if (tag == nullptr) continue;
@@ -236,7 +234,7 @@ std::vector<std::int64_t> Pending::Times(TagId id, TimeRange range) {
 
 std::vector<TagSample> Pending::CurrentValues() {
   std::unordered_map<TagId, const Sample*> newest;
-  const ReadLock lock = LockForReading();
+  const SortedLock lock(*this);
   for (const PendingTags* tags : {&active_, &frozen_}) {
     for (const auto& [id, tag] : *tags) {
       if (tag.current) newest.emplace(id, &*tag.current);
@@ -248,7 +246,7 @@ std::vector<TagSample> Pending::CurrentValues() {
 }
 
 HeldChange Pending::Held(TagId id) {
-  const ReadLock lock = LockForReading();
+  const SortedLock lock(*this);
   for (const PendingTags* tags : {&active_, &frozen_}) {
     const PendingTag* tag = FindIn(*tags, id);
     if (tag != nullptr && tag->held.is_changed) return tag->held;

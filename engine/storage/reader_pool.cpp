@@ -18,7 +18,7 @@ ReaderPool::ReaderPool(std::filesystem::path file) : file_(std::move(file)) {
 
 Result<ReaderPool::Loan> ReaderPool::Borrow() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (!idle_.empty()) {
       Loan loan(this, std::move(idle_.back()));
       idle_.pop_back();
@@ -32,7 +32,8 @@ Result<ReaderPool::Loan> ReaderPool::Borrow() {
 }
 
 void ReaderPool::Return(std::unique_ptr<Connection> connection) noexcept {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
+  ZERVANE_ASSERT(idle_.capacity() >= kMaxIdle);
   if (idle_.size() < kMaxIdle) idle_.push_back(std::move(connection));
 }
 

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "engine/assert.h"
+
 namespace zervane::storage {
 namespace {
 
@@ -80,6 +82,7 @@ std::optional<ScaledFloats> Scale(std::span<const double> values) { return Scale
 
 template <typename Float>
 Float Unscale(std::int64_t count, unsigned exponent) {
+  ZERVANE_ASSERT(exponent <= kMaxScaleExponent);
   return static_cast<Float>(static_cast<double>(count) / kPowersOfTen[exponent]);
 }
 

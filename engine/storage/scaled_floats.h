@@ -29,7 +29,7 @@ constexpr unsigned kMaxScaleExponent = 12;
 std::optional<ScaledFloats> Scale(std::span<const float> values);
 std::optional<ScaledFloats> Scale(std::span<const double> values);
 
-// The number of so many units; any count, an exponent up to kMaxScaleExponent.
+// count / 10^exponent, of any count; the exponent is at most kMaxScaleExponent.
 template <typename Float>
 Float Unscale(std::int64_t count, unsigned exponent);
 

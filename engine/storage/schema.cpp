@@ -2,6 +2,10 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <cstdint>
+#include <string>
+#include <string_view>
+
 #include "engine/storage/tag_table.h"
 
 namespace zervane::storage {

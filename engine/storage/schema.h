@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "engine/status.h"
 #include "engine/storage/sqlite.h"
 

@@ -2,6 +2,8 @@
 
 #include <zstd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>

@@ -13,7 +13,7 @@ namespace zervane::storage {
 
 void WriteSection(std::string_view bytes, ByteWriter* out);
 
-// Fills `bytes`; false when what stands there does not give so many.
+// Fills `bytes`; false when what stands there is no section of as many bytes.
 bool ReadSection(ByteReader* in, std::span<char> bytes);
 
 // Whether `frame`, which may hold anything, is a zstd frame that gives exactly bytes.size() bytes.

@@ -1,6 +1,7 @@
 #include "engine/storage/series.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <span>
 #include <utility>
@@ -8,7 +9,7 @@
 namespace zervane::storage {
 namespace {
 
-// Late records are merged when there are at least so many, and as many as this share of the others.
+// Late records are merged when there are at least kMinLate, and one for each kLateShare others.
 constexpr std::size_t kMinLate = 64;
 constexpr std::size_t kLateShare = 4;
 
@@ -82,8 +83,7 @@ std::vector<std::int64_t> Series::Times(TimeRange range) const {
   if (late.empty()) return times;
   for (const Sample* record : late) times.push_back(record->time_ms);
   std::ranges::sort(times);
-  const auto repeated = std::ranges::unique(times);
-  times.erase(repeated.begin(), repeated.end());
+  times.erase(std::unique(times.begin(), times.end()), times.end());
   return times;
 }
 
@@ -109,6 +109,8 @@ void Series::MergeLate() {
   late_.clear();
   std::inplace_merge(in_order_.begin(), in_order_.begin() + middle, in_order_.end(), IsEarlier);
   KeepLastOfEqualTimes(&in_order_);
+  ZERVANE_ASSERT(std::ranges::adjacent_find(in_order_, std::ranges::greater_equal(),
+                                            &Sample::time_ms) == in_order_.end());
 }
 
 SeriesMerge::SeriesMerge(std::vector<Sample> newer, Direction direction, std::size_t limit)
@@ -119,6 +121,7 @@ bool SeriesMerge::Comes(std::int64_t time_ms, std::int64_t before_ms) const {
 }
 
 bool SeriesMerge::Add(Sample older) {
+  ZERVANE_ASSERT(IsNext(older.time_ms));
   while (!full() && next_ < newer_.size() && Comes(newer_[next_].time_ms, older.time_ms)) {
     TakeNewer();
   }

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/assert.h"
 #include "engine/value.h"
 
 namespace zervane::storage {
@@ -23,6 +24,7 @@ class Series {
   // Makes room, so that as many calls of Put cannot fail.
   void Reserve(std::size_t records);
 
+  // There is room for it.
   void Put(Sample sample) noexcept;
 
   // Makes room for about as many that come in order, so that they need not move when they grow.
@@ -66,10 +68,12 @@ class Series {
 inline void Series::Put(Sample sample) noexcept {
   if (expected_ > 0) --expected_;
   if (in_order_.empty() || sample.time_ms > in_order_.back().time_ms) {
+    ZERVANE_ASSERT(in_order_.size() < in_order_.capacity());
     in_order_.push_back(std::move(sample));
   } else if (sample.time_ms == in_order_.back().time_ms) {
     in_order_.back() = std::move(sample);
   } else {
+    ZERVANE_ASSERT(late_.size() < late_.capacity());
     late_.push_back(std::move(sample));
   }
 }
@@ -80,7 +84,8 @@ class SeriesMerge {
  public:
   SeriesMerge(std::vector<Sample> newer, Direction direction, std::size_t limit);
 
-  // Takes the next of the older records in the direction's order. False once the limit is reached.
+  // Takes the next of the older records, which come in the direction's order. False once the limit
+  // is reached.
   bool Add(Sample older);
 
   // Takes the older records from `begin` on, likewise.
@@ -92,6 +97,10 @@ class SeriesMerge {
 
  private:
   bool Comes(std::int64_t time_ms, std::int64_t before_ms) const;
+  // Whether all that was merged so far comes before the time.
+  bool IsNext(std::int64_t time_ms) const {
+    return merged_.empty() || Comes(merged_.back().time_ms, time_ms);
+  }
   bool full() const { return merged_.size() >= limit_; }
   void TakeNewer() { merged_.push_back(std::move(newer_[next_++])); }
 
@@ -107,6 +116,7 @@ bool SeriesMerge::AddAll(Iterator begin, Iterator end) {
   if (next_ < newer_.size()) {
     while (begin != end && Add(*begin)) ++begin;
   } else {
+    ZERVANE_ASSERT(begin == end || IsNext((*begin).time_ms));
     const auto room = static_cast<std::ptrdiff_t>(
         std::min<std::size_t>(limit_ - merged_.size(), std::numeric_limits<std::ptrdiff_t>::max()));
     merged_.insert(merged_.end(), begin, begin + std::min(room, end - begin));

@@ -3,8 +3,10 @@
 #include <spdlog/fmt/fmt.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/storage/sqlite_files.h"
 #include "engine/storage/system_status.h"
 
@@ -125,6 +127,7 @@ Query::Query(Connection& connection, std::string_view sql, Unbound)
     : connection_(connection.handle_.get()) {
   Result<sqlite3_stmt*> prepared = connection.Prepared(sql);
   if (prepared.ok()) {
+    ZERVANE_ASSERT(sqlite3_stmt_busy(*prepared) == 0);
     statement_ = *prepared;
   } else {
     status_ = prepared.status();
@@ -180,6 +183,7 @@ std::string_view Query::Bytes(int column) const {
 // ---- transactions ----
 
 Transaction::Transaction(Connection& connection, Kind kind) : connection_(connection) {
+  ZERVANE_ASSERT(sqlite3_get_autocommit(connection.handle_.get()) != 0);
   // Before there is anything to undo, since to prepare a statement may fail for want of memory.
   const Result<sqlite3_stmt*> rollback = connection.Prepared("ROLLBACK");
   if (rollback.ok()) {

@@ -1,8 +1,13 @@
 #include "engine/storage/sqlite_store.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
+#include <optional>
+#include <span>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "engine/guard.h"
 #include "engine/log.h"
@@ -10,6 +15,7 @@
 #include "engine/storage/chunk_writer.h"
 #include "engine/storage/folder_lock.h"
 #include "engine/storage/journal.h"
+#include "engine/storage/one_at_a_time.h"
 #include "engine/storage/pending.h"
 #include "engine/storage/reader_pool.h"
 #include "engine/storage/record_check.h"
@@ -33,7 +39,7 @@ constexpr std::size_t kMaxUnsorted = 131'072;
 // What is free at a close is cut off the file, up to 64 MiB, since a close should not last.
 constexpr char kCutFreePages[] = "PRAGMA incremental_vacuum(16384)";
 
-// From so many tags on a database gets more room for what is pending.
+// A database with more busy tags than this gets more room for what is pending.
 constexpr std::size_t kManyTags = 4096;
 
 // What the records weigh; the refusal of the first that cannot be stored.
@@ -106,10 +112,10 @@ class SqliteStore final : public Store {
 
  private:
   Result<CatalogueImage> DoLoadCatalogue();
-  Status DoPutTag(const TagProperties& properties, std::int64_t version);
-  Status DoRemoveTag(TagId id, std::int64_t version);
+  Status DoPutTag(const TagProperties& properties, std::int64_t version) EXCLUDES(changing_);
+  Status DoRemoveTag(TagId id, std::int64_t version) EXCLUDES(changing_);
   Result<std::vector<TagSample>> DoLoadCurrent();
-  Status DoAppend(std::vector<AcceptedSample>& records);
+  Status DoAppend(std::vector<AcceptedSample>& records) EXCLUDES(changing_);
   Result<std::vector<Sample>> DoRead(TagId id, TimeRange range, Direction direction,
                                      std::size_t limit);
   Result<std::int64_t> DoCount(TagId id, TimeRange range);
@@ -118,24 +124,26 @@ class SqliteStore final : public Store {
 
   Status StartChunks(const std::filesystem::path& file);
   Status LoadHeld() REQUIRES(writer_.mutex);
-  Status Journal(std::span<const AcceptedSample> records);
-  void Took(std::size_t bytes, std::int64_t seq);
-  Status MakeRoom();
-  void BeginChunks();
-  Status WriteAllChunks();
+  Status Journal(std::span<const AcceptedSample> records) REQUIRES(changing_);
+  void Took(std::size_t bytes, std::int64_t seq) REQUIRES(changing_);
+  Status MakeRoom() REQUIRES(changing_);
+  void BeginChunks() REQUIRES(changing_);
+  Status WriteAllChunks() EXCLUDES(changing_);
   Status CutFreePages();
 
   const FolderLock lock_;  // first, so that it is given back last
   const SqliteStoreOptions options_;
 
   // Of the thread that changes.
-  std::size_t unsorted_ = 0;                // records, after the last append
-  std::size_t busy_tags_ = 0;               // of the last generation
-  std::size_t pending_bytes_ = 0;           // of the active generation
-  std::size_t uncut_bytes_ = 0;             // since the last of the cuts
-  std::int64_t last_seq_ = 0;               // of the journal
-  std::vector<std::int64_t> journal_cuts_;  // where the journal may be trimmed, ascending
-  JournalEncoder encoder_;
+  OneAtATime changing_;
+  std::size_t unsorted_ GUARDED_BY(changing_) = 0;       // records, after the last append
+  std::size_t busy_tags_ GUARDED_BY(changing_) = 0;      // of the last generation
+  std::size_t pending_bytes_ GUARDED_BY(changing_) = 0;  // of the active generation
+  std::size_t uncut_bytes_ GUARDED_BY(changing_) = 0;    // since the last of the cuts
+  std::int64_t last_seq_ GUARDED_BY(changing_) = 0;      // of the journal
+  // Where the journal may be trimmed, ascending.
+  std::vector<std::int64_t> journal_cuts_ GUARDED_BY(changing_);
+  JournalEncoder encoder_ GUARDED_BY(changing_);
 
   // Of all threads.
   Writer writer_;
@@ -147,6 +155,7 @@ class SqliteStore final : public Store {
 
 Status SqliteStore::Start(const std::filesystem::path& file) {
   if (Status status = StartChunks(file); !status.ok()) return status;
+  const Role changing(changing_);
   const Turn turn(writer_.mutex);
   const Result<std::vector<TagProperties>> tags = LoadTagRows(*writer_.connection);
   if (!tags.ok()) return tags.status();
@@ -155,7 +164,7 @@ Status SqliteStore::Start(const std::filesystem::path& file) {
     pending_.AddTag(tag.id);
   }
   if (Status status = LoadHeld(); !status.ok()) return status;
-  const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) {
+  const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) REQUIRES(changing_) {
     pending_.Reserve();
     Took(*Weigh(records), seq);  // a batch that decodes can be stored
     pending_.Take(records);
@@ -201,6 +210,7 @@ Result<CatalogueImage> SqliteStore::DoLoadCatalogue() {
 }
 
 Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t version) {
+  const Role changing(changing_);
   const Turn turn(writer_.mutex);
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
@@ -218,6 +228,7 @@ Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t versi
 }
 
 Status SqliteStore::DoRemoveTag(TagId id, std::int64_t version) {
+  const Role changing(changing_);
   const ChunkWriter::Rest rest(*chunks_);  // it may be planning chunks of the tag
   pending_.Sort();                         // before the commit: it may throw
   const Turn turn(writer_.mutex);
@@ -267,6 +278,8 @@ Result<std::optional<Sample>> SqliteStore::DoReadHeld(TagId id) {
 }
 
 Status SqliteStore::DoAppend(std::vector<AcceptedSample>& records) {
+  const Role changing(changing_);
+  if (records.empty()) return {};
   const Result<std::size_t> bytes = Weigh(records);
   if (!bytes.ok()) return bytes.status();
   if (Status status = MakeRoom(); !status.ok()) return status;
@@ -313,7 +326,8 @@ Result<std::int64_t> SqliteStore::DoCount(TagId id, TimeRange range) {
 
 // ---- from the journal to chunks ----
 
-// Takes account of pending records, by their weight, that the journal has up to a sequence number.
+// Takes account of pending records, by their weight, that the journal has up to a sequence number,
+// for which there is room among the cuts.
 void SqliteStore::Took(std::size_t bytes, std::int64_t seq) {
   last_seq_ = seq;
   pending_bytes_ += bytes;
@@ -347,6 +361,7 @@ void SqliteStore::BeginChunks() {
 }
 
 Status SqliteStore::WriteAllChunks() {
+  const Role changing(changing_);
   Status status = chunks_->Finish();
   if (!status.ok() || pending_bytes_ == 0) return status;
   BeginChunks();

@@ -1,5 +1,6 @@
 #include "engine/storage/tag_table.h"
 
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <span>

@@ -4,12 +4,15 @@
 
 #include <new>
 
+#include "engine/mutex.h"
+#include "engine/thread_annotations.h"
+
 namespace zervane::storage {
 
 // A shared mutex under which a waiting writer goes before readers that come later, so that many
-// busy readers cannot keep it waiting without end, as they can with std::shared_mutex. A thread
-// must not take it twice. For std::unique_lock and std::shared_lock.
-class WriterFirstMutex {
+// busy readers cannot keep it waiting without end, as they can with SharedMutex. A thread must not
+// take it twice.
+class CAPABILITY("mutex") WriterFirstMutex {
  public:
   WriterFirstMutex() {
     pthread_rwlockattr_t attributes;
@@ -23,13 +26,16 @@ class WriterFirstMutex {
   WriterFirstMutex& operator=(const WriterFirstMutex&) = delete;
   ~WriterFirstMutex() { pthread_rwlock_destroy(&lock_); }
 
-  void lock() { pthread_rwlock_wrlock(&lock_); }
-  void unlock() { pthread_rwlock_unlock(&lock_); }
-  void lock_shared() { pthread_rwlock_rdlock(&lock_); }
-  void unlock_shared() { pthread_rwlock_unlock(&lock_); }
+  void Lock() ACQUIRE() { pthread_rwlock_wrlock(&lock_); }
+  void Unlock() RELEASE() { pthread_rwlock_unlock(&lock_); }
+  void LockShared() ACQUIRE_SHARED() { pthread_rwlock_rdlock(&lock_); }
+  void UnlockShared() RELEASE_SHARED() { pthread_rwlock_unlock(&lock_); }
 
  private:
   pthread_rwlock_t lock_;
 };
+
+using WriteLock = BasicLock<WriterFirstMutex>;
+using ReadLock = BasicSharedLock<WriterFirstMutex>;
 
 }  // namespace zervane::storage
