@@ -1,7 +1,6 @@
 #pragma once
 
-#include <spdlog/fmt/fmt.h>
-#include <spdlog/logger.h>
+#include "third_party/logger.h"
 
 namespace zervane {
 

@@ -1,4 +1,5 @@
-// fmt, compiled from its headers: what they leave to a library, for texts of char.
+// fmt, compiled from its headers: what they leave to a library, and logger.h to this file, for
+// texts of char.
 #include <fmt/format-inl.h>
 
 FMT_BEGIN_NAMESPACE
@@ -11,6 +12,8 @@ template auto locale_ref::get<std::locale>() const -> std::locale;
 template auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
 template auto decimal_point_impl(locale_ref) -> char;
 template void buffer<char>::append(const char*, const char*);
+template void vformat_to(buffer<char>&, basic_string_view<char>,
+                         basic_format_args<buffer_context<char>>, locale_ref);
 
 }  // namespace detail
 FMT_END_NAMESPACE
