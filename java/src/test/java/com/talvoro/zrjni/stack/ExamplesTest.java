@@ -9,6 +9,7 @@ import java.io.IOException;
 import java.io.StringWriter;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.stream.Stream;
 import javax.tools.JavaCompiler;
@@ -37,8 +38,9 @@ class ExamplesTest {
     try (StandardJavaFileManager files = compiler.getStandardFileManager(null, null, null);
         Stream<Path> sources = Files.walk(EXAMPLES)) {
       List<Path> paths = sources.filter(path -> path.toString().endsWith(".java")).toList();
-      List<String> options =
-          List.of("-Xlint:all", "-Werror", "-cp", ChildJvm.CLASSES + "", "-d", classes + "");
+      List<String> options = new ArrayList<>(List.of("-encoding", "UTF-8")); // in any locale
+      options.addAll(List.of("-Xlint:all", "-Werror"));
+      options.addAll(List.of("-cp", ChildJvm.CLASSES + "", "-d", classes + ""));
       boolean compiled =
           compiler
               .getTask(
