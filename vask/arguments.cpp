@@ -16,4 +16,6 @@ Arguments ArgumentsWithTexts(ZR3_STATUS not_converted) {
   return Arguments().Require(os_lang_take_failures() == 0, not_converted);
 }
 
+void ForgetUnconvertedTexts() noexcept { (void)os_lang_take_failures(); }
+
 }  // namespace zervane

@@ -75,4 +75,8 @@ class Arguments {
 // ask: they may stand between a caller's conversion and the call it is for.
 Arguments ArgumentsWithTexts(ZR3_STATUS not_converted = ZR3_ERR_INVALID_TEXT);
 
+// For a function without texts after whose failure its caller goes no further: what did not convert
+// for the call that was to follow must not refuse another one.
+void ForgetUnconvertedTexts() noexcept;
+
 }  // namespace zervane

@@ -50,14 +50,19 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
   });
 }
 
+// A writer of a batch asks it for each record, converts that record's text, and gives the batch up
+// when one of the tags is not there.
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
-  return Call(__func__, Arguments().Given(pTagType), [&](Session& session) -> Status {
+  const auto query = [&](Session& session) -> Status {
     TagType type;
     const ZR3_STATUS code = session.database().GetTagType(nTagID, &type);
     if (code != ZR3_OK) return {code, "tag " + std::to_string(nTagID)};
     *pTagType = static_cast<ZR3_TAG_TYPE>(type);
     return {};
-  });
+  };
+  const int32 status = Call(__func__, Arguments().Given(pTagType), query);
+  if (status != ZR3_OK) zervane::ForgetUnconvertedTexts();
+  return status;
 }
 
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,

@@ -147,6 +147,15 @@ TEST_P(WithoutTexts, TakesNoNoticeOfOne) {
   EXPECT_EQ(os_lang_take_failures(), 1);
 }
 
+// Its caller gives the batch up that the text was for; the next one has nothing to do with it.
+TEST(TextsOfABatch, AreForgottenWhenATagsTypeCannotBeHad) {
+  (void)os_lang_take_failures();
+  FailToConvert();
+  ZR3_TAG_TYPE type = 0;
+  EXPECT_EQ(pt3_query_tag_type(1, &type), ZR3_ERR_NOT_CONNECTED);
+  EXPECT_EQ(os_lang_take_failures(), 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Api, WithoutTexts,
                          testing::ValuesIn(FunctionsThat([](const ApiFunction& function) {
                            return !TakesTexts(function.name);
