@@ -96,8 +96,9 @@ bool IconvDecoder::Append(std::string_view text, TextBuffer& out) {
     result = handle_.Convert(text, next, room_bytes);
     const std::size_t count = chunk.size() - room_bytes / sizeof(char32_t);
     if (result == IconvHandle::Result::kFailed ||
-        (result == IconvHandle::Result::kFull && count == 0))
+        (result == IconvHandle::Result::kFull && count == 0)) {
       return false;
+    }
     for (const char32_t character : std::span(chunk).first(count)) {
       if (!AppendUtf8(character, Utf8Form::kModified, out)) return false;
     }

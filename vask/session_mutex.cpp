@@ -74,7 +74,7 @@ void SessionMutex::Register() {
       AllHolders().Remove(place);
     }
   };
-  const Holders::Place place = AllHolders().Add();
+  const auto place = AllHolders().Add();
   thread_local const Registration registration{place};
   holds_ = &place->holds;
 }

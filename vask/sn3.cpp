@@ -78,7 +78,8 @@ Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Re
     if (codes[i] == ZR3_OK) codes[i] = *next++;
   }
   ZERVANE_ASSERT(codes == nullptr || next == written.end());
-  if (batch.capacity() > kKeptRecords) scratch = {};
+  // The database has the samples; their memory is still the batch's.
+  if (batch.capacity() > kKeptRecords) scratch = {};  // NOLINT(bugprone-use-after-move)
   return status.ok() ? all_read : status;
 }
 

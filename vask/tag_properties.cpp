@@ -112,7 +112,9 @@ void Save(const T& from, const PropertyColumn&, char* to) {
 
 void Save(bool from, const PropertyColumn&, char* to) { *to = from ? 1 : 0; }
 
+// The record was cleared, so the text ends with what follows it.
 void Save(const std::string& from, const PropertyColumn& column, char* to) {
+  // NOLINTNEXTLINE(bugprone-not-null-terminated-result)
   std::memcpy(to, from.data(), std::min(from.size(), column.max_bytes));
 }
 

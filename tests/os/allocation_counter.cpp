@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define ZERVANE_SANITIZER_ALLOCATES 1
@@ -11,13 +12,13 @@
 
 namespace {
 
-std::atomic<long> made{0};
-std::atomic<long> released{0};
+std::atomic<std::int64_t> made{0};
+std::atomic<std::int64_t> released{0};
 std::atomic<bool> watches_peak{false};  // since to ask a sanitizer at each allocation takes long
-std::atomic<long> peak_bytes{0};
+std::atomic<std::int64_t> peak_bytes{0};
 
-void NotePeak(long live_bytes) {
-  long peak = peak_bytes;
+void NotePeak(std::int64_t live_bytes) {
+  std::int64_t peak = peak_bytes;
   while (live_bytes > peak && !peak_bytes.compare_exchange_weak(peak, live_bytes)) {
   }
 }
@@ -35,7 +36,9 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 
 namespace {
 
-long LiveBytes() { return static_cast<long>(__sanitizer_get_current_allocated_bytes()); }
+std::int64_t LiveBytes() {
+  return static_cast<std::int64_t>(__sanitizer_get_current_allocated_bytes());
+}
 
 void Made(const volatile void*, std::size_t) {
   ++made;
@@ -54,14 +57,14 @@ void Released(const volatile void* block) {
 
 namespace {
 
-std::atomic<long> live_bytes{0};
+std::atomic<std::int64_t> live_bytes{0};
 
-long LiveBytes() { return live_bytes; }
+std::int64_t LiveBytes() { return live_bytes; }
 
 void* Made(void* block) {
   ++made;
-  const auto bytes = static_cast<long>(malloc_usable_size(block));
-  const long live = live_bytes += bytes;
+  const auto bytes = static_cast<std::int64_t>(malloc_usable_size(block));
+  const std::int64_t live = live_bytes += bytes;
   if (watches_peak) NotePeak(live);
   return block;
 }
@@ -69,7 +72,7 @@ void* Made(void* block) {
 void Released(void* block) {
   if (block == nullptr) return;
   ++released;
-  live_bytes -= static_cast<long>(malloc_usable_size(block));
+  live_bytes -= static_cast<std::int64_t>(malloc_usable_size(block));
 }
 
 }  // namespace
@@ -77,10 +80,13 @@ void Released(void* block) {
 // These take the place of the C library's functions in this process, its own calls included.
 extern "C" {
 
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier,bugprone-reserved-identifier): the C library's
+// names.
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 void __libc_free(void* block);
+// NOLINTEND(clang-diagnostic-reserved-identifier,bugprone-reserved-identifier)
 
 [[gnu::visibility("default")]] void* malloc(std::size_t size) { return Made(__libc_malloc(size)); }
 
@@ -113,6 +119,6 @@ PeakMemory::PeakMemory() : before_(LiveBytes()) {
 
 PeakMemory::~PeakMemory() { watches_peak = false; }
 
-long PeakMemory::bytes() const { return peak_bytes - before_; }
+std::int64_t PeakMemory::bytes() const { return peak_bytes - before_; }
 
 }  // namespace zervane::os

@@ -2,13 +2,15 @@
 #ifndef ZERVANE_TESTS_OS_ALLOCATION_COUNTER_H_
 #define ZERVANE_TESTS_OS_ALLOCATION_COUNTER_H_
 
+#include <cstdint>
+
 namespace zervane::os {
 
 struct AllocationCounts {
-  long made;      // since the process began
-  long released;  // likewise
+  std::int64_t made;      // since the process began
+  std::int64_t released;  // likewise
 
-  long live() const { return made - released; }
+  std::int64_t live() const { return made - released; }
 };
 
 AllocationCounts CountAllocations();
@@ -22,10 +24,10 @@ class PeakMemory {
   PeakMemory& operator=(const PeakMemory&) = delete;
   ~PeakMemory();
 
-  long bytes() const;
+  std::int64_t bytes() const;
 
  private:
-  long before_;
+  std::int64_t before_;
 };
 
 }  // namespace zervane::os

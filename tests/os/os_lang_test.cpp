@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <clocale>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <regex>
@@ -151,18 +152,18 @@ TEST(OsLang, AllocatesNothingOnceWarm) {
                0 &&
            os_lang_conv_sys_to_utf8(system.data(), utf8.data(), static_cast<int>(utf8.size())) == 0;
   };
-  const long cold = CountAllocations().made;
+  const std::int64_t cold = CountAllocations().made;
   std::thread(there_and_back).join();
   ASSERT_GT(CountAllocations().made, cold) << "the counter does not count";
   ASSERT_TRUE(there_and_back());
 
-  const long warm = CountAllocations().made;
+  const std::int64_t warm = CountAllocations().made;
   bool converted = true;
   for (int i = 0; i < 100; ++i) converted = there_and_back() && converted;
   char small[4];
   const int refused = os_lang_conv_utf8_to_sys("\xFF", small, sizeof(small)) +
                       os_lang_conv_sys_to_utf8("\xFF", small, sizeof(small));
-  const long after = CountAllocations().made;
+  const std::int64_t after = CountAllocations().made;
   EXPECT_EQ(after, warm);
   EXPECT_TRUE(converted);
   EXPECT_NE(refused, 0);
@@ -172,7 +173,7 @@ TEST(OsLang, AllocatesNothingOnceWarm) {
 TEST(OsLang, ReleasesWhatAThreadHoldsWhenItEnds) {
   const auto convert_on_a_thread = [] { std::thread([] { ConvertsBothWays(); }).join(); };
   for (int i = 0; i < 3; ++i) convert_on_a_thread();
-  const long before = CountAllocations().live();
+  const std::int64_t before = CountAllocations().live();
   for (int i = 0; i < 50; ++i) convert_on_a_thread();
   EXPECT_LT(CountAllocations().live() - before, 50) << "each thread left something behind";
 }

@@ -3,15 +3,18 @@
 #include <errno.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <thread>
 #include <vector>
 
 // The misuse that these tests provoke, and that the mutex answers, would end a run under
 // ThreadSanitizer; other processes have no use for this.
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier,bugprone-reserved-identifier): the sanitizer's.
 extern "C" [[gnu::visibility("default")]] const char* __tsan_default_options();
 extern "C" const char* __tsan_default_options() {
   return "report_mutex_bugs=0:report_destroy_locked=0";
 }
+// NOLINTEND(clang-diagnostic-reserved-identifier,bugprone-reserved-identifier)
 
 namespace {
 
@@ -32,7 +35,7 @@ TEST_F(OsMutex, IsCreatedUnlocked) {
 TEST_F(OsMutex, LetsOneThreadInAtATime) {
   constexpr int kThreads = 4;
   constexpr int kRounds = 20'000;
-  long count = 0;
+  std::int64_t count = 0;
   std::vector<std::thread> threads;
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
@@ -44,7 +47,7 @@ TEST_F(OsMutex, LetsOneThreadInAtATime) {
     });
   }
   for (auto& thread : threads) thread.join();
-  EXPECT_EQ(count, static_cast<long>(kThreads) * kRounds);
+  EXPECT_EQ(count, static_cast<std::int64_t>(kThreads) * kRounds);
 }
 
 TEST_F(OsMutex, AnswersItsOwnerThatItIsLocked) {

@@ -147,7 +147,7 @@ class Bytes {
       if (arbitrary) {
         text += static_cast<char>(1 + Below(255));
       } else {
-        const char32_t character = static_cast<char32_t>(1 + Below(Below(2) == 0 ? 0xD7FF : 0x7F));
+        const auto character = static_cast<char32_t>(1 + Below(Below(2) == 0 ? 0xD7FF : 0x7F));
         text += Modified(character);
       }
     }

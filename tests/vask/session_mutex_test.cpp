@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdint>
 #include <thread>
 #include <vector>
 
@@ -17,8 +18,8 @@ struct Pair {
   explicit Pair(bool has_barrier) : mutex(has_barrier) {}
 
   SessionMutex mutex;
-  long first = 0;
-  long second = 0;
+  std::int64_t first = 0;
+  std::int64_t second = 0;
 
   void Change() {
     const SessionLock lock(mutex);
@@ -41,7 +42,7 @@ INSTANTIATE_TEST_SUITE_P(Barrier, SessionMutexTest, testing::Bool());
 TEST_P(SessionMutexTest, LetsNoSharedHoldInBesideAnExclusiveOne) {
   Pair pair(GetParam());
   std::atomic<bool> is_over{false};
-  std::atomic<long> torn{0};
+  std::atomic<std::int64_t> torn{0};
   std::vector<std::thread> readers;
   for (int i = 0; i < 3; ++i) {
     readers.emplace_back([&] {
@@ -57,7 +58,7 @@ TEST_P(SessionMutexTest, LetsNoSharedHoldInBesideAnExclusiveOne) {
 
 TEST_P(SessionMutexTest, KnowsThreadsThatComeAndGo) {
   Pair pair(GetParam());
-  std::atomic<long> torn{0};
+  std::atomic<std::int64_t> torn{0};
   for (int i = 0; i < 200; ++i) {
     std::thread reader([&] { torn += pair.IsWhole() ? 0 : 1; });
     pair.Change();

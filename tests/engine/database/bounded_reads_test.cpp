@@ -24,8 +24,8 @@ constexpr TagId kTag = 1;
 // What may be taken beyond the answer: for a connection and a chunk, and for SQLite's cache, which
 // a count fills with the pages of its index. To hold no more than 40 bytes of each chunk of the
 // long archive would take more.
-constexpr long kBeyondRecords = 1 << 20;
-constexpr long kBeyondCount = 3 << 20;
+constexpr std::int64_t kBeyondRecords = 1 << 20;
+constexpr std::int64_t kBeyondCount = 3 << 20;
 constexpr std::int64_t kShortArchive = 10'000 * kChunkRecords;
 constexpr std::int64_t kLongArchive = 10 * kShortArchive;
 static_assert(40 * kLongArchive / kChunkRecords > kBeyondCount);
@@ -57,18 +57,18 @@ void MakeArchive(const std::filesystem::path& folder, std::int64_t records) {
 struct ReadCase {
   const char* name;
   // Performs the read on an archive of so many records, and answers what it may take in bytes.
-  long (*read)(Database& database, std::int64_t records);
+  std::int64_t (*read)(Database& database, std::int64_t records);
 };
 
 // Reads and expects as many records, the first of which is the i-th of the archive.
-long Read(Database& database, TimeRange range, Direction direction, std::size_t limit,
-          std::int64_t i) {
+std::int64_t Read(Database& database, TimeRange range, Direction direction, std::size_t limit,
+                  std::int64_t i) {
   const auto records = database.ReadRecords(kTag, range, direction, limit);
   EXPECT_TRUE(records.ok() && records->size() == limit && records->front() == NumberAt(TimeOf(i)));
-  return static_cast<long>(limit * sizeof(Sample)) + kBeyondRecords;
+  return static_cast<std::int64_t>(limit * sizeof(Sample)) + kBeyondRecords;
 }
 
-long Count(Database& database, TimeRange range, std::int64_t expected) {
+std::int64_t Count(Database& database, TimeRange range, std::int64_t expected) {
   const auto count = database.CountRecords(kTag, range);
   EXPECT_TRUE(count.ok() && *count == expected);
   return kBeyondCount;
@@ -124,7 +124,7 @@ TEST_P(BoundedRead, TakesMemoryForItsAnswerAlone) {
     SCOPED_TRACE(std::to_string(archive->records) + " records");
     const auto database = Open(archive->folder.path());
     const os::PeakMemory peak;
-    const long bound = GetParam().read(*database, archive->records);
+    const std::int64_t bound = GetParam().read(*database, archive->records);
     EXPECT_GT(peak.bytes(), 0) << "or nothing is measured";
     EXPECT_LT(peak.bytes(), bound);
   }
