@@ -3,10 +3,13 @@
 #include <spdlog/fmt/fmt.h>
 
 #include <algorithm>
-#include <mutex>
-#include <system_error>
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
 #include <utility>
 
+#include "engine/guard.h"
 #include "engine/snapshots/acceptance.h"
 
 namespace zervane {
@@ -35,11 +38,11 @@ Result<std::unique_ptr<Database>> EmbeddedDatabase::Open(std::unique_ptr<Store> 
       new EmbeddedDatabase(std::move(store), std::move(clock), std::move(user)));
   if (Status status = database->Load(); !status.ok()) return status;
   WriteQueue::Owner& owner = *database;
-  try {
+  Status started = Guarded([&] {
     database->queue_ = std::make_unique<WriteQueue>(owner, limits);
-  } catch (const std::system_error& fault) {
-    return Status(ZR3_ERR_INTERNAL, fmt::format("no thread for the store: {}", fault.what()));
-  }
+    return Status();
+  });
+  if (!started.ok()) return started;
   return std::unique_ptr<Database>(std::move(database));
 }
 
@@ -100,7 +103,7 @@ Status EmbeddedDatabase::ModifyTag(TagId id, std::int32_t tag_class,
     if (!change->changes_type()) return CarryOut(*change);
     // Under the queue's lock, so that no record of the old type is accepted between the look for
     // records and the change.
-    const std::unique_lock<std::mutex> no_admission = queue_->Lock();
+    const MutexLock no_admission(queue_->mutex());
     if (Status status = CheckHoldsNoRecord(id); !status.ok()) return status;
     return CarryOut(*change);
   });
@@ -129,7 +132,7 @@ Status EmbeddedDatabase::DeleteTag(TagId id) {
     Status status = catalogue_.Remove(id);
     if (!status.ok()) return status;
     // From here on no record of the tag is accepted. Those that were, a moment ago, go with it.
-    const std::unique_lock<std::mutex> lock = queue_->Lock();
+    const MutexLock no_admission(queue_->mutex());
     queue_->Drop(id);
     filters_.Forget(id);
     current_values_.Remove(id);
@@ -173,6 +176,7 @@ Status EmbeddedDatabase::Write(std::vector<TagSample>&& batch, WriteOrder order,
   }
   std::fill(codes.begin(), codes.end(), ZR3_OK);
   Status stored = queue_->Write(answer, [&](std::vector<AcceptedSample>& accepted) {
+    queue_->mutex().AssertHeld();
     admission_.Admit(batch, order, codes, accepted);
   });
   if (!stored.ok()) {
@@ -210,6 +214,7 @@ Status EmbeddedDatabase::Commit(std::vector<AcceptedSample>& records) {
 
 void EmbeddedDatabase::Refused(std::span<const AcceptedSample> settled,
                                std::span<const AcceptedSample> queued) noexcept {
+  queue_->mutex().AssertHeld();
   admission_.FallBack(settled, queued);
 }
 

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/archive/record_filters.h"
@@ -11,6 +14,7 @@
 #include "engine/catalogue/catalogue.h"
 #include "engine/clock.h"
 #include "engine/database.h"
+#include "engine/mutex.h"
 #include "engine/snapshots/admission.h"
 #include "engine/snapshots/current_values.h"
 #include "engine/storage/store.h"
@@ -50,12 +54,13 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   EmbeddedDatabase(std::unique_ptr<Store> store, Clock clock, std::string user);
 
   Status Load();
-  Status LoadCurrentValues();
+  // Unlocked: there is neither a queue nor another thread yet.
+  Status LoadCurrentValues() NO_THREAD_SAFETY_ANALYSIS;
   Status CheckOpen() const;
   Status CheckReadable(TagId id) const;
   Status CarryOut(const Catalogue::Change& change);
-  // ZR3_ERR_TAG_HAS_RECORDS when the tag has one, stored or queued. Under the queue's lock.
-  Status CheckHoldsNoRecord(TagId id);
+  // ZR3_ERR_TAG_HAS_RECORDS when the tag has one, stored or queued.
+  Status CheckHoldsNoRecord(TagId id) REQUIRES(queue_->mutex());
   Stamp Now() const { return MakeStamp(clock_(), user_); }
 
   Status Commit(std::vector<AcceptedSample>& records) override;
@@ -68,8 +73,10 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
   std::atomic<bool> is_closed_{false};
   Catalogue catalogue_;
   CurrentValues current_values_;
-  Admission admission_;    // under the queue's lock
-  RecordFilters filters_;  // of the thread that commits, as the next
+  Admission admission_ GUARDED_BY(queue_->mutex());
+  // These three are used in commits and in changes alone, of which the queue carries out one at a
+  // time.
+  RecordFilters filters_;
   GroupMarks marks_;
   std::vector<TagSample> newest_;
   // Set once by Open, after loading; goes first, for its thread uses all of the above.

@@ -10,6 +10,8 @@ void ExceptionReport::Restart(const Point& passed) {
 }
 
 Passed ExceptionReport::Take(const Point& point) {
+  ZERVANE_ASSERT(std::isfinite(point.value) && std::isfinite(last_passed_.value));
+  ZERVANE_ASSERT(point.time_ms > (held_back_ ? held_back_->time_ms : last_passed_.time_ms));
   if (LeavesBand(point)) {
     const Passed passed = {.held = held_back_, .point = true};
     Restart(point);

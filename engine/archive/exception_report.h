@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "engine/archive/point.h"
+#include "engine/assert.h"
 
 namespace zervane {
 
@@ -14,7 +15,9 @@ class ExceptionReport {
  public:
   // In engineering units, 0: everything passes; in milliseconds, 0: without a maximum.
   ExceptionReport(double deviation, std::int64_t max_time_ms)
-      : deviation_(deviation), max_time_ms_(max_time_ms) {}
+      : deviation_(deviation), max_time_ms_(max_time_ms) {
+    ZERVANE_ASSERT(deviation >= 0 && max_time_ms >= 0);
+  }
 
   // Starts anew from a point that has been passed on.
   void Restart(const Point& passed);

@@ -4,7 +4,8 @@
 #include <limits>
 #include <optional>
 #include <type_traits>
-#include <variant>
+
+#include "engine/assert.h"
 
 namespace zervane {
 namespace {
@@ -43,6 +44,7 @@ void RecordFilter::StartFrom(const Sample& archived) {
 }
 
 Fate RecordFilter::Take(const Sample& sample, std::vector<Sample>& archived) {
+  ZERVANE_ASSERT(sample.value.kind() != Value::Kind::kText && sample.time_ms >= 0);
   const Point point = PointOf(sample);
   if (point.time_ms < Newest().time_ms) return TakeLate(point, archived);
   const bool replaces = point.time_ms == Newest().time_ms;

@@ -14,6 +14,8 @@ void SwingingDoor::Restart(const Point& archived) {
 }
 
 Passed SwingingDoor::Take(const Point& point) {
+  ZERVANE_ASSERT(std::isfinite(point.value) && std::isfinite(archived_.value));
+  ZERVANE_ASSERT(point.time_ms > (held_ ? held_->time_ms : archived_.time_ms));
   Passed passed;
   if (held_ && !EndsLine(point)) {
     passed.held = held_;

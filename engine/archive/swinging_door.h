@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "engine/archive/point.h"
+#include "engine/assert.h"
 
 namespace zervane {
 
@@ -24,7 +25,9 @@ class SwingingDoor {
  public:
   // In engineering units, 0: everything passes; in milliseconds, 0: without a maximum.
   SwingingDoor(double deviation, std::int64_t max_time_ms)
-      : deviation_(deviation), max_time_ms_(max_time_ms) {}
+      : deviation_(deviation), max_time_ms_(max_time_ms) {
+    ZERVANE_ASSERT(deviation >= 0 && max_time_ms >= 0);
+  }
 
   // Starts anew from an archived point.
   void Restart(const Point& archived);

@@ -1,9 +1,9 @@
 #include "engine/archive/write_group.h"
 
 #include <algorithm>
-#include <string>
 #include <utility>
-#include <variant>
+
+#include "engine/assert.h"
 
 namespace zervane {
 namespace {
@@ -15,6 +15,7 @@ std::size_t SizeOf(const AcceptedSample& record) {
 }  // namespace
 
 std::span<AcceptedSample> WriteGroup::RecordsOf(const Batch& batch) noexcept {
+  ZERVANE_ASSERT(batch.begin <= batch.end && batch.end <= records.size());
   return std::span(records).subspan(batch.begin, batch.end - batch.begin);
 }
 
@@ -25,11 +26,14 @@ void WriteGroup::ReserveBatch() {
 }
 
 void WriteGroup::CloseBatch(std::size_t begin, Ticket* ticket) noexcept {
+  ZERVANE_ASSERT(begin == (batches.empty() ? 0 : batches.back().end) && begin <= records.size());
+  ZERVANE_ASSERT(batches.size() < batches.capacity());  // it was reserved
   batches.push_back({.begin = begin, .end = records.size(), .ticket = ticket, .status = {}});
   for (const AcceptedSample& record : RecordsOf(batches.back())) bytes += SizeOf(record);
 }
 
 void WriteGroup::Drop(TagId tag) noexcept {
+  ZERVANE_ASSERT(records.size() == (batches.empty() ? 0 : batches.back().end));
   std::size_t next = 0;
   std::size_t kept = 0;
   for (Batch& batch : batches) {

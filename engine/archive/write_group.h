@@ -1,25 +1,27 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <functional>
 #include <span>
 #include <vector>
 
+#include "engine/mutex.h"
 #include "engine/status.h"
 #include "engine/storage/store.h"
 
 namespace zervane {
 
-// Where the queue leaves its answer for a caller who waits.
+// Where the queue leaves its answer for a caller who waits: the status first, by whoever carries
+// out what the caller waits for, then `is_answered`, under the mutex of the queue.
 struct Ticket {
   bool is_answered = false;
   Status status;
-  std::condition_variable answered;
+  CondVar answered;
 };
 
-// What the write queue takes in one go: the records of some batches, end to end, and changes of the
-// store that follow them.
+// What the write queue takes in one go: the records of some batches, end to end and in their order,
+// and changes of the store that follow them. Outside of ReserveBatch to CloseBatch all records
+// belong to batches.
 struct WriteGroup {
   struct Batch {
     std::size_t begin = 0;

@@ -2,15 +2,18 @@
 
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/guard.h"
 #include "engine/log.h"
 
 namespace zervane {
 namespace {
 
+// Under the mutex of the queue.
 void Answer(Ticket& ticket) noexcept {
+  ZERVANE_ASSERT(!ticket.is_answered);
   ticket.is_answered = true;
-  ticket.answered.notify_one();
+  ticket.answered.NotifyOne();
 }
 
 }  // namespace
@@ -23,10 +26,9 @@ WriteQueue::WriteQueue(Owner& owner, const Limits& limits)
 WriteQueue::~WriteQueue() { Close(); }
 
 Status WriteQueue::Write(WriteAnswer answer, const Admit& admit) {
-  std::unique_lock lock(mutex_);
-  ++blocked_callers_;
-  room_.wait(lock, [&] { return is_closing_ || !IsFull(); });
-  --blocked_callers_;
+  const MutexLock lock(mutex_);
+  ZERVANE_ASSERT(!IsCarriedOutHere());
+  while (!is_closing_ && IsFull()) room_.Wait(mutex_);
   if (is_closing_) return DatabaseClosed();
 
   Ticket ticket;
@@ -36,38 +38,35 @@ Status WriteQueue::Write(WriteAnswer answer, const Admit& admit) {
   admit(waiting_.records);
   if (waiting_.records.size() == begin) return {};
   waiting_.CloseBatch(begin, waits ? &ticket : nullptr);
-  if (waits) return CarryOutOrAwait(ticket, lock);
-  if (!is_carrying_out_) work_.notify_one();
+  if (waits) return CarryOutOrAwait(ticket);
+  if (!IsCarryingOut()) work_.NotifyOne();
   return {};
 }
 
 Status WriteQueue::Run(const std::function<Status()>& change) {
-  std::unique_lock lock(mutex_);
+  const MutexLock lock(mutex_);
+  ZERVANE_ASSERT(!IsCarriedOutHere());
   if (is_closing_) return DatabaseClosed();
   Ticket ticket;
   waiting_.changes.push_back({.run = &change, .ticket = &ticket});
-  return CarryOutOrAwait(ticket, lock);
+  return CarryOutOrAwait(ticket);
 }
 
 Status WriteQueue::TakeFailure() {
-  const std::lock_guard lock(mutex_);
+  const MutexLock lock(mutex_);
   return std::exchange(failure_, Status());
 }
 
 void WriteQueue::Close() {
   {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
+    ZERVANE_ASSERT(!IsCarriedOutHere());
     is_closing_ = true;
   }
-  work_.notify_all();
-  room_.notify_all();
-  const std::lock_guard lock(join_mutex_);
+  work_.NotifyAll();
+  room_.NotifyAll();
+  const MutexLock lock(join_mutex_);
   if (thread_.joinable()) thread_.join();
-}
-
-WriteQueue::Load WriteQueue::load() {
-  const std::lock_guard lock(mutex_);
-  return {waiting_.records.size(), waiting_.bytes, blocked_callers_};
 }
 
 bool WriteQueue::IsFull() const {
@@ -75,39 +74,42 @@ bool WriteQueue::IsFull() const {
 }
 
 void WriteQueue::Loop() noexcept {
-  std::unique_lock lock(mutex_);
+  const MutexLock lock(mutex_);
   for (;;) {
-    work_.wait(lock, [&] { return !is_carrying_out_ && (is_closing_ || !waiting_.IsEmpty()); });
+    while (IsCarryingOut() || (!is_closing_ && waiting_.IsEmpty())) work_.Wait(mutex_);
     if (waiting_.IsEmpty()) return;
-    CarryOut(lock);
+    CarryOut();
   }
 }
 
-Status WriteQueue::CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock) noexcept {
-  if (is_carrying_out_) {
-    ticket.answered.wait(lock, [&] { return ticket.is_answered; });
+Status WriteQueue::CarryOutOrAwait(Ticket& ticket) noexcept {
+  if (IsCarryingOut()) {
+    while (!ticket.is_answered) ticket.answered.Wait(mutex_);
   } else {
-    CarryOut(lock);
+    CarryOut();
     // What came meanwhile is for the queue's thread, so that no caller works for others for ever.
-    if (is_closing_ || !waiting_.IsEmpty()) work_.notify_one();
+    if (is_closing_ || !waiting_.IsEmpty()) work_.NotifyOne();
   }
+  ZERVANE_ASSERT(ticket.is_answered);
   return std::move(ticket.status);
 }
 
-void WriteQueue::CarryOut(std::unique_lock<std::mutex>& lock) noexcept {
-  is_carrying_out_ = true;
+void WriteQueue::CarryOut() noexcept {
+  ZERVANE_ASSERT(!IsCarryingOut() && taken_.IsEmpty() && taken_.records.empty());
+  carrier_ = std::this_thread::get_id();
   std::swap(waiting_, taken_);
-  room_.notify_all();
-  lock.unlock();
+  room_.NotifyAll();
+  mutex_.Unlock();
   CommitGroup();
-  lock.lock();
+  mutex_.Lock();
   SettleBatches();
-  lock.unlock();
+  mutex_.Unlock();
   RunChanges();
-  lock.lock();
+  mutex_.Lock();
   SettleChanges();
   taken_.Clear();
-  is_carrying_out_ = false;
+  ZERVANE_ASSERT(IsCarriedOutHere());
+  carrier_ = std::thread::id();
 }
 
 void WriteQueue::CommitGroup() noexcept {

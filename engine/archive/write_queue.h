@@ -1,15 +1,14 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstddef>
 #include <functional>
-#include <mutex>
 #include <span>
 #include <thread>
 #include <vector>
 
 #include "engine/archive/write_group.h"
 #include "engine/database.h"
+#include "engine/mutex.h"
 #include "engine/status.h"
 #include "engine/storage/store.h"
 
@@ -56,13 +55,6 @@ class WriteQueue {
   // appended nothing.
   using Admit = std::function<void(std::vector<AcceptedSample>&)>;
 
-  // How much waits, apart from what is being committed.
-  struct Load {
-    std::size_t records = 0;
-    std::size_t bytes = 0;
-    std::size_t blocked_callers = 0;  // until there is room
-  };
-
   // Starts the thread; throws std::system_error when there can be none.
   WriteQueue(Owner& owner, const Limits& limits);
   ~WriteQueue();
@@ -72,60 +64,63 @@ class WriteQueue {
   // Queues what `admit` appends, as one batch: all or nothing of it is stored. The status of the
   // store, when the answer is to be durable; ZR3_ERR_NOT_CONNECTED after Close, and `admit` was not
   // called.
-  Status Write(WriteAnswer answer, const Admit& admit);
+  Status Write(WriteAnswer answer, const Admit& admit) EXCLUDES(mutex_);
 
   // Carries out a change of the store, after all that was queued before and with no commit beside
   // it, and answers its status. ZR3_ERR_NOT_CONNECTED after Close.
-  Status Run(const std::function<Status()>& change);
+  Status Run(const std::function<Status()>& change) EXCLUDES(mutex_);
 
   // The status of the first batch that nobody waited for and that could not be stored, once; then
   // 0 again until the next one.
-  Status TakeFailure();
+  Status TakeFailure() EXCLUDES(mutex_);
 
   // Stores what is queued, ends the thread and refuses all later calls.
-  void Close();
+  void Close() EXCLUDES(mutex_, join_mutex_);
 
-  Load load();
-
-  // While the lock is held nothing is admitted; for changes that Run carries out.
-  std::unique_lock<std::mutex> Lock() { return std::unique_lock(mutex_); }
-  // Forgets the queued records of a tag. Under Lock.
-  void Drop(TagId tag) { waiting_.Drop(tag); }
+  // While it is held nothing is admitted; for changes that Run carries out:
+  //
+  //   const MutexLock no_admission(queue.mutex());
+  //   queue.Drop(tag);
+  Mutex& mutex() RETURN_CAPABILITY(mutex_) { return mutex_; }
+  // Forgets the queued records of a tag.
+  void Drop(TagId tag) noexcept REQUIRES(mutex_) { waiting_.Drop(tag); }
 
  private:
   // From where something is carried out to where its tickets are answered nothing throws: an
   // exception on the way would leave callers who wait for ever. What may throw, the owner's commit
   // and the changes, becomes a status where it is called.
-  void Loop() noexcept;
-  // Carries out all that waits; nobody else does. The lock is held before and after.
-  void CarryOut(std::unique_lock<std::mutex>& lock) noexcept;
-  Status CarryOutOrAwait(Ticket& ticket, std::unique_lock<std::mutex>& lock) noexcept;
+  void Loop() noexcept EXCLUDES(mutex_);
+  // Carries out all that waits; nobody else does. In between the mutex is given up.
+  void CarryOut() noexcept REQUIRES(mutex_);
+  Status CarryOutOrAwait(Ticket& ticket) noexcept REQUIRES(mutex_);
+  bool IsCarryingOut() const REQUIRES(mutex_) { return carrier_ != std::thread::id(); }
+  bool IsCarriedOutHere() const REQUIRES(mutex_) { return carrier_ == std::this_thread::get_id(); }
+
+  // By the thread that carries out, without the mutex: these take long.
   void CommitGroup() noexcept;
   Status Commit(std::vector<AcceptedSample>& records) noexcept;
   Status CommitAlone(const WriteGroup::Batch& batch) noexcept;
   void RunChanges() noexcept;
 
-  // Under the lock.
-  bool IsFull() const;
-  void SettleBatches() noexcept;
-  void SettleChanges() noexcept;
-  void KeepFailure(WriteGroup::Batch& batch) noexcept;
+  bool IsFull() const REQUIRES(mutex_);
+  void SettleBatches() noexcept REQUIRES(mutex_);
+  void SettleChanges() noexcept REQUIRES(mutex_);
+  void KeepFailure(WriteGroup::Batch& batch) noexcept REQUIRES(mutex_);
 
   Owner& owner_;
   const Limits limits_;
 
-  std::mutex mutex_;              // guards all down to `failure_`
-  std::condition_variable work_;  // something waits that nobody carries out, or the queue closes
-  std::condition_variable room_;  // the queue has room, or closes
-  WriteGroup waiting_;
-  std::size_t blocked_callers_ = 0;
-  bool is_carrying_out_ = false;  // some thread
-  bool is_closing_ = false;
-  Status failure_;
+  Mutex mutex_;
+  CondVar work_;  // something waits that nobody carries out, or the queue closes
+  CondVar room_;  // the queue has room, or closes
+  WriteGroup waiting_ GUARDED_BY(mutex_);
+  std::thread::id carrier_ GUARDED_BY(mutex_);  // the thread that carries out; of none: nobody
+  bool is_closing_ GUARDED_BY(mutex_) = false;
+  Status failure_ GUARDED_BY(mutex_);
 
-  WriteGroup taken_;  // of the thread that carries it out
-  std::mutex join_mutex_;
-  std::thread thread_;
+  WriteGroup taken_;  // of the carrier; empty when there is none
+  Mutex join_mutex_;
+  std::thread thread_ GUARDED_BY(join_mutex_);
 };
 
 }  // namespace zervane

@@ -1,5 +1,6 @@
 #include "engine/catalogue/tag.h"
 
+#include <cstddef>
 #include <iterator>
 
 namespace zervane {

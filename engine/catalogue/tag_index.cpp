@@ -7,6 +7,7 @@ namespace {
 
 // Never 0: that stands for no tag.
 std::uint8_t Encode(const TagTraits& traits) {
+  ZERVANE_ASSERT(IsTagType(static_cast<ZR3_TAG_TYPE>(traits.type)));
   const int type = static_cast<int>(traits.type) + 1;
   return static_cast<std::uint8_t>(type << 2 | (traits.archiving ? 2 : 0) |
                                    (traits.filtered ? 1 : 0));
@@ -27,11 +28,11 @@ void TagIndex::Reserve(TagId id) {
 
 void TagIndex::Put(TagId id, const TagTraits& traits) noexcept {
   ZERVANE_ASSERT(FindSlot(id) != nullptr);  // it was reserved
-  FindSlot(id)->traits.store(Encode(traits), std::memory_order_release);
+  FindSlot(id)->traits_.store(Encode(traits), std::memory_order_release);
 }
 
 void TagIndex::Remove(TagId id) noexcept {
-  if (Slot* slot = FindSlot(id)) slot->traits.store(0, std::memory_order_release);
+  if (Slot* slot = FindSlot(id)) slot->traits_.store(0, std::memory_order_release);
 }
 
 }  // namespace zervane

@@ -27,15 +27,21 @@ struct TagTraits {
 // up; Put and Remove are called by one thread at a time.
 class TagIndex {
  public:
-  struct Slot {
-    // Encoded traits, 0 when there is no such tag.
-    std::atomic<std::uint8_t> traits{0};
-    // The newest time among the tag's accepted records, those still queued included, or kNoTime.
-    // Guarded by the lock of the write queue.
+  // What three parts of the engine keep of a tag, side by side since every record asks for all of
+  // it; each touches only its own.
+  class Slot {
+   public:
+    // Of Admission, under the mutex of the write queue: the newest time among the tag's accepted
+    // records, those still queued included, or kNoTime.
     std::int64_t newest_ms = kNoTime;
-    // Where a group of records on its way to the store has the tag's newest one, from 1; 0 when no
-    // group is looked at. Of the thread that commits.
+    // Of MarkGroup, within one call on the thread that commits: where the group of records has the
+    // tag's newest one, from 1; 0 at all other times.
     std::uint32_t newest_in_group = 0;
+
+   private:
+    friend class TagIndex;
+    // Encoded traits, 0 when there is no such tag.
+    std::atomic<std::uint8_t> traits_{0};
   };
 
   TagIndex();
@@ -69,7 +75,7 @@ inline TagIndex::Slot* TagIndex::FindSlot(TagId id) const {
 }
 
 inline std::optional<TagTraits> TagIndex::TraitsOf(const Slot& slot) {
-  const std::uint8_t code = slot.traits.load(std::memory_order_acquire);
+  const std::uint8_t code = slot.traits_.load(std::memory_order_acquire);
   if (code == 0) return std::nullopt;
   return TagTraits{static_cast<TagType>((code >> 2) - 1), (code & 2) != 0, (code & 1) != 0};
 }

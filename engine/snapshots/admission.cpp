@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "engine/assert.h"
 #include "engine/snapshots/acceptance.h"
 
 namespace zervane {
@@ -19,8 +20,19 @@ void Reserve(std::vector<AcceptedSample>& records, std::size_t more) {
 
 }  // namespace
 
+TagIndex::Slot& Admission::SlotOf(TagId tag) const {
+  TagIndex::Slot* slot = tags_.FindSlot(tag);
+  ZERVANE_ASSERT(slot != nullptr);
+  return *slot;
+}
+
+void Admission::Know(TagId tag, std::int64_t time_ms) {
+  SlotOf(tag).newest_ms = time_ms;
+}
+
 void Admission::Admit(std::span<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
                       std::vector<AcceptedSample>& accepted) {
+  ZERVANE_ASSERT(codes.size() == batch.size());
   Reserve(accepted, batch.size());
   const bool reads_clock = std::any_of(batch.begin(), batch.end(), TakesClock);
   const std::int64_t now_ms = reads_clock ? clock_() : 0;
@@ -45,10 +57,10 @@ bool Admission::HoldsRecords(TagId tag) const {
 void Admission::FallBack(std::span<const AcceptedSample> settled,
                          std::span<const AcceptedSample> queued) noexcept {
   for (const AcceptedSample& record : settled) {
-    tags_.FindSlot(record.tag)->newest_ms = current_values_.TimeOf(record.tag);
+    SlotOf(record.tag).newest_ms = current_values_.TimeOf(record.tag);
   }
   for (const AcceptedSample& record : queued) {
-    std::int64_t& newest_ms = tags_.FindSlot(record.tag)->newest_ms;
+    std::int64_t& newest_ms = SlotOf(record.tag).newest_ms;
     newest_ms = std::max(newest_ms, record.sample.time_ms);
   }
 }

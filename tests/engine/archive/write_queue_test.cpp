@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -11,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/engine/fake_store.h"
@@ -65,23 +67,31 @@ class WriteQueueTest : public testing::Test {
 
   Status Write(WriteAnswer answer, std::vector<AcceptedSample> batch) {
     return queue_.Write(answer, [&](std::vector<AcceptedSample>& records) {
+      most_before_a_batch_ = std::max(most_before_a_batch_, records.size());
       for (AcceptedSample& record : batch) records.push_back(std::move(record));
+      waiting_records_ = records.size();
     });
+  }
+  // Until a commit is held up; nothing waits beside it.
+  bool AwaitHeld() {
+    const bool is_held = committer_.disk.AwaitHeld();
+    waiting_records_ = 0;
+    return is_held;
   }
   // Has the queue's thread busy with a commit, so that what follows waits in one group.
   void HoldWithOneRecord(std::int64_t time_ms = 1) {
     committer_.disk.Hold();
     EXPECT_TRUE(Write(kQueued, {Accepted(1, time_ms)}).ok());
-    EXPECT_TRUE(committer_.disk.AwaitHeld());
+    EXPECT_TRUE(AwaitHeld());
   }
-  bool AwaitBlockedCallers(std::size_t count) {
-    return Eventually([&] { return queue_.load().blocked_callers == count; });
-  }
+  // Until so many records wait beside those that are being committed.
   bool AwaitRecords(std::size_t count) {
-    return Eventually([&] { return queue_.load().records == count; });
+    return Eventually([&] { return waiting_records_ == count; });
   }
 
   Committer committer_;
+  std::atomic<std::size_t> waiting_records_ = 0;  // after the last batch that was admitted
+  std::size_t most_before_a_batch_ = 0;           // that waited when one was admitted
   WriteQueue queue_;
 };
 
@@ -96,7 +106,7 @@ TEST_F(WriteQueueTest, StoresABatchBeforeADurableAnswer) {
 TEST_F(WriteQueueTest, AnswersAQueuedBatchBeforeItIsStored) {
   HoldWithOneRecord();
   EXPECT_TRUE(Write(kQueued, {Accepted(1, 2)}).ok());
-  EXPECT_EQ(queue_.load().records, 1U);
+  EXPECT_EQ(waiting_records_, 1U);
   EXPECT_TRUE(committer_.disk.append_sizes().empty());
 }
 
@@ -129,7 +139,7 @@ TEST_F(WriteQueueTest, LeavesToItsThreadWhatCameWhileACallerCommitted) {
   committer_.disk.Hold();
   std::thread committing([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 1)}).ok()); });
   const std::thread::id committing_id = committing.get_id();
-  EXPECT_TRUE(committer_.disk.AwaitHeld());
+  EXPECT_TRUE(AwaitHeld());
   std::thread waiting([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 2)}).ok()); });
   const std::thread::id waiting_id = waiting.get_id();
   EXPECT_TRUE(AwaitRecords(1));
@@ -148,7 +158,7 @@ TEST_F(WriteQueueTest, LeavesToItsThreadWhatCameWhileACallerCommitted) {
 TEST_F(WriteQueueTest, ClosesOnlyOnceACallerWhoCommitsIsDone) {
   committer_.disk.Hold();
   std::thread committing([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 1)}).ok()); });
-  EXPECT_TRUE(committer_.disk.AwaitHeld());
+  EXPECT_TRUE(AwaitHeld());
   std::atomic<bool> is_closed = false;
   std::thread closing([&] {
     queue_.Close();
@@ -178,19 +188,36 @@ TEST_F(WriteQueueTest, PassesOnWhatAdmissionThrows) {
 
 class BoundedQueueTest : public WriteQueueTest {
  protected:
-  BoundedQueueTest() : WriteQueueTest({.max_records = 3, .max_bytes = 5000}) {}
+  static constexpr std::size_t kMaxRecords = 3;
+  BoundedQueueTest() : WriteQueueTest({.max_records = kMaxRecords, .max_bytes = 5000}) {}
+
+  // A caller who writes while the queue is full, and who has had every chance to get in.
+  std::thread WriteWhileItIsFull(WriteAnswer answer, std::int64_t time_ms, ZR3_STATUS* code) {
+    const std::size_t waiting = waiting_records_;
+    std::atomic<bool> has_begun = false;
+    std::thread caller([=, this, &has_begun] {
+      has_begun = true;
+      *code = Write(answer, {Accepted(1, time_ms)}).code();
+    });
+    EXPECT_TRUE(Eventually([&] { return has_begun.load(); }));
+    for (int chances = 20'000; chances > 0; --chances) std::this_thread::yield();
+    EXPECT_EQ(waiting_records_, waiting);
+    return caller;
+  }
 };
 
 TEST_F(BoundedQueueTest, MakesCallersWaitWhileItHoldsAsManyRecordsAsItMay) {
   HoldWithOneRecord(1);
   EXPECT_TRUE(Write(kQueued, {Accepted(1, 2), Accepted(1, 3)}).ok());
   EXPECT_TRUE(Write(kQueued, {Accepted(1, 4), Accepted(1, 5)}).ok());
-  std::thread blocked([&] { EXPECT_TRUE(Write(kQueued, {Accepted(1, 6)}).ok()); });
-  EXPECT_TRUE(AwaitBlockedCallers(1));
-  EXPECT_EQ(queue_.load().records, 4U);
+  EXPECT_EQ(waiting_records_, 4U);
+  ZR3_STATUS code = ZR3_ERR_INTERNAL;
+  std::thread blocked = WriteWhileItIsFull(kQueued, 6, &code);
   committer_.disk.Release();
   blocked.join();
   queue_.Close();
+  EXPECT_EQ(code, ZR3_OK);
+  EXPECT_LT(most_before_a_batch_, kMaxRecords);
   EXPECT_EQ(committer_.times, (Times{1, 2, 3, 4, 5, 6}));
 }
 
@@ -198,11 +225,12 @@ TEST_F(BoundedQueueTest, MakesCallersWaitWhileItHoldsAsManyBytesAsItMay) {
   HoldWithOneRecord(1);
   const std::string text(5000, 'x');
   EXPECT_TRUE(Write(kQueued, {{.tag = 1, .sample = TextAt(2, text)}}).ok());
-  std::thread blocked([&] { EXPECT_TRUE(Write(kDurable, {Accepted(1, 3)}).ok()); });
-  EXPECT_TRUE(AwaitBlockedCallers(1));
-  EXPECT_GT(queue_.load().bytes, 5000U);
+  ZR3_STATUS code = ZR3_ERR_INTERNAL;
+  std::thread blocked = WriteWhileItIsFull(kDurable, 3, &code);
   committer_.disk.Release();
   blocked.join();
+  EXPECT_EQ(code, ZR3_OK);
+  EXPECT_EQ(most_before_a_batch_, 0U);
   EXPECT_EQ(committer_.times, (Times{1, 2, 3}));
 }
 
@@ -214,11 +242,11 @@ TEST_F(BoundedQueueTest, TakesABatchGreaterThanItsBounds) {
 TEST_F(BoundedQueueTest, RefusesThoseWhoWaitForRoomWhenItCloses) {
   HoldWithOneRecord(1);
   EXPECT_TRUE(Write(kQueued, std::vector<AcceptedSample>(3, Accepted(1, 2))).ok());
-  std::thread blocked(
-      [&] { EXPECT_EQ(Write(kQueued, {Accepted(1, 3)}).code(), ZR3_ERR_NOT_CONNECTED); });
-  EXPECT_TRUE(AwaitBlockedCallers(1));
+  ZR3_STATUS code = ZR3_OK;
+  std::thread blocked = WriteWhileItIsFull(kQueued, 3, &code);
   std::thread closing([&] { queue_.Close(); });
   blocked.join();
+  EXPECT_EQ(code, ZR3_ERR_NOT_CONNECTED);
   committer_.disk.Release();
   closing.join();
   EXPECT_EQ(committer_.times, (Times{1, 2, 2, 2}));
@@ -309,7 +337,7 @@ TEST_F(WriteQueueTest, ForgetsTheQueuedRecordsOfATag) {
   EXPECT_TRUE(AwaitRecords(1));
   EXPECT_TRUE(Write(kQueued, {Accepted(7, 3), Accepted(1, 4)}).ok());
   {
-    const auto lock = queue_.Lock();
+    const MutexLock no_admission(queue_.mutex());
     queue_.Drop(7);
   }
   committer_.disk.Release();
