@@ -22,7 +22,8 @@ std::vector<Sample> FullPrecision() {
   std::mt19937_64 random(1);
   std::vector<Sample> samples;
   for (int i = 0; i < 80; ++i) {
-    samples.push_back(At(std::int64_t{i} * 100, 192, TagType::kFloat64, 1.0 / static_cast<double>(random())));
+    samples.push_back(
+        At(std::int64_t{i} * 100, 192, TagType::kFloat64, 1.0 / static_cast<double>(random())));
   }
   return samples;
 }

@@ -43,7 +43,7 @@ class Chaos {
     if constexpr (std::is_void_v<T> || std::is_same_v<T, char>) {
       return reinterpret_cast<T*>(Bytes(kTextBytes));
     } else {
-      T* elements = reinterpret_cast<T*>(Bytes(sizeof(T) * kElements));
+      T* elements = reinterpret_cast<T*>(Bytes(sizeof(T[kElements])));
       for (int32 i = 0; i < kElements; ++i) Repair(&elements[i]);
       return elements;
     }
