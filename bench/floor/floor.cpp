@@ -66,8 +66,7 @@ int32 tag3_query_id_by_name(const char* szTagName, uint32* pTagID) {
   return 0;
 }
 int32 tag3_query_ids_by_names(int32 nNum, const char* pTagNames, uint32* pTagIDs, int32*) {
-  for (int32 i = 0; i < nNum; ++i)
-    pTagIDs[i] = IdOfName(pTagNames + std::ptrdiff_t{i} * ZR3_LEN_TAG_NAME);
+  for (std::ptrdiff_t i = 0; i < nNum; ++i) pTagIDs[i] = IdOfName(pTagNames + i * ZR3_LEN_TAG_NAME);
   return 0;
 }
 
