@@ -205,8 +205,7 @@ Status EmbeddedDatabase::Commit(std::vector<AcceptedSample>& records) {
   for (const std::uint32_t current : marks_.current) {
     newest_.push_back({records[current].tag, records[current].sample});
   }
-  const Status stored =
-      marks_.any_filtered ? filters_.Append(records) : store_->AppendTaking(records);
+  Status stored = marks_.any_filtered ? filters_.Append(records) : store_->AppendTaking(records);
   if (!stored.ok()) return stored;
   for (const TagSample& newest : newest_) current_values_.Put(newest.tag, newest.sample);
   return {};

@@ -65,7 +65,8 @@ class Value {
   Value& operator=(Value&& other) noexcept {
     if (this == &other) return *this;
     this->~Value();
-    return *new (this) Value(std::move(other));
+    new (this) Value(std::move(other));
+    return *this;
   }
   ~Value() {
     if (kind_ == Kind::kText) text_.~TextValue();

@@ -9,8 +9,8 @@
 namespace zervane::storage {
 namespace {
 
-// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords is
-// rare, and its memory is given back.
+// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords
+// is rare, and its memory is given back.
 constexpr std::size_t kSpares = 4;
 constexpr std::size_t kSpareRecords = 262'144;
 
@@ -241,6 +241,7 @@ std::vector<TagSample> Pending::CurrentValues() {
     }
   }
   std::vector<TagSample> values;
+  values.reserve(newest.size());
   for (const auto& [id, sample] : newest) values.push_back({id, *sample});
   return values;
 }

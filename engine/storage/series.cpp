@@ -23,8 +23,8 @@ void KeepLastOfEqualTimes(std::vector<Sample>* records) {
     if (record.time_ms != (*records)[kept].time_ms) ++kept;
     if (kept != i) (*records)[kept] = std::move(record);
   }
-  if (!records->empty())
-    records->erase(records->begin() + std::ptrdiff_t(kept) + 1, records->end());
+  if (records->empty()) return;
+  records->erase(records->begin() + static_cast<std::ptrdiff_t>(kept) + 1, records->end());
 }
 
 std::span<const Sample> Within(const std::vector<Sample>& records, TimeRange range) {
@@ -103,7 +103,7 @@ std::vector<const Sample*> Series::LateWithin(TimeRange range) const {
 
 void Series::MergeLate() {
   in_order_.reserve(in_order_.size() + late_.size());
-  const auto middle = std::ptrdiff_t(in_order_.size());
+  const auto middle = static_cast<std::ptrdiff_t>(in_order_.size());
   std::ranges::stable_sort(late_, IsEarlier);
   std::ranges::move(late_, std::back_inserter(in_order_));
   late_.clear();

@@ -108,7 +108,8 @@ class BoundedRead : public testing::TestWithParam<ReadCase> {
   static void SetUpTestSuite() {
     archives_ = new std::vector<std::unique_ptr<Archive>>;
     for (const std::int64_t records : {kShortArchive, kLongArchive}) {
-      archives_->push_back(std::make_unique<Archive>(records));
+      archives_->push_back(std::make_unique<Archive>());
+      archives_->back()->records = records;
       MakeArchive(archives_->back()->folder.path(), records);
     }
   }

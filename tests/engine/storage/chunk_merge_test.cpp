@@ -253,7 +253,7 @@ TEST_F(ChunkMerging, SaysSoWhenTheIndexIsOutOfOrder) {
   EXPECT_EQ(VisitExtents(*file_, kTag, {}, take).code(), ZR3_ERR_STORAGE_DAMAGED);
   for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
     const Status read =
-        VisitChunks(*file_, kTag, {}, direction, [](std::vector<Sample>) { return true; });
+        VisitChunks(*file_, kTag, {}, direction, [](const std::vector<Sample>&) { return true; });
     EXPECT_EQ(read.code(), ZR3_ERR_STORAGE_DAMAGED);
   }
 }

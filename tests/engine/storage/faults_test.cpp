@@ -44,7 +44,7 @@ class UnwritableFolder : public testing::Test {
 
   // What everyone may do with the folder.
   void Permit(fs::perms folder) {
-    fs::permissions(temp_.path(), fs::perms(0755));
+    fs::permissions(temp_.path(), fs::perms{0755});
     fs::permissions(Folder(), folder);
   }
 
@@ -52,7 +52,7 @@ class UnwritableFolder : public testing::Test {
 };
 
 TEST_F(UnwritableFolder, IsReadOnly) {
-  Permit(fs::perms(0555));
+  Permit(fs::perms{0555});
   ExpectInChild([&] {
     BecomeNobody();
     const Status status = OpenSqliteStore(Folder()).status();
@@ -62,7 +62,7 @@ TEST_F(UnwritableFolder, IsReadOnly) {
 }
 
 TEST_F(UnwritableFolder, KeepsAFolderFromBeingMadeInIt) {
-  Permit(fs::perms(0555));
+  Permit(fs::perms{0555});
   ExpectInChild([&] {
     BecomeNobody();
     EXPECT_EQ(OpenSqliteStore(Folder() / "new").code(), ZR3_ERR_STORAGE_READ_ONLY);
@@ -70,15 +70,15 @@ TEST_F(UnwritableFolder, KeepsAFolderFromBeingMadeInIt) {
 }
 
 TEST_F(UnwritableFolder, MayHaveAFileThatCanOnlyBeRead) {
-  Permit(fs::perms(0777));
-  fs::permissions(Folder() / "zervane.db", fs::perms(0444));
-  fs::permissions(Folder() / "zervane.lock", fs::perms(0666));
+  Permit(fs::perms{0777});
+  fs::permissions(Folder() / "zervane.db", fs::perms{0444});
+  fs::permissions(Folder() / "zervane.lock", fs::perms{0666});
   ExpectInChild([&] {
     BecomeNobody();
     const Status status = OpenSqliteStore(Folder()).status();
     EXPECT_EQ(status.code(), ZR3_ERR_STORAGE_READ_ONLY) << status.message();
   });
-  fs::permissions(Folder() / "zervane.db", fs::perms(0600));
+  fs::permissions(Folder() / "zervane.db", fs::perms{0600});
 }
 
 // ---- no space left ----

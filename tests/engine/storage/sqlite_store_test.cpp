@@ -322,7 +322,7 @@ TEST_F(StoreFolder, SurvivesAFileThatWasCut) {
   for (std::size_t size = 1; size < whole.size(); size = size * 5 / 4 + 1) {
     SCOPED_TRACE(size);
     const TempFolder cut;
-    Write(cut.path() / "zervane.db", std::string_view(whole).substr(0, size));
+    Write(cut.path() / "zervane.db", std::string_view{whole}.substr(0, size));
     UseWhateverItIs(cut.path());
   }
 }
