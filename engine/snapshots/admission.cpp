@@ -26,9 +26,7 @@ TagIndex::Slot& Admission::SlotOf(TagId tag) const {
   return *slot;
 }
 
-void Admission::Know(TagId tag, std::int64_t time_ms) {
-  SlotOf(tag).newest_ms = time_ms;
-}
+void Admission::Know(TagId tag, std::int64_t time_ms) { SlotOf(tag).newest_ms = time_ms; }
 
 void Admission::Admit(std::span<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
                       std::vector<AcceptedSample>& accepted) {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/storage/batch_codec.h"
-#include "engine/storage/chunk_codec.h"
-#include "tests/engine/storage/codec_cases.h"
-#include "tests/engine/storage/codec_format_1_cases.h"
+#include "engine/storage/codec/batch_codec.h"
+#include "engine/storage/codec/chunk_codec.h"
+#include "tests/engine/storage/codec/codec_cases.h"
+#include "tests/engine/storage/codec/codec_format_1_cases.h"
 
 // Writes the inputs that a fuzzer starts from, into FOLDER/<target>/: blocks of the records that
 // the suites of the codecs use.

@@ -2,7 +2,7 @@
 #include <array>
 #include <vector>
 
-#include "engine/storage/batch_codec.h"
+#include "engine/storage/codec/batch_codec.h"
 #include "tests/fuzz/support.h"
 
 namespace zervane::storage {

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "engine/storage/batch_codec.h"
-#include "engine/storage/chunk_codec.h"
+#include "engine/storage/codec/batch_codec.h"
+#include "engine/storage/codec/chunk_codec.h"
 #include "engine/storage/record_check.h"
 
 namespace zervane::storage {

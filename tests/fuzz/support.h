@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/storage/block.h"
+#include "engine/storage/codec/block.h"
 #include "engine/storage/store.h"
 
 // What the fuzz targets share. Each defines LLVMFuzzerTestOneInput, which takes any bytes and ends

@@ -10,7 +10,7 @@
 #include "engine/clock.h"
 #include "engine/embedded.h"
 #include "engine/guard.h"
-#include "engine/storage/sqlite_store.h"
+#include "engine/storage/sqlite/sqlite_store.h"
 #include "vask/records.h"
 #include "vask/session.h"
 

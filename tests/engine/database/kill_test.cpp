@@ -8,7 +8,7 @@
 #include "engine/embedded.h"
 #include "tests/engine/database/archive_model.h"
 #include "tests/engine/database/kill_script.h"
-#include "tests/engine/storage/kill_fixture.h"
+#include "tests/engine/storage/sqlite/kill_fixture.h"
 #include "tests/engine/storage/support.h"
 
 namespace zervane {

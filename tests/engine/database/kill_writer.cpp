@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "engine/embedded.h"
-#include "engine/storage/sqlite_store.h"
+#include "engine/storage/sqlite/sqlite_store.h"
 #include "tests/engine/database/kill_script.h"
 
 namespace {

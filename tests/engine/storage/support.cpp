@@ -9,9 +9,9 @@
 #include <map>
 #include <utility>
 
-#include "engine/storage/batch_codec.h"
-#include "engine/storage/chunk_codec.h"
-#include "engine/storage/sqlite.h"
+#include "engine/storage/codec/batch_codec.h"
+#include "engine/storage/codec/chunk_codec.h"
+#include "engine/storage/sqlite/sqlite.h"
 
 namespace zervane::storage {
 namespace fs = std::filesystem;

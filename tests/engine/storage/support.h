@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/storage/sqlite_store.h"
+#include "engine/storage/sqlite/sqlite_store.h"
 #include "engine/storage/store.h"
 
 // What the suites of the storage share.

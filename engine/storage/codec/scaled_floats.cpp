@@ -1,0 +1,92 @@
+#include "engine/storage/codec/scaled_floats.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <type_traits>
+
+#include "engine/assert.h"
+
+namespace zervane::storage {
+namespace {
+
+// All exactly representable, as every count is: so the division has one rounding, to the nearest.
+constexpr std::array<double, kMaxScaleExponent + 1> kPowersOfTen = {
+    1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12};
+
+// Counts stay below. Of a float: beyond its own digits they would be longer than its bits. Of a
+// double: up to here half a unit can be added exactly, to round.
+template <typename Float>
+constexpr double kMaxCount = std::is_same_v<Float, float> ? 0x1p24 : 0x1p52;
+
+// One number in so many may be an exception: even then all are shorter than their bits, and numbers
+// that have no decimals are found out soon.
+constexpr std::size_t kRecordsPerException = 16;
+
+template <typename Float>
+auto BitsOf(Float value) {
+  using Bits = std::conditional_t<std::is_same_v<Float, float>, std::uint32_t, std::uint64_t>;
+  return std::bit_cast<Bits>(value);
+}
+
+// False when no count of this unit gives the number back.
+template <typename Float>
+bool Count(Float value, unsigned exponent, std::int64_t* count) {
+  const double scaled = static_cast<double>(value) * kPowersOfTen[exponent];
+  if (!(std::abs(scaled) < kMaxCount<Float>)) return false;  // a NaN neither
+  *count = static_cast<std::int64_t>(scaled + std::copysign(0.5, scaled));
+  return BitsOf(Unscale<Float>(*count, exponent)) == BitsOf(value);
+}
+
+// The smallest exponent from `exponent` on that gives the number back.
+template <typename Float>
+std::optional<unsigned> ExponentOf(Float value, unsigned exponent) {
+  std::int64_t count = 0;
+  for (; exponent <= kMaxScaleExponent; ++exponent) {
+    if (Count(value, exponent, &count)) return exponent;
+  }
+  return std::nullopt;
+}
+
+// The exponent grows with the first number that needs a larger one, which is close to the front as
+// a rule; the numbers before it are counted again.
+template <typename Float>
+std::optional<ScaledFloats> ScaleNumbers(std::span<const Float> values) {
+  ScaledFloats scaled;
+  scaled.counts.resize(values.size());
+  std::int64_t before = 0;
+  for (std::size_t i = 0; i < values.size();) {
+    if (Count(values[i], scaled.exponent, &scaled.counts[i])) {
+      before = scaled.counts[i++];
+    } else if (const auto larger = ExponentOf(values[i], scaled.exponent + 1)) {
+      scaled.exponent = *larger;
+      scaled.exceptions.clear();
+      before = 0;
+      i = 0;
+    } else if (scaled.exceptions.size() < values.size() / kRecordsPerException) {
+      scaled.exceptions.push_back(
+          {.index = static_cast<std::uint32_t>(i), .bits = BitsOf(values[i])});
+      scaled.counts[i++] = before;
+    } else {
+      return std::nullopt;
+    }
+  }
+  return scaled;
+}
+
+}  // namespace
+
+std::optional<ScaledFloats> Scale(std::span<const float> values) { return ScaleNumbers(values); }
+std::optional<ScaledFloats> Scale(std::span<const double> values) { return ScaleNumbers(values); }
+
+template <typename Float>
+Float Unscale(std::int64_t count, unsigned exponent) {
+  ZERVANE_ASSERT(exponent <= kMaxScaleExponent);
+  return static_cast<Float>(static_cast<double>(count) / kPowersOfTen[exponent]);
+}
+
+template float Unscale(std::int64_t, unsigned);
+template double Unscale(std::int64_t, unsigned);
+
+}  // namespace zervane::storage

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "engine/status.h"
+#include "engine/storage/sqlite/chunk_table.h"
+#include "engine/storage/sqlite/sqlite.h"
+#include "engine/value.h"
+
+namespace zervane::storage {
+
+// What brings records into the table of chunks. The work is in the planning, which only reads, so
+// that others can write meanwhile.
+struct ChunkEdits {
+  std::vector<ChunkExtent> replaced;  // their records are in the added ones
+  std::vector<ChunkExtent> damaged;   // to be set aside
+  std::vector<EncodedChunk> added;
+
+  bool empty() const { return replaced.empty() && damaged.empty() && added.empty(); }
+};
+
+// Plans to bring a tag's records, ascending in time, into its chunks, of up to `chunk_records`
+// records each, where they replace those of equal time. Touches only the chunks that they fall
+// into, and the small ones that they follow. The plan holds as long as nothing else changes the
+// tag's chunks.
+Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, std::span<const Sample> records,
+                             std::size_t chunk_records);
+
+// Carries a plan out, within the caller's transaction.
+Status ApplyEdits(Connection& connection, const ChunkEdits& edits);
+
+}  // namespace zervane::storage

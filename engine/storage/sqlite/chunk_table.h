@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "engine/status.h"
+#include "engine/storage/codec/decoded.h"
+#include "engine/storage/sqlite/sqlite.h"
+#include "engine/value.h"
+
+// The table of chunks. Within a tag chunks never overlap in time, so that (tag, time) is unique.
+namespace zervane::storage {
+
+// A chunk without its records.
+struct ChunkExtent {
+  std::int64_t id = 0;
+  TagId tag = 0;
+  std::int64_t first_ms = 0;
+  std::int64_t last_ms = 0;
+  std::int64_t count = 0;
+};
+
+// The last chunk of the tag that starts at or before the time.
+Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms);
+
+// The start of the first chunk of the tag that starts after the time.
+Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms);
+
+// Hands the chunks of the tag that overlap the range to `take`, ascending and one at a time, until
+// it fails; its failure is the result. All are of one state of the table, which LoadChunk sees too
+// within `take`. ZR3_ERR_STORAGE_DAMAGED when a row counts records that no chunk can have, or when
+// the chunks are out of order.
+Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
+                    const std::function<Status(const ChunkExtent&)>& take);
+
+// The records of a chunk: damaged when its row, which was read, does not decode to what it says, or
+// is missing. A failure when the row could not be read, which says nothing of the chunk.
+Result<Decoded<std::vector<Sample>>> LoadChunk(Connection& connection, const ChunkExtent& extent);
+
+// Hands the records of the chunks that overlap the range to `take`, chunk by chunk in the
+// direction's order (ascending within a chunk), until it answers false. Holds one chunk at a time;
+// all are of one state of the table. ZR3_ERR_STORAGE_DAMAGED when one does not decode to what its
+// row says, or when they are out of order.
+Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
+                   const std::function<bool(std::vector<Sample>)>& take);
+
+// A chunk as it stands in the table.
+struct EncodedChunk {
+  TagId tag = 0;
+  std::int64_t first_ms = 0;
+  std::int64_t last_ms = 0;
+  std::size_t count = 0;
+  std::string payload;
+};
+
+// The records are as EncodeChunk wants them.
+EncodedChunk EncodeForTable(TagId tag, std::span<const Sample> records);
+
+Status InsertChunk(Connection& connection, const EncodedChunk& chunk);
+
+Status DeleteChunk(Connection& connection, const ChunkExtent& extent);
+
+// Moves a chunk that does not decode to the table of damaged payloads.
+Status SetChunkAside(Connection& connection, const ChunkExtent& extent);
+
+}  // namespace zervane::storage

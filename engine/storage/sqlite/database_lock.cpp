@@ -1,0 +1,72 @@
+#include "engine/storage/sqlite/database_lock.h"
+
+#include <fcntl.h>
+#include <spdlog/fmt/fmt.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+#include "engine/mutex.h"
+#include "engine/storage/sqlite/system_status.h"
+
+namespace zervane::storage {
+namespace {
+
+// The databases that this process has open. What is done with their descriptors is done under the
+// mutex, so that none is closed while another open of the same file is under way.
+struct OpenDatabases {
+  Mutex mutex;
+  std::vector<Inode> files GUARDED_BY(mutex);
+};
+
+// Never destroyed, since a store may live as long as the process.
+OpenDatabases& TheOpenDatabases() {
+  static auto* const databases = new OpenDatabases;
+  return *databases;
+}
+
+Inode InodeOf(const struct stat& file) { return {.device = file.st_dev, .number = file.st_ino}; }
+
+}  // namespace
+
+Result<DatabaseLock> DatabaseLock::Take(const std::filesystem::path& file) {
+  OpenDatabases& open_ones = TheOpenDatabases();
+  const MutexLock lock(open_ones.mutex);
+  open_ones.files.reserve(open_ones.files.size() + 1);
+  struct stat found {};
+  const bool exists = stat(file.c_str(), &found) == 0;
+  if (exists && std::ranges::count(open_ones.files, InodeOf(found)) > 0) {
+    return Status(ZR3_ERR_DATABASE_IN_USE,
+                  fmt::format("process {}, this one, has {} open", getpid(), file.string()));
+  }
+  constexpr mode_t kMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;  // as SQLite makes files
+  Descriptor opened(open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, kMode));
+  if (!opened.is_open()) return SystemStatus(errno, "cannot open " + file.string());
+  if (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK) return SystemStatus(errno, "cannot lock " + file.string());
+    return Status(ZR3_ERR_DATABASE_IN_USE,
+                  fmt::format("another process has {} open", file.string()));
+  }
+  struct stat locked {};
+  if (fstat(opened.get(), &locked) != 0) {
+    return SystemStatus(errno, "cannot look at " + file.string());
+  }
+  const Inode inode = InodeOf(locked);
+  open_ones.files.push_back(inode);
+  return DatabaseLock(std::move(opened), inode);
+}
+
+DatabaseLock::~DatabaseLock() {
+  if (!file_.is_open()) return;  // moved from
+  OpenDatabases& open_ones = TheOpenDatabases();
+  const MutexLock lock(open_ones.mutex);
+  file_.Close();
+  std::erase(open_ones.files, inode_);
+}
+
+}  // namespace zervane::storage

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "engine/status.h"
+#include "engine/storage/sqlite/sqlite.h"
+#include "engine/value.h"
+
+// The tables that have one record of a tag each, as a chunk of its own.
+namespace zervane::storage {
+
+enum class RecordTable {
+  kCurrent,  // the current value
+  kHeld,     // the record that is held back from the archive
+};
+
+// Adds the tag's record or replaces it.
+Status PutRecord(Connection& connection, RecordTable table, TagId tag, const Sample& record);
+
+Status DeleteRecord(Connection& connection, RecordTable table, TagId tag);
+
+// Hands every tag's record to `take`. One that does not decode is logged and left out.
+Status VisitRecords(Connection& connection, RecordTable table,
+                    const std::function<void(TagId, Sample)>& take);
+
+// None when the tag has none, or when it does not decode, which is logged.
+Result<std::optional<Sample>> LoadRecord(Connection& connection, RecordTable table, TagId tag);
+
+}  // namespace zervane::storage

@@ -1,0 +1,262 @@
+#include "engine/storage/sqlite/chunk_merge.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "engine/storage/sqlite/chunk_table.h"
+#include "engine/storage/sqlite/schema.h"
+#include "tests/engine/storage/support.h"
+
+namespace zervane::storage {
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+
+using ByTime = std::map<std::int64_t, Sample>;
+
+constexpr TagId kTag = 1;
+constexpr std::size_t kChunkRecords = 10;
+
+class ChunkMerging : public testing::Test {
+ protected:
+  ChunkMerging() : file_(*Connection::Open(folder_.path() / "zervane.db")) {
+    EXPECT_TRUE(PrepareWriter(*file_).ok());
+  }
+
+  void Merge(const ByTime& records) {
+    std::vector<Sample> ascending;
+    for (const auto& [time_ms, sample] : records) ascending.push_back(sample);
+    const auto edits = PlanMerge(*file_, kTag, ascending, kChunkRecords);
+    ASSERT_TRUE(edits.ok()) << edits.status().message();
+    Transaction transaction(*file_, Transaction::Kind::kWrite);
+    EXPECT_TRUE(ApplyEdits(*file_, *edits).ok());
+    EXPECT_TRUE(transaction.Commit().ok());
+  }
+
+  // Records from a time to a time, every `step` milliseconds, of the value.
+  static ByTime Records(std::int64_t from_ms, std::int64_t to_ms, std::int64_t step = 1,
+                        double value = 0) {
+    ByTime records;
+    for (std::int64_t time = from_ms; time <= to_ms; time += step) {
+      records[time] = Record(kTag, time, value).sample;
+    }
+    return records;
+  }
+
+  std::vector<ChunkExtent> Extents() {
+    std::vector<ChunkExtent> extents;
+    const Status status = VisitExtents(*file_, kTag, {}, [&](const ChunkExtent& extent) {
+      extents.push_back(extent);
+      return Status();
+    });
+    EXPECT_TRUE(status.ok()) << status.message();
+    return extents;
+  }
+
+  std::vector<std::pair<std::int64_t, std::int64_t>> Ranges() {
+    std::vector<std::pair<std::int64_t, std::int64_t>> ranges;
+    for (const ChunkExtent& chunk : Extents()) ranges.emplace_back(chunk.first_ms, chunk.last_ms);
+    return ranges;
+  }
+
+  std::vector<Sample> AllRecords() {
+    std::vector<Sample> all;
+    const Status status = VisitChunks(*file_, kTag, {}, Direction::kForward, [&](auto records) {
+      all.insert(all.end(), records.begin(), records.end());
+      return true;
+    });
+    EXPECT_TRUE(status.ok()) << status.message();
+    return all;
+  }
+
+  void Damage(std::int64_t first_ms) {
+    const std::string sql =
+        "UPDATE chunk SET payload = x'00' WHERE first_time = " + std::to_string(first_ms);
+    EXPECT_TRUE(file_->Execute(sql.c_str()).ok());
+  }
+
+  TempFolder folder_;
+  std::unique_ptr<Connection> file_;
+};
+
+TEST_F(ChunkMerging, FillsChunksAndLeavesTheRestInALastOne) {
+  Merge(Records(1, 25));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(11, 20), Pair(21, 25)));
+}
+
+TEST_F(ChunkMerging, JoinsALastChunkThatIsNoLargerThanWhatFollows) {
+  Merge(Records(1, 14));
+  Merge(Records(15, 19));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(11, 19)));
+}
+
+TEST_F(ChunkMerging, LeavesALargerLastChunkUntilAsMuchHasFollowed) {
+  Merge(Records(1, 4));
+  Merge(Records(5, 6));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 4), Pair(5, 6)));
+  Merge(Records(7, 8));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 8)));
+}
+
+TEST_F(ChunkMerging, KeepsFewPartialChunksHoweverFewRecordsComeAtATime) {
+  for (std::int64_t time = 1; time <= 1000; ++time) Merge(Records(time, time));
+  EXPECT_EQ(AllRecords().size(), 1000U);
+  EXPECT_LE(Extents().size(), 100U + 4);
+}
+
+TEST_F(ChunkMerging, RewritesOnlyTheChunkThatALateRecordFallsInto) {
+  Merge(Records(10, 300, 10));
+  const auto before = Extents();
+  Merge(Records(155, 155));
+  const auto after = Extents();
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(10, 100), Pair(110, 155), Pair(160, 200), Pair(210, 300)));
+  EXPECT_EQ(after.front().id, before.front().id);
+  EXPECT_EQ(after.back().id, before.back().id);
+}
+
+TEST_F(ChunkMerging, PutsRecordsOfAGapIntoAChunkOfTheirOwn) {
+  Merge(Records(1, 10));
+  Merge(Records(101, 110));
+  Merge(Records(50, 51));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(50, 51), Pair(101, 110)));
+}
+
+TEST_F(ChunkMerging, PutsRecordsBeforeTheFirstChunk) {
+  Merge(Records(101, 110));
+  Merge(Records(1, 12));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 6), Pair(7, 12), Pair(101, 110)));
+}
+
+TEST_F(ChunkMerging, BringsOneRunIntoManyChunks) {
+  Merge(Records(10, 300, 10));
+  Merge(Records(5, 400, 100));  // one before, one in each, one after
+  EXPECT_EQ(AllRecords().size(), 34U);
+  EXPECT_EQ(Ranges().front().first, 5);
+  EXPECT_EQ(Ranges().back().second, 305);
+}
+
+TEST_F(ChunkMerging, ReplacesRecordsOfEqualTime) {
+  Merge(Records(1, 30));
+  Merge(Records(10, 21, 1, 7.0));
+  const auto records = AllRecords();
+  ASSERT_EQ(records.size(), 30U);
+  for (const Sample& sample : records) {
+    const bool replaced = sample.time_ms >= 10 && sample.time_ms <= 21;
+    EXPECT_EQ(sample.value, Value(replaced ? 7.0 : 0.0)) << sample.time_ms;
+  }
+}
+
+TEST_F(ChunkMerging, StartsANewChunkWhereTheTypeChanges) {
+  ByTime mixed = Records(1, 6);
+  mixed[4].type = TagType::kInt32;
+  mixed[4].value = 4;
+  Merge(mixed);
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 3), Pair(4, 4), Pair(5, 6)));
+  EXPECT_EQ(AllRecords()[3].value, Value(4));
+}
+
+TEST_F(ChunkMerging, LeavesADamagedChunkThatNothingFallsInto) {
+  Merge(Records(1, 4));
+  Damage(1);
+  Merge(Records(5, 9));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 4), Pair(5, 9)));
+}
+
+TEST_F(ChunkMerging, SetsADamagedChunkAsideForRecordsThatFallIntoIt) {
+  Merge(Records(1, 30));
+  Damage(11);
+  Merge(Records(15, 15));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(15, 15), Pair(21, 30)));
+  Query aside(*file_, "SELECT tag, payload FROM damaged");
+  ASSERT_TRUE(aside.Next());
+  EXPECT_EQ(aside.Integer(0), kTag);
+  EXPECT_EQ(aside.Bytes(1), std::string(1, '\0'));
+}
+
+// ---- reading the table ----
+
+TEST_F(ChunkMerging, IsSearchedByItsIndexAlone) {
+  Query plan(*file_,
+             "EXPLAIN QUERY PLAN SELECT id, first_time, last_time, count FROM chunk WHERE tag = 1 "
+             "AND first_time <= 9 AND last_time >= 5 ORDER BY first_time");
+  ASSERT_TRUE(plan.Next());
+  EXPECT_THAT(std::string(plan.Bytes(3)), testing::HasSubstr("COVERING INDEX chunk_extent"));
+  EXPECT_FALSE(plan.Next()) << "no sorting step";
+}
+
+TEST_F(ChunkMerging, IsReadOnlyWhereARangeOverlaps) {
+  Merge(Records(10, 300, 10));
+  Damage(10);
+  Damage(210);
+  std::size_t visited = 0;
+  const auto take = [&](const std::vector<Sample>& records) {
+    visited += records.size();
+    return true;
+  };
+  EXPECT_TRUE(VisitChunks(*file_, kTag, {101, 209}, Direction::kForward, take).ok());
+  EXPECT_TRUE(VisitChunks(*file_, kTag, {101, 209}, Direction::kBackward, take).ok());
+  EXPECT_TRUE(VisitChunks(*file_, kTag, {101, 109}, Direction::kForward, take).ok());
+  EXPECT_EQ(visited, 20U);
+  EXPECT_EQ(VisitChunks(*file_, kTag, {100, 209}, Direction::kForward, take).code(),
+            ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_EQ(VisitChunks(*file_, kTag, {101, 210}, Direction::kBackward, take).code(),
+            ZR3_ERR_STORAGE_DAMAGED);
+}
+
+TEST_F(ChunkMerging, IsReadNoFurtherThanWanted) {
+  Merge(Records(10, 300, 10));
+  Damage(210);
+  std::size_t visited = 0;
+  const auto take_two = [&](const std::vector<Sample>&) { return ++visited < 2; };
+  EXPECT_TRUE(VisitChunks(*file_, kTag, {}, Direction::kForward, take_two).ok());
+  EXPECT_EQ(visited, 2U);
+}
+
+TEST_F(ChunkMerging, RefusesAChunkThatIsNotWhatItsRowSays) {
+  Merge(Records(1, 10));
+  EXPECT_TRUE(file_->Execute("UPDATE chunk SET count = 9").ok());
+  EXPECT_FALSE(LoadChunk(*file_, Extents().front())->ok());
+  EXPECT_TRUE(file_->Execute("UPDATE chunk SET count = 10, first_time = 0").ok());
+  EXPECT_FALSE(LoadChunk(*file_, Extents().front())->ok());
+}
+
+// ---- damage that no checksum covers ----
+
+TEST_F(ChunkMerging, PassesOverARowWhoseStartIsNoTime) {
+  Merge(Records(1, 35));
+  EXPECT_TRUE(file_->Execute("UPDATE chunk SET first_time = x'00' WHERE first_time = 31").ok());
+  Merge(Records(12, 13, 1, 7));
+  Merge(Records(40, 41));
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(11, 20), Pair(21, 30), Pair(40, 41)));
+  EXPECT_EQ(AllRecords().size(), 32U);
+}
+
+// An index that is read the other way round answers chunks in no order.
+TEST_F(ChunkMerging, SaysSoWhenTheIndexIsOutOfOrder) {
+  Merge(Records(1, 60));
+  EXPECT_TRUE(file_
+                  ->Execute("PRAGMA writable_schema = ON;"
+                            "UPDATE sqlite_schema SET sql = replace(sql, 'first_time', "
+                            "'first_time DESC') WHERE name = 'chunk_extent'")
+                  .ok());
+  file_ = *Connection::Open(folder_.path() / "zervane.db");
+  for (const std::int64_t from : {0, 5, 12, 35, 58, 61}) {
+    const ByTime records = Records(from, from + 1);
+    const std::vector<Sample> late = {records.at(from), records.at(from + 1)};
+    const auto edits = PlanMerge(*file_, kTag, late, kChunkRecords);
+    EXPECT_TRUE(edits.ok() || edits.code() == ZR3_ERR_STORAGE_DAMAGED) << from;
+  }
+  const auto take = [](const ChunkExtent&) { return Status(); };
+  EXPECT_EQ(VisitExtents(*file_, kTag, {}, take).code(), ZR3_ERR_STORAGE_DAMAGED);
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    const Status read =
+        VisitChunks(*file_, kTag, {}, direction, [](const std::vector<Sample>&) { return true; });
+    EXPECT_EQ(read.code(), ZR3_ERR_STORAGE_DAMAGED);
+  }
+}
+
+}  // namespace
+}  // namespace zervane::storage

@@ -1,0 +1,204 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "engine/storage/sqlite/sqlite.h"
+#include "tests/engine/storage/sqlite/memory_faults.h"
+#include "tests/engine/storage/support.h"
+#include "tests/support/case_name.h"
+
+// A request for memory that fails costs the call that made it, which says so, and nothing else.
+namespace zervane::storage {
+namespace {
+
+constexpr TagId kTag = 1;
+constexpr TagId kOtherTag = 2;
+
+using Batch = std::vector<AcceptedSample>;
+
+struct CallCase {
+  const char* name;
+  // Makes the call of the round, or of its batch.
+  std::function<Status(Store&, std::int64_t round, const Batch& batch)> make;
+  // Whether it was carried out; none where it changes nothing.
+  std::function<bool(Store&, std::int64_t round)> is_done;
+};
+
+bool HasTag(Store& store, TagId id) {
+  const Result<CatalogueImage> catalogue = store.LoadCatalogue();
+  return std::ranges::count(catalogue->tags, id, &TagProperties::id) > 0;
+}
+
+TagId TagOf(std::int64_t round) { return static_cast<TagId>(100 + round); }
+
+Batch BatchOf(std::int64_t round) {
+  Batch batch;
+  for (std::int64_t i = 1; i <= 7; ++i) batch.push_back(Record(kTag, 1000 * round + i, 1));
+  return batch;
+}
+
+std::int64_t CountOf(Store& store, std::int64_t round, TagId tag = kTag) {
+  const auto count = store.Count(tag, {1000 * round, 1000 * round + 999});
+  EXPECT_TRUE(count.ok()) << count.status().message();
+  return count.ok() ? *count : -1;
+}
+
+const std::vector<CallCase>& Calls() {
+  static const std::vector<CallCase> calls = {
+      {"AddTag",
+       [](Store& store, std::int64_t round, const Batch&) {
+         return store.PutTag(TagNamed(TagOf(1'000'000 + round), "NEW"), round);
+       },
+       [](Store& store, std::int64_t round) { return HasTag(store, TagOf(1'000'000 + round)); }},
+      {"RemoveTag",
+       [](Store& store, std::int64_t round, const Batch&) {
+         return store.RemoveTag(TagOf(round), round);
+       },
+       [](Store& store, std::int64_t round) { return !HasTag(store, TagOf(round)); }},
+      {"Append", [](Store& store, std::int64_t, const Batch& batch) { return store.Append(batch); },
+       [](Store& store, std::int64_t round) { return CountOf(store, round) == 7; }},
+      {"Read",
+       [](Store& store, std::int64_t, const Batch&) {
+         return store.Read(kOtherTag, {}, Direction::kForward, 100).status();
+       },
+       nullptr},
+      {"Count",
+       [](Store& store, std::int64_t, const Batch&) {
+         return store.Count(kOtherTag, {15, 85}).status();
+       },
+       nullptr},
+      {"LoadCurrent",
+       [](Store& store, std::int64_t, const Batch&) { return store.LoadCurrent().status(); },
+       nullptr},
+      {"LoadCatalogue",
+       [](Store& store, std::int64_t, const Batch&) { return store.LoadCatalogue().status(); },
+       nullptr},
+      {"ReadHeld",
+       [](Store& store, std::int64_t, const Batch&) { return store.ReadHeld(kOtherTag).status(); },
+       nullptr},
+  };
+  return calls;
+}
+
+void ExpectAnswerOrNoMemory(const Status& status) {
+  EXPECT_TRUE(status.ok() || status.code() == ZR3_ERR_OUT_OF_MEMORY)
+      << status.code() << " " << status.message();
+}
+
+class FailingMemory : public testing::Test {
+ protected:
+  FailingMemory() {
+    const auto store = MustOpen(folder_.path());
+    for (const TagId tag : {kTag, kOtherTag}) {
+      EXPECT_TRUE(store->PutTag(TagNamed(tag, "TAG"), tag).ok());
+    }
+    Batch batch;
+    for (std::int64_t i = 1; i <= 10; ++i) batch.push_back(Record(kOtherTag, 10 * i, 0));
+    batch.push_back(Record(kOtherTag, 110, 0));
+    batch.back().archive = false;
+    batch.back().held = true;
+    EXPECT_TRUE(store->Append(batch).ok());
+  }
+
+  TempFolder folder_;
+};
+
+class OneFailedRequest : public FailingMemory, public testing::WithParamInterface<CallCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, OneFailedRequest, testing::ValuesIn(Calls()), CaseName());
+
+// Whichever request it is, on a store that was opened a moment ago and must make everything that it
+// keeps for later calls.
+TEST_P(OneFailedRequest, CostsTheCallAlone) {
+  const auto expect_done = [](Store& store, std::int64_t round, bool done) {
+    const auto& is_done = GetParam().is_done;
+    EXPECT_TRUE(!is_done || is_done(store, round) == done);
+  };
+  const bool removes = std::string(GetParam().name) == "RemoveTag";
+  std::int64_t round = 1;
+  for (bool failed = true; failed && !HasFailure(); ++round) {
+    SCOPED_TRACE("request " + std::to_string(round));
+    const auto store = MustOpen(folder_.path());
+    if (removes) {
+      EXPECT_TRUE(store->PutTag(TagNamed(TagOf(round), "OLD"), round).ok());
+    }
+    const Batch batch = BatchOf(round);
+    MemoryFault fault(round);
+    const Status status = GetParam().make(*store, round, batch);
+    failed = fault.End();
+    ExpectAnswerOrNoMemory(status);
+    expect_done(*store, round, status.ok());
+    if (!status.ok()) {
+      EXPECT_TRUE(GetParam().make(*store, round, batch).ok()) << "once there is memory";
+    }
+    expect_done(*store, round, true);
+  }
+  EXPECT_GT(round, 10) << "or hardly anything was tested";
+  ExpectWholeFile(folder_.path());
+}
+
+TEST_F(FailingMemory, CostsAnOpeningAlone) {
+  for (std::int64_t n = 1; !HasFailure(); ++n) {
+    SCOPED_TRACE("request " + std::to_string(n));
+    MemoryFault fault(n);
+    {
+      const auto store = OpenSqliteStore(folder_.path(), kTinyOptions);
+      ExpectAnswerOrNoMemory(store.status());
+    }
+    if (!fault.End()) break;
+    const auto store = MustOpen(folder_.path());
+    EXPECT_EQ(CountOf(*store, 0, kOtherTag), 10);
+  }
+}
+
+// Of the thread that writes it, of an append beside it, or of the close.
+TEST_F(FailingMemory, CostsNoRecordWhileAGenerationIsWritten) {
+  std::int64_t round = 1;
+  for (bool failed = true; failed && !HasFailure(); ++round) {
+    SCOPED_TRACE("request " + std::to_string(5 * round));
+    auto store = MustOpen(folder_.path());
+    for (std::int64_t i = 0; i < 6; ++i) {
+      EXPECT_TRUE(store->Append(BatchOf(10 * round + i)).ok()) << "as much as one generation";
+    }
+    MemoryFault fault(5 * round);
+    const Status status = store->Append(BatchOf(10 * round + 6));
+    ExpectAnswerOrNoMemory(status);
+    store = nullptr;
+    failed = fault.End();
+    store = MustOpen(folder_.path());
+    for (std::int64_t i = 0; i < 6; ++i) EXPECT_EQ(CountOf(*store, 10 * round + i), 7);
+    EXPECT_EQ(CountOf(*store, 10 * round + 6), status.ok() ? 7 : 0);
+  }
+  EXPECT_GT(round, 10) << "or hardly anything was tested";
+  ExpectWholeFile(folder_.path());
+}
+
+TEST(Transaction, IsUndoneWithoutMemory) {
+  const TempFolder folder;
+  const auto file = *Connection::Open(folder.path() / "file.db");
+  EXPECT_TRUE(file->Execute("CREATE TABLE item (id INTEGER PRIMARY KEY)").ok());
+  const auto insert = [&] { return Query(*file, "INSERT INTO item DEFAULT VALUES").Run(); };
+  std::optional<Transaction> transaction(std::in_place, *file, Transaction::Kind::kWrite);
+  EXPECT_TRUE(insert().ok());
+  MemoryFault fault(1, std::numeric_limits<long>::max());
+  transaction.reset();
+  fault.End();
+  {
+    Transaction next(*file, Transaction::Kind::kWrite);
+    EXPECT_TRUE(insert().ok());
+    EXPECT_TRUE(next.Commit().ok());
+  }
+  Query count(*file, "SELECT count(*) FROM item");
+  ASSERT_TRUE(count.Next());
+  EXPECT_EQ(count.Integer(0), 1);
+}
+
+}  // namespace
+}  // namespace zervane::storage
