@@ -40,6 +40,9 @@ class Series {
     if (!has_room) Reserve(expected_);
   }
 
+  // Gives up what was expected, for instance since there was no memory for all of it.
+  void ExpectNothing() noexcept { expected_ = 0; }
+
   // Has the memory behind the last record fetched, where the next one goes.
   void PrefetchEnd() const { __builtin_prefetch(in_order_.data() + in_order_.size(), 1); }
 

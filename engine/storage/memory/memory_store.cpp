@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "engine/guard.h"
@@ -119,10 +120,17 @@ class MemoryStore final : public Store {
   std::vector<StoredTag*> Expect(std::span<const AcceptedSample> records) REQUIRES(mutex_) {
     std::vector<StoredTag*> targets;
     targets.reserve(records.size());
-    for (const AcceptedSample& record : records) {
-      const auto tag = tags_.find(record.tag);
-      targets.push_back(tag == tags_.end() ? nullptr : &tag->second);
-      if (tag != tags_.end() && record.archive) tag->second.archive.Expect();
+    try {
+      for (const AcceptedSample& record : records) {
+        const auto tag = tags_.find(record.tag);
+        targets.push_back(tag == tags_.end() ? nullptr : &tag->second);
+        if (tag != tags_.end() && record.archive) tag->second.archive.Expect();
+      }
+    } catch (...) {  // or the next try would expect the same records once more
+      for (StoredTag* target : targets) {
+        if (target != nullptr) target->archive.ExpectNothing();
+      }
+      throw;
     }
     return targets;
   }

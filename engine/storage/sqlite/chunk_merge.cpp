@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "engine/assert.h"
-#include "engine/log.h"
 #include "engine/storage/codec/block.h"
 
 namespace zervane::storage {
@@ -63,8 +62,7 @@ class ChunkMerge {
         edits_.replaced.push_back(chunk);
         if (is_overlapped) return {};
       } else if (is_overlapped) {
-        LogError("{}; set aside for newer records", records->damage().what);
-        edits_.damaged.push_back(chunk);
+        edits_.damaged.push_back({chunk, records->damage().what});
       } else {
         return {};  // stays as it is, before the run
       }
@@ -137,8 +135,8 @@ Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, std::span<const 
 }
 
 Status ApplyEdits(Connection& connection, const ChunkEdits& edits) {
-  for (const ChunkExtent& chunk : edits.damaged) {
-    if (Status status = SetChunkAside(connection, chunk); !status.ok()) return status;
+  for (const ChunkSetAside& chunk : edits.damaged) {
+    if (Status status = SetChunkAside(connection, chunk.extent); !status.ok()) return status;
   }
   for (const ChunkExtent& chunk : edits.replaced) {
     if (Status status = DeleteChunk(connection, chunk); !status.ok()) return status;

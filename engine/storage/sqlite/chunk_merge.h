@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "engine/status.h"
@@ -11,11 +12,17 @@
 
 namespace zervane::storage {
 
+// A chunk that was read and does not decode, and why.
+struct ChunkSetAside {
+  ChunkExtent extent;
+  std::string why;
+};
+
 // What brings records into the table of chunks. The work is in the planning, which only reads, so
 // that others can write meanwhile.
 struct ChunkEdits {
-  std::vector<ChunkExtent> replaced;  // their records are in the added ones
-  std::vector<ChunkExtent> damaged;   // to be set aside
+  std::vector<ChunkExtent> replaced;   // their records are in the added ones
+  std::vector<ChunkSetAside> damaged;  // to be set aside
   std::vector<EncodedChunk> added;
 
   bool empty() const { return replaced.empty() && damaged.empty() && added.empty(); }

@@ -59,6 +59,7 @@ void ChunkWriter::Begin(std::vector<std::int64_t> journal_cuts) {
   ZERVANE_ASSERT(!journal_cuts.empty() && std::ranges::is_sorted(journal_cuts));
   const Role writing(writing_);
   journal_cuts_ = std::move(journal_cuts);
+  written_to_ = 0;
   is_working_ = true;
   begun_.NotifyOne();
 }
@@ -172,6 +173,7 @@ void ChunkWriter::DoWhatWasAsked() {
 
 void ChunkWriter::FailureLog::Note(const Status& outcome) {
   if (!outcome.ok() && !is_failing_) LogWarning("{}: {}", consequence_, outcome.message());
+  if (outcome.ok() && is_failing_) LogWarning("no longer: {}", consequence_);
   is_failing_ = !outcome.ok();
 }
 
@@ -180,7 +182,9 @@ Status ChunkWriter::WriteGeneration() {
   // In order, so that the chunks of a tag lie near those of its neighbours.
   std::vector<const PendingTags::value_type*> generation;
   generation.reserve(pending_.frozen().size());
-  for (const auto& tag : pending_.frozen()) generation.push_back(&tag);
+  for (const auto& tag : pending_.frozen()) {
+    if (tag.first > written_to_) generation.push_back(&tag);
+  }
   std::ranges::sort(generation, {}, [](const auto* tag) { return tag->first; });
   Slice slice;
   for (const auto* tag : generation) {
@@ -222,9 +226,15 @@ Status ChunkWriter::Write(const Slice& slice) {
     if (status.ok() && tag.held.is_changed) status = WriteHeld(id, tag.held);
     if (!status.ok()) return status;
   }
-  Status status = transaction.Commit();
+  if (Status status = transaction.Commit(); !status.ok()) return status;
   if (writer_.IsLogDue()) FoldLogSoon();
-  return status;
+  if (!slice.tags.empty()) written_to_ = slice.tags.back()->first;
+  for (const ChunkEdits& edits : slice.chunks) {
+    for (const ChunkSetAside& chunk : edits.damaged) {
+      LogError("{}; set aside for newer records", chunk.why);
+    }
+  }
+  return {};
 }
 
 // A row that is there no more, since its transaction was undone, is deleted to no harm.

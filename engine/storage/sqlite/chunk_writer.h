@@ -112,6 +112,8 @@ class ChunkWriter {
   OneAtATime writing_;
   std::unordered_set<TagId> held_rows_ GUARDED_BY(writing_);
   std::vector<std::int64_t> journal_cuts_ GUARDED_BY(writing_);
+  // Tags of the generation up to this one are written, so that another try goes on behind it.
+  TagId written_to_ GUARDED_BY(writing_) = 0;
 
   Mutex mutex_;
   CondVar begun_;  // there is work, or an end

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <spdlog/fmt/fmt.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,6 +29,19 @@ OpenDatabases& TheOpenDatabases() {
   return *databases;
 }
 
+// Whether the descriptor has the file now; errno tells why not. The lock is one of the descriptor,
+// not of the process, on one byte that nobody else locks or writes: it lies in the page that SQLite
+// leaves out for its own locks, behind these. flock(2) would lock the whole file on network
+// storage.
+bool Lock(const Descriptor& file) {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0x40000000 + 1024;
+  lock.l_len = 1;
+  return fcntl(file.get(), F_OFD_SETLK, &lock) == 0;
+}
+
 Inode InodeOf(const struct stat& file) { return {.device = file.st_dev, .number = file.st_ino}; }
 
 }  // namespace
@@ -45,10 +57,11 @@ Result<DatabaseLock> DatabaseLock::Take(const std::filesystem::path& file) {
                   fmt::format("process {}, this one, has {} open", getpid(), file.string()));
   }
   constexpr mode_t kMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;  // as SQLite makes files
-  Descriptor opened(open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, kMode));
+  Descriptor opened(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kMode));
   if (!opened.is_open()) return SystemStatus(errno, "cannot open " + file.string());
-  if (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EWOULDBLOCK) return SystemStatus(errno, "cannot lock " + file.string());
+  if (!Lock(opened)) {
+    if (errno != EAGAIN && errno != EACCES)
+      return SystemStatus(errno, "cannot lock " + file.string());
     return Status(ZR3_ERR_DATABASE_IN_USE,
                   fmt::format("another process has {} open", file.string()));
   }

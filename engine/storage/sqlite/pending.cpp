@@ -110,6 +110,24 @@ void Pending::KeepMemory(std::vector<AcceptedSample> batch) noexcept {
 
 // What can fail comes first, so that a batch is sorted whole or not at all.
 void Pending::SortBatch(std::span<const AcceptedSample> records) {
+  try {
+    ExpectBatch(records);
+  } catch (...) {  // or the next try would expect the same records once more
+    for (PendingTag* target : targets_) {
+      if (target != nullptr) target->archive.ExpectNothing();
+    }
+    throw;
+  }
+  ZERVANE_ASSERT(targets_.size() == records.size());
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    const std::size_t ahead = std::min(i + kPrefetched, records.size() - 1);
+    if (targets_[ahead] != nullptr) targets_[ahead]->archive.PrefetchEnd();
+    if (targets_[i] != nullptr) Put(records[i], targets_[i]);
+  }
+}
+
+// Finds the records' tags and makes room there for each.
+void Pending::ExpectBatch(std::span<const AcceptedSample> records) {
   targets_.clear();
   targets_.reserve(records.size());
   PendingTag* tag = nullptr;
@@ -123,12 +141,6 @@ void Pending::SortBatch(std::span<const AcceptedSample> records) {
     if (tag == nullptr) continue;
     if (record.archive) tag->archive.Expect();
     if (record.held) held_ms_.try_emplace(id, kNoTime);
-  }
-  ZERVANE_ASSERT(targets_.size() == records.size());
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const std::size_t ahead = std::min(i + kPrefetched, records.size() - 1);
-    if (targets_[ahead] != nullptr) targets_[ahead]->archive.PrefetchEnd();
-    if (targets_[i] != nullptr) Put(records[i], targets_[i]);
   }
 }
 

@@ -103,6 +103,7 @@ class Pending {
   void SortBatches() REQUIRES(mutex_);
   void KeepMemory(std::vector<AcceptedSample> batch) noexcept EXCLUDES(intake_mutex_);
   void SortBatch(std::span<const AcceptedSample> records) REQUIRES(mutex_);
+  void ExpectBatch(std::span<const AcceptedSample> records) REQUIRES(mutex_);
   PendingTag* Enter(TagId id) REQUIRES(mutex_);
   void Put(const AcceptedSample& record, PendingTag* tag) noexcept REQUIRES(mutex_);
   void EndHeld(const AcceptedSample& record, PendingTag* tag) noexcept REQUIRES(mutex_);

@@ -67,7 +67,7 @@ class SqliteStore final : public Store {
         readers_(std::move(file)) {}
 
   ~SqliteStore() override {
-    if (chunks_ == nullptr) return;
+    if (!is_started_) return;  // what an opening that failed has seen of the journal is not all
     const Status written = Guarded([&] { return WriteAllChunks(); });
     if (!written.ok()) LogWarning("the journal is kept for the next open: {}", written.message());
     chunks_ = nullptr;  // ends its thread
@@ -125,7 +125,9 @@ class SqliteStore final : public Store {
   Status StartChunks(const std::filesystem::path& file);
   Status LoadHeld() REQUIRES(writer_.mutex);
   Status Journal(std::span<const AcceptedSample> records) REQUIRES(changing_);
-  void Took(std::size_t bytes, std::int64_t seq) REQUIRES(changing_);
+  void ReserveBatch() REQUIRES(changing_);
+  void Adopt(std::vector<AcceptedSample>& records, std::size_t bytes, std::int64_t seq) noexcept
+      REQUIRES(changing_);
   Status MakeRoom() REQUIRES(changing_);
   void BeginChunks() REQUIRES(changing_);
   Status WriteAllChunks() EXCLUDES(changing_);
@@ -150,6 +152,9 @@ class SqliteStore final : public Store {
   ReaderPool readers_;
   Pending pending_;
 
+  // Whether all of the journal is here, so that the chunks may be made of it.
+  bool is_started_ = false;
+
   std::unique_ptr<ChunkWriter> chunks_;  // last: its thread uses what stands above
 };
 
@@ -165,12 +170,12 @@ Status SqliteStore::Start(const std::filesystem::path& file) {
   }
   if (Status status = LoadHeld(); !status.ok()) return status;
   const auto take = [&](std::int64_t seq, std::vector<AcceptedSample> records) REQUIRES(changing_) {
-    pending_.Reserve();
-    Took(*Weigh(records), seq);  // a batch that decodes can be stored
-    pending_.Take(records);
+    ReserveBatch();
+    Adopt(records, *Weigh(records), seq);  // a batch that decodes can be stored
   };
   if (Status status = ReplayJournal(*writer_.connection, take); !status.ok()) return status;
   pending_.Sort();
+  is_started_ = true;
   return {};
 }
 
@@ -284,11 +289,9 @@ Status SqliteStore::DoAppend(std::vector<AcceptedSample>& records) {
   if (!bytes.ok()) return bytes.status();
   if (Status status = MakeRoom(); !status.ok()) return status;
   // What can fail comes before the commit, so that the memory follows the journal for certain.
-  pending_.Reserve();
-  journal_cuts_.reserve(journal_cuts_.size() + 1);
+  ReserveBatch();
   if (Status status = Journal(records); !status.ok()) return status;
-  Took(*bytes, last_seq_);
-  unsorted_ = pending_.Take(records);
+  Adopt(records, *bytes, last_seq_);
   if (unsorted_ >= kWorthSorting) chunks_->SortSoon();
   return {};
 }
@@ -326,9 +329,16 @@ Result<std::int64_t> SqliteStore::DoCount(TagId id, TimeRange range) {
 
 // ---- from the journal to chunks ----
 
-// Takes account of pending records, by their weight, that the journal has up to a sequence number,
-// for which there is room among the cuts.
-void SqliteStore::Took(std::size_t bytes, std::int64_t seq) {
+// Room for one more batch, so that adopting it cannot fail.
+void SqliteStore::ReserveBatch() {
+  pending_.Reserve();
+  journal_cuts_.reserve(journal_cuts_.size() + 1);
+}
+
+// Makes a batch pending, of that weight, which the journal has under that sequence number.
+void SqliteStore::Adopt(std::vector<AcceptedSample>& records, std::size_t bytes,
+                        std::int64_t seq) noexcept {
+  unsorted_ = pending_.Take(records);
   last_seq_ = seq;
   pending_bytes_ += bytes;
   uncut_bytes_ += std::max(bytes, kMinCutBytes);
