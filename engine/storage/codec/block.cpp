@@ -32,7 +32,6 @@ void BeginBlock(ByteWriter* block) {
 
 std::string_view SealBlock(BlockKind kind, const BlockHead& head, ByteWriter* block) {
   ZERVANE_ASSERT(block->size() >= kBlockHeaderBytes && head.count <= kMaxBlockRecords);
-  ZERVANE_ASSERT(head.format >= 1 && head.format <= LastFormat(kind));
   char* to = PutFixed(block->At(0), std::uint8_t{'Z'});
   to = PutFixed(to, static_cast<std::uint8_t>(kind));
   to = PutFixed(to, head.format);

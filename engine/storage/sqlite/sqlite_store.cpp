@@ -31,8 +31,8 @@ namespace {
 constexpr std::size_t kCutBytes = 4 << 20;
 constexpr std::size_t kMinCutBytes = 4 << 10;  // what a batch weighs at least
 
-// Records that are worth waking a thread to sort them to their tags; and so many that those who
-// append do it themselves, when that thread has other work.
+// From kWorthSorting unsorted records on a thread is woken to sort them to their tags; from
+// kMaxUnsorted on, since that thread has other work then, those who append do it themselves.
 constexpr std::size_t kWorthSorting = 1'000;
 constexpr std::size_t kMaxUnsorted = 131'072;
 

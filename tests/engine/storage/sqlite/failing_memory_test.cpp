@@ -110,38 +110,50 @@ class FailingMemory : public testing::Test {
   TempFolder folder_;
 };
 
-class OneFailedRequest : public FailingMemory, public testing::WithParamInterface<CallCase> {};
+class FailedRequests : public FailingMemory, public testing::WithParamInterface<CallCase> {
+ protected:
+  // Makes the call again and again, on a store that was opened a moment ago and must make
+  // everything that it keeps for later calls: each time some of the requests fail, the first one
+  // later than before, until there are too few requests for any to fail.
+  void ExpectToCostTheCallAlone(const std::function<long(long first)>& last_of) {
+    const bool removes = std::string(GetParam().name) == "RemoveTag";
+    std::int64_t round = 1;
+    for (bool failed = true; failed && !HasFailure(); ++round) {
+      SCOPED_TRACE("request " + std::to_string(round));
+      const auto store = MustOpen(folder_.path());
+      if (removes) {
+        EXPECT_TRUE(store->PutTag(TagNamed(TagOf(round), "OLD"), round).ok());
+      }
+      const Batch batch = BatchOf(round);
+      MemoryFault fault(round, last_of(round));
+      const Status status = GetParam().make(*store, round, batch);
+      failed = fault.End();
+      ExpectAnswerOrNoMemory(status);
+      ExpectDone(*store, round, status.ok());
+      if (!status.ok()) {
+        EXPECT_TRUE(GetParam().make(*store, round, batch).ok()) << "once there is memory";
+      }
+      ExpectDone(*store, round, true);
+    }
+    EXPECT_GT(round, 10) << "or hardly anything was tested";
+    ExpectWholeFile(folder_.path());
+  }
 
-INSTANTIATE_TEST_SUITE_P(Of, OneFailedRequest, testing::ValuesIn(Calls()), CaseName());
-
-// Whichever request it is, on a store that was opened a moment ago and must make everything that it
-// keeps for later calls.
-TEST_P(OneFailedRequest, CostsTheCallAlone) {
-  const auto expect_done = [](Store& store, std::int64_t round, bool done) {
+ private:
+  static void ExpectDone(Store& store, std::int64_t round, bool done) {
     const auto& is_done = GetParam().is_done;
     EXPECT_TRUE(!is_done || is_done(store, round) == done);
-  };
-  const bool removes = std::string(GetParam().name) == "RemoveTag";
-  std::int64_t round = 1;
-  for (bool failed = true; failed && !HasFailure(); ++round) {
-    SCOPED_TRACE("request " + std::to_string(round));
-    const auto store = MustOpen(folder_.path());
-    if (removes) {
-      EXPECT_TRUE(store->PutTag(TagNamed(TagOf(round), "OLD"), round).ok());
-    }
-    const Batch batch = BatchOf(round);
-    MemoryFault fault(round);
-    const Status status = GetParam().make(*store, round, batch);
-    failed = fault.End();
-    ExpectAnswerOrNoMemory(status);
-    expect_done(*store, round, status.ok());
-    if (!status.ok()) {
-      EXPECT_TRUE(GetParam().make(*store, round, batch).ok()) << "once there is memory";
-    }
-    expect_done(*store, round, true);
   }
-  EXPECT_GT(round, 10) << "or hardly anything was tested";
-  ExpectWholeFile(folder_.path());
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, FailedRequests, testing::ValuesIn(Calls()), CaseName());
+
+TEST_P(FailedRequests, CostTheCallAloneWhenItIsOne) {
+  ExpectToCostTheCallAlone([](long first) { return first; });
+}
+
+TEST_P(FailedRequests, CostTheCallAloneWhenItIsAllFromOneOn) {
+  ExpectToCostTheCallAlone([](long) { return std::numeric_limits<long>::max(); });
 }
 
 TEST_F(FailingMemory, CostsAnOpeningAlone) {
