@@ -18,7 +18,8 @@
  * did not convert is never taken for what the caller meant: a function with a text among its
  * arguments, in a record or beside it, answers ZR3_ERR_INVALID_TEXT (nt3_connect
  * ZR3_ERR_INVALID_ADDRESS) when os_lang_conv_utf8_to_sys failed on its thread since the thread's
- * last call of such a function.
+ * last call of such a function, or of pt3_query_tag_type that failed: whoever writes a batch gives
+ * it up then.
  *
  * Times. Seconds since 1970-01-01 UTC, read as unsigned 32 bits, and 0..999 milliseconds.
  *

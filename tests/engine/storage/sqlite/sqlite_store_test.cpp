@@ -445,22 +445,23 @@ struct ChangeCase {
 
 class RepeatedChange : public StoreFolder, public testing::WithParamInterface<ChangeCase> {};
 
-INSTANTIATE_TEST_SUITE_P(StoreFolder, RepeatedChange,
-                         testing::Values(ChangeCase{"AddingTags",
-                                                    [](Store& store, int number) {
-                                                      return store.PutTag(TagNamed(number, "TAG"),
-                                                                          number);
-                                                    }},
-                                         ChangeCase{"RemovingTags",
-                                                    [](Store& store, int number) {
-                                                      return store.RemoveTag(number, number);
-                                                    }},
-                                         ChangeCase{"Appending",
-                                                    [](Store& store, int number) {
-                                                      return store.Append(
-                                                          std::vector{Record(1, number, 0)});
-                                                    }}),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(
+    StoreFolder, RepeatedChange,
+    testing::Values(ChangeCase{"AddingTags",
+                               [](Store& store, int number) {
+                                 return store.PutTag(TagNamed(number, "TAG"), number);
+                               }},
+                    ChangeCase{"AddingAndRemovingATag",
+                               [](Store& store, int number) {
+                                 const Status added = store.PutTag(TagNamed(7, "TAG"), number);
+                                 if (!added.ok()) return added;
+                                 return store.RemoveTag(7, number);
+                               }},
+                    ChangeCase{"Appending",
+                               [](Store& store, int number) {
+                                 return store.Append(std::vector{Record(1, number, 0)});
+                               }}),
+    CaseName());
 
 TEST_P(RepeatedChange, StartsTheLogOver) {
   const auto store = MustOpen(folder_.path(), {.log_pages = 32});
