@@ -164,6 +164,8 @@ void ExpectLockedForOthers(const fs::path& file) {
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
+    lock.l_start = 0x40000002;  // its 510 bytes for those who read
+    lock.l_len = 510;
     ASSERT_EQ(fcntl(opened, F_GETLK, &lock), 0);
     EXPECT_EQ(lock.l_type, F_RDLCK);
     EXPECT_EQ(lock.l_pid, holder);
