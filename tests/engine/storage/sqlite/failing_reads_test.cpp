@@ -171,7 +171,7 @@ TEST_F(FailingReads, LetAnOpeningThatFailsChangeNothing) {
   ReadFaults faults;
   int failed = 0;
   for (std::int64_t n = 1;; ++n) {
-    faults.Fail(EIO, n);
+    faults.Fail(EIO, n, n);
     const ZR3_STATUS code = OpenSqliteStore(Folder(), SqliteStoreOptions()).code();
     faults.Heal();
     if (code == ZR3_OK) break;
