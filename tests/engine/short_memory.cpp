@@ -33,7 +33,8 @@ Whose whose_ = Whose::kThisThread;
 constinit thread_local bool made_it = false;
 
 bool IsCounted() {
-  return is_short.load(std::memory_order_acquire) && made_it == (whose_ == Whose::kThisThread);
+  if (!is_short.load(std::memory_order_acquire)) return false;
+  return whose_ == Whose::kAllThreads || made_it == (whose_ == Whose::kThisThread);
 }
 
 bool Fails() {

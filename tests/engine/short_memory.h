@@ -20,7 +20,7 @@ class ShortMemory {
     kOne,   // the n-th request fails, those after it succeed
     kRest,  // the n-th request fails, and all after it
   };
-  enum class Whose { kThisThread, kOtherThreads };
+  enum class Whose { kThisThread, kOtherThreads, kAllThreads };
 
   // Counts from 1.
   explicit ShortMemory(std::uint64_t nth, Lack lack = Lack::kRest,

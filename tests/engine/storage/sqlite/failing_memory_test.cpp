@@ -1,16 +1,19 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <algorithm>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "engine/guard.h"
+#include "engine/storage/sqlite/pending.h"
 #include "engine/storage/sqlite/sqlite.h"
-#include "tests/engine/storage/sqlite/memory_faults.h"
+#include "tests/engine/short_memory.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 
@@ -115,7 +118,7 @@ class FailedRequests : public FailingMemory, public testing::WithParamInterface<
   // Makes the call again and again, on a store that was opened a moment ago and must make
   // everything that it keeps for later calls: each time some of the requests fail, the first one
   // later than before, until there are too few requests for any to fail.
-  void ExpectToCostTheCallAlone(const std::function<long(long first)>& last_of) {
+  void ExpectToCostTheCallAlone(ShortMemory::Lack lack) {
     const bool removes = std::string(GetParam().name) == "RemoveTag";
     std::int64_t round = 1;
     for (bool failed = true; failed && !HasFailure(); ++round) {
@@ -125,9 +128,12 @@ class FailedRequests : public FailingMemory, public testing::WithParamInterface<
         EXPECT_TRUE(store->PutTag(TagNamed(TagOf(round), "OLD"), round).ok());
       }
       const Batch batch = BatchOf(round);
-      MemoryFault fault(round, last_of(round));
-      const Status status = GetParam().make(*store, round, batch);
-      failed = fault.End();
+      Status status;
+      {
+        const ShortMemory memory(round, lack, ShortMemory::Whose::kAllThreads);
+        status = GetParam().make(*store, round, batch);
+      }
+      failed = ShortMemory::Failed() > 0;
       ExpectAnswerOrNoMemory(status);
       ExpectDone(*store, round, status.ok());
       if (!status.ok()) {
@@ -149,22 +155,22 @@ class FailedRequests : public FailingMemory, public testing::WithParamInterface<
 INSTANTIATE_TEST_SUITE_P(Of, FailedRequests, testing::ValuesIn(Calls()), CaseName());
 
 TEST_P(FailedRequests, CostTheCallAloneWhenItIsOne) {
-  ExpectToCostTheCallAlone([](long first) { return first; });
+  ExpectToCostTheCallAlone(ShortMemory::Lack::kOne);
 }
 
 TEST_P(FailedRequests, CostTheCallAloneWhenItIsAllFromOneOn) {
-  ExpectToCostTheCallAlone([](long) { return std::numeric_limits<long>::max(); });
+  ExpectToCostTheCallAlone(ShortMemory::Lack::kRest);
 }
 
 TEST_F(FailingMemory, CostsAnOpeningAlone) {
   for (std::int64_t n = 1; !HasFailure(); ++n) {
     SCOPED_TRACE("request " + std::to_string(n));
-    MemoryFault fault(n);
     {
+      const ShortMemory memory(n, ShortMemory::Lack::kOne, ShortMemory::Whose::kAllThreads);
       const auto store = OpenSqliteStore(folder_.path(), kTinyOptions);
       ExpectAnswerOrNoMemory(store.status());
     }
-    if (!fault.End()) break;
+    if (ShortMemory::Failed() == 0) break;
     const auto store = MustOpen(folder_.path());
     EXPECT_EQ(CountOf(*store, 0, kOtherTag), 10);
   }
@@ -179,11 +185,14 @@ TEST_F(FailingMemory, CostsNoRecordWhileAGenerationIsWritten) {
     for (std::int64_t i = 0; i < 6; ++i) {
       EXPECT_TRUE(store->Append(BatchOf(10 * round + i)).ok()) << "as much as one generation";
     }
-    MemoryFault fault(5 * round);
-    const Status status = store->Append(BatchOf(10 * round + 6));
+    Status status;
+    {
+      const ShortMemory memory(5 * round, ShortMemory::Lack::kOne, ShortMemory::Whose::kAllThreads);
+      status = store->Append(BatchOf(10 * round + 6));
+      store = nullptr;
+    }
     ExpectAnswerOrNoMemory(status);
-    store = nullptr;
-    failed = fault.End();
+    failed = ShortMemory::Failed() > 0;
     store = MustOpen(folder_.path());
     for (std::int64_t i = 0; i < 6; ++i) EXPECT_EQ(CountOf(*store, 10 * round + i), 7);
     EXPECT_EQ(CountOf(*store, 10 * round + 6), status.ok() ? 7 : 0);
@@ -192,6 +201,69 @@ TEST_F(FailingMemory, CostsNoRecordWhileAGenerationIsWritten) {
   ExpectWholeFile(folder_.path());
 }
 
+// Under sanitizers the C library does not know how much is in use.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
+constexpr TagId kTags = 300;
+
+// Many records of one tag, then one of each of the others, which are new: each try gets a little
+// further than the one before.
+Batch ManyOfOneAndSomeOfOthers() {
+  Batch batch;
+  for (std::int64_t i = 1; i <= 1000; ++i) batch.push_back(Record(1, i, 0));
+  for (TagId tag = 2; tag <= kTags; ++tag) batch.push_back(Record(tag, 1, 0));
+  return batch;
+}
+
+// However often the n-th request of a try fails, no try keeps memory for records that others will
+// bring once more.
+void ExpectFailedTriesToKeepNothing(std::uint64_t nth, const std::function<Status()>& try_once) {
+  constexpr std::size_t kMuch = 2 << 20;
+  const std::size_t before = mallinfo2().uordblks;
+  int failed = 0;
+  for (bool is_done = false; !is_done && failed < 2000; failed += is_done ? 0 : 1) {
+    {
+      const ShortMemory memory(nth, ShortMemory::Lack::kOne);
+      is_done = try_once().ok();
+    }
+    ASSERT_LT(mallinfo2().uordblks, before + kMuch) << "after try " << failed;
+  }
+  EXPECT_GT(failed, 100) << "or hardly anything was tested";
+}
+
+TEST(FailedTries, OfAppendingInMemoryKeepNothing) {
+  const Batch batch = ManyOfOneAndSomeOfOthers();
+  const auto store = OpenMemoryStore();
+  for (TagId tag = 1; tag <= kTags; ++tag) {
+    EXPECT_TRUE(store->PutTag(TagNamed(tag, std::to_string(tag)), tag).ok());
+  }
+  EXPECT_TRUE(store->Append(std::span(batch).first(1000)).ok());
+  ExpectFailedTriesToKeepNothing(4, [&] { return store->Append(batch); });
+}
+
+TEST(FailedTries, OfSortingWhatIsPendingKeepNothing) {
+  Batch batch = ManyOfOneAndSomeOfOthers();
+  Batch first(batch.begin(), batch.begin() + 1000);
+  Pending pending;
+  for (TagId tag = 1; tag <= kTags; ++tag) {
+    pending.ReserveTag(tag);
+    pending.AddTag(tag);
+  }
+  pending.Reserve();
+  pending.Take(first);
+  pending.Sort();
+  pending.Reserve();
+  pending.Take(batch);
+  ExpectFailedTriesToKeepNothing(3, [&] {
+    return Guarded([&] {
+      pending.Sort();
+      return Status();
+    });
+  });
+}
+
+#endif
+
 TEST(Transaction, IsUndoneWithoutMemory) {
   const TempFolder folder;
   const auto file = *Connection::Open(folder.path() / "file.db");
@@ -199,9 +271,10 @@ TEST(Transaction, IsUndoneWithoutMemory) {
   const auto insert = [&] { return Query(*file, "INSERT INTO item DEFAULT VALUES").Run(); };
   std::optional<Transaction> transaction(std::in_place, *file, Transaction::Kind::kWrite);
   EXPECT_TRUE(insert().ok());
-  MemoryFault fault(1, std::numeric_limits<long>::max());
-  transaction.reset();
-  fault.End();
+  {
+    const ShortMemory memory(1);
+    transaction.reset();
+  }
   {
     Transaction next(*file, Transaction::Kind::kWrite);
     EXPECT_TRUE(insert().ok());
