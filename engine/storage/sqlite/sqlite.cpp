@@ -182,24 +182,24 @@ std::string_view Query::Bytes(int column) const {
 
 // ---- transactions ----
 
+// What undoes it is made before there is anything to undo, since that may fail for want of memory;
+// and anew each time, since SQLite makes a statement again, when it is run, that is older than an
+// index or some pragmas.
 Transaction::Transaction(Connection& connection, Kind kind) : connection_(connection) {
-  ZERVANE_ASSERT(sqlite3_get_autocommit(connection.handle_.get()) != 0);
-  // Before there is anything to undo, since to prepare a statement may fail for want of memory.
-  const Result<sqlite3_stmt*> rollback = connection.Prepared("ROLLBACK");
-  if (rollback.ok()) {
-    rollback_ = *rollback;
-    status_ = Query(connection, kind == Kind::kRead ? "BEGIN" : "BEGIN IMMEDIATE").Run();
-  } else {
-    status_ = rollback.status();
-  }
+  sqlite3* const handle = connection.handle_.get();
+  ZERVANE_ASSERT(sqlite3_get_autocommit(handle) != 0);
+  sqlite3_stmt* rollback = nullptr;
+  const int result = sqlite3_prepare_v2(handle, "ROLLBACK", -1, &rollback, nullptr);
+  rollback_.reset(rollback);
+  status_ = result == SQLITE_OK
+                ? Query(connection, kind == Kind::kRead ? "BEGIN" : "BEGIN IMMEDIATE").Run()
+                : SqliteStatus(result, handle, "ROLLBACK");
 }
 
 Transaction::~Transaction() {
   // SQLite undoes some failed transactions itself.
   const bool is_open = sqlite3_get_autocommit(connection_.handle_.get()) == 0;
-  if (!status_.ok() || !is_open) return;
-  sqlite3_step(rollback_);
-  sqlite3_reset(rollback_);
+  if (status_.ok() && is_open) sqlite3_step(rollback_.get());
 }
 
 Status Transaction::Commit() { return Query(connection_, "COMMIT").Run(); }

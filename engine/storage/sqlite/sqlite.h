@@ -140,7 +140,7 @@ class Transaction {
 
  private:
   Connection& connection_;
-  sqlite3_stmt* rollback_ = nullptr;
+  std::unique_ptr<sqlite3_stmt, Connection::CloseStatement> rollback_;
   Status status_;
 };
 
