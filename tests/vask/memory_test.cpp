@@ -147,11 +147,17 @@ INSTANTIATE_TEST_SUITE_P(Volatile, CallShortOfMemory, testing::ValuesIn(kVolatil
 class ConnectionShortOfMemory : public ShortOfMemory {
  protected:
   // Connecting asks for memory more than a thousand times, and each round takes milliseconds: half
-  // of the requests fail alone, and the other half with all that follow.
+  // of the requests fail alone, and the other half with all that follow. Under sanitizers, where a
+  // round takes ten times as long, a tenth of them.
   template <typename Round>
-  static void ForHalfOfTheRequests(Round&& round) {
-    ForEveryRequest(round, GetParam().lack == Lack::kOne ? 1 : 2, 2);
+  static void ForShareOfTheRequests(Round&& round) {
+    ForEveryRequest(round, GetParam().lack == Lack::kOne ? 1 : 1 + kStep / 2, kStep);
   }
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  static constexpr std::uint64_t kStep = 20;
+#else
+  static constexpr std::uint64_t kStep = 2;
+#endif
 
   // Each time to the folder as it was.
   static void ConnectTwice(World& world, std::uint64_t nth) {
@@ -164,7 +170,7 @@ class ConnectionShortOfMemory : public ShortOfMemory {
 TEST_P(ConnectionShortOfMemory, IsMadeAgainToANewDatabase) {
   World world(GetParam().kind);
   world.Disconnect();
-  ForHalfOfTheRequests([&](std::uint64_t nth) {
+  ForShareOfTheRequests([&](std::uint64_t nth) {
     world.ForgetAll();
     ConnectTwice(world, nth);
     const bool has_failed = ShortMemory::Failed() > 0;
@@ -187,7 +193,7 @@ TEST_P(ReconnectionShortOfMemory, IsMadeAgainToADatabaseThatWasNotClosed) {
   Populate(world);  // with a journal
   world.KeepCopy();
   world.Disconnect();
-  ForHalfOfTheRequests([&](std::uint64_t nth) {
+  ForShareOfTheRequests([&](std::uint64_t nth) {
     ConnectTwice(world, nth);
     const bool has_failed = ShortMemory::Failed() > 0;
     world.CheckAll();
