@@ -243,6 +243,17 @@ struct LogCase {
 
 void PrintTo(const LogCase& row, std::ostream* out) { *out << row.name; }
 
+// A text in another encoding than the one before it would name another file.
+TEST(EncodingThatCannotBeHadNow, FailsThatTextAloneAndIsAskedForAgain) {
+  for (const char* encoding : {"ISO-8859-1", "GB18030", "GBK"}) {
+    const std::string command =
+        std::string("env -i ZERVANE_LOG=off ZERVANE_ENCODING=") + encoding + " " CONVERT_TEXT;
+    const std::string sound = OutputOf(command + " to_system C2B7");
+    EXPECT_NE(sound, "C2B7\n");
+    EXPECT_EQ(OutputOf(command + " short_to_system C2B7 C2B7"), "failed\n" + sound) << encoding;
+  }
+}
+
 class UnusableEncoding : public testing::TestWithParam<LogCase> {};
 
 TEST_P(UnusableEncoding, IsLoggedOnceUnlessErrorsAreNot) {
