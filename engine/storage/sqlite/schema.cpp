@@ -156,14 +156,9 @@ Status PrepareWriter(Connection& connection) {
   if (Status status = UseWriteAheadLog(connection); !status.ok()) return status;
   if (Status status = connection.Execute(kWriterSettings); !status.ok()) return status;
   connection.CountLogPages();
-  Status status;
-  if (IsEmpty(*file)) {
-    status = ChangeLayout(connection, kCreateTables + CreateTagTable() + ";");
-  } else if (file->layout < kLayoutVersion) {
-    status = ChangeLayout(connection, kUpgrade);
-  }
-  connection.ForgetStatements();
-  return status;
+  if (IsEmpty(*file)) return ChangeLayout(connection, kCreateTables + CreateTagTable() + ";");
+  if (file->layout < kLayoutVersion) return ChangeLayout(connection, kUpgrade);
+  return {};
 }
 
 Status PrepareReader(Connection& connection) {

@@ -30,10 +30,6 @@ class Connection {
   // Runs statements that return nothing of interest.
   Status Execute(const char* sql);
 
-  // Forgets the statements that were used so far. SQLite makes those anew that were made before
-  // some pragmas and changes of tables, when they are next run, and there may be no memory then.
-  void ForgetStatements() { statements_.clear(); }
-
   // Whether the file can only be read.
   bool IsReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
 
