@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/catalogue/tag.h"
-#include "engine/status.h"
-#include "engine/value.h"
+#include "api/words/status.h"
+#include "api/words/tag.h"
+#include "api/words/value.h"
 
 namespace zervane {
 
@@ -39,17 +39,17 @@ class Database {
   // Creates a tag from the selected properties, the others taking their defaults (the name always
   // counts; an id is ignored). Returns its identifier. Creation and change (date, user) are stamped
   // by the database unless the mask selects them with a value other than 0 or empty.
-  virtual Result<TagId> AddTag(const TagProperties& properties, PropertyMask mask) = 0;
+  virtual Result<TagId> AddTag(const Tag& properties, PropertyMask mask) = 0;
 
   // Changes the selected properties of a tag of the class; the identifier and the class's own
   // column never change. Stamps the change as above.
-  virtual Status ModifyTag(TagId id, std::int32_t tag_class, const TagProperties& properties,
+  virtual Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties,
                            PropertyMask mask) = 0;
 
   // Deletes a tag of any class with its current value and its archive.
   virtual Status DeleteTag(TagId id) = 0;
 
-  virtual Result<TagProperties> GetTag(TagId id) = 0;
+  virtual Result<Tag> GetTag(TagId id) = 0;
 
   // The type of the tag's values, when the answer is ZR3_OK. A few nanoseconds and no lock, and
   // therefore nothing but a code: it is asked twice for every record.

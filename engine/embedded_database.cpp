@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "engine/guard.h"
-#include "engine/snapshots/acceptance.h"
+#include "engine/write/acceptance.h"
 
 namespace zervane {
 namespace {
@@ -84,7 +84,7 @@ Status EmbeddedDatabase::CheckReadable(TagId id) const {
 
 // ---- catalogue ----
 
-Result<TagId> EmbeddedDatabase::AddTag(const TagProperties& properties, PropertyMask mask) {
+Result<TagId> EmbeddedDatabase::AddTag(const Tag& properties, PropertyMask mask) {
   Result<TagId> added = TagId{0};
   Status status = queue_->Run([&] {
     added = catalogue_.Add(properties, mask, Now());
@@ -95,7 +95,7 @@ Result<TagId> EmbeddedDatabase::AddTag(const TagProperties& properties, Property
 }
 
 Status EmbeddedDatabase::ModifyTag(TagId id, std::int32_t tag_class,
-                                   const TagProperties& properties, PropertyMask mask) {
+                                   const Tag& properties, PropertyMask mask) {
   return queue_->Run([&] {
     const Result<Catalogue::Change> change =
         catalogue_.Prepare(id, tag_class, properties, mask, Now());
@@ -140,9 +140,9 @@ Status EmbeddedDatabase::DeleteTag(TagId id) {
   });
 }
 
-Result<TagProperties> EmbeddedDatabase::GetTag(TagId id) {
+Result<Tag> EmbeddedDatabase::GetTag(TagId id) {
   if (Status status = CheckOpen(); !status.ok()) return status;
-  const Catalogue::Tag tag = catalogue_.Find(id);
+  const Catalogue::TagPtr tag = catalogue_.Find(id);
   if (tag == nullptr) return NoSuchTag(id);
   return *tag;
 }

@@ -9,15 +9,15 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/archive/record_filters.h"
-#include "engine/archive/write_queue.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/clock.h"
+#include "engine/current/current_values.h"
 #include "engine/database.h"
+#include "engine/filters/record_filters.h"
 #include "engine/mutex.h"
-#include "engine/snapshots/admission.h"
-#include "engine/snapshots/current_values.h"
 #include "engine/storage/store.h"
+#include "engine/write/admission.h"
+#include "engine/write/write_queue.h"
 
 namespace zervane {
 
@@ -30,11 +30,11 @@ class EmbeddedDatabase final : public Database, private WriteQueue::Owner {
                                                 const WriteQueue::Limits& limits = {});
   ~EmbeddedDatabase() override;
 
-  Result<TagId> AddTag(const TagProperties& properties, PropertyMask mask) override;
-  Status ModifyTag(TagId id, std::int32_t tag_class, const TagProperties& properties,
+  Result<TagId> AddTag(const Tag& properties, PropertyMask mask) override;
+  Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties,
                    PropertyMask mask) override;
   Status DeleteTag(TagId id) override;
-  Result<TagProperties> GetTag(TagId id) override;
+  Result<Tag> GetTag(TagId id) override;
   ZR3_STATUS GetTagType(TagId id, TagType* type) override;
   Result<TagId> FindTag(std::string_view name) override;
   Result<std::int64_t> CatalogueVersion() override;

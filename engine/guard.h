@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 
 namespace zervane {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "engine/value.h"
+#include "api/words/value.h"
 
 namespace zervane {
 

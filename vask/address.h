@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 
 namespace zervane {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 #include "zr3Struct.h"
 
 namespace zervane {

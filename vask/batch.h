@@ -1,7 +1,7 @@
 #pragma once
 
+#include "api/words/status.h"
 #include "engine/assert.h"
-#include "engine/status.h"
 #include "zr3Struct.h"
 
 namespace zervane {

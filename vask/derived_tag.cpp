@@ -9,7 +9,7 @@ namespace {
 bool FitsColumns(std::int64_t mask, int32 columns) { return mask == -1 || mask >> columns == 0; }
 
 Status CheckTag(const Extension& extension, const void* record, PropertyMask mask) {
-  const Result<TagProperties> common = ReadCommonProperties(record, mask);
+  const Result<Tag> common = ReadCommonProperties(record, mask);
   if (!common.ok()) return common.status();
 
   Arguments arguments;

@@ -4,9 +4,9 @@
 #include <memory>
 #include <unordered_map>
 
+#include "api/words/status.h"
 #include "data_types.h"
 #include "engine/mutex.h"
-#include "engine/status.h"
 #include "engine/thread_annotations.h"
 
 namespace zervane {

@@ -15,7 +15,7 @@ using zervane::PropertyMask;
 using zervane::Result;
 using zervane::Session;
 using zervane::Status;
-using zervane::TagProperties;
+using zervane::Tag;
 using zervane::TagType;
 using zervane::UnsupportedQuery;
 
@@ -25,7 +25,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
   const Arguments arguments = ArgumentsWithTexts().Given(pProp, pMask, pTagID);
   return Call(__func__, arguments, [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
-    const Result<TagProperties> properties = zervane::ReadPointTag(*pProp, mask);
+    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
     return Deliver(session.database().AddTag(*properties, mask), pTagID);
   });
@@ -34,7 +34,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
   return Call(__func__, ArgumentsWithTexts().Given(pProp, pMask), [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMask(*pMask);
-    const Result<TagProperties> properties = zervane::ReadPointTag(*pProp, mask);
+    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
     return session.database().ModifyTag(nTagID, ZR3_TAG_CLASS_BASIC, *properties, mask);
   });
@@ -42,7 +42,7 @@ int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mas
 
 int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
   return Call(__func__, Arguments().Given(pProp), [&](Session& session) -> Status {
-    const Result<TagProperties> properties = session.database().GetTag(nTagID);
+    const Result<Tag> properties = session.database().GetTag(nTagID);
     if (!properties.ok()) return properties.status();
     if (properties->tag_class != ZR3_TAG_CLASS_BASIC) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
     zervane::FillPointTag(*properties, pProp);

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "engine/status.h"
-#include "engine/value.h"
+#include "api/words/status.h"
+#include "api/words/value.h"
 #include "zr3Struct.h"
 
 // The C records of times and values, to and from the domain. Nothing a caller hands in is trusted

@@ -120,7 +120,7 @@ void Save(const std::string& from, const PropertyColumn& column, char* to) {
 
 Status ReadMembers(const void* record, std::span<const RecordMember> members,
                    std::span<const PropertyColumn> columns, std::int64_t mask,
-                   TagProperties* properties) {
+                   Tag* properties) {
   ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     if ((mask >> i & 1) == 0) continue;
@@ -135,7 +135,7 @@ Status ReadMembers(const void* record, std::span<const RecordMember> members,
   return {};
 }
 
-void FillMembers(const TagProperties& properties, std::span<const RecordMember> members,
+void FillMembers(const Tag& properties, std::span<const RecordMember> members,
                  std::span<const PropertyColumn> columns, void* record) {
   ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
@@ -156,22 +156,22 @@ PropertyMask ReadMaskToAdd(const ZR3Mask& mask) {
   return selected;
 }
 
-Result<TagProperties> ReadCommonProperties(const void* record, PropertyMask mask) {
-  TagProperties properties;
+Result<Tag> ReadCommonProperties(const void* record, PropertyMask mask) {
+  Tag properties;
   Status status = ReadMembers(record, kCommonMembers, CommonColumns(), mask.common, &properties);
   if (!status.ok()) return status;
   return properties;
 }
 
-Result<TagProperties> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
-  Result<TagProperties> properties = ReadCommonProperties(&record, mask);
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
+  Result<Tag> properties = ReadCommonProperties(&record, mask);
   if (!properties.ok()) return properties;
   Status status = ReadMembers(&record, kPointMembers, PointColumns(), mask.extension, &*properties);
   if (!status.ok()) return status;
   return properties;
 }
 
-void FillPointTag(const TagProperties& properties, ZR3PtTagProp* record) {
+void FillPointTag(const Tag& properties, ZR3PtTagProp* record) {
   std::memset(record, 0, sizeof *record);
   FillMembers(properties, kCommonMembers, CommonColumns(), record);
   FillMembers(properties, kPointMembers, PointColumns(), record);

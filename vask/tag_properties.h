@@ -1,7 +1,7 @@
 #pragma once
 
-#include "engine/catalogue/tag.h"
-#include "engine/status.h"
+#include "api/words/status.h"
+#include "api/words/tag.h"
 #include "zr3Struct.h"
 
 // The C records of tag properties, to and from the domain. Every tag record begins with the members
@@ -17,12 +17,12 @@ PropertyMask ReadMaskToAdd(const ZR3Mask& mask);
 // The selected properties; nothing else of the record is looked at, so that may be garbage. The
 // others have their defaults. ZR3_ERR_INVALID_TEXT when a selected text does not end within its
 // array. Bits for which there is no property are ignored here.
-Result<TagProperties> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask);
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask);
 
 // The same for the members that all tag records begin with; `record` is any of them.
-Result<TagProperties> ReadCommonProperties(const void* record, PropertyMask mask);
+Result<Tag> ReadCommonProperties(const void* record, PropertyMask mask);
 
 // Fills the whole record, padding included.
-void FillPointTag(const TagProperties& properties, ZR3PtTagProp* record);
+void FillPointTag(const Tag& properties, ZR3PtTagProp* record);
 
 }  // namespace zervane

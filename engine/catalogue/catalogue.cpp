@@ -13,7 +13,7 @@
 namespace zervane {
 namespace {
 
-TagTraits TraitsOf(const TagProperties& tag) {
+TagTraits TraitsOf(const Tag& tag) {
   return {.type = static_cast<TagType>(tag.type),
           .archiving = tag.archiving,
           .filtered = FilterSettingsOf(tag).any()};
@@ -24,9 +24,9 @@ TagTraits TraitsOf(const TagProperties& tag) {
 Status Catalogue::Load() {
   Result<CatalogueImage> image = store_.LoadCatalogue();
   if (!image.ok()) return image.status();
-  for (TagProperties& tag : image->tags) {
+  for (Tag& tag : image->tags) {
     if (Status status = CheckLoaded(tag, image->last_id); !status.ok()) return status;
-    Enter(std::make_shared<const TagProperties>(std::move(tag)));
+    Enter(std::make_shared<const Tag>(std::move(tag)));
   }
   const WriterLock lock(mutex_);
   last_id_ = image->last_id;
@@ -34,7 +34,7 @@ Status Catalogue::Load() {
   return {};
 }
 
-Status Catalogue::CheckLoaded(const TagProperties& tag, TagId last_id) const {
+Status Catalogue::CheckLoaded(const Tag& tag, TagId last_id) const {
   Status status = CheckProperties(tag);
   if (status.ok()) status = CheckUnique(tag.name, tag.id);
   if (status.ok() && tag.id != kNoTag && tag.id <= last_id && Find(tag.id) == nullptr) return {};
@@ -43,7 +43,7 @@ Status Catalogue::CheckLoaded(const TagProperties& tag, TagId last_id) const {
                       status.ok() ? "identifier out of bounds or repeated" : status.message())};
 }
 
-void Catalogue::Enter(const Tag& tag) {
+void Catalogue::Enter(const TagPtr& tag) {
   tags_.Reserve(tag->id);
   tags_.Put(tag->id, TraitsOf(*tag));
   std::string name = FoldName(tag->name);
@@ -52,7 +52,7 @@ void Catalogue::Enter(const Tag& tag) {
   by_id_[tag->id] = tag;
 }
 
-Catalogue::Tag Catalogue::Find(TagId id) const {
+Catalogue::TagPtr Catalogue::Find(TagId id) const {
   const ReaderLock lock(mutex_);
   const auto found = by_id_.find(id);
   return found == by_id_.end() ? nullptr : found->second;
@@ -78,10 +78,10 @@ TagId Catalogue::LastId() const {
 
 // ---- changes ----
 
-Result<TagId> Catalogue::Add(const TagProperties& given, const PropertyMask& mask,
+Result<TagId> Catalogue::Add(const Tag& given, const PropertyMask& mask,
                              const Stamp& stamp) {
   if (Status status = CheckMask(mask); !status.ok()) return status;
-  TagProperties tag = NewTag(given, mask, stamp);
+  Tag tag = NewTag(given, mask, stamp);
   if (Status status = CheckProperties(tag); !status.ok()) return status;
   if (Status status = CheckUnique(tag.name, kNoTag); !status.ok()) return status;
   const TagId last_id = LastId();
@@ -89,22 +89,22 @@ Result<TagId> Catalogue::Add(const TagProperties& given, const PropertyMask& mas
     return Status(ZR3_ERR_TAG_IDS_EXHAUSTED, fmt::format("the last identifier was {}", last_id));
   }
   tag.id = last_id + 1;
-  Status status = Put(std::make_shared<const TagProperties>(std::move(tag)), nullptr);
+  Status status = Put(std::make_shared<const Tag>(std::move(tag)), nullptr);
   if (!status.ok()) return status;
   return last_id + 1;
 }
 
 Result<Catalogue::Change> Catalogue::Prepare(TagId id, std::int32_t tag_class,
-                                             const TagProperties& given, const PropertyMask& mask,
+                                             const Tag& given, const PropertyMask& mask,
                                              const Stamp& stamp) const {
   if (Status status = CheckMask(mask); !status.ok()) return status;
-  const Tag tag = Find(id);
+  const TagPtr tag = Find(id);
   if (tag == nullptr) return NoSuchTag(id);
   if (tag->tag_class != tag_class) {
     return Status(ZR3_ERR_INVALID_TAG_CLASS,
                   fmt::format("tag {} has class {}, not {}", id, tag->tag_class, tag_class));
   }
-  auto changed = std::make_shared<const TagProperties>(ChangedTag(*tag, given, mask, stamp));
+  auto changed = std::make_shared<const Tag>(ChangedTag(*tag, given, mask, stamp));
   if (Status status = CheckProperties(*changed); !status.ok()) return status;
   if (Status status = CheckUnique(changed->name, id); !status.ok()) return status;
   return Change{.before = tag, .after = std::move(changed)};
@@ -118,7 +118,7 @@ Status Catalogue::Modify(const Change& change) {
 }
 
 Status Catalogue::Remove(TagId id) {
-  const Tag tag = Find(id);
+  const TagPtr tag = Find(id);
   if (tag == nullptr) return NoSuchTag(id);
   const std::string name = FoldName(tag->name);
   if (Status status = store_.RemoveTag(id, Version() + 1); !status.ok()) return status;
@@ -136,7 +136,7 @@ Status Catalogue::CheckUnique(const std::string& name, TagId id) const {
   return {ZR3_ERR_TAG_EXISTS, fmt::format("'{}' is tag {}", name, *owner)};
 }
 
-Status Catalogue::Put(const Tag& tag, const Tag& replaced) {
+Status Catalogue::Put(const TagPtr& tag, const TagPtr& replaced) {
   const std::string name = FoldName(tag->name);
   const std::string old_name = replaced == nullptr ? name : FoldName(replaced->name);
   const std::int64_t version = Version() + 1;
@@ -167,7 +167,7 @@ void Catalogue::RemoveEmptyPlaces(TagId id, const std::string& name) noexcept {
   if (owner != by_name_.end() && owner->second == kNoTag) by_name_.erase(owner);
 }
 
-void Catalogue::Publish(const Tag& tag, const std::string& name, const std::string& old_name,
+void Catalogue::Publish(const TagPtr& tag, const std::string& name, const std::string& old_name,
                         std::int64_t version) noexcept {
   const TagId id = tag->id;
   tags_.Put(id, TraitsOf(*tag));

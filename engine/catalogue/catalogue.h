@@ -8,11 +8,11 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "api/words/status.h"
+#include "api/words/tag.h"
 #include "engine/catalogue/rules.h"
-#include "engine/catalogue/tag.h"
 #include "engine/catalogue/tag_index.h"
 #include "engine/mutex.h"
-#include "engine/status.h"
 #include "engine/storage/store.h"
 
 namespace zervane {
@@ -24,12 +24,12 @@ namespace zervane {
 // Threads: any may read; Load and all that changes are called by one thread at a time.
 class Catalogue {
  public:
-  using Tag = std::shared_ptr<const TagProperties>;
+  using TagPtr = std::shared_ptr<const Tag>;
 
   // A change of a tag that breaks no rule. It holds until the catalogue changes.
   struct Change {
-    Tag before;
-    Tag after;
+    TagPtr before;
+    TagPtr after;
 
     bool changes_type() const { return before->type != after->type; }
   };
@@ -40,7 +40,7 @@ class Catalogue {
   Status Load() EXCLUDES(mutex_);
 
   // Null when there is none.
-  Tag Find(TagId id) const EXCLUDES(mutex_);
+  TagPtr Find(TagId id) const EXCLUDES(mutex_);
   // Without regard to ASCII case.
   std::optional<TagId> FindByName(std::string_view name) const EXCLUDES(mutex_);
   std::int64_t Version() const EXCLUDES(mutex_);
@@ -49,7 +49,7 @@ class Catalogue {
   const TagIndex& tags() const { return tags_; }
   TagIndex& tags() { return tags_; }
 
-  Result<TagId> Add(const TagProperties& given, const PropertyMask& mask, const Stamp& stamp);
+  Result<TagId> Add(const Tag& given, const PropertyMask& mask, const Stamp& stamp);
 
   // Checks a change against all rules but one: whether the tag holds records, which fix its type,
   // is for others to know. Nothing has happened yet:
@@ -57,28 +57,28 @@ class Catalogue {
   //   const Result<Catalogue::Change> change = catalogue.Prepare(...);
   //   if (!change.ok()) return change.status();
   //   return catalogue.Modify(*change);
-  Result<Change> Prepare(TagId id, std::int32_t tag_class, const TagProperties& given,
+  Result<Change> Prepare(TagId id, std::int32_t tag_class, const Tag& given,
                          const PropertyMask& mask, const Stamp& stamp) const;
   Status Modify(const Change& change);
 
   Status Remove(TagId id);
 
  private:
-  Status CheckLoaded(const TagProperties& tag, TagId last_id) const;
-  void Enter(const Tag& tag) EXCLUDES(mutex_);  // that is loaded
+  Status CheckLoaded(const Tag& tag, TagId last_id) const;
+  void Enter(const TagPtr& tag) EXCLUDES(mutex_);  // that is loaded
   // ZR3_ERR_TAG_EXISTS when another tag than `id` has the name.
   Status CheckUnique(const std::string& name, TagId id) const;
   TagId LastId() const EXCLUDES(mutex_);
 
   // Has the store keep the tag, in place of `replaced` unless that is null, and memory follow.
-  Status Put(const Tag& tag, const Tag& replaced);
+  Status Put(const TagPtr& tag, const TagPtr& replaced);
 
   // Places for a tag and its folded name, where there are none yet. Nobody finds a tag by an empty
   // one; filling it cannot fail.
   void MakePlaces(TagId id, const std::string& name) EXCLUDES(mutex_);
   void RemoveEmptyPlaces(TagId id, const std::string& name) noexcept EXCLUDES(mutex_);
   // Fills the places of a tag, and frees the folded name that it had, if that was another.
-  void Publish(const Tag& tag, const std::string& name, const std::string& old_name,
+  void Publish(const TagPtr& tag, const std::string& name, const std::string& old_name,
                std::int64_t version) noexcept EXCLUDES(mutex_);
 
   Store& store_;
@@ -87,7 +87,7 @@ class Catalogue {
   static constexpr TagId kNoTag = 0;
 
   mutable SharedMutex mutex_;
-  std::map<TagId, Tag> by_id_ GUARDED_BY(mutex_);                      // null: an empty place
+  std::map<TagId, TagPtr> by_id_ GUARDED_BY(mutex_);                      // null: an empty place
   std::unordered_map<std::string, TagId> by_name_ GUARDED_BY(mutex_);  // folded; kNoTag: likewise
   TagId last_id_ GUARDED_BY(mutex_) = 0;  // the highest identifier ever given
   std::int64_t version_ GUARDED_BY(mutex_) = 0;

@@ -3,7 +3,7 @@
 namespace zervane {
 namespace {
 
-bool HoldsNumbers(const TagProperties& tag) {
+bool HoldsNumbers(const Tag& tag) {
   switch (static_cast<TagType>(tag.type)) {
     case TagType::kInt8:
     case TagType::kInt16:
@@ -23,7 +23,7 @@ std::int64_t MillisecondsOf(std::int32_t seconds) { return std::int64_t{seconds}
 
 }  // namespace
 
-FilterSettings FilterSettingsOf(const TagProperties& tag) {
+FilterSettings FilterSettingsOf(const Tag& tag) {
   if (!tag.archiving || !HoldsNumbers(tag)) return {};
   FilterSettings settings = {.exception_deviation = tag.exc_dev,
                              .exception_max_ms = MillisecondsOf(tag.exc_max_time)};

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "engine/catalogue/tag.h"
+#include "api/words/tag.h"
 
 namespace zervane {
 
@@ -21,6 +21,6 @@ struct FilterSettings {
 };
 
 // Those of a tag that archives numbers; of any other, all tests are off.
-FilterSettings FilterSettingsOf(const TagProperties& tag);
+FilterSettings FilterSettingsOf(const Tag& tag);
 
 }  // namespace zervane

@@ -26,24 +26,24 @@ bool HasUnknownBit(std::int64_t mask, std::size_t known_bits) {
 
 // Whether one property of a tag is outside its range.
 struct IsOutOfRange {
-  const TagProperties& tag;
+  const Tag& tag;
   const PropertyColumn& column;
 
-  bool operator()(std::string TagProperties::*member) const {
+  bool operator()(std::string Tag::*member) const {
     const std::string& text = tag.*member;
     return text.size() > column.max_bytes || text.find('\0') != std::string::npos;
   }
-  bool operator()(std::int32_t TagProperties::*member) const {
+  bool operator()(std::int32_t Tag::*member) const {
     const std::int32_t number = tag.*member;
     if (column.non_negative && number < 0) return true;
     return column.min <= column.max && (number < column.min || number > column.max);
   }
-  bool operator()(float TagProperties::*member) const {
+  bool operator()(float Tag::*member) const {
     const float number = tag.*member;
     return !std::isfinite(number) || (column.non_negative && number < 0);
   }
   template <typename T>
-  bool operator()(T TagProperties::*) const {
+  bool operator()(T Tag::*) const {
     return false;
   }
 };
@@ -59,7 +59,7 @@ ZR3_STATUS FaultOf(const PropertyColumn& column) {
   }
 }
 
-Status CheckColumns(const TagProperties& tag, std::span<const PropertyColumn> columns) {
+Status CheckColumns(const Tag& tag, std::span<const PropertyColumn> columns) {
   for (const PropertyColumn& column : columns) {
     if (std::visit(IsOutOfRange{tag, column}, column.member)) {
       return {FaultOf(column), fmt::format("'{}': {} is out of range", tag.name, column.name)};
@@ -69,14 +69,14 @@ Status CheckColumns(const TagProperties& tag, std::span<const PropertyColumn> co
 }
 
 void CopySelected(std::span<const PropertyColumn> columns, std::int64_t mask,
-                  const TagProperties& from, TagProperties& to) {
+                  const Tag& from, Tag& to) {
   for (std::size_t bit = 0; bit < columns.size(); ++bit) {
     if (!Selects(mask, bit)) continue;
     std::visit([&](auto member) { to.*member = from.*member; }, columns[bit].member);
   }
 }
 
-void CopySelected(const PropertyMask& mask, const TagProperties& from, TagProperties& to) {
+void CopySelected(const PropertyMask& mask, const Tag& from, Tag& to) {
   CopySelected(CommonColumns(), mask.common, from, to);
   CopySelected(PointColumns(), mask.extension, from, to);
 }
@@ -110,7 +110,7 @@ bool SelectsCommon(const PropertyMask& mask, std::int32_t column) {
   return Selects(mask.common, static_cast<std::size_t>(column));
 }
 
-Status CheckProperties(const TagProperties& tag) {
+Status CheckProperties(const Tag& tag) {
   if (Status status = CheckName(tag.name); !status.ok()) return status;
   if (Status status = CheckColumns(tag, CommonColumns()); !status.ok()) return status;
   if (tag.tag_class != ZR3_TAG_CLASS_BASIC) {
@@ -125,8 +125,8 @@ Stamp MakeStamp(std::int64_t now_ms, std::string user) {
   return {static_cast<std::uint32_t>(seconds), std::move(user)};
 }
 
-TagProperties NewTag(const TagProperties& given, const PropertyMask& mask, const Stamp& stamp) {
-  TagProperties tag;
+Tag NewTag(const Tag& given, const PropertyMask& mask, const Stamp& stamp) {
+  Tag tag;
   CopySelected(mask, given, tag);
   tag.name = given.name;
   tag.id = 0;
@@ -137,9 +137,9 @@ TagProperties NewTag(const TagProperties& given, const PropertyMask& mask, const
   return tag;
 }
 
-TagProperties ChangedTag(const TagProperties& tag, const TagProperties& given,
+Tag ChangedTag(const Tag& tag, const Tag& given,
                          const PropertyMask& mask, const Stamp& stamp) {
-  TagProperties changed = tag;
+  Tag changed = tag;
   changed.change_date = 0;
   changed.changer.clear();
   CopySelected(mask, given, changed);

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "engine/catalogue/tag.h"
-#include "engine/status.h"
-#include "engine/value.h"
+#include "api/words/status.h"
+#include "api/words/tag.h"
+#include "api/words/value.h"
 
 // The rules of the catalogue, each a function of its arguments alone.
 namespace zervane {
@@ -28,7 +28,7 @@ bool SelectsCommon(const PropertyMask& mask, std::int32_t column);
 // ZR3_ERR_INVALID_TAG_CLASS (only point tags are kept), or ZR3_ERR_INVALID_PROPERTY: an enumeration
 // out of bounds, a text too long or with a NUL inside, a float that is not finite, a negative
 // deviation or time.
-Status CheckProperties(const TagProperties& tag);
+Status CheckProperties(const Tag& tag);
 
 // Who changes the catalogue, and when.
 struct Stamp {
@@ -39,11 +39,11 @@ Stamp MakeStamp(std::int64_t now_ms, std::string user);
 
 // The tag that is added: the name and the selected properties as given, the others at their
 // defaults; creation and change are stamped where they came as 0 or empty. The identifier is 0.
-TagProperties NewTag(const TagProperties& given, const PropertyMask& mask, const Stamp& stamp);
+Tag NewTag(const Tag& given, const PropertyMask& mask, const Stamp& stamp);
 
 // The tag after a change: the selected properties as given, the others as they were. The identifier
 // stays. Creation given as 0 or empty stays too; change is then stamped.
-TagProperties ChangedTag(const TagProperties& tag, const TagProperties& given,
+Tag ChangedTag(const Tag& tag, const Tag& given,
                          const PropertyMask& mask, const Stamp& stamp);
 
 // The status of an operation on a tag that does not exist: ZR3_ERR_TAG_NOT_FOUND.

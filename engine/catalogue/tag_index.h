@@ -7,7 +7,7 @@
 #include <memory>
 #include <optional>
 
-#include "engine/value.h"
+#include "api/words/value.h"
 
 namespace zervane {
 

@@ -2,7 +2,7 @@
 
 #include <span>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 #include "engine/storage/store.h"
 
 namespace zervane::storage {

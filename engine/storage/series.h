@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "api/words/value.h"
 #include "engine/assert.h"
-#include "engine/value.h"
 
 namespace zervane::storage {
 

@@ -8,15 +8,15 @@
 #include <span>
 #include <vector>
 
-#include "engine/catalogue/tag.h"
-#include "engine/status.h"
-#include "engine/value.h"
+#include "api/words/status.h"
+#include "api/words/tag.h"
+#include "api/words/value.h"
 
 namespace zervane {
 
 // What a store keeps of the catalogue.
 struct CatalogueImage {
-  std::vector<TagProperties> tags;  // in order of identifier
+  std::vector<Tag> tags;  // in order of identifier
   TagId last_id = 0;                // the highest identifier ever given
   std::int64_t version = 0;
 };
@@ -46,7 +46,7 @@ class Store {
   virtual Result<CatalogueImage> LoadCatalogue() = 0;
 
   // Adds or replaces the tag of properties.id; last_id becomes at least that.
-  virtual Status PutTag(const TagProperties& properties, std::int64_t version) = 0;
+  virtual Status PutTag(const Tag& properties, std::int64_t version) = 0;
 
   // Removes the tag with its current value and its archive; one that is not there is no failure.
   virtual Status RemoveTag(TagId id, std::int64_t version) = 0;

@@ -21,7 +21,7 @@ class EmbeddedCatalogue : public EmbeddedTest {
   }
 
   Status Retype(TagId id, TagType type) {
-    TagProperties given;
+    Tag given;
     given.type = static_cast<std::int32_t>(type);
     return database_->ModifyTag(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0});
   }
@@ -37,7 +37,7 @@ TEST_F(EmbeddedCatalogue, AnswersByIdentifierAndByName) {
 
 TEST_F(EmbeddedCatalogue, StampsTagsWithItsClockAndItsUser) {
   const TagId id = AddTag("a");
-  const Result<TagProperties> tag = database_->GetTag(id);
+  const Result<Tag> tag = database_->GetTag(id);
   EXPECT_EQ(tag->creation_date, 1'700'000'000U);
   EXPECT_EQ(tag->creator, "admin");
   EXPECT_EQ(tag->changer, "admin");
@@ -61,7 +61,7 @@ TEST_F(EmbeddedCatalogue, SaysSoWhenThereIsNoSuchTag) {
 TEST_F(EmbeddedCatalogue, StaysAsItWasWhenTheStoreRefuses) {
   AddTag("a");
   disk_->FailCatalogue(true);
-  TagProperties other;
+  Tag other;
   other.name = "b";
   EXPECT_EQ(database_->AddTag(other, {}).code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(database_->DeleteTag(1).code(), ZR3_ERR_STORAGE_FULL);
@@ -166,7 +166,7 @@ TEST_F(EmbeddedCatalogue, KeepsTheQueuedRecordsOfATagThatTheStoreDidNotRemove) {
 TEST_F(EmbeddedCatalogue, HoldsAfterReopeningWhatItHeldBefore) {
   const TagId id = AddTag("a", TagType::kString);
   EXPECT_EQ(Write({{id, TextAt(10, "on")}}).status, ZR3_OK);
-  const TagProperties before = *database_->GetTag(id);
+  const Tag before = *database_->GetTag(id);
   Reopen();
   EXPECT_EQ(*database_->GetTag(id), before);
   EXPECT_EQ(*database_->CatalogueVersion(), 1);
@@ -184,7 +184,7 @@ TEST(OpenEmbedded, RefusesAUserThatCannotStandInATag) {
 }
 
 TEST(OpenEmbedded, RefusesACurrentValueThatBreaksARule) {
-  TagProperties tag;
+  Tag tag;
   tag.name = "a";
   tag.id = 1;
   const TagSample damaged[] = {{2, NumberAt(10)},
@@ -204,7 +204,7 @@ TEST(OpenVolatile, GivesADatabaseOfItsOwnEachTime) {
   const auto first = OpenVolatile();
   const auto second = OpenVolatile();
   ASSERT_TRUE(first.ok() && second.ok());
-  TagProperties tag;
+  Tag tag;
   tag.name = "a";
   EXPECT_EQ(*(*first)->AddTag(tag, {}), 1U);
   EXPECT_EQ((*first)->GetTag(1)->creator, "admin");

@@ -70,7 +70,7 @@ class EmbeddedConcurrency : public EmbeddedTest {
     for (int i = 0; !is_over; ++i) {
       const TagId id = AddTag("temporary" + std::to_string(i));
       EXPECT_EQ(WriteAt(id, 10, WriteAnswer::kQueued), ZR3_OK);
-      TagProperties renamed;
+      Tag renamed;
       renamed.name = "renamed" + std::to_string(i);
       EXPECT_TRUE(database_->ModifyTag(id, ZR3_TAG_CLASS_BASIC, renamed, {1, 0}).ok());
       EXPECT_EQ(*database_->FindTag(renamed.name), id);
@@ -142,7 +142,7 @@ TEST_F(EmbeddedConcurrency, ChangesATypeOnlyBetweenRecords) {
   constexpr int kTags = 200;
   for (int i = 0; i < kTags; ++i) AddTag("tag" + std::to_string(i));
   std::thread retyping([&] {
-    TagProperties text;
+    Tag text;
     text.type = ZR3_TAG_TYPE_STRING;
     const PropertyMask type = {std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_TYPE, 0};
     for (TagId tag = 1; tag <= kTags; ++tag) {
@@ -156,7 +156,7 @@ TEST_F(EmbeddedConcurrency, ChangesATypeOnlyBetweenRecords) {
   }
   retyping.join();
   EXPECT_TRUE(database_->Close().ok());
-  for (const TagProperties& tag : disk_->image().tags) {
+  for (const Tag& tag : disk_->image().tags) {
     const std::optional<Sample> current = disk_->current(tag.id);
     const bool is_text = tag.type == ZR3_TAG_TYPE_STRING;
     EXPECT_EQ(is_text, !current.has_value()) << tag.id;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/engine/archive/points.h"
-#include "tests/engine/archive/shared_store.h"
 #include "tests/engine/embedded_fixture.h"
+#include "tests/engine/filters/points.h"
+#include "tests/engine/filters/shared_store.h"
 #include "tests/support/case_name.h"
 #include "tests/support/seed.h"
 
@@ -20,8 +20,8 @@ namespace {
 constexpr WriteAnswer kDurable = WriteAnswer::kDurable;
 constexpr WriteAnswer kQueued = WriteAnswer::kQueued;
 
-TagProperties FilteredTag(float exc_dev, float comp_dev) {
-  TagProperties tag;
+Tag FilteredTag(float exc_dev, float comp_dev) {
+  Tag tag;
   tag.name = "filtered";
   tag.exc_dev = exc_dev;
   tag.comp_type = ZR3_COMP_TYPE_SDT;
@@ -33,7 +33,7 @@ PropertyMask MaskOf(int column) { return {std::int64_t{1} << column, 0}; }
 
 class EmbeddedFilter : public EmbeddedTest {
  protected:
-  TagId Add(const TagProperties& tag) {
+  TagId Add(const Tag& tag) {
     const Result<TagId> id = database_->AddTag(tag, {});
     EXPECT_TRUE(id.ok()) << id.status().message();
     return id.ok() ? *id : 0;
@@ -60,7 +60,7 @@ class EmbeddedFilter : public EmbeddedTest {
     for (const auto& [time_ms, sample] : disk_->archive(id)) samples.push_back(sample);
     return samples;
   }
-  Status Modify(TagId id, int column, const TagProperties& tag) {
+  Status Modify(TagId id, int column, const Tag& tag) {
     return database_->ModifyTag(id, ZR3_TAG_CLASS_BASIC, tag, MaskOf(column));
   }
 };
@@ -139,7 +139,7 @@ TEST_F(EmbeddedFilter, LeavesOtherTagsOfABatchAlone) {
 }
 
 TEST_F(EmbeddedFilter, ArchivesEveryTextWhateverItsDeviations) {
-  TagProperties tag = FilteredTag(1, 1);
+  Tag tag = FilteredTag(1, 1);
   tag.type = ZR3_TAG_TYPE_STRING;
   const TagId id = Add(tag);
   WriteEach(id, {TextAt(1, "a"), TextAt(2, "a"), TextAt(3, "a")});
@@ -198,7 +198,7 @@ TEST_F(EmbeddedFilter, ArchivesAllThatIsHeldBeforeATagLosesItsFilters) {
 TEST_F(EmbeddedFilter, ArchivesAllThatIsHeldBeforeATagCeasesToArchive) {
   const TagId id = AddHolding();
   Reopen();
-  TagProperties tag;
+  Tag tag;
   tag.archiving = false;
   EXPECT_TRUE(Modify(id, ZR3_TAG_COL_COMM_PROP_ARCHIVING, tag).ok());
   WriteEach(id, {NumberAt(4000, 70)});
@@ -223,7 +223,7 @@ TEST_P(RefusedFilterChange, LeavesTheArchiveAndWhatIsHeldAsTheyWere) {
   const TagId id = AddHolding();
   const RefusedChange& change = GetParam();
   const TagId changed = change.code == ZR3_ERR_TAG_NOT_FOUND ? id + 1 : id;
-  TagProperties given;
+  Tag given;
   given.name = "TAKEN";
   given.type = ZR3_TAG_TYPE_INT32;
   given.comp_dev = -1;
@@ -258,14 +258,14 @@ TEST_F(EmbeddedFilter, KeepsTheTypeOfATagOfWhichOnlyAHeldRecordIsLeft) {
   disk_->LoseCurrent(id);
   disk_->LoseArchive(id);
   Reopen();
-  TagProperties given;
+  Tag given;
   given.type = ZR3_TAG_TYPE_INT32;
   EXPECT_EQ(Modify(id, ZR3_TAG_COL_COMM_PROP_TAG_TYPE, given).code(), ZR3_ERR_TAG_HAS_RECORDS);
   EXPECT_EQ(disk_->held(id), NumberAt(2000, 9));
 }
 
 TEST_F(EmbeddedFilter, StartsFromACurrentValueThatTheArchiveHolds) {
-  TagProperties tag = FilteredTag(1, 0);
+  Tag tag = FilteredTag(1, 0);
   tag.archiving = false;
   const TagId id = Add(tag);
   WriteEach(id, {NumberAt(1000, 5)});
@@ -278,7 +278,7 @@ TEST_F(EmbeddedFilter, StartsFromACurrentValueThatTheArchiveHolds) {
 TEST_F(EmbeddedFilter, TakesNewDeviationsWithTheNextRecord) {
   const TagId id = AddReporting();
   WriteEach(id, {NumberAt(1000, 5), NumberAt(2000, 5.5)});
-  TagProperties tag;
+  Tag tag;
   tag.exc_dev = 100;
   EXPECT_TRUE(Modify(id, ZR3_TAG_COL_COMM_PROP_EXC_DEV, tag).ok());
   WriteEach(id, {NumberAt(3000, 90), NumberAt(4000, 190)});
@@ -346,7 +346,7 @@ TEST_F(EmbeddedFilter, FiltersTheOtherBatchesOfARefusedGroup) {
 TEST_F(EmbeddedFilter, ChangesNoTagWhoseHeldRecordsTheStoreRefuses) {
   const TagId id = AddHolding();
   disk_->FailAppends(1);
-  TagProperties tag;
+  Tag tag;
   tag.exc_dev = 100;
   EXPECT_EQ(Modify(id, ZR3_TAG_COL_COMM_PROP_EXC_DEV, tag).code(), ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(database_->GetTag(id)->exc_dev, 1);
@@ -478,7 +478,7 @@ TEST_F(FilteredStream, IsRebuiltWithinTheDeviationWhateverHappensInBetween) {
   std::mt19937_64 random(seed.value());
   for (int stream = 0; stream < 20; ++stream) {
     SCOPED_TRACE(testing::Message() << "stream " << stream);
-    TagProperties tag = FilteredTag(0, 1);
+    Tag tag = FilteredTag(0, 1);
     tag.name += std::to_string(stream);
     const TagId id = *database_->AddTag(tag, {});
     written_.clear();

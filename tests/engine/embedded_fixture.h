@@ -37,7 +37,7 @@ class EmbeddedTest : public testing::Test {
   }
 
   TagId AddTag(const std::string& name, TagType type = TagType::kFloat64, bool archiving = true) {
-    TagProperties tag;
+    Tag tag;
     tag.name = name;
     tag.type = static_cast<std::int32_t>(type);
     tag.archiving = archiving;

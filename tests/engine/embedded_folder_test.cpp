@@ -37,7 +37,7 @@ class EmbeddedFolder : public testing::Test {
 
 TEST_F(EmbeddedFolder, HoldsItsTagsAndRecordsFromRunToRun) {
   ASSERT_NO_FATAL_FAILURE(Open());
-  TagProperties tag;
+  Tag tag;
   tag.name = "a";
   tag.creation_date = tag.change_date = 7;
   ASSERT_EQ(*database_->AddTag(tag, {}), 1U);
@@ -60,7 +60,7 @@ TEST_F(EmbeddedFolder, HoldsItsTagsAndRecordsFromRunToRun) {
 
 TEST_F(EmbeddedFolder, NeverUsesAnIdentifierAgain) {
   ASSERT_NO_FATAL_FAILURE(Open());
-  TagProperties tag;
+  Tag tag;
   tag.name = "a";
   ASSERT_EQ(*database_->AddTag(tag, {}), 1U);
   ASSERT_TRUE(database_->DeleteTag(1).ok());

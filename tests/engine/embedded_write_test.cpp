@@ -103,7 +103,7 @@ TEST_F(EmbeddedWrite, ArchivesOnlyTagsThatArchive) {
   EXPECT_EQ(*database_->CountRecords(id, {}), 0);
   EXPECT_EQ(disk_->current(id), NumberAt(10));
 
-  TagProperties archiving;
+  Tag archiving;
   const PropertyMask mask = {std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_ARCHIVING, 0};
   EXPECT_TRUE(database_->ModifyTag(id, ZR3_TAG_CLASS_BASIC, archiving, mask).ok());
   EXPECT_EQ(WriteAt(id, 11), ZR3_OK);

@@ -51,7 +51,7 @@ CatalogueImage FakeDisk::image() const {
 
 void FakeDisk::set_image(CatalogueImage image) {
   const std::lock_guard lock(mutex_);
-  for (TagProperties& tag : image.tags) tags_[tag.id] = std::move(tag);
+  for (Tag& tag : image.tags) tags_[tag.id] = std::move(tag);
   last_id_ = image.last_id;
   version_ = image.version;
 }
@@ -106,7 +106,7 @@ void FakeDisk::WaitWhileHeld(std::unique_lock<std::mutex>& lock) {
   is_held_ = false;
 }
 
-Status FakeDisk::PutTag(const TagProperties& properties, std::int64_t version) {
+Status FakeDisk::PutTag(const Tag& properties, std::int64_t version) {
   std::unique_lock lock(mutex_);
   WaitWhileHeld(lock);
   if (catalogue_fails_) return {ZR3_ERR_STORAGE_FULL, "dictated"};

@@ -52,7 +52,7 @@ class FakeDisk {
   int orphans() const;
 
   // The operations of its store.
-  Status PutTag(const TagProperties& properties, std::int64_t version);
+  Status PutTag(const Tag& properties, std::int64_t version);
   Status RemoveTag(TagId id, std::int64_t version);
   std::vector<TagSample> LoadCurrent() const;
   Status Append(std::span<const AcceptedSample> records);
@@ -71,7 +71,7 @@ class FakeDisk {
   bool catalogue_fails_ = false;
   bool throws_ = false;
 
-  std::map<TagId, TagProperties> tags_;
+  std::map<TagId, Tag> tags_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;
   std::map<TagId, std::map<std::int64_t, Sample>> archive_;
@@ -87,7 +87,7 @@ class FakeStore : public Store {
   explicit FakeStore(std::shared_ptr<FakeDisk> disk) : disk_(std::move(disk)) {}
 
   Result<CatalogueImage> LoadCatalogue() override { return disk_->image(); }
-  Status PutTag(const TagProperties& properties, std::int64_t version) override {
+  Status PutTag(const Tag& properties, std::int64_t version) override {
     return disk_->PutTag(properties, version);
   }
   Status RemoveTag(TagId id, std::int64_t version) override {

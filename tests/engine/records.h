@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "api/words/value.h"
 #include "engine/storage/store.h"
-#include "engine/value.h"
 
 namespace zervane {
 

@@ -11,7 +11,7 @@ constexpr std::int64_t kNowMs = 1'700'000'000'123;
 }  // namespace
 
 TagId FakeDatabase::Add(const std::string& name, TagType type) {
-  TagProperties properties;
+  Tag properties;
   properties.name = name;
   properties.type = static_cast<std::int32_t>(type);
   const std::lock_guard lock(mutex_);
@@ -26,13 +26,13 @@ Status FakeDatabase::Enter() {
   return on_call ? on_call() : Status();
 }
 
-Result<FakeDatabase::Tag*> FakeDatabase::Find(TagId id) {
+Result<FakeDatabase::Kept*> FakeDatabase::Find(TagId id) {
   const auto found = tags_.find(id);
   if (found == tags_.end()) return Status(ZR3_ERR_TAG_NOT_FOUND, "tag " + std::to_string(id));
   return &found->second;
 }
 
-Result<TagId> FakeDatabase::AddTag(const TagProperties& properties, PropertyMask mask) {
+Result<TagId> FakeDatabase::AddTag(const Tag& properties, PropertyMask mask) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);
   last_properties_ = properties;
@@ -46,13 +46,13 @@ Result<TagId> FakeDatabase::AddTag(const TagProperties& properties, PropertyMask
   return last_id_;
 }
 
-Status FakeDatabase::ModifyTag(TagId id, std::int32_t tag_class, const TagProperties& properties,
+Status FakeDatabase::ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties,
                                PropertyMask mask) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);
   last_properties_ = properties;
   last_mask_ = mask;
-  const Result<Tag*> tag = Find(id);
+  const Result<Kept*> tag = Find(id);
   if (!tag.ok()) return tag.status();
   if ((*tag)->properties.tag_class != tag_class) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
   ++version_;
@@ -67,16 +67,16 @@ Status FakeDatabase::DeleteTag(TagId id) {
   return {};
 }
 
-Result<TagProperties> FakeDatabase::GetTag(TagId id) {
+Result<Tag> FakeDatabase::GetTag(TagId id) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);
-  const Result<Tag*> tag = Find(id);
+  const Result<Kept*> tag = Find(id);
   if (!tag.ok()) return tag.status();
   return (*tag)->properties;
 }
 
 ZR3_STATUS FakeDatabase::GetTagType(TagId id, TagType* type) {
-  const Result<TagProperties> tag = GetTag(id);
+  const Result<Tag> tag = GetTag(id);
   if (tag.ok()) *type = static_cast<TagType>(tag->type);
   return tag.code();
 }
@@ -97,7 +97,7 @@ Result<std::int64_t> FakeDatabase::CatalogueVersion() {
 }
 
 ZR3_STATUS FakeDatabase::Judge(const TagSample& record, WriteOrder order) {
-  const Result<Tag*> tag = Find(record.tag);
+  const Result<Kept*> tag = Find(record.tag);
   if (!tag.ok()) return tag.code();
   const auto& [properties, records] = **tag;
   if (properties.type != static_cast<std::int32_t>(record.sample.type)) {
@@ -135,7 +135,7 @@ Status FakeDatabase::Write(std::vector<TagSample>&& batch, WriteOrder order, Wri
 Result<Sample> FakeDatabase::ReadCurrent(TagId id) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);
-  const Result<Tag*> tag = Find(id);
+  const Result<Kept*> tag = Find(id);
   if (!tag.ok()) return tag.status();
   if ((*tag)->records.empty()) return Status(ZR3_ERR_NO_RECORD, {});
   return (*tag)->records.rbegin()->second;
@@ -152,7 +152,7 @@ Result<std::vector<Sample>> FakeDatabase::ReadRecords(TagId id, TimeRange range,
                                                       Direction direction, std::size_t limit) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);
-  const Result<Tag*> tag = Find(id);
+  const Result<Kept*> tag = Find(id);
   if (!tag.ok()) return tag.status();
   std::vector<Sample> samples;
   for (const auto& [time_ms, sample] : (*tag)->records) {

@@ -24,7 +24,7 @@ class FakeDatabase : public Database {
   TagId Add(const std::string& name, TagType type);
 
   int calls() const { return calls_; }
-  const TagProperties& last_properties() const { return last_properties_; }
+  const Tag& last_properties() const { return last_properties_; }
   PropertyMask last_mask() const { return last_mask_; }
   WriteOrder last_order() const { return last_order_; }
   WriteAnswer last_answer() const { return last_answer_; }
@@ -36,11 +36,11 @@ class FakeDatabase : public Database {
   // What CountRecords answers from now on.
   void CountAs(std::int64_t count) { count_ = count; }
 
-  Result<TagId> AddTag(const TagProperties& properties, PropertyMask mask) override;
-  Status ModifyTag(TagId id, std::int32_t tag_class, const TagProperties& properties,
+  Result<TagId> AddTag(const Tag& properties, PropertyMask mask) override;
+  Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties,
                    PropertyMask mask) override;
   Status DeleteTag(TagId id) override;
-  Result<TagProperties> GetTag(TagId id) override;
+  Result<Tag> GetTag(TagId id) override;
   ZR3_STATUS GetTagType(TagId id, TagType* type) override;
   Result<TagId> FindTag(std::string_view name) override;
   Result<std::int64_t> CatalogueVersion() override;
@@ -54,24 +54,24 @@ class FakeDatabase : public Database {
   Status Close() override;
 
  private:
-  struct Tag {
-    TagProperties properties;
+  struct Kept {
+    Tag properties;
     std::map<std::int64_t, Sample> records;
   };
 
   Status Enter();
-  Result<Tag*> Find(TagId id);
+  Result<Kept*> Find(TagId id);
   ZR3_STATUS Judge(const TagSample& record, WriteOrder order);
 
   std::mutex mutex_;  // guards the tags and their version
-  std::map<TagId, Tag> tags_;
+  std::map<TagId, Kept> tags_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;
 
   std::atomic<int> calls_{0};
   ZR3_STATUS write_status_ = ZR3_OK;
   std::int64_t count_ = -1;
-  TagProperties last_properties_;
+  Tag last_properties_;
   PropertyMask last_mask_;
   WriteOrder last_order_ = WriteOrder::kInOrder;
   WriteAnswer last_answer_ = WriteAnswer::kDurable;

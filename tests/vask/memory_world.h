@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/value.h"
+#include "api/words/value.h"
 #include "zervane.h"
 
 namespace zervane {

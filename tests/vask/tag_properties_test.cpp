@@ -65,8 +65,8 @@ ZR3PtTagProp DistinctRecord() {
   return record;
 }
 
-TagProperties DistinctProperties() {
-  TagProperties tag;
+Tag DistinctProperties() {
+  Tag tag;
   tag.name = "name";
   tag.archiving = false;
   tag.change_date = 4'000'000'001;
@@ -116,7 +116,7 @@ TagProperties DistinctProperties() {
 }
 
 TEST(PointTag, IsReadMemberByMember) {
-  const Result<TagProperties> tag = ReadPointTag(DistinctRecord(), kAll);
+  const Result<Tag> tag = ReadPointTag(DistinctRecord(), kAll);
   ASSERT_TRUE(tag.ok());
   EXPECT_EQ(*tag, DistinctProperties());
 }
@@ -132,7 +132,7 @@ TEST(PointTag, IsFilledWholeWithItsPaddingCleared) {
 TEST(PointTag, HasTheDefaultsOfWhatIsNotSelected) {
   const PropertyMask mask = {.common = Bit(ZR3_TAG_COL_COMM_PROP_DESCRIPTOR),
                              .extension = Bit(ZR3_TAG_COL_PT_EXT_PROP_DEVICE_ID)};
-  TagProperties expected;
+  Tag expected;
   expected.descriptor = "descriptor";
   expected.device_id = 4'000'000'004;
   EXPECT_EQ(*ReadPointTag(DistinctRecord(), mask), expected);
@@ -140,10 +140,10 @@ TEST(PointTag, HasTheDefaultsOfWhatIsNotSelected) {
 
 TEST(PointTag, SelectsEachColumnByItsBitAlone) {
   for (const PropertyColumn& column : CommonColumns()) {
-    const TagProperties tag =
+    const Tag tag =
         *ReadPointTag(DistinctRecord(), {.common = Bit(column.column), .extension = 0});
-    const TagProperties all = DistinctProperties();
-    const TagProperties none;
+    const Tag all = DistinctProperties();
+    const Tag none;
     for (const PropertyColumn& other : CommonColumns()) {
       std::visit(
           [&](auto member) {
@@ -161,7 +161,7 @@ TEST(PointTag, LooksAtNothingThatIsNotSelected) {
   const PropertyMask numbers = {
       .common = Bit(ZR3_TAG_COL_COMM_PROP_PARAM1) | Bit(ZR3_TAG_COL_COMM_PROP_ARCHIVING),
       .extension = Bit(ZR3_TAG_COL_PT_EXT_PROP_COLLECTOR_ID)};
-  const Result<TagProperties> tag = ReadPointTag(record, numbers);
+  const Result<Tag> tag = ReadPointTag(record, numbers);
   ASSERT_TRUE(tag.ok());
   EXPECT_EQ(tag->param1, 255);
   EXPECT_TRUE(tag->archiving) << "every value but 0 is true";
@@ -172,7 +172,7 @@ TEST(PointTag, RefusesEverySelectedTextThatDoesNotEnd) {
   const auto record = std::make_unique<ZR3PtTagProp>();
   std::memset(static_cast<void*>(record.get()), 'x', sizeof *record);
   const auto refuses = [&](const PropertyColumn& column, PropertyMask mask) {
-    const bool is_text = std::holds_alternative<std::string TagProperties::*>(column.member);
+    const bool is_text = std::holds_alternative<std::string Tag::*>(column.member);
     EXPECT_EQ(ReadPointTag(*record, mask).code(), is_text ? ZR3_ERR_INVALID_TEXT : ZR3_OK)
         << column.name;
   };
@@ -190,7 +190,7 @@ TEST(PointTag, CarriesTextsThatFillTheirArrays) {
   std::memset(record.szTagName, 'n', sizeof record.szTagName - 1);
   std::memset(record.szDescriptor, 'd', sizeof record.szDescriptor - 1);
   std::memset(record.szInstrumentAddress, 'i', sizeof record.szInstrumentAddress - 1);
-  const Result<TagProperties> tag = ReadPointTag(record, kAll);
+  const Result<Tag> tag = ReadPointTag(record, kAll);
   ASSERT_TRUE(tag.ok());
   EXPECT_EQ(tag->name, std::string(255, 'n'));
   EXPECT_EQ(tag->descriptor, std::string(2047, 'd'));

@@ -34,7 +34,7 @@ TEST_F(PointTags, AreAddedFromWhatTheMasksSelect) {
   ASSERT_EQ(pt3_add_tag(&tag, &mask, "some node", &id), ZR3_OK);
   EXPECT_EQ(id, 1U);
 
-  TagProperties expected;
+  Tag expected;
   expected.name = "A";
   expected.type = ZR3_TAG_TYPE_INT16;
   expected.scan_group_id = 7;
@@ -74,7 +74,7 @@ TEST_F(PointTags, AreChangedAsTheMasksSay) {
   tag.fSpan = 50;
   const ZR3Mask mask{.nCommMask = int64{1} << ZR3_TAG_COL_COMM_PROP_SPAN, .nExtMask = 0};
   ASSERT_EQ(pt3_modify_tag_prop(id, &tag, &mask), ZR3_OK);
-  TagProperties expected;
+  Tag expected;
   expected.span = 50;
   EXPECT_EQ(database->last_properties(), expected);
   EXPECT_EQ(database->last_mask().common, mask.nCommMask) << "the name does not count here";
@@ -106,7 +106,7 @@ TEST_F(PointTags, ComeBackWhole) {
 }
 
 TEST_F(PointTags, AreOfTheBasicClass) {
-  TagProperties alarm;
+  Tag alarm;
   alarm.name = "A";
   alarm.tag_class = ZR3_TAG_CLASS_ALARM;
   const TagId id = *database->AddTag(alarm, PropertyMask());

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
+#include "api/words/value.h"
 #include "engine/storage/codec/bytes.h"
 #include "engine/storage/codec/decoded.h"
-#include "engine/value.h"
 
 // A block is how records stand in the database file: a header that tells what follows, a checksum
 // and a body. docs/file-layout.md shows it byte by byte.

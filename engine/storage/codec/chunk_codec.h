@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "api/words/value.h"
 #include "engine/storage/codec/decoded.h"
-#include "engine/value.h"
 
 namespace zervane::storage {
 

@@ -4,7 +4,7 @@
 #include <utility>
 #include <variant>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 
 namespace zervane::storage {
 

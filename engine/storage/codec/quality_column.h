@@ -2,8 +2,8 @@
 
 #include <span>
 
+#include "api/words/value.h"
 #include "engine/storage/codec/bytes.h"
-#include "engine/value.h"
 
 // The qualities of a chunk: runs of a length and the quality that repeats.
 namespace zervane::storage {

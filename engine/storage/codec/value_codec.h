@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <span>
 
+#include "api/words/value.h"
 #include "engine/storage/codec/bytes.h"
-#include "engine/value.h"
 
 namespace zervane::storage {
 

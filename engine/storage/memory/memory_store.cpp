@@ -20,7 +20,7 @@ namespace zervane::storage {
 namespace {
 
 struct StoredTag {
-  TagProperties properties;
+  Tag properties;
   std::optional<Sample> current;
   std::optional<Sample> held;
   Series archive;
@@ -48,9 +48,9 @@ class MemoryStore final : public Store {
     });
   }
 
-  Status PutTag(const TagProperties& properties, std::int64_t version) override {
+  Status PutTag(const Tag& properties, std::int64_t version) override {
     return Guarded([&]() -> Status {
-      TagProperties copy = properties;  // what can fail comes before anything is changed
+      Tag copy = properties;  // what can fail comes before anything is changed
       const WriteLock lock(mutex_);
       tags_[properties.id].properties = std::move(copy);
       last_id_ = std::max(last_id_, properties.id);

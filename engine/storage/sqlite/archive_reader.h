@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "engine/status.h"
+#include "api/words/status.h"
+#include "api/words/value.h"
 #include "engine/storage/sqlite/sqlite.h"
-#include "engine/value.h"
 
 // Reading a tag's archive: its chunks together with its pending records.
 //

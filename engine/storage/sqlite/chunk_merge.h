@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/status.h"
+#include "api/words/status.h"
+#include "api/words/value.h"
 #include "engine/storage/sqlite/chunk_table.h"
 #include "engine/storage/sqlite/sqlite.h"
-#include "engine/value.h"
 
 namespace zervane::storage {
 

@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "engine/status.h"
+#include "api/words/status.h"
+#include "api/words/value.h"
 #include "engine/storage/codec/decoded.h"
 #include "engine/storage/sqlite/sqlite.h"
-#include "engine/value.h"
 
 // The table of chunks. Within a tag chunks never overlap in time, so that (tag, time) is unique.
 namespace zervane::storage {

@@ -8,8 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "api/words/status.h"
 #include "engine/mutex.h"
-#include "engine/status.h"
 #include "engine/storage/one_at_a_time.h"
 #include "engine/storage/sqlite/chunk_merge.h"
 #include "engine/storage/sqlite/pending.h"

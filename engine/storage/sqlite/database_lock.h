@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 #include "engine/storage/sqlite/descriptor.h"
 
 namespace zervane::storage {

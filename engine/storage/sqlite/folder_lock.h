@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <utility>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 #include "engine/storage/sqlite/database_lock.h"
 #include "engine/storage/sqlite/descriptor.h"
 

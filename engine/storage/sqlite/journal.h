@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 #include "engine/storage/codec/bytes.h"
 #include "engine/storage/sqlite/sqlite.h"
 #include "engine/storage/store.h"

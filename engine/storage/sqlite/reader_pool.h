@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "api/words/status.h"
 #include "engine/assert.h"
 #include "engine/mutex.h"
-#include "engine/status.h"
 #include "engine/storage/sqlite/sqlite.h"
 #include "engine/thread_annotations.h"
 

@@ -3,9 +3,9 @@
 #include <functional>
 #include <optional>
 
-#include "engine/status.h"
+#include "api/words/status.h"
+#include "api/words/value.h"
 #include "engine/storage/sqlite/sqlite.h"
-#include "engine/value.h"
 
 // The tables that have one record of a tag each, as a chunk of its own.
 namespace zervane::storage {

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 #include "engine/storage/sqlite/sqlite.h"
 
 namespace zervane::storage {

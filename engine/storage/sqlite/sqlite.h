@@ -10,7 +10,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 
 // A thin shell around SQLite: connections and statements that close themselves, and its result
 // codes as statuses.

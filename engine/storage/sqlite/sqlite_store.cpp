@@ -81,7 +81,7 @@ class SqliteStore final : public Store {
   Result<CatalogueImage> LoadCatalogue() override {
     return Guarded([&] { return DoLoadCatalogue(); });
   }
-  Status PutTag(const TagProperties& properties, std::int64_t version) override {
+  Status PutTag(const Tag& properties, std::int64_t version) override {
     return Guarded([&] { return DoPutTag(properties, version); });
   }
   Status RemoveTag(TagId id, std::int64_t version) override {
@@ -112,7 +112,7 @@ class SqliteStore final : public Store {
 
  private:
   Result<CatalogueImage> DoLoadCatalogue();
-  Status DoPutTag(const TagProperties& properties, std::int64_t version) EXCLUDES(changing_);
+  Status DoPutTag(const Tag& properties, std::int64_t version) EXCLUDES(changing_);
   Status DoRemoveTag(TagId id, std::int64_t version) EXCLUDES(changing_);
   Result<std::vector<TagSample>> DoLoadCurrent();
   Status DoAppend(std::vector<AcceptedSample>& records) EXCLUDES(changing_);
@@ -162,9 +162,9 @@ Status SqliteStore::Start(const std::filesystem::path& file) {
   if (Status status = StartChunks(file); !status.ok()) return status;
   const Role changing(changing_);
   const Turn turn(writer_.mutex);
-  const Result<std::vector<TagProperties>> tags = LoadTagRows(*writer_.connection);
+  const Result<std::vector<Tag>> tags = LoadTagRows(*writer_.connection);
   if (!tags.ok()) return tags.status();
-  for (const TagProperties& tag : *tags) {
+  for (const Tag& tag : *tags) {
     pending_.ReserveTag(tag.id);
     pending_.AddTag(tag.id);
   }
@@ -202,7 +202,7 @@ Result<CatalogueImage> SqliteStore::DoLoadCatalogue() {
   if (!reader.ok()) return reader.status();
   const Transaction state(**reader, Transaction::Kind::kRead);
   if (!state.status().ok()) return state.status();
-  Result<std::vector<TagProperties>> tags = LoadTagRows(**reader);
+  Result<std::vector<Tag>> tags = LoadTagRows(**reader);
   if (!tags.ok()) return tags.status();
   Query row(**reader, "SELECT last_id, version FROM catalogue");
   if (row.Next()) {
@@ -214,7 +214,7 @@ Result<CatalogueImage> SqliteStore::DoLoadCatalogue() {
   return Status(ZR3_ERR_STORAGE_DAMAGED, "the file has lost its catalogue's version");
 }
 
-Status SqliteStore::DoPutTag(const TagProperties& properties, std::int64_t version) {
+Status SqliteStore::DoPutTag(const Tag& properties, std::int64_t version) {
   const Role changing(changing_);
   const Turn turn(writer_.mutex);
   Connection& file = *writer_.connection;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "engine/status.h"
+#include "api/words/status.h"
 
 namespace zervane::storage {
 

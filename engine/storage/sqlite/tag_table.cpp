@@ -30,10 +30,10 @@ std::string ColumnList(Format format) {
 
 // SQLite has no NaN: a number that is none comes back from NULL.
 struct ColumnType {
-  const char* operator()(std::string TagProperties::*) const { return " BLOB NOT NULL"; }
-  const char* operator()(float TagProperties::*) const { return " REAL"; }
+  const char* operator()(std::string Tag::*) const { return " BLOB NOT NULL"; }
+  const char* operator()(float Tag::*) const { return " REAL"; }
   template <std::integral T>
-  const char* operator()(T TagProperties::*) const {
+  const char* operator()(T Tag::*) const {
     return " INTEGER NOT NULL";
   }
 };
@@ -58,10 +58,10 @@ const std::string& LoadSql() {
   return sql;
 }
 
-TagProperties ReadTag(const Query& row) {
-  TagProperties properties;
+Tag ReadTag(const Query& row) {
+  Tag properties;
   int index = 0;
-  const auto read = [&]<typename T>(T TagProperties::*member) {
+  const auto read = [&]<typename T>(T Tag::*member) {
     const int column = index++;
     if constexpr (std::is_same_v<T, std::string>) {
       properties.*member = row.Bytes(column);
@@ -80,7 +80,7 @@ TagProperties ReadTag(const Query& row) {
 
 std::string CreateTagTable() { return "CREATE TABLE tag (" + ColumnList(ColumnDefinition) + ")"; }
 
-Status PutTagRow(Connection& connection, const TagProperties& properties) {
+Status PutTagRow(Connection& connection, const Tag& properties) {
   Query put(connection, PutSql());
   ForEachColumn([&](const PropertyColumn& column) {
     std::visit([&](auto member) { put.Bind(properties.*member); }, column.member);
@@ -88,8 +88,8 @@ Status PutTagRow(Connection& connection, const TagProperties& properties) {
   return put.Run();
 }
 
-Result<std::vector<TagProperties>> LoadTagRows(Connection& connection) {
-  std::vector<TagProperties> tags;
+Result<std::vector<Tag>> LoadTagRows(Connection& connection) {
+  std::vector<Tag> tags;
   Query rows(connection, LoadSql());
   while (rows.Next()) tags.push_back(ReadTag(rows));
   if (!rows.status().ok()) return rows.status();

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/catalogue/tag.h"
-#include "engine/status.h"
+#include "api/words/status.h"
+#include "api/words/tag.h"
 #include "engine/storage/sqlite/sqlite.h"
 
 // The table of tags: one column for each property of CommonColumns() and PointColumns(), so that
@@ -15,9 +15,9 @@ namespace zervane::storage {
 std::string CreateTagTable();
 
 // Adds the tag, or replaces the one of its identifier.
-Status PutTagRow(Connection& connection, const TagProperties& properties);
+Status PutTagRow(Connection& connection, const Tag& properties);
 
 // All tags, in order of identifier.
-Result<std::vector<TagProperties>> LoadTagRows(Connection& connection);
+Result<std::vector<Tag>> LoadTagRows(Connection& connection);
 
 }  // namespace zervane::storage

@@ -20,8 +20,8 @@ const Stamp kStamp = {.date = 1000, .user = "admin"};
 const PropertyMask kAll = {-1, -1};
 constexpr std::int64_t kTypeBit = std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_TYPE;
 
-TagProperties Named(const std::string& name) {
-  TagProperties tag;
+Tag Named(const std::string& name) {
+  Tag tag;
   tag.name = name;
   return tag;
 }
@@ -43,11 +43,11 @@ class CatalogueTest : public testing::Test {
     return Modify(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0});
   }
   Status Retype(TagId id, std::int32_t type) {
-    TagProperties given;
+    Tag given;
     given.type = type;
     return Modify(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0});
   }
-  Status Modify(TagId id, std::int32_t tag_class, const TagProperties& given,
+  Status Modify(TagId id, std::int32_t tag_class, const Tag& given,
                 const PropertyMask& mask) {
     const Result<Catalogue::Change> change =
         catalogue_->Prepare(id, tag_class, given, mask, kStamp);
@@ -146,7 +146,7 @@ TEST_F(CatalogueTest, GivesANameFreeWithItsTag) {
 // ---- types and classes ----
 
 TEST_F(CatalogueTest, TellsTheTraitsOfATag) {
-  TagProperties given = Named("a");
+  Tag given = Named("a");
   given.type = ZR3_TAG_TYPE_STRING;
   given.archiving = false;
   ASSERT_TRUE(catalogue_->Add(given, kAll, kStamp).ok());
@@ -164,7 +164,7 @@ TEST_F(CatalogueTest, ChangesTheTypeOfATag) {
 TEST_F(CatalogueTest, TellsWhetherAChangeIsOneOfType) {
   Add("a");
   const auto changes_type = [&](std::int32_t type, const PropertyMask& mask) {
-    TagProperties given = Named("a");
+    Tag given = Named("a");
     given.type = type;
     return catalogue_->Prepare(1, ZR3_TAG_CLASS_BASIC, given, mask, kStamp)->changes_type();
   };
@@ -188,14 +188,14 @@ TEST_F(CatalogueTest, ChangesNothingByPreparingAChange) {
 TEST_F(CatalogueTest, KeepsATagInItsClass) {
   Add("a");
   EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_ALARM, Named("a"), kAll).code(), ZR3_ERR_INVALID_TAG_CLASS);
-  TagProperties alarm = Named("a");
+  Tag alarm = Named("a");
   alarm.tag_class = ZR3_TAG_CLASS_ALARM;
   EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_BASIC, alarm, kAll).code(), ZR3_ERR_INVALID_TAG_CLASS);
   EXPECT_EQ(catalogue_->Add(alarm, kAll, kStamp).code(), ZR3_ERR_INVALID_TAG_CLASS);
 }
 
 TEST_F(CatalogueTest, TakesAnUnselectedClassAsThatOfPointTags) {
-  TagProperties alarm = Named("a");
+  Tag alarm = Named("a");
   alarm.tag_class = ZR3_TAG_CLASS_ALARM;
   EXPECT_TRUE(catalogue_->Add(alarm, {0, 0}, kStamp).ok());
   EXPECT_EQ(catalogue_->Find(1)->tag_class, ZR3_TAG_CLASS_BASIC);
@@ -214,7 +214,7 @@ TEST_F(CatalogueTest, RefusesWhatTheRulesRefuse) {
 }
 
 TEST_F(CatalogueTest, ReadsOnlySelectedProperties) {
-  TagProperties broken = Named("a");
+  Tag broken = Named("a");
   broken.type = 99;
   broken.comp_dev = -1;
   EXPECT_TRUE(catalogue_->Add(broken, {0, 0}, kStamp).ok());
@@ -243,7 +243,7 @@ TEST_F(CatalogueTest, HoldsAfterReloadingWhatItHeldBefore) {
   Add("a");
   Add("b");
   EXPECT_TRUE(Rename(2, "c").ok());
-  const TagProperties before = *catalogue_->Find(2);
+  const Tag before = *catalogue_->Find(2);
   ASSERT_TRUE(Reload().ok());
   EXPECT_EQ(*catalogue_->Find(2), before);
   EXPECT_EQ(catalogue_->FindByName("C"), 2U);
@@ -256,7 +256,7 @@ class ShortOnceStored : public FakeStore {
  public:
   using FakeStore::FakeStore;
 
-  Status PutTag(const TagProperties& properties, std::int64_t version) override {
+  Status PutTag(const Tag& properties, std::int64_t version) override {
     Status status = FakeStore::PutTag(properties, version);
     memory.emplace(1);
     return status;
@@ -275,7 +275,7 @@ class ShortCatalogue : public testing::Test {
   ShortCatalogue() { EXPECT_TRUE(catalogue_.Load().ok()); }
 
   ZR3_STATUS Add(const std::string& name) {
-    const TagProperties given = Named(name);
+    const Tag given = Named(name);
     const ZR3_STATUS code = catalogue_.Add(given, kAll, kStamp).code();
     store_.memory.reset();
     return code;
@@ -315,7 +315,7 @@ TEST_F(ShortCatalogue, NeedsNoMemoryOnceTheStoreHasAChange) {
 }
 
 TEST_F(CatalogueTest, StaysAsItWasWhicheverRequestForMemoryFails) {
-  const TagProperties given = Named(kSecondName);
+  const Tag given = Named(kSecondName);
   const Stamp stamp = kStamp;
   ASSERT_EQ(Add(kFirstName), 1U);
   disk_->FailCatalogue(true);  // so that all requests are the catalogue's
@@ -339,8 +339,8 @@ TEST_F(CatalogueTest, StaysAsItWasWhicheverRequestForMemoryFails) {
 
 // ---- what a damaged store may hold ----
 
-TagProperties Stored(TagId id, const std::string& name) {
-  TagProperties tag = Named(name);
+Tag Stored(TagId id, const std::string& name) {
+  Tag tag = Named(name);
   tag.id = id;
   return tag;
 }
@@ -368,8 +368,8 @@ TEST_P(DamagedCatalogue, IsRefused) {
   EXPECT_EQ(catalogue.Load().code(), ZR3_ERR_STORAGE_DAMAGED);
 }
 
-TagProperties OfType(std::int32_t type) {
-  TagProperties tag = Stored(1, "a");
+Tag OfType(std::int32_t type) {
+  Tag tag = Stored(1, "a");
   tag.type = type;
   return tag;
 }

@@ -9,7 +9,7 @@ namespace {
 
 struct SettingsCase {
   const char* name;
-  TagProperties tag;
+  Tag tag;
   FilterSettings settings;
   bool any;
 };
@@ -22,8 +22,8 @@ TEST_P(Filters, AreSetByTheTagsProperties) {
   EXPECT_EQ(FilterSettingsOf(row.tag).any(), row.any);
 }
 
-TagProperties Tag(TagType type, bool archiving, std::int32_t comp_type) {
-  TagProperties tag;
+Tag FilteredTag(TagType type, bool archiving, std::int32_t comp_type) {
+  Tag tag;
   tag.type = static_cast<std::int32_t>(type);
   tag.archiving = archiving;
   tag.exc_dev = 0.5;
@@ -34,7 +34,7 @@ TagProperties Tag(TagType type, bool archiving, std::int32_t comp_type) {
   return tag;
 }
 
-TagProperties WithoutDeviations(TagProperties tag) {
+Tag WithoutDeviations(Tag tag) {
   tag.exc_dev = tag.comp_dev = 0;
   return tag;
 }
@@ -47,19 +47,20 @@ INSTANTIATE_TEST_SUITE_P(
     Of, Filters,
     testing::Values(
         SettingsCase{"ADefaultTag", {}, {}, false},
-        SettingsCase{"Int8", Tag(TagType::kInt8, true, kSwingingDoor), kAll, true},
-        SettingsCase{"Int16", Tag(TagType::kInt16, true, kSwingingDoor), kAll, true},
-        SettingsCase{"Int32", Tag(TagType::kInt32, true, kSwingingDoor), kAll, true},
-        SettingsCase{"Float32", Tag(TagType::kFloat32, true, kSwingingDoor), kAll, true},
-        SettingsCase{"Float64", Tag(TagType::kFloat64, true, kSwingingDoor), kAll, true},
-        SettingsCase{"Digital", Tag(TagType::kDigital, true, kSwingingDoor), {}, false},
-        SettingsCase{"String", Tag(TagType::kString, true, kSwingingDoor), {}, false},
-        SettingsCase{"Blob", Tag(TagType::kBlob, true, kSwingingDoor), {}, false},
-        SettingsCase{"NoCompression", Tag(TagType::kFloat64, true, ZR3_COMP_TYPE_NO),
+        SettingsCase{"Int8", FilteredTag(TagType::kInt8, true, kSwingingDoor), kAll, true},
+        SettingsCase{"Int16", FilteredTag(TagType::kInt16, true, kSwingingDoor), kAll, true},
+        SettingsCase{"Int32", FilteredTag(TagType::kInt32, true, kSwingingDoor), kAll, true},
+        SettingsCase{"Float32", FilteredTag(TagType::kFloat32, true, kSwingingDoor), kAll, true},
+        SettingsCase{"Float64", FilteredTag(TagType::kFloat64, true, kSwingingDoor), kAll, true},
+        SettingsCase{"Digital", FilteredTag(TagType::kDigital, true, kSwingingDoor), {}, false},
+        SettingsCase{"String", FilteredTag(TagType::kString, true, kSwingingDoor), {}, false},
+        SettingsCase{"Blob", FilteredTag(TagType::kBlob, true, kSwingingDoor), {}, false},
+        SettingsCase{"NoCompression", FilteredTag(TagType::kFloat64, true, ZR3_COMP_TYPE_NO),
                      kExceptionsAlone, true},
-        SettingsCase{"NoArchiving", Tag(TagType::kFloat64, false, kSwingingDoor), {}, false},
+        SettingsCase{
+            "NoArchiving", FilteredTag(TagType::kFloat64, false, kSwingingDoor), {}, false},
         SettingsCase{"NoDeviations",
-                     WithoutDeviations(Tag(TagType::kFloat64, true, kSwingingDoor)),
+                     WithoutDeviations(FilteredTag(TagType::kFloat64, true, kSwingingDoor)),
                      {0, 60'000, 0, 2'147'483'647'000},
                      false}),
     CaseName());

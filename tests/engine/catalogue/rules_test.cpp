@@ -91,20 +91,20 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct PropertyCase {
   const char* name;
-  std::function<void(TagProperties&)> change;
+  std::function<void(Tag&)> change;
   ZR3_STATUS status;
 };
 
 class Property : public testing::TestWithParam<PropertyCase> {};
 
 TEST_P(Property, StaysInItsRange) {
-  TagProperties tag;
+  Tag tag;
   tag.name = "a";
   GetParam().change(tag);
   EXPECT_EQ(CheckProperties(tag).code(), GetParam().status);
 }
 
-using Tag = TagProperties;
+using Tag = Tag;
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 // A function, since a lambda's parameter inside the macro would shadow the macro's own.
@@ -179,8 +179,8 @@ INSTANTIATE_TEST_SUITE_P(Stamps, StampDate,
 
 const Stamp kStamp = {.date = 1000, .user = "admin"};
 
-TagProperties EverythingGiven() {
-  TagProperties tag;
+Tag EverythingGiven() {
+  Tag tag;
   tag.name = "given";
   tag.archiving = false;
   tag.change_date = 5;
@@ -197,7 +197,7 @@ TagProperties EverythingGiven() {
 }
 
 TEST(NewTag, TakesDefaultsForAllButItsNameWhenNothingIsSelected) {
-  TagProperties expected;
+  Tag expected;
   expected.name = "given";
   expected.creation_date = expected.change_date = 1000;
   expected.creator = expected.changer = "admin";
@@ -205,13 +205,13 @@ TEST(NewTag, TakesDefaultsForAllButItsNameWhenNothingIsSelected) {
 }
 
 TEST(NewTag, TakesEverythingGivenButTheIdentifierWhenAllIsSelected) {
-  TagProperties expected = EverythingGiven();
+  Tag expected = EverythingGiven();
   expected.id = 0;
   EXPECT_EQ(NewTag(EverythingGiven(), {-1, -1}, kStamp), expected);
 }
 
 TEST(NewTag, TakesTheSelectedPropertiesOfBothMasks) {
-  TagProperties expected;
+  Tag expected;
   expected.name = "given";
   expected.eng_units = "bar";
   expected.data_order = ZR3_DATA_ORDER_21;
@@ -222,18 +222,18 @@ TEST(NewTag, TakesTheSelectedPropertiesOfBothMasks) {
 }
 
 TEST(NewTag, IsStampedWhereSelectedStampsAreZeroOrEmpty) {
-  TagProperties given = EverythingGiven();
+  Tag given = EverythingGiven();
   given.creation_date = given.change_date = 0;
   given.creator = given.changer = "";
-  const TagProperties tag = NewTag(given, {-1, -1}, kStamp);
+  const Tag tag = NewTag(given, {-1, -1}, kStamp);
   EXPECT_EQ(tag.creation_date, 1000U);
   EXPECT_EQ(tag.change_date, 1000U);
   EXPECT_EQ(tag.creator, "admin");
   EXPECT_EQ(tag.changer, "admin");
 }
 
-TagProperties Existing() {
-  TagProperties tag;
+Tag Existing() {
+  Tag tag;
   tag.name = "existing";
   tag.id = 3;
   tag.creation_date = tag.change_date = 10;
@@ -243,14 +243,14 @@ TagProperties Existing() {
 }
 
 TEST(ChangedTag, KeepsEverythingButTheStampOfChangeWhenNothingIsSelected) {
-  TagProperties expected = Existing();
+  Tag expected = Existing();
   expected.change_date = 1000;
   expected.changer = "admin";
   EXPECT_EQ(ChangedTag(Existing(), EverythingGiven(), {0, 0}, kStamp), expected);
 }
 
 TEST(ChangedTag, TakesEverythingGivenButTheIdentifierWhenAllIsSelected) {
-  TagProperties expected = EverythingGiven();
+  Tag expected = EverythingGiven();
   expected.id = 3;
   EXPECT_EQ(ChangedTag(Existing(), EverythingGiven(), {-1, -1}, kStamp), expected);
 }
@@ -261,10 +261,10 @@ TEST(ChangedTag, TakesTheNameOnlyWhenItIsSelected) {
 }
 
 TEST(ChangedTag, KeepsItsCreationAndIsStampedWhereSelectedStampsAreZeroOrEmpty) {
-  TagProperties given = EverythingGiven();
+  Tag given = EverythingGiven();
   given.creation_date = given.change_date = 0;
   given.creator = given.changer = "";
-  const TagProperties tag = ChangedTag(Existing(), given, {-1, -1}, kStamp);
+  const Tag tag = ChangedTag(Existing(), given, {-1, -1}, kStamp);
   EXPECT_EQ(tag.creation_date, 10U);
   EXPECT_EQ(tag.creator, "eve");
   EXPECT_EQ(tag.change_date, 1000U);

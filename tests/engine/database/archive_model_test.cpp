@@ -101,7 +101,7 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
   // ---- what to do ----
 
   void AddTag() {
-    TagProperties properties;
+    Tag properties;
     properties.name = "TAG" + std::to_string(operation_) + "." + std::to_string(anchors_.size());
     properties.type = static_cast<std::int32_t>(random_.Draw(0, 7));
     properties.archiving = !random_.OneIn(10);

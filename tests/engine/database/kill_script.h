@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/catalogue/tag.h"
+#include "api/words/tag.h"
 #include "engine/database.h"
 
 // What the writing process of the kill test does: one write a step, known from the step's number
@@ -28,8 +28,8 @@ constexpr double ToleranceOf(TagId tag) {
   return (ReportsExceptions(tag) ? 2 * kDeviation : 0) + (Compresses(tag) ? kDeviation : 0) + 1e-9;
 }
 
-inline TagProperties KillTag(TagId tag) {
-  TagProperties properties;
+inline Tag KillTag(TagId tag) {
+  Tag properties;
   properties.name = "TAG" + std::to_string(tag);
   if (ReportsExceptions(tag)) properties.exc_dev = kDeviation;
   if (Compresses(tag)) {

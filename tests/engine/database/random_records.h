@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "engine/value.h"
+#include "api/words/value.h"
 
 namespace zervane {
 

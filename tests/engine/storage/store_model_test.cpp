@@ -16,7 +16,7 @@ namespace {
 using ByTime = std::map<std::int64_t, Sample>;
 
 struct ModelTag {
-  TagProperties properties;
+  Tag properties;
   std::optional<Sample> current;
   std::optional<Sample> held;
   ByTime archive;
@@ -54,7 +54,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
 
   void AddTag() {
     ++last_id_;
-    TagProperties properties = TagNamed(last_id_, "TAG" + std::to_string(last_id_));
+    Tag properties = TagNamed(last_id_, "TAG" + std::to_string(last_id_));
     properties.type = static_cast<std::int32_t>(Draw(0, 7));
     properties.span = static_cast<float>(Draw(1, 1000)) / 8;
     ASSERT_TRUE(store_->PutTag(properties, ++version_).ok());
@@ -128,7 +128,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
   }
 
   void CompareAll() {
-    std::vector<TagProperties> catalogue;
+    std::vector<Tag> catalogue;
     std::vector<TagSample> current;
     for (const auto& [id, tag] : tags_) {
       catalogue.push_back(tag.properties);

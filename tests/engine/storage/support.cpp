@@ -42,8 +42,8 @@ std::unique_ptr<Store> MustOpen(const fs::path& folder, const SqliteStoreOptions
   return *std::move(store);
 }
 
-TagProperties TagNamed(TagId id, std::string name) {
-  TagProperties properties;
+Tag TagNamed(TagId id, std::string name) {
+  Tag properties;
   properties.id = id;
   properties.name = std::move(name);
   return properties;

@@ -36,7 +36,7 @@ constexpr SqliteStoreOptions kTinyOptions{.pending_bytes = 40 * kPendingRecordBy
 std::unique_ptr<Store> MustOpen(const std::filesystem::path& folder,
                                 const SqliteStoreOptions& options = kTinyOptions);
 
-TagProperties TagNamed(TagId id, std::string name);
+Tag TagNamed(TagId id, std::string name);
 
 // A FLOAT64 record that is archived and becomes current.
 AcceptedSample Record(TagId tag, std::int64_t time_ms, double value);

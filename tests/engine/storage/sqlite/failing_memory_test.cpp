@@ -36,7 +36,7 @@ struct CallCase {
 
 bool HasTag(Store& store, TagId id) {
   const Result<CatalogueImage> catalogue = store.LoadCatalogue();
-  return std::ranges::count(catalogue->tags, id, &TagProperties::id) > 0;
+  return std::ranges::count(catalogue->tags, id, &Tag::id) > 0;
 }
 
 TagId TagOf(std::int64_t round) { return static_cast<TagId>(100 + round); }

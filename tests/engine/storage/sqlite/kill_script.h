@@ -56,7 +56,7 @@ inline KillStep StepOf(unsigned seed, std::int64_t number) {
 
 // The store's answer to the step.
 inline Status Perform(const KillStep& step, std::int64_t number, Store& store) {
-  TagProperties tag;
+  Tag tag;
   if (step.remove) return store.RemoveTag(*step.remove, number);
   if (!step.put) return store.Append(step.batch);
   tag.id = *step.put;

@@ -16,7 +16,7 @@ KillModel Contents(Store& store) {
   KillModel contents;
   const Result<CatalogueImage> catalogue = store.LoadCatalogue();
   const Result<std::vector<TagSample>> current = store.LoadCurrent();
-  for (const TagProperties& tag : catalogue->tags) {
+  for (const Tag& tag : catalogue->tags) {
     for (const Sample& sample : ReadAll(store, tag.id)) {
       contents.tags[tag.id].archive[sample.time_ms] = sample;
     }

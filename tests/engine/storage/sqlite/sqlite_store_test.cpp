@@ -349,9 +349,9 @@ TEST_F(StoreFolder, SurvivesAFileWithRandomBytesInIt) {
 // ---- what is kept over a reopening ----
 
 TEST_F(StoreFolder, KeepsEveryPropertyOfATag) {
-  TagProperties tag = TagNamed(7, "caf\xE9 \xB2\xE2");  // not UTF-8
+  Tag tag = TagNamed(7, "caf\xE9 \xB2\xE2");  // not UTF-8
   int n = 100;
-  const auto fill = [&]<typename T>(T TagProperties::*member) {
+  const auto fill = [&]<typename T>(T Tag::*member) {
     ++n;
     if constexpr (std::is_same_v<T, std::string>) {
       tag.*member += "text " + std::to_string(n);

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+
+namespace zervane {
+
+// Names an operation in messages and tables. Numbers are never given to another one.
+enum class OperationNumber : std::uint16_t {
+  kAddTag = 1,
+  kModifyTag,
+  kDeleteTag,
+  kGetTag,
+  kGetTagType,
+  kFindTagId,
+  kGetCatalogueVersion,
+  kFindTags,
+  kCountTags,
+  kListTags,
+  kWriteSamples,
+  kReadCurrent,
+  kReadCurrentValues,
+  kCountRecords,
+  kReadRecords,
+  kReadClock,
+};
+
+}  // namespace zervane

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "api/operation_number.h"
+#include "api/operations/history.h"
+#include "api/operations/system.h"
+#include "api/operations/tags.h"
+#include "api/operations/values.h"
+
+// All operations: what each one is called, belongs to and needs.
+namespace zervane {
+
+enum class OperationFamily : std::uint8_t { kTags, kValues, kHistory, kSystem };
+
+// What rights are given for: a user has a level in each, from 0, none, to 3, all.
+enum class AuthorityItem : std::uint8_t { kTags, kRecords, kAlarms, kSecurity, kSystem };
+constexpr int kMaxLevel = 3;
+
+struct OperationRow {
+  OperationNumber number;
+  std::string_view name;  // for the log
+  OperationFamily family;
+  AuthorityItem item;
+  int level;  // that the caller must have in the item
+  bool changes;
+};
+
+// In order of number.
+std::span<const OperationRow> OperationTable();
+const OperationRow& RowOf(OperationNumber number);
+
+template <typename... Op>
+struct OperationList {
+  // visit.template operator()<Op>() for each.
+  template <typename Visit>
+  static void ForEach(Visit&& visit) {
+    (visit.template operator()<Op>(), ...);
+  }
+  static constexpr std::size_t kSize = sizeof...(Op);
+};
+
+// In order of number.
+using AllOperations =
+    OperationList<AddTag, ModifyTag, DeleteTag, GetTag, GetTagType, FindTagId, GetCatalogueVersion,
+                  FindTags, CountTags, ListTags, WriteSamples, ReadCurrent, ReadCurrentValues,
+                  CountRecords, ReadRecords, ReadClock>;
+
+}  // namespace zervane
