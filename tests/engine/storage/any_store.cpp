@@ -2,11 +2,17 @@
 
 #include <utility>
 
+#include "tests/engine/storage/faulty_store.h"
+
 namespace zervane::storage {
 namespace {
 
 const StoreKind kStores[] = {
     {"Memory", false, [](const std::filesystem::path&) { return OpenMemoryStore(); }},
+    {"WithoutFaults", false,
+     [](const std::filesystem::path&) -> std::unique_ptr<Store> {
+       return std::make_unique<FaultyStore>(OpenMemoryStore(), std::make_shared<Faults>());
+     }},
 };
 
 }  // namespace

@@ -100,15 +100,15 @@ void AddTo(RecordBatch& records, const MarkedSample& record) {
   records.marks.push_back(record.marks);
 }
 
-StoreDriver::StoreDriver(Store& store) : store_(store) {
-  const Result<LeaseAnswer> lease = store_.Lease(LeaseWish::kLook);
+StoreDriver::StoreDriver(Store& store) : store_(&store) {
+  const Result<LeaseAnswer> lease = store_->Lease(LeaseWish::kLook);
   EXPECT_TRUE(lease.ok()) << lease.status().message();
   if (lease.ok()) last_commit_ = lease->last_commit;
 }
 
 CommitAnswer StoreDriver::Commit(StoreBatch& batch) {
   batch.commit = last_commit_ + 1;
-  CommitAnswer answer = store_.Commit(batch);
+  CommitAnswer answer = store_->Commit(batch);
   if (answer.fate == CommitAnswer::Fate::kStored) last_commit_ = batch.commit;
   return answer;
 }

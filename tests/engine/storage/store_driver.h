@@ -45,7 +45,7 @@ class StoreDriver {
   std::int64_t last_commit() const { return last_commit_; }
 
  private:
-  Store& store_;
+  Store* store_;
   std::int64_t last_commit_ = 0;
 };
 
