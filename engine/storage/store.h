@@ -1,16 +1,20 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "api/words/samples.h"
 #include "api/words/status.h"
 #include "api/words/value.h"
+#include "engine/storage/codec/text_decoder.h"
 #include "engine/storage/row.h"
 
 namespace zervane {
@@ -37,7 +41,8 @@ struct RecordBatch {
 // The number of a batch is the last one's + 1.
 struct StoreBatch {
   std::int64_t commit = 0;
-  std::vector<TagId> emptied;   // tags whose records go: current, held back and archived ones
+  std::vector<TagId> emptied;   // tags whose records go: current, held back and archived ones;
+                                // every tag whose row goes is one of them
   RecordBatch records;          // of equal times of a tag the last one counts
   std::vector<RowChange> rows;  // of one key the last one counts
 };
@@ -63,7 +68,8 @@ struct RunSummary {
   std::int64_t count = 0;
 };
 
-// Looks at a tag's records, run by run in the direction's order; runs do not overlap.
+// Looks at a tag's records, run by run in the direction's order; runs do not overlap. It asks
+// nothing of the store meanwhile.
 class ScanVisitor {
  public:
   enum class Wants {
@@ -96,26 +102,28 @@ struct LeaseAnswer {
 // row stores can stand behind it.
 //
 // Within a tag the archive is a map from time to record: a record of equal time replaces. Every
-// change is durable and whole once it is answered, or has not happened. Reads may come from any
-// number of threads at any time; changes come from one thread at a time. Nothing throws.
+// change is durable and whole once it is answered, or has not happened, but for one whose fate is
+// unknown. Reads may come from any number of threads at any time; changes come from one thread at a
+// time. Nothing throws.
 class Store {
  public:
   Store() = default;
-  virtual ~Store() = default;  // as Close, silently
+  virtual ~Store() = default;  // as Close, silently: each store sees to that
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  // Stores the batch. Records of tags without a row in the table of tags are left out. When it is
-  // stored, the store may have taken the records, and left other memory in their place; else they
-  // are untouched. Refused with ZR3_ERR_INVALID_ARGUMENT when a time or a value cannot be stored.
+  // Stores the batch. Records of tags without a row in the table of tags are left out: those that
+  // have one when the batch begins, for the records come before its rows. When it is stored, the
+  // store may have taken the records, and left other memory in their place; else they are
+  // untouched. Refused with ZR3_ERR_INVALID_ARGUMENT when a time or a value cannot be stored.
   CommitAnswer Commit(StoreBatch& batch) noexcept;
 
   // Shows the archived records of the range to the visitor. ZR3_ERR_STORAGE_DAMAGED when records
   // that are wanted cannot be read any more.
   Status Scan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) noexcept;
 
-  // The last record that was committed as held back, unless one of its time or newer has entered the
-  // archive since.
+  // The last record that was committed as held back, unless one of its time or newer has entered
+  // the archive since.
   Result<std::optional<Sample>> ReadHeld(TagId tag) noexcept;
 
   // The current values of the tags from `first` to `last` that have one, in order of identifier.
@@ -123,12 +131,14 @@ class Store {
 
   // Shows the rows of the range of an index, in order, to the visitor until it answers false or
   // `limit` of them were shown.
-  Status Rows(const RowRange& range, std::size_t limit, RowVisitor visit) noexcept;
+  Status Rows(const RowRange& range, std::size_t limit, const RowVisitor& visit) noexcept;
 
+  // ZR3_ERR_STORAGE_FAILED as long as the fate of a batch cannot be told.
   Result<LeaseAnswer> Lease(LeaseWish wish) noexcept;
 
-  // Brings everything into its place and ends; later calls answer ZR3_ERR_NOT_CONNECTED. What was
-  // answered is stored whatever the status.
+  // Waits for the calls that are under way, brings everything into its place and ends; later calls
+  // answer ZR3_ERR_NOT_CONNECTED. What was answered is stored whatever the status. Not from within
+  // a visitor.
   Status Close() noexcept;
 
  private:
@@ -137,19 +147,42 @@ class Store {
   virtual Status DoScan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) = 0;
   virtual Result<std::optional<Sample>> DoReadHeld(TagId tag) = 0;
   virtual Result<SampleBatch> DoReadCurrent(TagId first, TagId last) = 0;
-  virtual Status DoRows(const RowRange& range, std::size_t limit, RowVisitor visit) = 0;
+  virtual Status DoRows(const RowRange& range, std::size_t limit, const RowVisitor& visit) = 0;
   virtual Result<LeaseAnswer> DoLease(LeaseWish wish) = 0;
   virtual Status DoClose() = 0;
+
+  template <typename Body>
+  auto Call(Body&& body) noexcept;
+  bool Enter() noexcept;
+  void Leave() noexcept;
+
+  // The calls that are under way, and kIsClosed.
+  static constexpr std::uint32_t kIsClosed = std::uint32_t{1} << 31;
+  std::atomic<std::uint32_t> calls_ = 0;
 };
 
 // A store in memory, gone with its object.
 std::unique_ptr<Store> OpenMemoryStore();
 
+// What the texts of a database of an earlier layout are taken to be in, which did not say: the
+// encoding of the process that opens it.
+struct TextEncoding {
+  std::string name = "UTF-8";
+  // What converts from the encoding of a name; none when that is not known.
+  std::function<std::optional<storage::TextDecoder>(std::string_view name)> decoder_of =
+      DecoderOfUtf8;
+
+  // For who knows UTF-8 only, which needs no decoder.
+  static std::optional<storage::TextDecoder> DecoderOfUtf8(std::string_view name);
+};
+
 // The store in `folder` (made when missing): one SQLite file, zervane.db, and the lock of the
-// process that has it open. `encoding` is that of the process's texts: it tells what the texts of a
-// database of an earlier layout are in. ZR3_ERR_DATABASE_IN_USE, ZR3_ERR_DATABASE_VERSION,
+// process that has it open. A database of an earlier layout is brought to the present one, in which
+// texts are UTF-8; ZR3_ERR_INVALID_TEXT, and nothing is changed, when one of its tags has a text
+// that is not in the encoding. ZR3_ERR_DATABASE_IN_USE, ZR3_ERR_DATABASE_VERSION,
 // ZR3_ERR_NOT_A_DATABASE, ZR3_ERR_STORAGE_READ_ONLY, ZR3_ERR_STORAGE_FULL, ZR3_ERR_STORAGE_FAILED,
-// ZR3_ERR_STORAGE_DAMAGED, ZR3_ERR_INVALID_TEXT.
-Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder);
+// ZR3_ERR_STORAGE_DAMAGED.
+Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
+                                               const TextEncoding& encoding = {});
 
 }  // namespace zervane

@@ -1,17 +1,17 @@
+#include <spdlog/fmt/fmt.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
-#include <span>
+#include <set>
 #include <utility>
 #include <vector>
 
-#include "engine/guard.h"
-#include "engine/storage/record_check.h"
-#include "engine/storage/series.h"
+#include "engine/assert.h"
+#include "engine/storage/memory/row_table.h"
 #include "engine/storage/store.h"
 #include "engine/storage/writer_first_mutex.h"
 #include "engine/thread_annotations.h"
@@ -19,133 +19,186 @@
 namespace zervane::storage {
 namespace {
 
-struct StoredTag {
-  Tag properties;
+// A scan shows so many records at a time.
+constexpr std::size_t kRunRecords = 1'000;
+
+using Archive = std::map<std::int64_t, Sample>;
+
+// What there is of one tag.
+struct TagRecords {
   std::optional<Sample> current;
   std::optional<Sample> held;
-  Series archive;
+  Archive archive;
 };
+using ByTag = std::map<TagId, TagRecords>;
 
-// The archive expects it.
-void Take(const AcceptedSample& record, StoredTag* tag) noexcept {
-  const Sample& sample = record.sample;
-  if (record.current) tag->current = sample;
-  if (record.archive) {
-    tag->archive.Put(sample);
+bool IsStorable(const RecordBatch& records, std::size_t at) {
+  const std::int64_t time_ms = records.samples.times()[at];
+  return records.tags[at] != 0 && time_ms >= 0 && time_ms <= kMaxTimeMs &&
+         CheckValue(records.samples, at) == ValueFault::kNone;
+}
+
+Status CheckRecords(const RecordBatch& records) {
+  for (std::size_t at = 0; at < records.size(); ++at) {
+    if (IsStorable(records, at)) continue;
+    return {
+        ZR3_ERR_INVALID_ARGUMENT,
+        fmt::format("record of tag {}, time {} ms, type {} cannot be stored", records.tags[at],
+                    records.samples.times()[at], static_cast<int>(records.samples.types()[at]))};
+  }
+  return {};
+}
+
+// Puts a record where its marks say.
+void Keep(Sample sample, std::uint8_t marks, TagRecords* tag) {
+  if ((marks & kCurrent) != 0) tag->current = sample;
+  if ((marks & kArchive) != 0) {
+    tag->archive.insert_or_assign(sample.time_ms, sample);
     if (tag->held && tag->held->time_ms <= sample.time_ms) tag->held.reset();
   }
-  if (record.held) tag->held = sample;
+  if ((marks & kHeld) != 0) tag->held = std::move(sample);
+}
+
+// Shows the records in the range to the visitor, in runs.
+void ShowRuns(const Archive& archive, TimeRange range, Direction direction, ScanVisitor& visitor) {
+  const bool is_forward = direction == Direction::kForward;
+  auto begin = archive.lower_bound(range.from_ms);
+  auto end = archive.upper_bound(range.to_ms);
+  SampleColumns columns;
+  while (begin != end) {
+    auto run_begin = is_forward ? begin : end;
+    auto run_end = run_begin;
+    std::size_t count = 0;
+    for (; count < kRunRecords && (is_forward ? run_end != end : run_begin != begin); ++count) {
+      is_forward ? ++run_end : --run_begin;
+    }
+    (is_forward ? begin : end) = is_forward ? run_end : run_begin;
+    const auto wants = visitor.Offer({.first_ms = run_begin->first,
+                                      .last_ms = std::prev(run_end)->first,
+                                      .count = static_cast<std::int64_t>(count)});
+    if (wants == ScanVisitor::Wants::kStop) return;
+    if (wants == ScanVisitor::Wants::kNext) continue;
+    columns.Clear();
+    for (auto record = run_begin; record != run_end; ++record) columns.Add(record->second);
+    if (!visitor.Take(columns, 0, columns.size())) return;
+  }
+}
+
+// Brings what a batch left of a tag into its place.
+void Adopt(TagRecords changed, TagRecords* tag) noexcept {
+  tag->current = std::move(changed.current);
+  tag->held = std::move(changed.held);
+  while (!changed.archive.empty()) {
+    auto put = tag->archive.insert(changed.archive.extract(changed.archive.begin()));
+    if (!put.inserted) put.position->second = std::move(put.node.mapped());
+  }
 }
 
 class MemoryStore final : public Store {
  public:
-  Result<CatalogueImage> LoadCatalogue() override {
-    return Guarded([&]() -> Result<CatalogueImage> {
-      const ReadLock lock(mutex_);
-      CatalogueImage image{.tags = {}, .last_id = last_id_, .version = version_};
-      for (const auto& [id, tag] : tags_) image.tags.push_back(tag.properties);
-      return image;
-    });
+  MemoryStore() {
+    for (const TableInfo& table : AllTables()) tables_.emplace_back(table);
   }
-
-  Status PutTag(const Tag& properties, std::int64_t version) override {
-    return Guarded([&]() -> Status {
-      Tag copy = properties;  // what can fail comes before anything is changed
-      const WriteLock lock(mutex_);
-      tags_[properties.id].properties = std::move(copy);
-      last_id_ = std::max(last_id_, properties.id);
-      version_ = version;
-      return {};
-    });
-  }
-
-  Status RemoveTag(TagId id, std::int64_t version) override {
-    return Guarded([&]() -> Status {
-      const WriteLock lock(mutex_);
-      tags_.erase(id);
-      version_ = version;
-      return {};
-    });
-  }
-
-  Result<std::vector<TagSample>> LoadCurrent() override {
-    return Guarded([&]() -> Result<std::vector<TagSample>> {
-      const ReadLock lock(mutex_);
-      std::vector<TagSample> values;
-      for (const auto& [id, tag] : tags_) {
-        if (tag.current) values.push_back({id, *tag.current});
-      }
-      return values;
-    });
-  }
-
-  Status Append(std::span<const AcceptedSample> records) override {
-    return Guarded([&]() -> Status {
-      if (Status status = CheckRecords(records); !status.ok()) return status;
-      const WriteLock lock(mutex_);
-      const std::vector<StoredTag*> targets = Expect(records);
-      for (std::size_t i = 0; i < records.size(); ++i) {
-        if (targets[i] != nullptr) Take(records[i], targets[i]);
-      }
-      return {};
-    });
-  }
-
-  Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
-                                   std::size_t limit) override {
-    return Guarded([&]() -> Result<std::vector<Sample>> {
-      const ReadLock lock(mutex_);
-      return ArchiveOf(id).Copy(range, direction, limit);
-    });
-  }
-
-  Result<std::int64_t> Count(TagId id, TimeRange range) override {
-    return Guarded([&]() -> Result<std::int64_t> {
-      const ReadLock lock(mutex_);
-      return std::ssize(ArchiveOf(id).Times(range));
-    });
-  }
-
-  Result<std::optional<Sample>> ReadHeld(TagId id) override {
-    return Guarded([&]() -> Result<std::optional<Sample>> {
-      const ReadLock lock(mutex_);
-      const auto tag = tags_.find(id);
-      return tag == tags_.end() ? std::nullopt : tag->second.held;
-    });
-  }
+  ~MemoryStore() override { (void)Close(); }
 
  private:
-  // Makes room for the records, so that to take them cannot fail. Their tags; null for one that is
-  // not there.
-  std::vector<StoredTag*> Expect(std::span<const AcceptedSample> records) REQUIRES(mutex_) {
-    std::vector<StoredTag*> targets;
-    targets.reserve(records.size());
-    try {
-      for (const AcceptedSample& record : records) {
-        const auto tag = tags_.find(record.tag);
-        targets.push_back(tag == tags_.end() ? nullptr : &tag->second);
-        if (tag != tags_.end() && record.archive) tag->second.archive.Expect();
-      }
-    } catch (...) {  // or the next try would expect the same records once more
-      for (StoredTag* target : targets) {
-        if (target != nullptr) target->archive.ExpectNothing();
-      }
-      throw;
+  // What can fail comes first: all that the batch puts is made in memory of its own.
+  CommitAnswer DoCommit(StoreBatch& batch) override EXCLUDES(mutex_) {
+    if (Status status = CheckRecords(batch.records); !status.ok()) {
+      return {.fate = CommitAnswer::Fate::kRefused, .status = std::move(status)};
     }
-    return targets;
+    const WriteLock lock(mutex_);
+    ZERVANE_ASSERT(batch.commit == last_commit_ + 1);
+    ByTag changed = ChangedTags(batch);
+    std::vector<RowTable::Prepared> rows;
+    rows.reserve(batch.rows.size());
+    for (const RowChange& row : batch.rows) rows.push_back(TableOf(row.table).Prepare(row));
+
+    for (const TagId tag : batch.emptied) tags_.erase(tag);
+    AdoptAll(std::move(changed));
+    for (std::size_t at = 0; at < rows.size(); ++at) {
+      TableOf(batch.rows[at].table).Carry(std::move(rows[at]));
+    }
+    last_commit_ = batch.commit;
+    return {};
   }
 
-  // Of a tag that is not there: an empty one.
-  const Series& ArchiveOf(TagId id) const REQUIRES_SHARED(mutex_) {
-    static const Series empty;
-    const auto tag = tags_.find(id);
-    return tag == tags_.end() ? empty : tag->second.archive;
+  Status DoScan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) override
+      EXCLUDES(mutex_) {
+    const ReadLock lock(mutex_);
+    const auto found = tags_.find(tag);
+    if (found != tags_.end()) ShowRuns(found->second.archive, range, direction, visitor);
+    return {};
+  }
+
+  Result<std::optional<Sample>> DoReadHeld(TagId tag) override EXCLUDES(mutex_) {
+    const ReadLock lock(mutex_);
+    const auto found = tags_.find(tag);
+    return found == tags_.end() ? std::nullopt : found->second.held;
+  }
+
+  Result<SampleBatch> DoReadCurrent(TagId first, TagId last) override EXCLUDES(mutex_) {
+    const ReadLock lock(mutex_);
+    SampleBatch values;
+    for (auto tag = tags_.lower_bound(first); tag != tags_.end() && tag->first <= last; ++tag) {
+      if (tag->second.current) values.Add(tag->first, *tag->second.current);
+    }
+    return values;
+  }
+
+  Status DoRows(const RowRange& range, std::size_t limit, const RowVisitor& visit) override
+      EXCLUDES(mutex_) {
+    const ReadLock lock(mutex_);
+    tables_[static_cast<std::size_t>(range.table)].Visit(range, limit, visit);
+    return {};
+  }
+
+  Result<LeaseAnswer> DoLease(LeaseWish) override EXCLUDES(mutex_) {
+    const ReadLock lock(mutex_);
+    LeaseAnswer answer;
+    answer.good_until_ms = kMaxTimeMs;
+    answer.last_commit = last_commit_;
+    return answer;
+  }
+
+  Status DoClose() override { return {}; }
+
+  // The batch's records by tag, with what they leave of current and held-back ones.
+  ByTag ChangedTags(const StoreBatch& batch) REQUIRES(mutex_) {
+    ByTag changed;
+    const std::set<TagId> emptied(batch.emptied.begin(), batch.emptied.end());
+    for (std::size_t at = 0; at < batch.records.size(); ++at) {
+      const TagId id = batch.records.tags[at];
+      auto tag = changed.find(id);
+      if (tag == changed.end()) {
+        if (!TableOf(TableId::kTag).Has({Cell(std::int64_t{id})})) continue;
+        tag = changed.emplace(id, TagRecords()).first;
+        const auto before = emptied.contains(id) ? tags_.end() : tags_.find(id);
+        if (before != tags_.end()) {
+          tag->second.current = before->second.current;
+          tag->second.held = before->second.held;
+        }
+      }
+      Keep(batch.records.samples.At(at), batch.records.marks[at], &tag->second);
+    }
+    return changed;
+  }
+
+  void AdoptAll(ByTag changed) noexcept REQUIRES(mutex_) {
+    while (!changed.empty()) {
+      auto put = tags_.insert(changed.extract(changed.begin()));
+      if (!put.inserted) Adopt(std::move(put.node.mapped()), &put.position->second);
+    }
+  }
+
+  RowTable& TableOf(TableId table) REQUIRES(mutex_) {
+    return tables_[static_cast<std::size_t>(table)];
   }
 
   WriterFirstMutex mutex_;
-  std::map<TagId, StoredTag> tags_ GUARDED_BY(mutex_);
-  TagId last_id_ GUARDED_BY(mutex_) = 0;
-  std::int64_t version_ GUARDED_BY(mutex_) = 0;
+  std::vector<RowTable> tables_ GUARDED_BY(mutex_);
+  ByTag tags_ GUARDED_BY(mutex_);
+  std::int64_t last_commit_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace
