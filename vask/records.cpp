@@ -18,7 +18,7 @@ Status ReadString(const ZR3StrBlob& bytes, Value* value) {
     return {ZR3_ERR_INVALID_TEXT,
             "no terminator in a STRING of " + std::to_string(size) + " bytes"};
   }
-  if (size > kMaxStringBytes) {
+  if (size > ZR3_LEN_VALUE - 1) {
     return {ZR3_ERR_VALUE_TOO_LONG, "a STRING of " + std::to_string(size) + " bytes"};
   }
   *value = std::string(bytes.pBuf, size);
