@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -10,6 +12,7 @@
 #include <vector>
 
 #include "engine/storage/codec/batch_codec.h"
+#include "engine/storage/codec/block.h"
 #include "engine/storage/codec/chunk_codec.h"
 #include "tests/engine/storage/columns.h"
 
@@ -116,6 +119,19 @@ inline std::string Chunk(const std::vector<Sample>& samples) {
 inline std::string Batch(const RecordBatch& batch) {
   ByteWriter out;
   EncodeBatch(batch, 0, batch.size(), &out);
+  return std::string(out.bytes());
+}
+
+// A block as another format: the bytes of many formats differ in the format's number alone.
+inline std::string OfFormat(std::uint8_t format, BlockKind kind, const std::string& bytes) {
+  const Decoded<Block> block = OpenBlock(kind, bytes);
+  EXPECT_TRUE(block.ok());
+  BlockHead head = block->head();
+  head.format = format;
+  ByteWriter out;
+  const std::size_t begin = BeginBlock(&out);
+  out.Bytes(block->body());
+  SealBlock(kind, head, begin, &out);
   return std::string(out.bytes());
 }
 

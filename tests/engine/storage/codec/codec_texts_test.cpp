@@ -75,19 +75,6 @@ TEST(EarlierText, EndsWhereItsConversionHasANul) {
   EXPECT_EQ(TextOfStored("x", to_nul), "a");
 }
 
-// Blocks of earlier formats have the same bytes but for the format's number.
-std::string OfFormat(std::uint8_t format, BlockKind kind, const std::string& bytes) {
-  const Decoded<Block> block = OpenBlock(kind, bytes);
-  EXPECT_TRUE(block.ok());
-  BlockHead head = block->head();
-  head.format = format;
-  ByteWriter out;
-  const std::size_t begin = BeginBlock(&out);
-  out.Bytes(block->body());
-  SealBlock(kind, head, begin, &out);
-  return std::string(out.bytes());
-}
-
 std::vector<Sample> Strings(const std::vector<std::string>& texts,
                             TagType type = TagType::kString) {
   std::vector<Sample> samples;
