@@ -1,5 +1,3 @@
-#include "engine/storage/sqlite/chunk_writer.h"
-
 #include <gtest/gtest.h>
 
 #include <random>
@@ -7,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/storage/sqlite/chunk_writer.h"
 #include "engine/storage/sqlite/journal.h"
 #include "engine/storage/sqlite/schema.h"
 #include "tests/engine/storage/support.h"
