@@ -97,9 +97,8 @@ TEST(Series, KeepsTextsInOrderLateAndReplaced) {
   Series series;
   Put(series, ColumnsOf({TextAt(10, "a"), TextAt(20, ""), TextAt(30, std::string(500, 'c'))}));
   Put(series, ColumnsOf({TextAt(30, "replaced"), TextAt(15, "late"), TextAt(15, "later")}));
-  EXPECT_EQ(SamplesIn(series.Copy({})),
-            (std::vector{TextAt(10, "a"), TextAt(15, "later"), TextAt(20, ""),
-                         TextAt(30, "replaced")}));
+  EXPECT_EQ(SamplesIn(series.Copy({})), (std::vector{TextAt(10, "a"), TextAt(15, "later"),
+                                                     TextAt(20, ""), TextAt(30, "replaced")}));
 }
 
 TEST(Series, HasItsRecordsInPlaceUnlessSomeCameLate) {
