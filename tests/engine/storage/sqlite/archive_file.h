@@ -16,7 +16,7 @@ class ArchiveFile {
  public:
   std::unique_ptr<Connection> OpenWriter() const {
     auto connection = *Connection::Open(path());
-    EXPECT_TRUE(PrepareWriter(*connection).ok());
+    EXPECT_TRUE(PrepareWriter(*connection, TextEncoding()).ok());
     return connection;
   }
   std::unique_ptr<Connection> OpenReader() const {
