@@ -1,10 +1,12 @@
 // sn3: current values.
 
 #include <cstddef>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "engine/assert.h"
+#include "os/thread_owned.h"
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
@@ -47,8 +49,8 @@ constexpr std::size_t kKeptRecords = 65'536;
 
 // Not inline, or the compiler would look the thread's own up for every record.
 [[gnu::noinline]] Scratch& ScratchOfThread() {
-  thread_local Scratch scratch;
-  return scratch;
+  static zervane::os::ThreadOwned<Scratch> scratches;
+  return scratches.OfThisThread([] { return std::make_unique<Scratch>(); });
 }
 
 // Hands the database's codes of the records that were samples to those records.
