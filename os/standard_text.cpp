@@ -71,6 +71,8 @@ StandardText::StandardText(std::string_view encoding)
 
 bool StandardText::IsKnown(std::string_view encoding) { return CharsetCodec(encoding).Open(); }
 
+bool StandardText::IsUtf8(std::string_view encoding) { return CharsetCodec(encoding).is_utf8(); }
+
 std::optional<std::string_view> StandardText::FromSystem(std::string_view text) {
   if (keeps_ascii_ && IsAscii(text)) return text;
   if (codec_.is_utf8()) return IsStandardUtf8(text) ? std::optional(text) : std::nullopt;

@@ -234,6 +234,8 @@ TEST(StandardText, HasThreeTimesTheBytesInside) {
 TEST(StandardText, TellsWhichEncodingsThereAre) {
   for (const char* known : {"UTF-8", "utf8", "GBK", "GB18030", "ISO-8859-1"}) {
     EXPECT_TRUE(StandardText::IsKnown(known)) << known;
+    const std::string_view name = known;
+    EXPECT_EQ(StandardText::IsUtf8(known), name == "UTF-8" || name == "utf8") << known;
   }
   for (const char* unknown : {"", "no such encoding", "GBK//TRANSLIT", "GBK//"}) {
     EXPECT_FALSE(StandardText::IsKnown(unknown)) << unknown;
