@@ -8,7 +8,7 @@ namespace zervane {
 namespace {
 
 Status CheckTag(const Extension& extension, const void* record, PropertyMask mask) {
-  const Result<Tag> common = ReadCommonProperties(record, mask);
+  const Result<Tag> common = ReadCommonProperties(record, mask, TextsOfThisThread());
   if (!common.ok()) return common.status();
 
   Arguments arguments;

@@ -11,13 +11,13 @@ using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Deliver;
 using zervane::GetTag;
-using zervane::GetTagType;
 using zervane::ModifyTag;
 using zervane::PropertyMask;
 using zervane::Result;
 using zervane::Session;
 using zervane::Status;
 using zervane::Tag;
+using zervane::TextsOfThisThread;
 using zervane::UnsupportedQuery;
 
 // The node's name is accepted as it is: the embedded database has one node.
@@ -26,7 +26,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
   const Arguments arguments = ArgumentsWithTexts().Given(pProp, pMask, pTagID);
   return Call(__func__, arguments, [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
-    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask);
+    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask, TextsOfThisThread());
     if (!properties.ok()) return properties.status();
     return Deliver(session.Do(AddTag{*properties, mask}), pTagID);
   });
@@ -35,7 +35,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
   return Call(__func__, ArgumentsWithTexts().Given(pProp, pMask), [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMask(*pMask);
-    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask);
+    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask, TextsOfThisThread());
     if (!properties.ok()) return properties.status();
     return session.Do(ModifyTag{nTagID, ZR3_TAG_CLASS_BASIC, *properties, mask}).status();
   });
@@ -46,7 +46,7 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
     const Result<Tag> properties = session.Do(GetTag{nTagID});
     if (!properties.ok()) return properties.status();
     if (properties->tag_class != ZR3_TAG_CLASS_BASIC) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
-    zervane::FillPointTag(*properties, pProp);
+    zervane::FillPointTag(*properties, TextsOfThisThread(), pProp);
     return {};
   });
 }
@@ -55,7 +55,7 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
 // when one of the tags is not there.
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
   const auto query = [&](Session& session) -> Status {
-    return Deliver(session.Do(GetTagType{nTagID}), pTagType);
+    return Deliver(session.GetTagType(nTagID), pTagType);
   };
   const int32 status = Call(__func__, Arguments().Given(pTagType), query);
   if (status != ZR3_OK) zervane::ForgetUnconvertedTexts();

@@ -1,12 +1,12 @@
 // tag3: tags of all classes.
 
-#include <cstring>
-#include <string_view>
+#include <cstddef>
 
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
 #include "vask/search_arguments.h"
+#include "vask/texts.h"
 
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
@@ -23,9 +23,9 @@ namespace {
 
 // The name in a slot of ZR3_LEN_TAG_NAME bytes.
 Status FindName(Session& session, const char* name, uint32* id) {
-  const std::size_t size = strnlen(name, ZR3_LEN_TAG_NAME);
-  if (size == ZR3_LEN_TAG_NAME) return {ZR3_ERR_INVALID_TEXT, {}};
-  return Deliver(session.FindTagId(std::string_view(name, size)), id);
+  const auto utf8 = zervane::ReadText(zervane::TextsOfThisThread(), name, ZR3_LEN_TAG_NAME);
+  if (!utf8) return {ZR3_ERR_INVALID_TEXT, {}};
+  return Deliver(session.FindTagId(*utf8), id);
 }
 
 }  // namespace

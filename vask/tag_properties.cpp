@@ -1,11 +1,12 @@
 #include "vask/tag_properties.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "api/words/tag_columns.h"
 #include "engine/assert.h"
@@ -86,60 +87,61 @@ static_assert(std::size(kPointMembers) ==
 
 // What the C records keep of a property: texts in arrays, flags in a byte, the others as they are.
 
+// A text that does not end within its array, or does not convert, is none.
+
 template <typename T>
-bool Load(const char* from, const PropertyColumn&, T* to) {
+bool Load(const char* from, const PropertyColumn&, StandardText&, T* to) {
   std::memcpy(to, from, sizeof *to);
   return true;
 }
 
-bool Load(const char* from, const PropertyColumn&, bool* to) {
+bool Load(const char* from, const PropertyColumn&, StandardText&, bool* to) {
   *to = *from != 0;
   return true;
 }
 
-// False when the text does not end within its array.
-bool Load(const char* from, const PropertyColumn& column, std::string* to) {
-  const std::size_t size = strnlen(from, column.array_bytes);
-  if (size == column.array_bytes) return false;
-  to->assign(from, size);
-  return true;
+bool Load(const char* from, const PropertyColumn& column, StandardText& texts, std::string* to) {
+  const std::optional<std::string_view> text = ReadText(texts, from, column.array_bytes);
+  if (text) to->assign(*text);
+  return text.has_value();
 }
 
 template <typename T>
-void Save(const T& from, const PropertyColumn&, char* to) {
+void Save(const T& from, const PropertyColumn&, StandardText&, char* to) {
   std::memcpy(to, &from, sizeof from);
 }
 
-void Save(bool from, const PropertyColumn&, char* to) { *to = from ? 1 : 0; }
+void Save(bool from, const PropertyColumn&, StandardText&, char* to) { *to = from ? 1 : 0; }
 
-// The record was cleared, so the text ends with what follows it.
-void Save(const std::string& from, const PropertyColumn& column, char* to) {
-  // NOLINTNEXTLINE(bugprone-not-null-terminated-result)
-  std::memcpy(to, from.data(), std::min(from.size(), column.array_bytes - 1));
+void Save(const std::string& from, const PropertyColumn& column, StandardText& texts, char* to) {
+  WriteText(texts, from, to, column.array_bytes);
 }
 
 Status ReadMembers(const void* record, std::span<const RecordMember> members,
-                   std::span<const PropertyColumn> columns, std::int64_t mask, Tag* properties) {
+                   std::span<const PropertyColumn> columns, std::int64_t mask, StandardText& texts,
+                   Tag* properties) {
   ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     if ((mask >> i & 1) == 0) continue;
     const char* from = static_cast<const char*>(record) + members[i].offset;
-    const bool fits = VisitProperty(
-        columns[i], *properties, [&](auto& property) { return Load(from, columns[i], &property); });
-    if (!fits) {
-      return {ZR3_ERR_INVALID_TEXT, std::string(columns[i].name) + " is not terminated"};
+    const bool is_read = VisitProperty(columns[i], *properties, [&](auto& property) {
+      return Load(from, columns[i], texts, &property);
+    });
+    if (!is_read) {
+      return {ZR3_ERR_INVALID_TEXT,
+              std::string(columns[i].name) + " is not terminated, or does not convert"};
     }
   }
   return {};
 }
 
 void FillMembers(const Tag& properties, std::span<const RecordMember> members,
-                 std::span<const PropertyColumn> columns, void* record) {
+                 std::span<const PropertyColumn> columns, StandardText& texts, void* record) {
   ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     char* to = static_cast<char*>(record) + members[i].offset;
     VisitProperty(columns[i], properties,
-                  [&](const auto& property) { Save(property, columns[i], to); });
+                  [&](const auto& property) { Save(property, columns[i], texts, to); });
   }
 }
 
@@ -155,25 +157,32 @@ PropertyMask ReadMaskToAdd(const ZR3Mask& mask) {
   return selected;
 }
 
-Result<Tag> ReadCommonProperties(const void* record, PropertyMask mask) {
+Result<Tag> ReadCommonProperties(const void* record, PropertyMask mask, StandardText& texts) {
   Tag properties;
-  Status status = ReadMembers(record, kCommonMembers, CommonColumns(), mask.common, &properties);
+  Status status =
+      ReadMembers(record, kCommonMembers, CommonColumns(), mask.common, texts, &properties);
   if (!status.ok()) return status;
   return properties;
 }
 
-Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
-  Result<Tag> properties = ReadCommonProperties(&record, mask);
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask, StandardText& texts) {
+  Result<Tag> properties = ReadCommonProperties(&record, mask, texts);
   if (!properties.ok()) return properties;
-  Status status = ReadMembers(&record, kPointMembers, PointColumns(), mask.extension, &*properties);
+  Status status =
+      ReadMembers(&record, kPointMembers, PointColumns(), mask.extension, texts, &*properties);
   if (!status.ok()) return status;
   return properties;
 }
 
-void FillPointTag(const Tag& properties, ZR3PtTagProp* record) {
+void FillCommonProperties(const Tag& properties, StandardText& texts, ZR3CommTagProp* record) {
   std::memset(record, 0, sizeof *record);
-  FillMembers(properties, kCommonMembers, CommonColumns(), record);
-  FillMembers(properties, kPointMembers, PointColumns(), record);
+  FillMembers(properties, kCommonMembers, CommonColumns(), texts, record);
+}
+
+void FillPointTag(const Tag& properties, StandardText& texts, ZR3PtTagProp* record) {
+  std::memset(record, 0, sizeof *record);
+  FillMembers(properties, kCommonMembers, CommonColumns(), texts, record);
+  FillMembers(properties, kPointMembers, PointColumns(), texts, record);
 }
 
 }  // namespace zervane

@@ -169,6 +169,7 @@ Result<std::int64_t> FakeDatabase::ServerTimeMs() {
 }
 
 std::optional<std::int64_t> FakeDatabase::HeardCatalogueVersion() const {
+  if (!hears_version) return std::nullopt;
   const std::lock_guard lock(mutex_);
   return version_;
 }

@@ -26,6 +26,9 @@ class FakeDatabase : public Database {
   // Called in Close; its status is Close's.
   std::function<Status()> on_close;
 
+  // Whether the catalogue's version was heard lately.
+  std::atomic<bool> hears_version{true};
+
   // Adds a tag of the type with id = the number of tags ever added.
   TagId Add(const std::string& name, TagType type);
 
