@@ -1,8 +1,11 @@
 // pt3: point tags and tag types.
 
+#include <utility>
+
 #include "vask/api.h"
 #include "vask/call.h"
 #include "vask/search_arguments.h"
+#include "vask/tag_iteration.h"
 #include "vask/tag_properties.h"
 
 using zervane::AddTag;
@@ -17,8 +20,8 @@ using zervane::Result;
 using zervane::Session;
 using zervane::Status;
 using zervane::Tag;
+using zervane::TagQuery;
 using zervane::TextsOfThisThread;
-using zervane::UnsupportedQuery;
 
 // The node's name is accepted as it is: the embedded database has one node.
 int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
@@ -64,7 +67,14 @@ int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
 
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator) {
+  constexpr int64 kPointTags = int64{1} << ZR3_TAG_CLASS_BASIC;
   Arguments arguments = ArgumentsWithTexts();
   arguments.Given(pItemSet, pMask, pIterator);
-  return UnsupportedQuery(__func__, zervane::CheckFilter(arguments, pItemSet), pIterator);
+  zervane::CheckFilter(arguments, pItemSet);
+  return zervane::Query(__func__, arguments, pIterator, [&](Session& session) -> Status {
+    Result<TagQuery> query = zervane::ReadTagQuery(kPointTags, *pItemSet, TextsOfThisThread());
+    if (!query.ok()) return query.status();
+    return zervane::IteratePointTags(
+        session, {.query = *std::move(query), .mask = zervane::ReadMask(*pMask)}, pIterator);
+  });
 }

@@ -40,7 +40,8 @@ Arguments& CheckFilter(Arguments& arguments, const ZR3FilterItemSet* filter) {
 
 Arguments& CheckClassMask(Arguments& arguments, int64 class_mask) {
   constexpr int64 kClasses = (int64{1} << (ZR3_TAG_CLASS_ALL + 1)) - 1;
-  return arguments.Require((class_mask & kClasses) != 0, ZR3_ERR_INVALID_ARGUMENT);
+  const bool is_mask = class_mask == -1 || (class_mask > 0 && class_mask <= kClasses);
+  return arguments.Require(is_mask, ZR3_ERR_INVALID_MASK);
 }
 
 }  // namespace zervane
