@@ -23,13 +23,21 @@ using zervane::Tag;
 using zervane::TagQuery;
 using zervane::TextsOfThisThread;
 
+namespace {
+
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
+  return zervane::ReadTag(&record, ZR3_TAG_CLASS_BASIC, mask, TextsOfThisThread());
+}
+
+}  // namespace
+
 // The node's name is accepted as it is: the embedded database has one node.
 int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
   const Arguments arguments = ArgumentsWithTexts().Given(pProp, pMask, pTagID);
   return Call(__func__, arguments, [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
-    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask, TextsOfThisThread());
+    const Result<Tag> properties = ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
     return Deliver(session.Do(AddTag{*properties, mask}), pTagID);
   });
@@ -38,7 +46,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
   return Call(__func__, ArgumentsWithTexts().Given(pProp, pMask), [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMask(*pMask);
-    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask, TextsOfThisThread());
+    const Result<Tag> properties = ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
     return session.Do(ModifyTag{nTagID, ZR3_TAG_CLASS_BASIC, *properties, mask}).status();
   });

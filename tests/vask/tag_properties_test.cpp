@@ -16,7 +16,7 @@ constexpr PropertyMask kAll = {.common = -1, .extension = -1};
 std::int64_t Bit(int32 column) { return std::int64_t{1} << (column % 100); }
 
 Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
-  return ReadPointTag(record, mask, TextsOfThisThread());
+  return ReadTag(&record, ZR3_TAG_CLASS_BASIC, mask, TextsOfThisThread());
 }
 
 void FillPointTag(const Tag& tag, ZR3PtTagProp* record) {
