@@ -151,12 +151,13 @@ final class Tables {
 
   private void settings() {
     Map<String, Supplier<Subject>> all = Subjects.all();
-    List<List<String>> rows = new ArrayList<>();
+    text.append("### Settings, and what is not equal\n\n");
     for (String id : results.subjects()) {
       Subject subject = all.get(id).get();
-      rows.add(List.of(subject.name(), subject.version(), subject.settings()));
+      text.append("- **").append(subject.name()).append("** ").append(subject.version());
+      text.append(": ").append(subject.settings()).append(".\n");
     }
-    table("Settings, and what is not equal", List.of("", "Version", "Settings"), rows);
+    text.append('\n');
   }
 
   private void failures() {
