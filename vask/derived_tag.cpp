@@ -1,12 +1,11 @@
 #include "vask/derived_tag.h"
 
+#include "api/words/tag_columns.h"
 #include "vask/call.h"
 #include "vask/tag_properties.h"
 
 namespace zervane {
 namespace {
-
-bool FitsColumns(std::int64_t mask, int32 columns) { return mask == -1 || mask >> columns == 0; }
 
 Status CheckTag(const Extension& extension, const void* record, PropertyMask mask) {
   const Result<Tag> common = ReadCommonProperties(record, mask);
@@ -17,9 +16,10 @@ Status CheckTag(const Extension& extension, const void* record, PropertyMask mas
     if ((mask.extension >> (text.column - extension.min_column) & 1) == 0) continue;
     arguments.Text(static_cast<const char*>(record) + text.offset, text.capacity);
   }
-  const int32 extension_columns = extension.max_column - extension.min_column + 1;
-  arguments.Require(FitsColumns(mask.common, ZR3_TAG_COL_COMM_PROP_MAX + 1) &&
-                        FitsColumns(mask.extension, extension_columns),
+  const auto extension_columns =
+      static_cast<std::size_t>(extension.max_column - extension.min_column + 1);
+  arguments.Require(IsMaskOf(mask.common, ZR3_TAG_COL_COMM_PROP_MAX + 1) &&
+                        IsMaskOf(mask.extension, extension_columns),
                     ZR3_ERR_INVALID_MASK);
   return {arguments.ok() ? ZR3_ERR_NOT_SUPPORTED : arguments.fault(), {}};
 }

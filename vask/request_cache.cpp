@@ -1,5 +1,7 @@
 #include "vask/request_cache.h"
 
+#include <optional>
+
 #include "engine/assert.h"
 
 namespace zervane {
@@ -10,16 +12,17 @@ void RequestCache::SetCapacity(std::size_t capacity) {
   if (ids_.size() > capacity) ids_.clear();
 }
 
-Result<TagId> RequestCache::FindTag(Database& database, std::string_view name) {
-  if (capacity_ == 0) return database.FindTag(name);
-  const Result<std::int64_t> version = database.CatalogueVersion();
-  if (!version.ok()) return version.status();
+Result<TagId> RequestCache::FindTagId(Database& database, const Caller& caller,
+                                      std::string_view name) {
+  const auto ask = [&] { return database.Do(caller, zervane::FindTagId{std::string(name)}); };
+  const std::optional<std::int64_t> version = database.HeardCatalogueVersion();
+  if (capacity_ == 0 || !version) return ask();
   {
     const ReaderLock lock(mutex_);
     const auto kept = ids_.find(name);
     if (version_ == *version && kept != ids_.end()) return kept->second;
   }
-  Result<TagId> id = database.FindTag(name);
+  Result<TagId> id = ask();
   if (id.ok()) Keep(name, *id, *version);
   return id;
 }

@@ -8,7 +8,8 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "engine/database.h"
+#include "api/database.h"
+#include "api/operation_table.h"
 #include "engine/mutex.h"
 #include "engine/thread_annotations.h"
 
@@ -24,8 +25,8 @@ class RequestCache {
   // How many names are kept at most; 0 keeps none. What is kept beyond that is forgotten.
   void SetCapacity(std::size_t capacity);
 
-  // database.FindTag(name), from memory when possible. Failures are not kept.
-  Result<TagId> FindTag(Database& database, std::string_view name);
+  // The identifier of a name, from memory when possible. Failures are not kept.
+  Result<TagId> FindTagId(Database& database, const Caller& caller, std::string_view name);
 
   // Forgets everything, as before another database is asked.
   void Clear();

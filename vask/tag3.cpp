@@ -11,6 +11,7 @@
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 using zervane::Call;
+using zervane::DeleteTag;
 using zervane::Deliver;
 using zervane::ForEach;
 using zervane::Session;
@@ -24,14 +25,14 @@ namespace {
 Status FindName(Session& session, const char* name, uint32* id) {
   const std::size_t size = strnlen(name, ZR3_LEN_TAG_NAME);
   if (size == ZR3_LEN_TAG_NAME) return {ZR3_ERR_INVALID_TEXT, {}};
-  return Deliver(session.cache().FindTag(session.database(), std::string_view(name, size)), id);
+  return Deliver(session.FindTagId(std::string_view(name, size)), id);
 }
 
 }  // namespace
 
 int32 tag3_delete_tag(uint32 nTagID) {
   return Call(__func__, Arguments(),
-              [&](Session& session) { return session.database().DeleteTag(nTagID); });
+              [&](Session& session) { return session.Do(DeleteTag{nTagID}).status(); });
 }
 
 int32 tag3_query_tags_cond(int64 nTagClassMask, const ZR3FilterItemSet* pItemSet,

@@ -6,8 +6,8 @@
 #include <iterator>
 #include <span>
 #include <string>
-#include <variant>
 
+#include "api/words/tag_columns.h"
 #include "engine/assert.h"
 
 namespace zervane {
@@ -99,8 +99,8 @@ bool Load(const char* from, const PropertyColumn&, bool* to) {
 
 // False when the text does not end within its array.
 bool Load(const char* from, const PropertyColumn& column, std::string* to) {
-  const std::size_t size = strnlen(from, column.max_bytes + 1);
-  if (size > column.max_bytes) return false;
+  const std::size_t size = strnlen(from, column.array_bytes);
+  if (size == column.array_bytes) return false;
   to->assign(from, size);
   return true;
 }
@@ -115,19 +115,17 @@ void Save(bool from, const PropertyColumn&, char* to) { *to = from ? 1 : 0; }
 // The record was cleared, so the text ends with what follows it.
 void Save(const std::string& from, const PropertyColumn& column, char* to) {
   // NOLINTNEXTLINE(bugprone-not-null-terminated-result)
-  std::memcpy(to, from.data(), std::min(from.size(), column.max_bytes));
+  std::memcpy(to, from.data(), std::min(from.size(), column.array_bytes - 1));
 }
 
 Status ReadMembers(const void* record, std::span<const RecordMember> members,
-                   std::span<const PropertyColumn> columns, std::int64_t mask,
-                   Tag* properties) {
+                   std::span<const PropertyColumn> columns, std::int64_t mask, Tag* properties) {
   ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     if ((mask >> i & 1) == 0) continue;
     const char* from = static_cast<const char*>(record) + members[i].offset;
-    const bool fits =
-        std::visit([&](auto member) { return Load(from, columns[i], &(properties->*member)); },
-                   columns[i].member);
+    const bool fits = VisitProperty(
+        columns[i], *properties, [&](auto& property) { return Load(from, columns[i], &property); });
     if (!fits) {
       return {ZR3_ERR_INVALID_TEXT, std::string(columns[i].name) + " is not terminated"};
     }
@@ -140,7 +138,8 @@ void FillMembers(const Tag& properties, std::span<const RecordMember> members,
   ZERVANE_ASSERT(members.size() == columns.size());
   for (std::size_t i = 0; i < members.size(); ++i) {
     char* to = static_cast<char*>(record) + members[i].offset;
-    std::visit([&](auto member) { Save(properties.*member, columns[i], to); }, columns[i].member);
+    VisitProperty(columns[i], properties,
+                  [&](const auto& property) { Save(property, columns[i], to); });
   }
 }
 

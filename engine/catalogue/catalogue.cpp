@@ -6,6 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "api/words/ascii.h"
+#include "api/words/tag_columns.h"
 #include "engine/assert.h"
 #include "engine/catalogue/filter_settings.h"
 #include "engine/guard.h"
@@ -46,7 +48,7 @@ Status Catalogue::CheckLoaded(const Tag& tag, TagId last_id) const {
 void Catalogue::Enter(const TagPtr& tag) {
   tags_.Reserve(tag->id);
   tags_.Put(tag->id, TraitsOf(*tag));
-  std::string name = FoldName(tag->name);
+  std::string name = FoldAscii(tag->name);
   const WriterLock lock(mutex_);
   by_name_[std::move(name)] = tag->id;
   by_id_[tag->id] = tag;
@@ -59,7 +61,7 @@ Catalogue::TagPtr Catalogue::Find(TagId id) const {
 }
 
 std::optional<TagId> Catalogue::FindByName(std::string_view name) const {
-  const std::string folded = FoldName(name);
+  const std::string folded = FoldAscii(name);
   const ReaderLock lock(mutex_);
   const auto found = by_name_.find(folded);
   if (found == by_name_.end() || found->second == kNoTag) return std::nullopt;
@@ -78,9 +80,8 @@ TagId Catalogue::LastId() const {
 
 // ---- changes ----
 
-Result<TagId> Catalogue::Add(const Tag& given, const PropertyMask& mask,
-                             const Stamp& stamp) {
-  if (Status status = CheckMask(mask); !status.ok()) return status;
+Result<TagId> Catalogue::Add(const Tag& given, const PropertyMask& mask, const Stamp& stamp) {
+  if (Status status = CheckMask(mask, ClassOf(given.own)); !status.ok()) return status;
   Tag tag = NewTag(given, mask, stamp);
   if (Status status = CheckProperties(tag); !status.ok()) return status;
   if (Status status = CheckUnique(tag.name, kNoTag); !status.ok()) return status;
@@ -94,10 +95,9 @@ Result<TagId> Catalogue::Add(const Tag& given, const PropertyMask& mask,
   return last_id + 1;
 }
 
-Result<Catalogue::Change> Catalogue::Prepare(TagId id, std::int32_t tag_class,
-                                             const Tag& given, const PropertyMask& mask,
-                                             const Stamp& stamp) const {
-  if (Status status = CheckMask(mask); !status.ok()) return status;
+Result<Catalogue::Change> Catalogue::Prepare(TagId id, std::int32_t tag_class, const Tag& given,
+                                             const PropertyMask& mask, const Stamp& stamp) const {
+  if (Status status = CheckMask(mask, tag_class); !status.ok()) return status;
   const TagPtr tag = Find(id);
   if (tag == nullptr) return NoSuchTag(id);
   if (tag->tag_class != tag_class) {
@@ -120,7 +120,7 @@ Status Catalogue::Modify(const Change& change) {
 Status Catalogue::Remove(TagId id) {
   const TagPtr tag = Find(id);
   if (tag == nullptr) return NoSuchTag(id);
-  const std::string name = FoldName(tag->name);
+  const std::string name = FoldAscii(tag->name);
   if (Status status = store_.RemoveTag(id, Version() + 1); !status.ok()) return status;
   tags_.Remove(id);
   const WriterLock lock(mutex_);
@@ -137,8 +137,8 @@ Status Catalogue::CheckUnique(const std::string& name, TagId id) const {
 }
 
 Status Catalogue::Put(const TagPtr& tag, const TagPtr& replaced) {
-  const std::string name = FoldName(tag->name);
-  const std::string old_name = replaced == nullptr ? name : FoldName(replaced->name);
+  const std::string name = FoldAscii(tag->name);
+  const std::string old_name = replaced == nullptr ? name : FoldAscii(replaced->name);
   const std::int64_t version = Version() + 1;
   Status status = Guarded([&] {
     MakePlaces(tag->id, name);

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <optional>
 
+#include "api/operations/values.h"
 #include "api/words/value.h"
 #include "engine/catalogue/tag_index.h"
-#include "engine/database.h"
 
 namespace zervane {
 

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "api/operations/values.h"
 #include "engine/catalogue/tag_index.h"
 #include "engine/clock.h"
 #include "engine/current/current_values.h"
-#include "engine/database.h"
 #include "engine/storage/store.h"
 
 namespace zervane {

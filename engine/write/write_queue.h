@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "api/operations/values.h"
 #include "api/words/status.h"
-#include "engine/database.h"
 #include "engine/mutex.h"
 #include "engine/storage/store.h"
 #include "engine/write/write_group.h"

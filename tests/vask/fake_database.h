@@ -4,8 +4,14 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
-#include "engine/database.h"
+#include "api/database.h"
+#include "api/operation_table.h"
 
 namespace zervane {
 
@@ -36,22 +42,25 @@ class FakeDatabase : public Database {
   // What CountRecords answers from now on.
   void CountAs(std::int64_t count) { count_ = count; }
 
-  Result<TagId> AddTag(const Tag& properties, PropertyMask mask) override;
-  Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties,
-                   PropertyMask mask) override;
-  Status DeleteTag(TagId id) override;
-  Result<Tag> GetTag(TagId id) override;
-  ZR3_STATUS GetTagType(TagId id, TagType* type) override;
-  Result<TagId> FindTag(std::string_view name) override;
-  Result<std::int64_t> CatalogueVersion() override;
-  Status Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
-               std::span<std::int32_t> codes) override;
-  Result<Sample> ReadCurrent(TagId id) override;
-  Result<std::int64_t> CountRecords(TagId id, TimeRange range) override;
+  Result<TagId> AddTag(const Tag& properties, PropertyMask mask);
+  Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties, PropertyMask mask);
+  Status DeleteTag(TagId id);
+  Result<Tag> GetTag(TagId id);
+  Status GetTagType(TagId id, TagType* type);
+  Result<TagId> FindTag(std::string_view name);
+  Result<std::int64_t> CatalogueVersion();
+  Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+               std::span<std::int32_t> codes);
+  Result<Sample> ReadCurrent(TagId id);
+  Result<std::int64_t> CountRecords(TagId id, TimeRange range);
   Result<std::vector<Sample>> ReadRecords(TagId id, TimeRange range, Direction direction,
-                                          std::size_t limit) override;
-  Result<std::int64_t> ServerTimeMs() override;
+                                          std::size_t limit);
+  Result<std::int64_t> ServerTimeMs();
   Status Close() override;
+
+  std::optional<std::int64_t> HeardCatalogueVersion() const override;
+  Status Carry(const Caller& caller, OperationNumber number, const void* operation,
+               void* reply) override;
 
  private:
   struct Kept {
@@ -59,11 +68,13 @@ class FakeDatabase : public Database {
     std::map<std::int64_t, Sample> records;
   };
 
+  Status Write(const WriteSamples& write, WriteSamples::Reply* reply);
+  Result<zervane::ReadCurrentValues::Reply> ReadCurrentValues(const std::vector<TagId>& ids);
   Status Enter();
   Result<Kept*> Find(TagId id);
   ZR3_STATUS Judge(const TagSample& record, WriteOrder order);
 
-  std::mutex mutex_;  // guards the tags and their version
+  mutable std::mutex mutex_;  // guards the tags and their version
   std::map<TagId, Kept> tags_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;

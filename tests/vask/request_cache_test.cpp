@@ -10,11 +10,10 @@
 namespace zervane {
 namespace {
 
-// How often the database was asked beyond the version, which every look-up asks for.
 class RequestCacheTest : public testing::Test {
  protected:
   TagId Find(std::string_view name) {
-    const Result<TagId> id = cache.FindTag(database, name);
+    const Result<TagId> id = cache.FindTagId(database, {}, name);
     EXPECT_TRUE(id.ok()) << name;
     return id.ok() ? *id : 0;
   }
@@ -25,8 +24,8 @@ class RequestCacheTest : public testing::Test {
     return database.calls() - before;
   }
 
-  static constexpr int kKept = 1;     // the version alone
-  static constexpr int kNotKept = 2;  // the version and the name
+  static constexpr int kKept = 0;
+  static constexpr int kNotKept = 1;
 
   FakeDatabase database;
   RequestCache cache;
@@ -43,19 +42,19 @@ TEST_F(RequestCacheTest, ForgetsWhenTheCatalogueMoves) {
   const TagId first = database.Add("A", TagType::kInt8);
   EXPECT_EQ(Find("A"), first);
   ASSERT_EQ(database.DeleteTag(first).code(), ZR3_OK);
-  EXPECT_EQ(cache.FindTag(database, "A").code(), ZR3_ERR_NAME_NOT_FOUND);
+  EXPECT_EQ(cache.FindTagId(database, {}, "A").code(), ZR3_ERR_NAME_NOT_FOUND);
   const TagId second = database.Add("A", TagType::kInt8);
   EXPECT_EQ(Find("A"), second);
 }
 
 TEST_F(RequestCacheTest, DoesNotKeepFailures) {
-  EXPECT_EQ(cache.FindTag(database, "A").code(), ZR3_ERR_NAME_NOT_FOUND);
+  EXPECT_EQ(cache.FindTagId(database, {}, "A").code(), ZR3_ERR_NAME_NOT_FOUND);
   EXPECT_EQ(cache.size(), 0U);
 }
 
 TEST_F(RequestCacheTest, PassesFailuresOfTheDatabaseOn) {
   database.on_call = [] { return Status(ZR3_ERR_STORAGE_FAILED, {}); };
-  EXPECT_EQ(cache.FindTag(database, "A").code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(cache.FindTagId(database, {}, "A").code(), ZR3_ERR_STORAGE_FAILED);
 }
 
 TEST_F(RequestCacheTest, KeepsNoMoreThanItsCapacity) {
@@ -93,17 +92,17 @@ TEST_F(RequestCacheTest, TellsTheTruthWhileTheCatalogueMoves) {
   std::thread mover([&] {
     for (int i = 0; i < kRounds; ++i) {
       const TagId id = database.Add("moving", TagType::kInt8);
-      EXPECT_EQ(*cache.FindTag(database, "moving"), id);
+      EXPECT_EQ(*cache.FindTagId(database, {}, "moving"), id);
       EXPECT_EQ(database.DeleteTag(id).code(), ZR3_OK);
-      EXPECT_EQ(cache.FindTag(database, "moving").code(), ZR3_ERR_NAME_NOT_FOUND);
+      EXPECT_EQ(cache.FindTagId(database, {}, "moving").code(), ZR3_ERR_NAME_NOT_FOUND);
     }
   });
   std::vector<std::thread> readers;
   for (int t = 0; t < 3; ++t) {
     readers.emplace_back([&] {
       for (int i = 0; i < kRounds; ++i) {
-        EXPECT_EQ(*cache.FindTag(database, "still"), 1U);
-        (void)cache.FindTag(database, "moving");
+        EXPECT_EQ(*cache.FindTagId(database, {}, "still"), 1U);
+        (void)cache.FindTagId(database, {}, "moving");
       }
     });
   }

@@ -189,7 +189,7 @@ TEST(Session, ForgetsNamesOfTheDatabaseBefore) {
     EXPECT_EQ(connected.code(), ZR3_OK);
     TagId id = 0;
     const Status found = session.Hold([&](Session& held) {
-      id = *held.cache().FindTag(held.database(), "A");
+      id = *held.FindTagId("A");
       return Status();
     });
     EXPECT_EQ(found.code(), ZR3_OK);

@@ -1,11 +1,11 @@
 #include "engine/storage/sqlite/tag_table.h"
 
-#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <span>
 #include <type_traits>
-#include <variant>
+
+#include "api/words/tag_columns.h"
 
 namespace zervane::storage {
 namespace {
@@ -29,18 +29,21 @@ std::string ColumnList(Format format) {
 }
 
 // SQLite has no NaN: a number that is none comes back from NULL.
-struct ColumnType {
-  const char* operator()(std::string Tag::*) const { return " BLOB NOT NULL"; }
-  const char* operator()(float Tag::*) const { return " REAL"; }
-  template <std::integral T>
-  const char* operator()(T Tag::*) const {
-    return " INTEGER NOT NULL";
+const char* SqlTypeOf(PropertyKind kind) {
+  switch (kind) {
+    case PropertyKind::kText:
+      return " BLOB NOT NULL";
+    case PropertyKind::kFloat32:
+    case PropertyKind::kFloat64:
+      return " REAL";
+    default:
+      return " INTEGER NOT NULL";
   }
-};
+}
 
 std::string ColumnDefinition(const PropertyColumn& column) {
   const bool is_key = column.column == ZR3_TAG_COL_COMM_PROP_TAGID;
-  const char* type = is_key ? " INTEGER PRIMARY KEY" : std::visit(ColumnType{}, column.member);
+  const char* type = is_key ? " INTEGER PRIMARY KEY" : SqlTypeOf(column.kind);
   return column.name + std::string(type);
 }
 
@@ -61,18 +64,18 @@ const std::string& LoadSql() {
 Tag ReadTag(const Query& row) {
   Tag properties;
   int index = 0;
-  const auto read = [&]<typename T>(T Tag::*member) {
+  const auto read = [&]<typename T>(T& property) {
     const int column = index++;
     if constexpr (std::is_same_v<T, std::string>) {
-      properties.*member = row.Bytes(column);
-    } else if constexpr (std::is_same_v<T, float>) {
-      properties.*member = row.IsNull(column) ? std::numeric_limits<float>::quiet_NaN()
-                                              : static_cast<float>(row.Real(column));
+      property = row.Bytes(column);
+    } else if constexpr (std::is_floating_point_v<T>) {
+      property = row.IsNull(column) ? std::numeric_limits<T>::quiet_NaN()
+                                    : static_cast<T>(row.Real(column));
     } else {
-      properties.*member = static_cast<T>(row.Integer(column));
+      property = static_cast<T>(row.Integer(column));
     }
   };
-  ForEachColumn([&](const PropertyColumn& column) { std::visit(read, column.member); });
+  ForEachColumn([&](const PropertyColumn& column) { VisitProperty(column, properties, read); });
   return properties;
 }
 
@@ -83,7 +86,7 @@ std::string CreateTagTable() { return "CREATE TABLE tag (" + ColumnList(ColumnDe
 Status PutTagRow(Connection& connection, const Tag& properties) {
   Query put(connection, PutSql());
   ForEachColumn([&](const PropertyColumn& column) {
-    std::visit([&](auto member) { put.Bind(properties.*member); }, column.member);
+    VisitProperty(column, properties, [&](const auto& property) { put.Bind(property); });
   });
   return put.Run();
 }

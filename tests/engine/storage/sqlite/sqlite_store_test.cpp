@@ -1,3 +1,4 @@
+#include "api/words/tag_columns.h"
 #include "engine/storage/sqlite/sqlite_store.h"
 
 #include <fcntl.h>
@@ -351,18 +352,17 @@ TEST_F(StoreFolder, SurvivesAFileWithRandomBytesInIt) {
 TEST_F(StoreFolder, KeepsEveryPropertyOfATag) {
   Tag tag = TagNamed(7, "caf\xE9 \xB2\xE2");  // not UTF-8
   int n = 100;
-  const auto fill = [&]<typename T>(T Tag::*member) {
+  const auto fill = [&]<typename T>(T& property) {
     ++n;
     if constexpr (std::is_same_v<T, std::string>) {
-      tag.*member += "text " + std::to_string(n);
+      property += "text " + std::to_string(n);
     } else if constexpr (std::is_same_v<T, bool>) {
-      tag.*member = !(tag.*member);
+      property = !(property);
     } else {
-      tag.*member = static_cast<T>(n + 0.25);
+      property = static_cast<T>(n + 0.25);
     }
   };
-  for (const PropertyColumn& column : CommonColumns()) std::visit(fill, column.member);
-  for (const PropertyColumn& column : PointColumns()) std::visit(fill, column.member);
+  ForEachColumn(tag, [&](const PropertyColumn& column) { VisitProperty(column, tag, fill); });
   tag.change_date = 0xFFFFFFFF;
   tag.exc_max_time = -1;
   tag.min_value = -std::numeric_limits<float>::infinity();
