@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "api/describe.h"
 #include "engine/log.h"
 
 namespace zervane {
@@ -20,8 +21,8 @@ Status Authorised::Carry(const Caller& caller, OperationNumber number, const voi
   const OperationRow& row = RowOf(number);
   const int level = levels_(caller, row.item);
   if (level >= row.level) return database_->Carry(caller, number, operation, reply);
-  LogWarning("{} ({}) may not {}: level {} of {}", caller.user, caller.from, row.name, level,
-             row.level);
+  LogWarning("{} of {}, level {}, may not {}, which needs level {}", caller.user, caller.from,
+             level, Describe(number, operation), row.level);
   return {ZR3_ERR_NO_RIGHT, {}};
 }
 

@@ -183,7 +183,7 @@ TEST_F(EmbeddedCatalogue, StampsTagsWithTheUserWhoAsks) {
   ASSERT_TRUE(id.ok());
   EXPECT_EQ(database_->GetTag(*id)->creator, "anna");
   EXPECT_EQ(database_->database()
-                .Do({.user = std::string(64, 'x')},
+                .Do({.user = std::string(190, 'x')},
                     ModifyTag{*id, ZR3_TAG_CLASS_BASIC, {}, {.common = 0, .extension = 0}})
                 .code(),
             ZR3_ERR_INVALID_PROPERTY);
