@@ -6,8 +6,8 @@
 #include <utility>
 
 // The fields of words and operations, listed once in each: messages, the lines of the log and the
-// samples of the tests are made from the list. Its order is that of the message's field numbers, from
-// 1: new fields go to the end, and one that is given up leaves its place.
+// samples of the tests are made from the list. Its order is that of the message's field numbers,
+// from 1: new fields go to the end, and one that is given up leaves its place.
 //
 //   struct DeleteTag {
 //     TagId id = 0;
@@ -29,7 +29,9 @@ constexpr auto FieldList(Field<T>... fields) {
 }
 
 template <typename T>
-concept HasFields = requires(T& value) { T::Fields(value); };
+concept HasFields = requires(T& value) {
+  T::Fields(value);
+};
 
 template <HasFields T>
 constexpr std::size_t kFieldCount =

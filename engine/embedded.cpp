@@ -2,28 +2,30 @@
 
 #include <utility>
 
+#include "engine/authorised.h"
 #include "engine/embedded_database.h"
+#include "engine/guard.h"
 
 namespace zervane {
-namespace {
 
-constexpr char kLocalUser[] = "admin";
-
-}  // namespace
-
-Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock,
-                                               std::string user) {
-  return EmbeddedDatabase::Open(std::move(store), std::move(clock), std::move(user));
+Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock) {
+  Result<std::unique_ptr<Engine>> engine = Engine::Open(std::move(store), std::move(clock));
+  if (!engine.ok()) return engine.status();
+  return Guarded([&]() -> Result<std::unique_ptr<Database>> {
+    auto database = std::make_unique<EmbeddedDatabase>(*std::move(engine));
+    return std::unique_ptr<Database>(std::make_unique<Authorised>(std::move(database)));
+  });
 }
 
-Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder) {
-  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder);
+Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder,
+                                                     const TextEncoding& encoding) {
+  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder, encoding);
   if (!store.ok()) return store.status();
-  return OpenEmbedded(*std::move(store), SystemClock(), kLocalUser);
+  return OpenEmbedded(*std::move(store), SystemClock());
 }
 
 Result<std::unique_ptr<Database>> OpenVolatile() {
-  return OpenEmbedded(OpenMemoryStore(), SystemClock(), kLocalUser);
+  return OpenEmbedded(OpenMemoryStore(), SystemClock());
 }
 
 }  // namespace zervane

@@ -2,23 +2,21 @@
 
 #include <filesystem>
 #include <memory>
-#include <string>
 
+#include "api/database.h"
 #include "engine/clock.h"
-#include "engine/database.h"
 #include "engine/storage/store.h"
 
 namespace zervane {
 
-// The embedded database over a store of any kind. `user` is whom changes of the catalogue are
-// stamped with: 1 to 63 bytes, else ZR3_ERR_INVALID_ARGUMENT. The statuses of the store, and
+// The embedded database over a store of any kind. The statuses of the store, and
 // ZR3_ERR_STORAGE_DAMAGED when what it holds breaks a rule of the database.
-Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock,
-                                               std::string user);
+Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock);
 
 // The embedded database in a folder (made when missing), and a volatile one; both on the system's
-// clock, stamped "admin".
-Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder);
+// clock. `encoding` is that of the process's texts, for a database of an earlier layout.
+Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder,
+                                                     const TextEncoding& encoding = {});
 Result<std::unique_ptr<Database>> OpenVolatile();
 
 }  // namespace zervane

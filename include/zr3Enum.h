@@ -372,53 +372,55 @@ enum {
 /* Every status the client API answers: name, number, meaning. The only place where they stand; the
  * enumeration, the text function and the tables of the documentation are made from it. -1 is never
  * among them: it belongs to the bridge. */
-#define ZR3_STATUS_LIST(X)                                                                        \
-  X(ZR3_OK, 0, "success")                                                                         \
-  /* 110xxx: client and session */                                                                \
-  X(ZR3_ERR_NOT_CONNECTED, 110100, "not connected to a database")                                 \
-  X(ZR3_ERR_ALREADY_CONNECTED, 110101, "already connected to another database")                   \
-  X(ZR3_ERR_CONNECT_FAILED, 110102, "neither the primary nor the standby server can be reached")  \
-  X(ZR3_ERR_INVALID_ADDRESS, 110103, "the address cannot be understood, or did not convert")      \
-  X(ZR3_ERR_NULL_ARGUMENT, 110110, "a pointer that must be given is null")                        \
-  X(ZR3_ERR_INVALID_COUNT, 110111, "the count is negative or beyond its bound")                   \
-  X(ZR3_ERR_INVALID_TEXT, 110112, "a text did not convert, or does not end in its array")         \
-  X(ZR3_ERR_INVALID_ARGUMENT, 110113, "an argument is outside its range")                         \
-  X(ZR3_ERR_NOT_SUPPORTED, 110114, "this library does not offer the operation")                   \
-  X(ZR3_ERR_UNKNOWN_COMMAND, 110115, "the command is not known")                                  \
-  X(ZR3_ERR_OUT_OF_MEMORY, 110120, "out of memory")                                               \
-  X(ZR3_ERR_INTERNAL, 110121, "internal fault; the log has its cause")                            \
-  X(ZR3_ERR_DATABASE_IN_USE, 110130, "another process has the database open")                     \
-  X(ZR3_ERR_DATABASE_VERSION, 110131, "the database file has a layout of a later version")        \
-  X(ZR3_ERR_NOT_A_DATABASE, 110132, "the file is not a database of this system")                  \
-  X(ZR3_ERR_STORAGE_READ_ONLY, 110133, "the database folder or file cannot be written")           \
-  X(ZR3_ERR_STORAGE_FULL, 110134, "no space left for the database")                               \
-  X(ZR3_ERR_STORAGE_FAILED, 110135, "the database file cannot be read or written")                \
-  X(ZR3_ERR_STORAGE_DAMAGED, 110136, "a part of the database file is damaged")                    \
-  X(ZR3_ERR_INVALID_HANDLE, 110191, "the handle is zero, stale or of another kind")               \
-  X(ZR3_ERR_END_OF_ITERATION, 110192, "the iterator has no further item")                         \
-  /* 117xxx: tags and catalogue */                                                                \
-  X(ZR3_ERR_TAG_NOT_FOUND, 117801, "no tag has this identifier")                                  \
-  X(ZR3_ERR_NAME_NOT_FOUND, 117802, "no tag has this name")                                       \
-  X(ZR3_ERR_SOME_NAMES_FAILED, 117803, "some names are unknown; the per-name codes tell which")   \
-  X(ZR3_ERR_TAG_EXISTS, 117804, "a tag of this name exists")                                      \
-  X(ZR3_ERR_INVALID_TAG_NAME, 117805, "a tag name has 1 to 255 bytes and no control characters")  \
-  X(ZR3_ERR_INVALID_TAG_TYPE, 117806, "not a tag type")                                           \
-  X(ZR3_ERR_INVALID_TAG_CLASS, 117807, "not a tag class, or not the class that is meant")         \
-  X(ZR3_ERR_INVALID_PROPERTY, 117808, "a property's value is outside its range")                  \
-  X(ZR3_ERR_INVALID_MASK, 117809, "the mask has a bit for which there is no property")            \
-  X(ZR3_ERR_TAG_HAS_RECORDS, 117810, "type and class are fixed once the tag holds records")       \
-  X(ZR3_ERR_TAG_IDS_EXHAUSTED, 117811, "no tag identifier is left")                               \
-  /* 119xxx: records, statistics and alarms */                                                    \
-  X(ZR3_ERR_INVALID_TIME, 119601, "milliseconds are outside 0 to 999")                            \
-  X(ZR3_ERR_INVALID_REGION, 119602, "the region's start is after its end")                        \
-  X(ZR3_ERR_NO_RECORD, 119603, "the tag has no record there")                                     \
-  X(ZR3_ERR_TYPE_MISMATCH, 119604, "the record's type is not the tag's")                          \
-  X(ZR3_ERR_OUT_OF_ORDER, 119605, "the record is older than the current value")                   \
-  X(ZR3_ERR_VALUE_TOO_LONG, 119606, "a STRING has up to 999 bytes, a BLOB up to 1,000")           \
-  X(ZR3_ERR_BUFFER_TOO_SMALL, 119607, "the value does not fit the caller's buffer")               \
-  X(ZR3_ERR_SOME_RECORDS_FAILED, 119610, "some records failed, the others were carried out")      \
-  X(ZR3_ERR_SOME_INSTANTS_FAILED, 119611, "some instants failed; the per-instant codes tell why") \
-  X(ZR3_ERR_SOME_ALARMS_FAILED, 119624, "some alarm snapshots failed; the per-tag codes tell why")
+#define ZR3_STATUS_LIST(X)                                                                         \
+  X(ZR3_OK, 0, "success")                                                                          \
+  /* 110xxx: client and session */                                                                 \
+  X(ZR3_ERR_NOT_CONNECTED, 110100, "not connected to a database")                                  \
+  X(ZR3_ERR_ALREADY_CONNECTED, 110101, "already connected to another database")                    \
+  X(ZR3_ERR_CONNECT_FAILED, 110102, "neither the primary nor the standby server can be reached")   \
+  X(ZR3_ERR_INVALID_ADDRESS, 110103, "the address cannot be understood, or did not convert")       \
+  X(ZR3_ERR_NULL_ARGUMENT, 110110, "a pointer that must be given is null")                         \
+  X(ZR3_ERR_INVALID_COUNT, 110111, "the count is negative or beyond its bound")                    \
+  X(ZR3_ERR_INVALID_TEXT, 110112, "a text did not convert, or does not end in its array")          \
+  X(ZR3_ERR_INVALID_ARGUMENT, 110113, "an argument is outside its range")                          \
+  X(ZR3_ERR_NOT_SUPPORTED, 110114, "this library does not offer the operation")                    \
+  X(ZR3_ERR_UNKNOWN_COMMAND, 110115, "the command is not known")                                   \
+  X(ZR3_ERR_OUT_OF_MEMORY, 110120, "out of memory")                                                \
+  X(ZR3_ERR_INTERNAL, 110121, "internal fault; the log has its cause")                             \
+  X(ZR3_ERR_DATABASE_IN_USE, 110130, "another process has the database open")                      \
+  X(ZR3_ERR_DATABASE_VERSION, 110131, "the database file has a layout of a later version")         \
+  X(ZR3_ERR_NOT_A_DATABASE, 110132, "the file is not a database of this system")                   \
+  X(ZR3_ERR_STORAGE_READ_ONLY, 110133, "the database folder or file cannot be written")            \
+  X(ZR3_ERR_STORAGE_FULL, 110134, "no space left for the database")                                \
+  X(ZR3_ERR_STORAGE_FAILED, 110135, "the database file cannot be read or written")                 \
+  X(ZR3_ERR_STORAGE_DAMAGED, 110136, "a part of the database file is damaged")                     \
+  X(ZR3_ERR_INVALID_HANDLE, 110191, "the handle is zero, stale or of another kind")                \
+  X(ZR3_ERR_END_OF_ITERATION, 110192, "the iterator has no further item")                          \
+  /* 117xxx: tags and catalogue */                                                                 \
+  X(ZR3_ERR_TAG_NOT_FOUND, 117801, "no tag has this identifier")                                   \
+  X(ZR3_ERR_NAME_NOT_FOUND, 117802, "no tag has this name")                                        \
+  X(ZR3_ERR_SOME_NAMES_FAILED, 117803, "some names are unknown; the per-name codes tell which")    \
+  X(ZR3_ERR_TAG_EXISTS, 117804, "a tag of this name exists")                                       \
+  X(ZR3_ERR_INVALID_TAG_NAME, 117805, "a tag name has 1 to 255 bytes and no control characters")   \
+  X(ZR3_ERR_INVALID_TAG_TYPE, 117806, "not a tag type")                                            \
+  X(ZR3_ERR_INVALID_TAG_CLASS, 117807, "not a tag class, or not the class that is meant")          \
+  X(ZR3_ERR_INVALID_PROPERTY, 117808, "a property's value is outside its range")                   \
+  X(ZR3_ERR_INVALID_MASK, 117809, "the mask has a bit for which there is no property")             \
+  X(ZR3_ERR_TAG_HAS_RECORDS, 117810, "type and class are fixed once the tag holds records")        \
+  X(ZR3_ERR_TAG_IDS_EXHAUSTED, 117811, "no tag identifier is left")                                \
+  /* 119xxx: records, statistics and alarms */                                                     \
+  X(ZR3_ERR_INVALID_TIME, 119601, "milliseconds are outside 0 to 999")                             \
+  X(ZR3_ERR_INVALID_REGION, 119602, "the region's start is after its end")                         \
+  X(ZR3_ERR_NO_RECORD, 119603, "the tag has no record there")                                      \
+  X(ZR3_ERR_TYPE_MISMATCH, 119604, "the record's type is not the tag's")                           \
+  X(ZR3_ERR_OUT_OF_ORDER, 119605, "the record is older than the current value")                    \
+  X(ZR3_ERR_VALUE_TOO_LONG, 119606, "a STRING has up to 999 bytes, a BLOB up to 1,000")            \
+  X(ZR3_ERR_BUFFER_TOO_SMALL, 119607, "the value does not fit the caller's buffer")                \
+  X(ZR3_ERR_SOME_RECORDS_FAILED, 119610, "some records failed, the others were carried out")       \
+  X(ZR3_ERR_SOME_INSTANTS_FAILED, 119611, "some instants failed; the per-instant codes tell why")  \
+  X(ZR3_ERR_SOME_ALARMS_FAILED, 119624, "some alarm snapshots failed; the per-tag codes tell why") \
+  /* 121xxx: security */                                                                           \
+  X(ZR3_ERR_NO_RIGHT, 121601, "the user has no right to do this")
 
 typedef int32 ZR3_STATUS;
 enum {

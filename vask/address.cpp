@@ -4,6 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include "api/words/ascii.h"
+
 namespace zervane {
 namespace {
 
@@ -37,8 +39,6 @@ bool CanBeHost(std::string_view host) {
   });
 }
 
-char ToLower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 }  // namespace
 
 Result<Target> ParseAddress(std::string_view address, std::uint16_t port,
@@ -55,9 +55,7 @@ Result<Target> ParseAddress(std::string_view address, std::uint16_t port,
   }
   if (!CanBeHost(address)) return InvalidAddress(address, "not a host name");
 
-  std::string host(address);
-  std::transform(host.begin(), host.end(), host.begin(), ToLower);
-  return Target{.kind = Target::Kind::kServer, .host = std::move(host), .port = port};
+  return Target{.kind = Target::Kind::kServer, .host = FoldAscii(address), .port = port};
 }
 
 Result<Servers> ParseServers(std::string_view address, std::uint16_t port,

@@ -1,8 +1,8 @@
 // ar3: the archive.
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
-#include <vector>
 
 #include "engine/assert.h"
 #include "vask/api.h"
@@ -12,11 +12,13 @@
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 using zervane::Call;
-using zervane::Database;
+using zervane::CountRecords;
 using zervane::Direction;
+using zervane::ReadRecords;
 using zervane::Result;
-using zervane::Sample;
+using zervane::SampleColumns;
 using zervane::Session;
+using zervane::StandardText;
 using zervane::Status;
 using zervane::TagId;
 using zervane::TimeRange;
@@ -29,15 +31,16 @@ constexpr ZR3_REC_INTERP_QUERY_MODE kLastMode = ZR3_REC_INTERP_QUERY_MODE_PREV;
 
 // *num: in, the capacity of `records`; out, how many were filled. Whether a record has a buffer is
 // told by the buffer alone here.
-Status ReadArchive(Database& database, TagId id, TimeRange range, Direction direction, int32* num,
+Status ReadArchive(Session& session, TagId id, TimeRange range, Direction direction, int32* num,
                    ZR3Record* records) {
   ZERVANE_ASSERT(*num >= 0);
   const auto capacity = static_cast<std::size_t>(*num);
-  const Result<std::vector<Sample>> samples = database.ReadRecords(id, range, direction, capacity);
+  const Result<SampleColumns> samples = session.Do(ReadRecords{id, range, direction, capacity});
   if (!samples.ok()) return samples.status();
   ZERVANE_ASSERT(samples->size() <= capacity);
-  for (const Sample& sample : *samples) {
-    Status status = zervane::FillRecord(sample, records++);
+  StandardText& texts = zervane::TextsOfThisThread();
+  for (std::size_t at = 0; at < samples->size(); ++at) {
+    Status status = zervane::FillRecord(zervane::ViewOf(*samples, at), texts, records++);
     if (!status.ok()) return status;
   }
   *num = static_cast<int32>(samples->size());
@@ -50,7 +53,7 @@ int32 ar3_query_raw_records_number(uint32 nTagID, const ZR3TimeRegion* pRegion, 
   return Call(__func__, Arguments().Given(pRegion, pNum), [&](Session& session) -> Status {
     const Result<TimeRange> range = zervane::ReadRegion(*pRegion);
     if (!range.ok()) return range.status();
-    const Result<std::int64_t> number = session.database().CountRecords(nTagID, *range);
+    const Result<std::int64_t> number = session.Do(CountRecords{nTagID, *range});
     if (!number.ok()) return number.status();
     *pNum = static_cast<int32>(
         std::min<std::int64_t>(*number, std::numeric_limits<int32>::max()));  // more do not fit
@@ -64,7 +67,7 @@ int32 ar3_query_raw_records(uint32 nTagID, const ZR3TimeRegion* pRegion, int32* 
   return Call(__func__, arguments, [&](Session& session) -> Status {
     const Result<TimeRange> range = zervane::ReadRegion(*pRegion);
     if (!range.ok()) return range.status();
-    return ReadArchive(session.database(), nTagID, *range, Direction::kForward, pNum, pRecords);
+    return ReadArchive(session, nTagID, *range, Direction::kForward, pNum, pRecords);
   });
 }
 
@@ -77,7 +80,7 @@ int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8
     const bool backward = bBackward != 0;
     TimeRange range;
     (backward ? range.to_ms : range.from_ms) = *start_ms;
-    return ReadArchive(session.database(), nTagID, range,
+    return ReadArchive(session, nTagID, range,
                        backward ? Direction::kBackward : Direction::kForward, pNum, pRecords);
   });
 }
@@ -97,8 +100,8 @@ int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int
 
 int32 ar3_modify_record(uint32 /*nTagID*/, const ZR3Record* pRecord) {
   return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session&) -> Status {
-    Sample sample;
-    const Status read = zervane::ReadRecord(*pRecord, &sample);
+    SampleColumns sample;
+    const Status read = zervane::AddRecord(*pRecord, zervane::TextsOfThisThread(), &sample);
     return read.ok() ? Status(ZR3_ERR_NOT_SUPPORTED, {}) : read;
   });
 }

@@ -30,7 +30,7 @@ int32 cc3_cmd(const char* szCommand, char** ppReply) {
   const Arguments arguments = ArgumentsWithTexts().Given(szCommand, ppReply);
   return Call(__func__, arguments, [&](Session& session) -> Status {
     if (std::strcmp(szCommand, kReadVersion) != 0) return {ZR3_ERR_UNKNOWN_COMMAND, {}};
-    const Result<std::int64_t> version = session.database().CatalogueVersion();
+    const Result<std::int64_t> version = session.Do(zervane::GetCatalogueVersion{});
     if (!version.ok()) return version.status();
     return HandOut("tag_version=" + std::to_string(*version) + ";", ppReply);
   });

@@ -2,8 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <string_view>
 
-#include "engine/database.h"
+#include "api/database.h"
+#include "api/operation_table.h"
 #include "vask/address.h"
 #include "vask/handle_table.h"
 #include "vask/request_cache.h"
@@ -35,11 +37,24 @@ class Session {
     return body(*this);
   }
 
-  // For the body of Hold.
-  Database& database() {
+  // For the body of Hold, as what follows: has the database carry out an operation for this
+  // process's caller.
+  template <typename Op>
+  Result<typename Op::Reply> Do(const Op& operation) {
     mutex_.AssertHeld();
-    return *database_;
+    return database_->Do(caller_, operation);
   }
+
+  // The identifier of a name and the type of a tag's values, from memory where that is still true.
+  Result<TagId> FindTagId(std::string_view name) {
+    mutex_.AssertHeld();
+    return cache_.FindTagId(*database_, caller_, name);
+  }
+  Result<TagType> GetTagType(TagId id) {
+    mutex_.AssertHeld();
+    return cache_.GetTagType(*database_, caller_, id);
+  }
+
   HandleTable& handles() {
     mutex_.AssertHeld();
     return handles_;
@@ -52,6 +67,7 @@ class Session {
  private:
   SessionMutex mutex_;
   std::unique_ptr<Database> database_ GUARDED_BY(mutex_);
+  Caller caller_ GUARDED_BY(mutex_);
   Servers servers_ GUARDED_BY(mutex_);
   // They lock themselves; that they speak of database_ is what the mutex is held for.
   HandleTable handles_;

@@ -1,10 +1,12 @@
 // sn3: current values.
 
 #include <cstddef>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "engine/assert.h"
+#include "os/thread_owned.h"
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
@@ -13,74 +15,82 @@
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 using zervane::Call;
-using zervane::Database;
 using zervane::ForEach;
+using zervane::ReadCurrent;
+using zervane::ReadCurrentValues;
 using zervane::Result;
 using zervane::Sample;
+using zervane::SampleBatch;
+using zervane::SampleView;
 using zervane::Session;
+using zervane::StandardText;
 using zervane::Status;
 using zervane::TagId;
-using zervane::TagSample;
 using zervane::Unsupported;
+using zervane::ViewOf;
 using zervane::WriteAnswer;
 using zervane::WriteOrder;
+using zervane::WriteSamples;
 
 namespace {
 
 // The caller's nTagType tells whether the record has a buffer: in a record prepared for a number,
 // where the tag holds text by now, there may stand anything.
-Status ReadSnapshot(Database& database, TagId id, ZR3Record* record) {
-  const Result<Sample> sample = database.ReadCurrent(id);
-  if (!sample.ok()) return sample.status();
-  const auto type = static_cast<ZR3_TAG_TYPE>(sample->type);
+Status FillSnapshot(const SampleView& sample, StandardText& texts, ZR3Record* record) {
+  const auto type = static_cast<ZR3_TAG_TYPE>(sample.type);
   if (zervane::NeedsBuffer(type) && !zervane::NeedsBuffer(record->nTagType)) {
     return {ZR3_ERR_TYPE_MISMATCH, "a record without a buffer for a STRING or BLOB"};
   }
-  return zervane::FillRecord(*sample, record);
+  return zervane::FillRecord(sample, texts, record);
 }
 
 // What a thread needs for a batch. It keeps the memory, up to so many records, for the next one.
 struct Scratch {
-  std::vector<TagSample> batch;
-  std::vector<int32> written;  // a code for each
+  SampleBatch batch;
 };
 constexpr std::size_t kKeptRecords = 65'536;
 
 // Not inline, or the compiler would look the thread's own up for every record.
 [[gnu::noinline]] Scratch& ScratchOfThread() {
-  thread_local Scratch scratch;
-  return scratch;
+  static zervane::os::ThreadOwned<Scratch> scratches;
+  return scratches.OfThisThread([] { return std::make_unique<Scratch>(); });
+}
+
+// Hands the database's codes of the records that were samples to those records.
+void SpreadCodes(const WriteSamples::Reply& reply, int32 count, int32* codes) {
+  if (reply.codes.empty()) return;
+  auto next = reply.codes.begin();
+  for (int32 i = 0; i < count; ++i) {
+    if (codes[i] == ZR3_OK) codes[i] = *next++;
+  }
+  ZERVANE_ASSERT(next == reply.codes.end());
 }
 
 // Writes record i for tag tag_of(i). Records that are no samples get their codes here, the others
 // the database's.
 template <typename TagOf>
-Status WriteRecords(Database& database, int32 count, TagOf&& tag_of, const ZR3Record* records,
+Status WriteRecords(Session& session, int32 count, TagOf&& tag_of, const ZR3Record* records,
                     WriteOrder order, WriteAnswer answer, int32* codes) {
   Scratch& scratch = ScratchOfThread();
-  std::vector<TagSample>& batch = scratch.batch;
-  std::vector<int32>& written = scratch.written;
-  batch.clear();
-  batch.reserve(static_cast<std::size_t>(count));
+  WriteSamples write{.batch = std::move(scratch.batch), .order = order, .answer = answer};
+  SampleBatch& batch = write.batch;
+  StandardText& texts = zervane::TextsOfThisThread();
+  batch.Clear();
+  batch.tags.reserve(static_cast<std::size_t>(count));
+  batch.samples.Reserve(static_cast<std::size_t>(count));
   Status all_read = ForEach(count, codes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
-    TagSample& next = batch.emplace_back();
-    next.tag = tag_of(i);
-    Status status = zervane::ReadRecord(records[i], &next.sample);
-    if (!status.ok()) batch.pop_back();
+    Status status = zervane::AddRecord(records[i], texts, &batch.samples);
+    if (status.ok()) batch.tags.push_back(tag_of(i));
     return status;
   });
   if (batch.empty()) return all_read;
 
-  written.resize(batch.size());
-  Status status = database.Write(std::move(batch), order, answer, written);
-  auto next = written.begin();
-  for (int32 i = 0; codes != nullptr && i < count; ++i) {
-    if (codes[i] == ZR3_OK) codes[i] = *next++;
-  }
-  ZERVANE_ASSERT(codes == nullptr || next == written.end());
-  // The database has the samples; their memory is still the batch's.
-  if (batch.capacity() > kKeptRecords) scratch = {};  // NOLINT(bugprone-use-after-move)
-  return status.ok() ? all_read : status;
+  const Result<WriteSamples::Reply> reply = session.Do(write);
+  // The batch's memory is kept for the next one.
+  if (batch.tags.capacity() <= kKeptRecords) scratch.batch = std::move(batch);
+  if (!reply.ok()) return reply.status();
+  if (codes != nullptr) SpreadCodes(*reply, count, codes);
+  return reply->status == ZR3_OK ? all_read : Status(reply->status, {});
 }
 
 // The batch functions that name a tag for each record.
@@ -88,31 +98,41 @@ int32 SaveSnapshots(const char* function, int32 count, const uint32* ids, const 
                     WriteOrder order, WriteAnswer answer, int32* codes) {
   return Call(function, ArgumentsWithTexts().Batch(count, ids, records), [&](Session& session) {
     return WriteRecords(
-        session.database(), count, [=](int32 i) { return ids[i]; }, records, order, answer, codes);
+        session, count, [=](int32 i) { return ids[i]; }, records, order, answer, codes);
   });
 }
 
 }  // namespace
 
 int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord) {
-  return Call(__func__, Arguments().Given(pRecord),
-              [&](Session& session) { return ReadSnapshot(session.database(), nTagID, pRecord); });
+  return Call(__func__, Arguments().Given(pRecord), [&](Session& session) -> Status {
+    const Result<Sample> sample = session.Do(ReadCurrent{nTagID});
+    return sample.ok() ? FillSnapshot(ViewOf(*sample), zervane::TextsOfThisThread(), pRecord)
+                       : sample.status();
+  });
 }
 
 int32 sn3_query_snapshots(int32 nNum, const uint32* pTagIDs, ZR3Record* pRecords,
                           int32* pErrCodes) {
-  return Call(__func__, Arguments().Batch(nNum, pTagIDs, pRecords), [&](Session& session) {
-    return ForEach(nNum, pErrCodes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
-      return ReadSnapshot(session.database(), pTagIDs[i], &pRecords[i]);
-    });
-  });
+  return Call(__func__, Arguments().Batch(nNum, pTagIDs, pRecords),
+              [&](Session& session) -> Status {
+                const Result<ReadCurrentValues::Reply> read =
+                    session.Do(ReadCurrentValues{.ids = {pTagIDs, pTagIDs + nNum}});
+                if (!read.ok()) return read.status();
+                StandardText& texts = zervane::TextsOfThisThread();
+                return ForEach(nNum, pErrCodes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
+                  const auto at = static_cast<std::size_t>(i);
+                  if (read->codes[at] != ZR3_OK) return Status(read->codes[at], {});
+                  return FillSnapshot(ViewOf(read->samples, at), texts, &pRecords[i]);
+                });
+              });
 }
 
 int32 sn3_save_snapshot(uint32 nTagID, const ZR3Record* pRecord) {
   return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session& session) {
     int32 code = ZR3_OK;
     Status status = WriteRecords(
-        session.database(), 1, [=](int32) { return nTagID; }, pRecord, WriteOrder::kInOrder,
+        session, 1, [=](int32) { return nTagID; }, pRecord, WriteOrder::kInOrder,
         WriteAnswer::kDurable, &code);
     return status.code() == ZR3_ERR_SOME_RECORDS_FAILED ? Status(code, {}) : status;
   });
@@ -134,7 +154,7 @@ int32 sn3_save_disorder_snapshots(int32 nNum, uint32 nTagID, const ZR3Record* pR
                                   int32* pErrCodes) {
   return Call(__func__, ArgumentsWithTexts().Batch(nNum, pRecords), [&](Session& session) {
     return WriteRecords(
-        session.database(), nNum, [=](int32) { return nTagID; }, pRecords, WriteOrder::kAnyOrder,
+        session, nNum, [=](int32) { return nTagID; }, pRecords, WriteOrder::kAnyOrder,
         WriteAnswer::kDurable, pErrCodes);
   });
 }

@@ -58,9 +58,8 @@ int32 ut3_set_request_cache_capacity(int32 nCapacity) {
 }
 
 int32 ut3_get_server_ms_time(int64* pMsTime) {
-  return Call(__func__, Arguments().Given(pMsTime), [&](Session& session) {
-    return Deliver(session.database().ServerTimeMs(), pMsTime);
-  });
+  return Call(__func__, Arguments().Given(pMsTime),
+              [&](Session& session) { return Deliver(session.Do(zervane::ReadClock{}), pMsTime); });
 }
 
 int32 ut3_send_rest_info(ZRRestCfg cfg) {

@@ -14,9 +14,9 @@
 // Operations on tags.
 namespace zervane {
 
-// Adds a tag of the selected properties, the others taking their defaults (the name always counts; an
-// identifier is ignored). Creation and change (date, user) are stamped unless the mask selects them
-// with a value other than 0 or empty. Answers the identifier. ZR3_ERR_INVALID_MASK,
+// Adds a tag of the selected properties, the others taking their defaults (the name always counts;
+// an identifier is ignored). Creation and change (date, user) are stamped unless the mask selects
+// them with a value other than 0 or empty. Answers the identifier. ZR3_ERR_INVALID_MASK,
 // ZR3_ERR_INVALID_TAG_NAME, ZR3_ERR_INVALID_TAG_TYPE, ZR3_ERR_INVALID_TAG_CLASS,
 // ZR3_ERR_INVALID_PROPERTY, ZR3_ERR_INVALID_TEXT, ZR3_ERR_TAG_EXISTS, ZR3_ERR_TAG_IDS_EXHAUSTED.
 struct AddTag {
@@ -98,8 +98,8 @@ struct GetCatalogueVersion {
 };
 
 // The matches with identifiers from `from` on, in order of identifier, at most `limit` of them (and
-// at most kMaxPageItems). Their properties outside the mask are 0 or empty, but for identifier, name
-// and class. ZR3_ERR_INVALID_COUNT for a limit below 1, ZR3_ERR_INVALID_MASK, and
+// at most kMaxPageItems). Their properties outside the mask are 0 or empty, but for identifier,
+// name and class. ZR3_ERR_INVALID_COUNT for a limit below 1, ZR3_ERR_INVALID_MASK, and
 // ZR3_ERR_INVALID_ARGUMENT for a condition that means nothing.
 struct FindTags {
   static constexpr OperationNumber kNumber = OperationNumber::kFindTags;
@@ -111,8 +111,8 @@ struct FindTags {
   std::int32_t limit = kMaxPageItems;
 
   static auto Fields(auto& self) {
-    return FieldList(Field{"query", self.query}, Field{"mask", self.mask},
-                     Field{"from", self.from}, Field{"limit", self.limit});
+    return FieldList(Field{"query", self.query}, Field{"mask", self.mask}, Field{"from", self.from},
+                     Field{"limit", self.limit});
   }
 };
 
@@ -127,10 +127,10 @@ struct CountTags {
 };
 
 // The common properties of all tags of some classes, as they were at one instant, page by page in
-// order of identifier: the first page (`snapshot` 0) answers the number of tags and the snapshot that
-// the next ones are to be asked of. ZR3_ERR_OUT_OF_MEMORY when there are more than kMaxListedTags;
-// ZR3_ERR_INVALID_HANDLE for a snapshot that is gone, as it is with its last page, and 60 s after a
-// page was last asked of it.
+// order of identifier: the first page (`snapshot` 0) answers the number of tags and the snapshot
+// that the next ones are to be asked of. ZR3_ERR_OUT_OF_MEMORY when there are more than
+// kMaxListedTags; ZR3_ERR_INVALID_HANDLE for a snapshot that is gone, as it is with its last page,
+// and 60 s after a page was last asked of it.
 struct ListTags {
   static constexpr OperationNumber kNumber = OperationNumber::kListTags;
   struct Reply {

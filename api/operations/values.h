@@ -32,8 +32,8 @@ enum class WriteAnswer : std::uint8_t {
 struct WriteSamples {
   static constexpr OperationNumber kNumber = OperationNumber::kWriteSamples;
   struct Reply {
-    // ZR3_OK, ZR3_ERR_SOME_RECORDS_FAILED, the status of the store (then nothing was carried out), or
-    // that of an earlier batch of the session that was lost.
+    // ZR3_OK, ZR3_ERR_SOME_RECORDS_FAILED, the status of the store (then nothing was carried out),
+    // or that of an earlier batch of the session that was lost.
     std::int32_t status = ZR3_OK;
     // One for each record, or none when all is well: ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_TYPE_MISMATCH,
     // ZR3_ERR_VALUE_TOO_LONG, ZR3_ERR_INVALID_TEXT, ZR3_ERR_INVALID_TIME, ZR3_ERR_OUT_OF_ORDER, or

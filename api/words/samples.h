@@ -13,9 +13,9 @@
 
 namespace zervane {
 
-// Samples as columns: element i of every array belongs to sample i. This is how samples travel, from
-// the client API down to the chunks and back, for a loop over an array of one thing is several times
-// as fast as one over an array of objects.
+// Samples as columns: element i of every array belongs to sample i. This is how samples travel,
+// from the client API down to the chunks and back, for a loop over an array of one thing is several
+// times as fast as one over an array of objects.
 //
 // A number's value is its bits (an int32 or a float in the low half); a STRING's or BLOB's is where
 // its bytes stand among texts().
@@ -88,8 +88,10 @@ class SampleColumns {
 
   // A text's bytes within `texts`, and the value that stands for it.
   static std::string_view TextIn(std::string_view texts, std::uint64_t value) {
-    return texts.substr(value >> kLengthBits, value & kMaxLength);
+    return texts.substr(OffsetOf(value), LengthOf(value));
   }
+  static std::uint64_t OffsetOf(std::uint64_t value) { return value >> kLengthBits; }
+  static std::uint64_t LengthOf(std::uint64_t value) { return value & kMaxLength; }
   static std::uint64_t PlaceOf(std::size_t offset, std::size_t length) {
     return static_cast<std::uint64_t>(offset) << kLengthBits | length;
   }
@@ -152,6 +154,9 @@ struct SampleBatch {
     samples.Clear();
   }
 
+  static auto Fields(auto& self) {
+    return FieldList(Field{"tags", self.tags}, Field{"samples", self.samples});
+  }
   friend bool operator==(const SampleBatch&, const SampleBatch&) = default;
 };
 

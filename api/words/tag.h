@@ -1,19 +1,17 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <variant>
 
+#include "api/fields.h"
 #include "api/words/value.h"
 
 namespace zervane {
 
-// The properties of a tag: those of every class, then those of point tags. A member's initialiser
-// is the default that an unselected property takes when the tag is added. Texts are bytes in the
-// caller's encoding, without their terminator.
-struct Tag {
+// What the tags of every class have. In this file a member's initialiser is the default that an
+// unselected property takes when the tag is added; texts are UTF-8 without a terminator.
+struct CommonProperties {
   std::string name;
   bool archiving = true;
   std::uint32_t change_date = 0;  // seconds
@@ -51,6 +49,10 @@ struct Tag {
   std::string ext_string1;
   std::string ext_string2;
 
+  friend bool operator==(const CommonProperties&, const CommonProperties&) = default;
+};
+
+struct PointProperties {
   std::string instrument_address;
   std::uint8_t instrument_address_type = 0;
   std::string collector_name;
@@ -61,33 +63,104 @@ struct Tag {
   std::uint32_t scan_group_id = 0;
   std::int32_t data_order = ZR3_DATA_ORDER_NO;
 
+  friend bool operator==(const PointProperties&, const PointProperties&) = default;
+};
+
+struct AlarmProperties {
+  std::string test1;
+  std::string test2;
+  std::string test3;
+  std::string test4;
+  std::string action1;
+  std::string action2;
+  std::string action3;
+  std::string action4;
+  std::string source_tag;
+  std::uint32_t alarm_group_id = 0;
+  std::int32_t auto_ack = ZR3_AM_ACK_TYPE_MANUAL;
+  std::int32_t time_dead_band = 0;  // seconds
+  float value_dead_band = 0;        // engineering units of the source
+
+  friend bool operator==(const AlarmProperties&, const AlarmProperties&) = default;
+};
+
+struct StatisticsProperties {
+  std::string source_tag;
+  std::int32_t stats_type = ZR3_STATS_TYPE_MAX;
+  std::int32_t sample_start_date = 0;  // seconds
+  std::int32_t sample_mode = ZR3_STATS_SAMPLE_MODE_INTERVAL;
+  std::int32_t sample_interval = 3600;   // seconds
+  std::int32_t sample_begin_offset = 0;  // seconds
+  std::int32_t sample_end_offset = 0;    // seconds
+  std::uint8_t sample_month_begin_day = 1;
+  std::uint8_t sample_month_end_day = 31;
+  bool begin_timestamp = false;
+  std::int32_t timestamp_offset = 0;  // seconds
+  std::int32_t scan_period = 0;       // seconds
+  float pct_good = 0;                 // percent
+  std::string filter_expr;
+  std::int32_t drop_bad_mode = ZR3_STATS_DROP_BAD_MODE_AREA;
+  double count_param1 = 0;
+  double count_param2 = 0;
+  std::int32_t sample_type = ZR3_STATS_SAMPLE_TYPE_RAW;
+  std::int32_t interp_offset = 0;  // seconds
+  std::int32_t interp_period = 0;  // seconds
+  std::int32_t conversion_type = ZR3_STATS_CONVERSION_TYPE_AMPLIFICATION;
+  double conversion = 0;
+  std::int32_t filter_fail_mode = ZR3_STATS_FILTER_FAIL_MODE_FIL;
+  std::int32_t calc_period = 60;  // seconds
+  bool reset = false;
+  bool use_bad_value = false;
+
+  friend bool operator==(const StatisticsProperties&, const StatisticsProperties&) = default;
+};
+
+struct CalculationProperties {
+  std::int32_t calc_mode = ZR3_CALC_MODE_POLL;
+  std::int32_t calc_period = 60;  // seconds
+  std::string calc_expr;
+  bool calc_history = false;
+  std::int32_t calc_start_date = 0;  // seconds
+  std::int32_t calc_end_date = 0;    // seconds
+  bool have_end_time = false;
+  std::string source_tag;
+
+  friend bool operator==(const CalculationProperties&, const CalculationProperties&) = default;
+};
+
+// What a tag's class alone has.
+using OwnProperties =
+    std::variant<PointProperties, AlarmProperties, StatisticsProperties, CalculationProperties>;
+
+// All properties of a tag. The tags that a database holds have the own properties of their class;
+// while one is being put together, `own` and `tag_class` may differ.
+//
+//   tag.name = "FIC101.PV";
+//   tag.point().device_name = "PLC 4";
+struct Tag : CommonProperties {
+  OwnProperties own;
+
+  // REQUIRES: they are of that class.
+  PointProperties& point() { return std::get<PointProperties>(own); }
+  const PointProperties& point() const { return std::get<PointProperties>(own); }
+
   friend bool operator==(const Tag&, const Tag&) = default;
 };
-
-using PropertyMember = std::variant<std::string Tag::*, bool Tag::*,
-                                    std::uint8_t Tag::*, std::int32_t Tag::*,
-                                    std::uint32_t Tag::*, float Tag::*>;
-
-// One property, as masks, search conditions, the C records and the store's table speak of it.
-struct PropertyColumn {
-  std::int32_t column;  // ZR3_TAG_COL_...
-  const char* name;     // its name in the store's tag table
-  PropertyMember member;
-  std::int32_t min = 0;  // bounds of an enumeration; none when min > max
-  std::int32_t max = -1;
-  std::size_t max_bytes = 0;  // of a text, without its terminator
-  bool non_negative = false;  // of a number
-};
-
-// The columns of every class (numbers 0 to 35) and of point tags (100 to 108), in order of number.
-std::span<const PropertyColumn> CommonColumns();
-std::span<const PropertyColumn> PointColumns();
 
 // Which properties an operation concerns: bit i of `common` is common column i, bit i of
 // `extension` is the extension's column (minimum + i); -1 selects all.
 struct PropertyMask {
   std::int64_t common = -1;
   std::int64_t extension = -1;
+
+  static auto Fields(auto& self) {
+    return FieldList(Field{"common", self.common}, Field{"extension", self.extension});
+  }
+  friend bool operator==(const PropertyMask&, const PropertyMask&) = default;
 };
+
+constexpr bool SelectsBit(std::int64_t mask, std::size_t bit) {
+  return bit < 64 && (static_cast<std::uint64_t>(mask) >> bit & 1) != 0;
+}
 
 }  // namespace zervane

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "api/fields.h"
 #include "api/words/value.h"
 
 namespace zervane {
@@ -14,6 +15,10 @@ struct Condition {
   std::int32_t relation = ZR3_RELATION_EQUAL;            // ZR3_RELATION_...
   std::string value;
 
+  static auto Fields(auto& self) {
+    return FieldList(Field{"column", self.column}, Field{"relation", self.relation},
+                     Field{"value", self.value});
+  }
   friend bool operator==(const Condition&, const Condition&) = default;
 };
 
@@ -23,6 +28,9 @@ struct TagQuery {
   std::int64_t class_mask = -1;
   std::vector<Condition> conditions;
 
+  static auto Fields(auto& self) {
+    return FieldList(Field{"class_mask", self.class_mask}, Field{"conditions", self.conditions});
+  }
   friend bool operator==(const TagQuery&, const TagQuery&) = default;
 };
 

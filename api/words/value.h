@@ -9,6 +9,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "api/fields.h"
 #include "api/words/text_value.h"
 #include "zr3Enum.h"
 
@@ -144,6 +145,9 @@ struct TimeRange {
   std::int64_t from_ms = 0;
   std::int64_t to_ms = kMaxTimeMs;
 
+  static auto Fields(auto& self) {
+    return FieldList(Field{"from_ms", self.from_ms}, Field{"to_ms", self.to_ms});
+  }
   constexpr bool empty() const { return from_ms > to_ms; }
   constexpr bool Holds(std::int64_t time_ms) const {
     return time_ms >= from_ms && time_ms <= to_ms;

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <limits>
 #include <span>
 #include <utility>
-#include <variant>
+
+#include "api/words/tag_columns.h"
+#include "api/words/utf8.h"
 
 namespace zervane {
 namespace {
@@ -18,35 +21,32 @@ bool IsControl(char c) {
   return byte < 0x20 || byte == 0x7F;
 }
 
-bool Selects(std::int64_t mask, std::size_t bit) { return ((mask >> bit) & 1) != 0; }
-
-bool HasUnknownBit(std::int64_t mask, std::size_t known_bits) {
-  return mask != -1 && (static_cast<std::uint64_t>(mask) >> known_bits) != 0;
-}
-
 // Whether one property of a tag is outside its range.
 struct IsOutOfRange {
-  const Tag& tag;
   const PropertyColumn& column;
 
-  bool operator()(std::string Tag::*member) const {
-    const std::string& text = tag.*member;
-    return text.size() > column.max_bytes || text.find('\0') != std::string::npos;
+  bool operator()(const std::string& text) const {
+    return text.size() > column.max_bytes() || text.find('\0') != std::string::npos;
   }
-  bool operator()(std::int32_t Tag::*member) const {
-    const std::int32_t number = tag.*member;
+  bool operator()(std::int32_t number) const {
     if (column.non_negative && number < 0) return true;
     return column.min <= column.max && (number < column.min || number > column.max);
   }
-  bool operator()(float Tag::*member) const {
-    const float number = tag.*member;
+  template <std::floating_point T>
+  bool operator()(T number) const {
     return !std::isfinite(number) || (column.non_negative && number < 0);
   }
   template <typename T>
-  bool operator()(T Tag::*) const {
+  bool operator()(T) const {
     return false;
   }
 };
+
+bool IsText(const std::string& text) { return IsUtf8(text); }
+template <typename T>
+bool IsText(T) {
+  return true;
+}
 
 ZR3_STATUS FaultOf(const PropertyColumn& column) {
   switch (column.column) {
@@ -61,62 +61,57 @@ ZR3_STATUS FaultOf(const PropertyColumn& column) {
 
 Status CheckColumns(const Tag& tag, std::span<const PropertyColumn> columns) {
   for (const PropertyColumn& column : columns) {
-    if (std::visit(IsOutOfRange{tag, column}, column.member)) {
+    if (VisitProperty(column, tag, IsOutOfRange{column})) {
       return {FaultOf(column), fmt::format("'{}': {} is out of range", tag.name, column.name)};
+    }
+    if (!VisitProperty(column, tag, [](const auto& property) { return IsText(property); })) {
+      return {ZR3_ERR_INVALID_TEXT, fmt::format("'{}': {} is not UTF-8", tag.name, column.name)};
     }
   }
   return {};
 }
 
-void CopySelected(std::span<const PropertyColumn> columns, std::int64_t mask,
-                  const Tag& from, Tag& to) {
+void CopySelected(std::span<const PropertyColumn> columns, std::int64_t mask, const Tag& from,
+                  Tag& to) {
   for (std::size_t bit = 0; bit < columns.size(); ++bit) {
-    if (!Selects(mask, bit)) continue;
-    std::visit([&](auto member) { to.*member = from.*member; }, columns[bit].member);
+    if (SelectsBit(mask, bit)) CopyProperty(columns[bit], from, to);
   }
 }
 
+// REQUIRES: both have own properties of one class.
 void CopySelected(const PropertyMask& mask, const Tag& from, Tag& to) {
   CopySelected(CommonColumns(), mask.common, from, to);
-  CopySelected(PointColumns(), mask.extension, from, to);
+  CopySelected(OwnColumns(ClassOf(to.own)), mask.extension, from, to);
 }
 
 }  // namespace
 
-std::string FoldName(std::string_view name) {
-  std::string folded(name);
-  for (char& c : folded) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return folded;
-}
-
 Status CheckName(std::string_view name) {
+  static const std::size_t max_bytes = CommonColumns()[ZR3_TAG_COL_COMM_PROP_TAG_NAME].max_bytes();
   const bool has_control = std::any_of(name.begin(), name.end(), IsControl);
-  if (!name.empty() && name.size() < ZR3_LEN_TAG_NAME && !has_control) return {};
-  return {ZR3_ERR_INVALID_TAG_NAME, fmt::format("a name of {} bytes{}", name.size(),
-                                                has_control ? " with control characters" : "")};
+  if (name.empty() || name.size() > max_bytes || has_control) {
+    return {ZR3_ERR_INVALID_TAG_NAME, fmt::format("a name of {} bytes{}", name.size(),
+                                                  has_control ? " with control characters" : "")};
+  }
+  if (!IsUtf8(name)) return {ZR3_ERR_INVALID_TEXT, "a name that is not UTF-8"};
+  return {};
 }
 
-Status CheckMask(const PropertyMask& mask) {
-  if (!HasUnknownBit(mask.common, CommonColumns().size()) &&
-      !HasUnknownBit(mask.extension, PointColumns().size())) {
+Status CheckMask(const PropertyMask& mask, std::int32_t tag_class) {
+  if (IsMaskOf(mask.common, CommonColumns().size()) &&
+      IsMaskOf(mask.extension, OwnColumns(tag_class).size())) {
     return {};
   }
   return {ZR3_ERR_INVALID_MASK, fmt::format("mask {:#x}, {:#x}", mask.common, mask.extension)};
 }
 
-bool SelectsCommon(const PropertyMask& mask, std::int32_t column) {
-  return Selects(mask.common, static_cast<std::size_t>(column));
-}
-
 Status CheckProperties(const Tag& tag) {
   if (Status status = CheckName(tag.name); !status.ok()) return status;
   if (Status status = CheckColumns(tag, CommonColumns()); !status.ok()) return status;
-  if (tag.tag_class != ZR3_TAG_CLASS_BASIC) {
+  if (tag.tag_class != ZR3_TAG_CLASS_BASIC || tag.tag_class != ClassOf(tag.own)) {
     return {ZR3_ERR_INVALID_TAG_CLASS, fmt::format("'{}': class {}", tag.name, tag.tag_class)};
   }
-  return CheckColumns(tag, PointColumns());
+  return CheckColumns(tag, OwnColumns(tag.tag_class));
 }
 
 Stamp MakeStamp(std::int64_t now_ms, std::string user) {
@@ -127,6 +122,8 @@ Stamp MakeStamp(std::int64_t now_ms, std::string user) {
 
 Tag NewTag(const Tag& given, const PropertyMask& mask, const Stamp& stamp) {
   Tag tag;
+  tag.tag_class = ClassOf(given.own);
+  tag.own = DefaultOwnProperties(tag.tag_class);
   CopySelected(mask, given, tag);
   tag.name = given.name;
   tag.id = 0;
@@ -137,12 +134,12 @@ Tag NewTag(const Tag& given, const PropertyMask& mask, const Stamp& stamp) {
   return tag;
 }
 
-Tag ChangedTag(const Tag& tag, const Tag& given,
-                         const PropertyMask& mask, const Stamp& stamp) {
+Tag ChangedTag(const Tag& tag, const Tag& given, const PropertyMask& mask, const Stamp& stamp) {
   Tag changed = tag;
   changed.change_date = 0;
   changed.changer.clear();
-  CopySelected(mask, given, changed);
+  const bool has_own = given.own.index() == tag.own.index();
+  CopySelected({mask.common, has_own ? mask.extension : 0}, given, changed);
   changed.id = tag.id;
   if (changed.creation_date == 0) changed.creation_date = tag.creation_date;
   if (changed.creator.empty()) changed.creator = tag.creator;

@@ -76,6 +76,14 @@ SampleRun AtMost(const SampleRun& run, Direction direction, std::size_t limit) {
   return {.samples = run.samples, .begin = run.end - count, .end = run.end};
 }
 
+SampleColumns FirstOf(SampleColumns samples, Direction direction, std::size_t limit) {
+  if (samples.size() <= limit) return samples;
+  const SampleRun wanted = AtMost(AllOf(samples), direction, limit);
+  SampleColumns first;
+  first.AddRange(samples, wanted.begin, wanted.end);
+  return first;
+}
+
 // Stretches of one that lie between two samples of the other are copied as a whole.
 void Merge(const SampleRun& newer, const SampleRun& older, SampleColumns* merged) {
   merged->ReserveMore(newer.size() + older.size());
@@ -162,11 +170,7 @@ SampleColumns Series::Copy(TimeRange range, Direction direction, std::size_t lim
   SampleColumns merged;
   Merge(AtMost(AllOf(late), direction, limit),
         AtMost(Within(AllOf(in_order_), range), direction, limit), &merged);
-  if (merged.size() <= limit) return merged;
-  const SampleRun wanted = AtMost(AllOf(merged), direction, limit);
-  SampleColumns cut;
-  cut.AddRange(merged, wanted.begin, wanted.end);
-  return cut;
+  return FirstOf(std::move(merged), direction, limit);
 }
 
 SampleRun Series::All(SampleColumns* merged) const {

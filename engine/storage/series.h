@@ -30,6 +30,9 @@ SampleRun Within(const SampleRun& run, TimeRange range);
 // At most `limit` of them: those with which the direction begins.
 SampleRun AtMost(const SampleRun& run, Direction direction, std::size_t limit);
 
+// The same of whole columns.
+SampleColumns FirstOf(SampleColumns samples, Direction direction, std::size_t limit);
+
 // Appends both runs to `merged`, ascending; of equal times the newer one's sample alone.
 void Merge(const SampleRun& newer, const SampleRun& older, SampleColumns* merged);
 
@@ -55,6 +58,12 @@ class Series {
   std::size_t CountInOrder() const { return in_order_.size(); }
 
   bool empty() const { return in_order_.empty(); }
+
+  // Has the memory behind the last record fetched, where the next ones go.
+  void PrefetchEnd() const {
+    __builtin_prefetch(in_order_.times().data() + in_order_.size(), 1);
+    __builtin_prefetch(in_order_.values().data() + in_order_.size(), 1);
+  }
 
   // Up to `limit` records of the range, those with which the direction begins; ascending.
   SampleColumns Copy(TimeRange range, Direction direction = Direction::kForward,

@@ -43,8 +43,8 @@ struct StoreBatch {
   std::int64_t commit = 0;
   std::vector<TagId> emptied;   // tags whose records go: current, held back and archived ones;
                                 // every tag whose row goes is one of them
-  RecordBatch records;          // of equal times of a tag the last one counts
   std::vector<RowChange> rows;  // of one key the last one counts
+  RecordBatch records;          // of equal times of a tag the last one counts
 };
 
 // What became of a batch.
@@ -112,10 +112,9 @@ class Store {
   Store(const Store&) = delete;
   Store& operator=(const Store&) = delete;
 
-  // Stores the batch. Records of tags without a row in the table of tags are left out: those that
-  // have one when the batch begins, for the records come before its rows. When it is stored, the
-  // store may have taken the records, and left other memory in their place; else they are
-  // untouched. Refused with ZR3_ERR_INVALID_ARGUMENT when a time or a value cannot be stored.
+  // Stores the batch. Records of tags without a row once its rows are in are left out. When it is
+  // stored, the store may have taken the records, and left other memory in their place; else they
+  // are untouched. Refused with ZR3_ERR_INVALID_ARGUMENT when a time or a value cannot be stored.
   CommitAnswer Commit(StoreBatch& batch) noexcept;
 
   // Shows the archived records of the range to the visitor. ZR3_ERR_STORAGE_DAMAGED when records

@@ -2,6 +2,7 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -10,6 +11,7 @@
 #include <utility>
 #include <variant>
 
+#include "api/words/tag_columns.h"
 #include "engine/storage/tables.h"
 
 namespace zervane {
@@ -17,7 +19,7 @@ namespace {
 
 // Calls visit(column) for every column of a tag's row but the key, in the row's order.
 template <typename Visit>
-void ForEachColumn(Visit visit) {
+void ForEachCell(Visit visit) {
   for (const auto columns : {CommonColumns(), PointColumns()}) {
     for (const PropertyColumn& column : columns) {
       if (column.column != ZR3_TAG_COL_COMM_PROP_TAGID) visit(column);
@@ -26,7 +28,10 @@ void ForEachColumn(Visit visit) {
 }
 
 Cell CellOf(const std::string& text) { return text; }
-Cell CellOf(float number) { return double{number}; }
+template <std::floating_point T>
+Cell CellOf(T number) {
+  return static_cast<double>(number);
+}
 template <std::integral T>
 Cell CellOf(T number) {
   return static_cast<std::int64_t>(number);
@@ -39,13 +44,14 @@ bool FromCell(const CellView& cell, std::string* value) {
   return text != nullptr;
 }
 
-bool FromCell(const CellView& cell, float* value) {
+template <std::floating_point T>
+bool FromCell(const CellView& cell, T* value) {
   if (std::holds_alternative<std::monostate>(cell)) {
-    *value = std::numeric_limits<float>::quiet_NaN();
+    *value = std::numeric_limits<T>::quiet_NaN();
     return true;
   }
   const auto* number = std::get_if<double>(&cell);
-  if (number != nullptr) *value = static_cast<float>(*number);
+  if (number != nullptr) *value = static_cast<T>(*number);
   return number != nullptr;
 }
 
@@ -67,20 +73,20 @@ Status DamagedRow(TableId table) {
 Row RowFormat<Tag>::RowOf(const Tag& tag) {
   Row row = KeyCells(tag.id);
   row.reserve(InfoOf(kTable).columns.size());
-  ForEachColumn([&](const PropertyColumn& column) {
-    std::visit([&](auto member) { row.push_back(CellOf(tag.*member)); }, column.member);
+  ForEachCell([&](const PropertyColumn& column) {
+    VisitProperty(column, tag, [&](const auto& value) { row.push_back(CellOf(value)); });
   });
   return row;
 }
 
 std::optional<Tag> RowFormat<Tag>::FromRow(RowView row) {
   Tag tag;
+  tag.own = PointProperties();
   bool is_whole = FromCell(row.front(), &tag.id);
   std::size_t at = 0;
-  ForEachColumn([&](const PropertyColumn& column) {
+  ForEachCell([&](const PropertyColumn& column) {
     const CellView& cell = row[++at];
-    std::visit([&](auto member) { is_whole = is_whole && FromCell(cell, &(tag.*member)); },
-               column.member);
+    VisitProperty(column, tag, [&](auto& value) { is_whole = is_whole && FromCell(cell, &value); });
   });
   return is_whole ? std::optional(std::move(tag)) : std::nullopt;
 }

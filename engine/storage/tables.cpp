@@ -7,7 +7,7 @@
 #include <utility>
 #include <variant>
 
-#include "api/words/tag.h"
+#include "api/words/tag_columns.h"
 
 namespace zervane {
 namespace {
@@ -36,14 +36,16 @@ TableInfo Settings() {
           .indexes = {}};
 }
 
-Kind KindOf(const PropertyMember& member) {
-  return std::visit(
-      []<typename T>(T Tag::*) {
-        if constexpr (std::is_same_v<T, std::string>) return Kind::kBytes;
-        if constexpr (std::is_floating_point_v<T>) return Kind::kReal;
-        return Kind::kInteger;
-      },
-      member);
+Kind KindOf(PropertyKind property) {
+  switch (property) {
+    case PropertyKind::kText:
+      return Kind::kBytes;
+    case PropertyKind::kFloat32:
+    case PropertyKind::kFloat64:
+      return Kind::kReal;
+    default:
+      return Kind::kInteger;
+  }
 }
 
 // A column for each property, so that the table of properties alone says what a tag has.
@@ -56,7 +58,7 @@ TableInfo Tags() {
   for (const auto columns : {CommonColumns(), PointColumns()}) {
     for (const PropertyColumn& column : columns) {
       if (column.column == ZR3_TAG_COL_COMM_PROP_TAGID) continue;  // the key
-      table.columns.push_back({column.name, KindOf(column.member)});
+      table.columns.push_back({column.name, KindOf(column.kind)});
     }
   }
   return table;

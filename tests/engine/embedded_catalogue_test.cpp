@@ -176,11 +176,17 @@ TEST_F(EmbeddedCatalogue, HoldsAfterReopeningWhatItHeldBefore) {
 
 // ---- opening ----
 
-TEST(OpenEmbedded, RefusesAUserThatCannotStandInATag) {
-  for (const std::string& user : {std::string(), std::string(64, 'x')}) {
-    auto store = std::make_unique<FakeStore>(std::make_shared<FakeDisk>());
-    EXPECT_EQ(OpenEmbedded(std::move(store), SystemClock(), user).code(), ZR3_ERR_INVALID_ARGUMENT);
-  }
+TEST_F(EmbeddedCatalogue, StampsTagsWithTheUserWhoAsks) {
+  Tag tag;
+  tag.name = "a";
+  const Result<TagId> id = database_->database().Do({.user = "anna"}, zervane::AddTag{tag, {}});
+  ASSERT_TRUE(id.ok());
+  EXPECT_EQ(database_->GetTag(*id)->creator, "anna");
+  EXPECT_EQ(database_->database()
+                .Do({.user = std::string(190, 'x')},
+                    ModifyTag{*id, ZR3_TAG_CLASS_BASIC, {}, {.common = 0, .extension = 0}})
+                .code(),
+            ZR3_ERR_INVALID_PROPERTY);
 }
 
 TEST(OpenEmbedded, RefusesACurrentValueThatBreaksARule) {
@@ -195,21 +201,20 @@ TEST(OpenEmbedded, RefusesACurrentValueThatBreaksARule) {
     auto disk = std::make_shared<FakeDisk>();
     disk->set_image({.tags = {tag}, .last_id = 1, .version = 1});
     disk->set_current(current);
-    EXPECT_EQ(OpenEmbedded(std::make_unique<FakeStore>(disk), SystemClock(), "admin").code(),
+    EXPECT_EQ(OpenEmbedded(std::make_unique<FakeStore>(disk), SystemClock()).code(),
               ZR3_ERR_STORAGE_DAMAGED);
   }
 }
 
 TEST(OpenVolatile, GivesADatabaseOfItsOwnEachTime) {
-  const auto first = OpenVolatile();
-  const auto second = OpenVolatile();
-  ASSERT_TRUE(first.ok() && second.ok());
+  DatabaseClient first = *OpenVolatile();
+  DatabaseClient second = *OpenVolatile();
   Tag tag;
   tag.name = "a";
-  EXPECT_EQ(*(*first)->AddTag(tag, {}), 1U);
-  EXPECT_EQ((*first)->GetTag(1)->creator, "admin");
-  EXPECT_EQ((*second)->FindTag("a").code(), ZR3_ERR_NAME_NOT_FOUND);
-  EXPECT_GT(*(*first)->ServerTimeMs(), 1'600'000'000'000);
+  EXPECT_EQ(*first->AddTag(tag, {}), 1U);
+  EXPECT_EQ(first->GetTag(1)->creator, "admin");
+  EXPECT_EQ(second->FindTag("a").code(), ZR3_ERR_NAME_NOT_FOUND);
+  EXPECT_GT(*first->ServerTimeMs(), 1'600'000'000'000);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "tests/engine/filters/points.h"
 #include "tests/engine/filters/shared_store.h"
 #include "tests/support/case_name.h"
+#include "tests/support/database_client.h"
 #include "tests/support/seed.h"
 
 namespace zervane {
@@ -383,8 +384,8 @@ class FilteredMemory : public testing::Test {
 
   void Open() {
     database_.reset();
-    auto opened = EmbeddedDatabase::Open(
-        std::make_unique<SharedStore>(disk_), [] { return std::int64_t{1}; }, "admin");
+    auto opened =
+        OpenEmbeddedWith(std::make_unique<SharedStore>(disk_), [] { return std::int64_t{1}; });
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     database_ = *std::move(opened);
   }
@@ -400,7 +401,7 @@ class FilteredMemory : public testing::Test {
   }
 
   std::shared_ptr<SharedDisk> disk_ = std::make_shared<SharedDisk>();
-  std::unique_ptr<Database> database_;
+  DatabaseClient database_;
 };
 
 TEST_F(FilteredMemory, AnswersTheStatusOfAFailedRecovery) {

@@ -11,9 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "engine/embedded_database.h"
 #include "tests/engine/fake_store.h"
+#include "tests/engine/open_embedded.h"
 #include "tests/engine/records.h"
+#include "tests/support/database_client.h"
 
 namespace zervane {
 
@@ -26,8 +27,8 @@ class EmbeddedTest : public testing::Test {
   ~EmbeddedTest() override { disk_->Release(); }
 
   void Open() {
-    auto opened = EmbeddedDatabase::Open(
-        std::make_unique<FakeStore>(disk_), [this] { return now_ms_.load(); }, "admin");
+    auto opened =
+        OpenEmbeddedWith(std::make_unique<FakeStore>(disk_), [this] { return now_ms_.load(); });
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     database_ = *std::move(opened);
   }
@@ -69,7 +70,7 @@ class EmbeddedTest : public testing::Test {
 
   std::shared_ptr<FakeDisk> disk_ = std::make_shared<FakeDisk>();
   std::atomic<std::int64_t> now_ms_{1'700'000'000'000};
-  std::unique_ptr<Database> database_;
+  DatabaseClient database_;
 };
 
 }  // namespace zervane

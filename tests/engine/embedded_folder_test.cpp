@@ -9,6 +9,7 @@
 
 #include "engine/embedded.h"
 #include "tests/engine/records.h"
+#include "tests/support/database_client.h"
 
 namespace zervane {
 namespace {
@@ -32,7 +33,7 @@ class EmbeddedFolder : public testing::Test {
   }
 
   std::filesystem::path parent_;
-  std::unique_ptr<Database> database_;
+  DatabaseClient database_;
 };
 
 TEST_F(EmbeddedFolder, HoldsItsTagsAndRecordsFromRunToRun) {

@@ -51,11 +51,12 @@ TEST_F(EmbeddedWrite, TakesAnEmptyBatch) {
   EXPECT_EQ(Write({}, kQueued).status, ZR3_OK);
 }
 
-TEST_F(EmbeddedWrite, RefusesABatchWithoutACodePerRecord) {
+TEST_F(EmbeddedWrite, RefusesABatchWithoutASamplePerTag) {
   const TagId id = AddTag("a");
-  std::array<std::int32_t, 2> codes{};
-  EXPECT_EQ(database_->Write({{id, NumberAt(10)}}, WriteOrder::kInOrder, kDurable, codes).code(),
-            ZR3_ERR_INVALID_COUNT);
+  WriteSamples write;
+  write.batch.Add(id, NumberAt(10));
+  write.batch.tags.push_back(id);
+  EXPECT_EQ(database_->Do(write).code(), ZR3_ERR_INVALID_COUNT);
   EXPECT_TRUE(StoredTimes(id).empty());
 }
 

@@ -75,10 +75,10 @@ Result<Tag> FakeDatabase::GetTag(TagId id) {
   return (*tag)->properties;
 }
 
-ZR3_STATUS FakeDatabase::GetTagType(TagId id, TagType* type) {
+Status FakeDatabase::GetTagType(TagId id, TagType* type) {
   const Result<Tag> tag = GetTag(id);
   if (tag.ok()) *type = static_cast<TagType>(tag->type);
-  return tag.code();
+  return tag.status();
 }
 
 Result<TagId> FakeDatabase::FindTag(std::string_view name) {
@@ -107,7 +107,7 @@ ZR3_STATUS FakeDatabase::Judge(const TagSample& record, WriteOrder order) {
   return late && order == WriteOrder::kInOrder ? ZR3_ERR_OUT_OF_ORDER : ZR3_OK;
 }
 
-Status FakeDatabase::Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
+Status FakeDatabase::Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
                            std::span<std::int32_t> codes) {
   if (Status status = Enter(); !status.ok()) return status;
   const std::lock_guard lock(mutex_);
@@ -166,6 +166,141 @@ Result<std::vector<Sample>> FakeDatabase::ReadRecords(TagId id, TimeRange range,
 Result<std::int64_t> FakeDatabase::ServerTimeMs() {
   if (Status status = Enter(); !status.ok()) return status;
   return kNowMs;
+}
+
+bool FakeDatabase::Matches(const Tag& tag, const TagQuery& query) {
+  return std::all_of(query.conditions.begin(), query.conditions.end(), [&](const Condition& one) {
+    return one.column != ZR3_TAG_COL_COMM_PROP_TAG_NAME || one.relation != ZR3_RELATION_EQUAL ||
+           one.value == tag.name;
+  });
+}
+
+Page<Tag> FakeDatabase::PageFrom(TagId from, const TagQuery& query, std::int32_t limit) const {
+  Page<Tag> page;
+  for (auto kept = tags_.lower_bound(from); kept != tags_.end(); ++kept) {
+    if (static_cast<std::int32_t>(page.items.size()) == std::min(limit, page_tags)) {
+      page.next = kept->first;
+      break;
+    }
+    if (Matches(kept->second.properties, query)) page.items.push_back(kept->second.properties);
+  }
+  return page;
+}
+
+Result<Page<Tag>> FakeDatabase::FindTags(const zervane::FindTags& find) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  ++searches_;
+  last_search_ = find;
+  return PageFrom(find.from, find.query, find.limit);
+}
+
+Result<std::int64_t> FakeDatabase::CountTags(const zervane::CountTags& count) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_search_.query = count.query;
+  return std::int64_t{std::count_if(tags_.begin(), tags_.end(), [&](const auto& kept) {
+    return Matches(kept.second.properties, count.query);
+  })};
+}
+
+Result<zervane::ListTags::Reply> FakeDatabase::ListTags(const zervane::ListTags& list) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_list_ = list;
+  return zervane::ListTags::Reply{.snapshot = 77,
+                                  .total = static_cast<std::int64_t>(tags_.size()) + listed_more,
+                                  .page = PageFrom(list.from, {}, kMaxPageItems)};
+}
+
+std::optional<std::int64_t> FakeDatabase::HeardCatalogueVersion() const {
+  if (!hears_version) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  return version_;
+}
+
+// The methods above under the numbers of their operations.
+Status FakeDatabase::Carry(const Caller&, OperationNumber number, const void* operation,
+                           void* reply) {
+  const auto as = [&]<typename Op>(const Op*) -> const Op& {
+    return *static_cast<const Op*>(operation);
+  };
+  const auto answer = [&](auto result) {
+    using Reply = std::remove_cvref_t<decltype(*result)>;
+    if (result.ok()) *static_cast<Reply*>(reply) = *std::move(result);
+    return result.status();
+  };
+  switch (number) {
+    case OperationNumber::kAddTag: {
+      const auto& add = as(static_cast<zervane::AddTag*>(nullptr));
+      return answer(AddTag(add.tag, add.mask));
+    }
+    case OperationNumber::kModifyTag: {
+      const auto& modify = as(static_cast<zervane::ModifyTag*>(nullptr));
+      return ModifyTag(modify.id, modify.tag_class, modify.tag, modify.mask);
+    }
+    case OperationNumber::kDeleteTag:
+      return DeleteTag(as(static_cast<zervane::DeleteTag*>(nullptr)).id);
+    case OperationNumber::kGetTag:
+      return answer(GetTag(as(static_cast<zervane::GetTag*>(nullptr)).id));
+    case OperationNumber::kGetTagType:
+      return GetTagType(as(static_cast<zervane::GetTagType*>(nullptr)).id,
+                        static_cast<TagType*>(reply));
+    case OperationNumber::kFindTagId:
+      return answer(FindTag(as(static_cast<FindTagId*>(nullptr)).name));
+    case OperationNumber::kGetCatalogueVersion:
+      return answer(CatalogueVersion());
+    case OperationNumber::kFindTags:
+      return answer(FindTags(as(static_cast<zervane::FindTags*>(nullptr))));
+    case OperationNumber::kCountTags:
+      return answer(CountTags(as(static_cast<zervane::CountTags*>(nullptr))));
+    case OperationNumber::kListTags:
+      return answer(ListTags(as(static_cast<zervane::ListTags*>(nullptr))));
+    case OperationNumber::kWriteSamples:
+      return Write(as(static_cast<WriteSamples*>(nullptr)),
+                   static_cast<WriteSamples::Reply*>(reply));
+    case OperationNumber::kReadCurrent:
+      return answer(ReadCurrent(as(static_cast<zervane::ReadCurrent*>(nullptr)).id));
+    case OperationNumber::kReadCurrentValues:
+      return answer(ReadCurrentValues(as(static_cast<zervane::ReadCurrentValues*>(nullptr)).ids));
+    case OperationNumber::kCountRecords: {
+      const auto& count = as(static_cast<zervane::CountRecords*>(nullptr));
+      return answer(CountRecords(count.id, count.range));
+    }
+    case OperationNumber::kReadRecords: {
+      const auto& read = as(static_cast<zervane::ReadRecords*>(nullptr));
+      const auto samples = ReadRecords(read.id, read.range, read.direction, read.limit);
+      if (!samples.ok()) return samples.status();
+      for (const Sample& sample : *samples) static_cast<SampleColumns*>(reply)->Add(sample);
+      return {};
+    }
+    case OperationNumber::kReadClock:
+      return answer(ServerTimeMs());
+    default:
+      return {ZR3_ERR_NOT_SUPPORTED, {}};
+  }
+}
+
+Status FakeDatabase::Write(const WriteSamples& write, WriteSamples::Reply* reply) {
+  std::vector<TagSample> batch;
+  for (std::size_t i = 0; i < write.batch.size(); ++i) {
+    batch.push_back({write.batch.tags[i], write.batch.samples.At(i)});
+  }
+  reply->codes.resize(batch.size());
+  const Status status = Write(std::move(batch), write.order, write.answer, reply->codes);
+  reply->status = status.code();
+  return {};
+}
+
+Result<zervane::ReadCurrentValues::Reply> FakeDatabase::ReadCurrentValues(
+    const std::vector<TagId>& ids) {
+  zervane::ReadCurrentValues::Reply reply;
+  for (const TagId id : ids) {
+    const Result<Sample> sample = ReadCurrent(id);
+    reply.samples.Add(sample.ok() ? *sample : Sample());
+    reply.codes.push_back(sample.code());
+  }
+  return reply;
 }
 
 Status FakeDatabase::Close() { return on_close ? on_close() : Status(); }

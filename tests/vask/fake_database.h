@@ -4,8 +4,14 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
 
-#include "engine/database.h"
+#include "api/database.h"
+#include "api/operation_table.h"
 
 namespace zervane {
 
@@ -20,6 +26,9 @@ class FakeDatabase : public Database {
   // Called in Close; its status is Close's.
   std::function<Status()> on_close;
 
+  // Whether the catalogue's version was heard lately.
+  std::atomic<bool> hears_version{true};
+
   // Adds a tag of the type with id = the number of tags ever added.
   TagId Add(const std::string& name, TagType type);
 
@@ -29,6 +38,13 @@ class FakeDatabase : public Database {
   WriteOrder last_order() const { return last_order_; }
   WriteAnswer last_answer() const { return last_answer_; }
   const std::vector<TagSample>& last_batch() const { return last_batch_; }
+  const zervane::FindTags& last_search() const { return last_search_; }
+  const zervane::ListTags& last_list() const { return last_list_; }
+  int searches() const { return searches_; }
+
+  // How many tags a page has at most, and how many a listing says it has beside those it has.
+  std::int32_t page_tags = kMaxPageItems;
+  std::int64_t listed_more = 0;
 
   // The status that the next writes answer in place of storing anything.
   void FailWrites(ZR3_STATUS status) { write_status_ = status; }
@@ -36,22 +52,29 @@ class FakeDatabase : public Database {
   // What CountRecords answers from now on.
   void CountAs(std::int64_t count) { count_ = count; }
 
-  Result<TagId> AddTag(const Tag& properties, PropertyMask mask) override;
-  Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties,
-                   PropertyMask mask) override;
-  Status DeleteTag(TagId id) override;
-  Result<Tag> GetTag(TagId id) override;
-  ZR3_STATUS GetTagType(TagId id, TagType* type) override;
-  Result<TagId> FindTag(std::string_view name) override;
-  Result<std::int64_t> CatalogueVersion() override;
-  Status Write(std::vector<TagSample>&& batch, WriteOrder order, WriteAnswer answer,
-               std::span<std::int32_t> codes) override;
-  Result<Sample> ReadCurrent(TagId id) override;
-  Result<std::int64_t> CountRecords(TagId id, TimeRange range) override;
+  Result<TagId> AddTag(const Tag& properties, PropertyMask mask);
+  Status ModifyTag(TagId id, std::int32_t tag_class, const Tag& properties, PropertyMask mask);
+  Status DeleteTag(TagId id);
+  Result<Tag> GetTag(TagId id);
+  Status GetTagType(TagId id, TagType* type);
+  Result<TagId> FindTag(std::string_view name);
+  Result<std::int64_t> CatalogueVersion();
+  Status Write(std::vector<TagSample> batch, WriteOrder order, WriteAnswer answer,
+               std::span<std::int32_t> codes);
+  Result<Sample> ReadCurrent(TagId id);
+  Result<std::int64_t> CountRecords(TagId id, TimeRange range);
   Result<std::vector<Sample>> ReadRecords(TagId id, TimeRange range, Direction direction,
-                                          std::size_t limit) override;
-  Result<std::int64_t> ServerTimeMs() override;
+                                          std::size_t limit);
+  Result<std::int64_t> ServerTimeMs();
+  // The conditions are not looked at but for one of an equal name: every tag matches.
+  Result<Page<Tag>> FindTags(const zervane::FindTags& find);
+  Result<std::int64_t> CountTags(const zervane::CountTags& count);
+  Result<zervane::ListTags::Reply> ListTags(const zervane::ListTags& list);
   Status Close() override;
+
+  std::optional<std::int64_t> HeardCatalogueVersion() const override;
+  Status Carry(const Caller& caller, OperationNumber number, const void* operation,
+               void* reply) override;
 
  private:
   struct Kept {
@@ -59,11 +82,15 @@ class FakeDatabase : public Database {
     std::map<std::int64_t, Sample> records;
   };
 
+  Status Write(const WriteSamples& write, WriteSamples::Reply* reply);
+  Result<zervane::ReadCurrentValues::Reply> ReadCurrentValues(const std::vector<TagId>& ids);
+  static bool Matches(const Tag& tag, const TagQuery& query);
+  Page<Tag> PageFrom(TagId from, const TagQuery& query, std::int32_t limit) const;
   Status Enter();
   Result<Kept*> Find(TagId id);
   ZR3_STATUS Judge(const TagSample& record, WriteOrder order);
 
-  std::mutex mutex_;  // guards the tags and their version
+  mutable std::mutex mutex_;  // guards the tags and their version
   std::map<TagId, Kept> tags_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;
@@ -76,6 +103,9 @@ class FakeDatabase : public Database {
   WriteOrder last_order_ = WriteOrder::kInOrder;
   WriteAnswer last_answer_ = WriteAnswer::kDurable;
   std::vector<TagSample> last_batch_;
+  zervane::FindTags last_search_;
+  zervane::ListTags last_list_;
+  std::atomic<int> searches_{0};
 };
 
 }  // namespace zervane

@@ -12,7 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "engine/database.h"
+#include "api/database.h"
+#include "api/operation_table.h"
 #include "tests/engine/short_memory.h"
 #include "tests/support/case_name.h"
 #include "tests/vask/memory_deeds.h"

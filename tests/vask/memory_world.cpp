@@ -24,7 +24,7 @@ Result<std::unique_ptr<Database>> OpenSmall(const Target& target) {
   Result<std::unique_ptr<Store>> store = OpenSqliteStore(
       target.folder, {.pending_bytes = 16 * kPendingRecordBytes, .chunk_records = 4});
   if (!store.ok()) return store.status();
-  return OpenEmbedded(*std::move(store), SystemClock(), "admin");
+  return OpenEmbedded(*std::move(store), SystemClock());
 }
 
 std::filesystem::path MakeFolder() {
@@ -67,9 +67,9 @@ void RecordBlock::Empty() {
 }
 
 Sample RecordBlock::Read(std::size_t i) const {
-  Sample sample;
-  EXPECT_TRUE(ReadRecord(records[i], &sample).ok());
-  return sample;
+  SampleColumns samples;
+  EXPECT_TRUE(AddRecord(records[i], TextsOfThisThread(), &samples).ok());
+  return samples.empty() ? Sample() : samples.At(0);
 }
 
 // ---- the world ----

@@ -156,6 +156,7 @@ TEST(Session, IsDisconnectedHoweverBusyItsCallersAre) {
 class OneItem : public ItemIterator {
  public:
   Status Next(void*) override { return {}; }
+  void Forget() noexcept override {}
 };
 
 TEST(Session, FreesItsHandlesWhenItIsOver) {
@@ -165,8 +166,9 @@ TEST(Session, FreesItsHandlesWhenItIsOver) {
   ASSERT_EQ(Connect(session, servers, opener), ZR3_OK);
   ZR3HANDLE handle = nullptr;
   const Status added = session.Hold([&](Session& held) {
-    handle = held.handles().Add(std::make_unique<OneItem>());
-    return Status();
+    const Result<ZR3HANDLE> iterator = held.handles().Add(std::make_unique<OneItem>());
+    if (iterator.ok()) handle = *iterator;
+    return iterator.status();
   });
   ASSERT_EQ(added.code(), ZR3_OK);
   ASSERT_EQ(session.Disconnect().code(), ZR3_OK);
@@ -189,7 +191,7 @@ TEST(Session, ForgetsNamesOfTheDatabaseBefore) {
     EXPECT_EQ(connected.code(), ZR3_OK);
     TagId id = 0;
     const Status found = session.Hold([&](Session& held) {
-      id = *held.cache().FindTag(held.database(), "A");
+      id = *held.FindTagId("A");
       return Status();
     });
     EXPECT_EQ(found.code(), ZR3_OK);

@@ -6,12 +6,22 @@
 #include <memory>
 #include <string>
 
+#include "api/words/tag_columns.h"
+
 namespace zervane {
 namespace {
 
 constexpr PropertyMask kAll = {.common = -1, .extension = -1};
 
 std::int64_t Bit(int32 column) { return std::int64_t{1} << (column % 100); }
+
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
+  return ReadTag(&record, ZR3_TAG_CLASS_BASIC, mask, TextsOfThisThread());
+}
+
+void FillPointTag(const Tag& tag, ZR3PtTagProp* record) {
+  FillPointTag(tag, TextsOfThisThread(), record);
+}
 
 // Every member has a value of its own, so that two that were swapped would be seen.
 ZR3PtTagProp DistinctRecord() {
@@ -103,15 +113,15 @@ Tag DistinctProperties() {
   tag.imv_string = "imv";
   tag.ext_string1 = "ext1";
   tag.ext_string2 = "ext2";
-  tag.instrument_address = "instrument";
-  tag.instrument_address_type = 221;
-  tag.collector_name = "collector";
-  tag.collector_id = -31;
-  tag.device_name = "device";
-  tag.device_id = 4'000'000'004;
-  tag.scan_group_name = "scan group";
-  tag.scan_group_id = 4'000'000'005;
-  tag.data_order = ZR3_DATA_ORDER_87654321;
+  tag.point().instrument_address = "instrument";
+  tag.point().instrument_address_type = 221;
+  tag.point().collector_name = "collector";
+  tag.point().collector_id = -31;
+  tag.point().device_name = "device";
+  tag.point().device_id = 4'000'000'004;
+  tag.point().scan_group_name = "scan group";
+  tag.point().scan_group_id = 4'000'000'005;
+  tag.point().data_order = ZR3_DATA_ORDER_87654321;
   return tag;
 }
 
@@ -134,23 +144,21 @@ TEST(PointTag, HasTheDefaultsOfWhatIsNotSelected) {
                              .extension = Bit(ZR3_TAG_COL_PT_EXT_PROP_DEVICE_ID)};
   Tag expected;
   expected.descriptor = "descriptor";
-  expected.device_id = 4'000'000'004;
+  expected.point().device_id = 4'000'000'004;
   EXPECT_EQ(*ReadPointTag(DistinctRecord(), mask), expected);
 }
 
 TEST(PointTag, SelectsEachColumnByItsBitAlone) {
   for (const PropertyColumn& column : CommonColumns()) {
-    const Tag tag =
-        *ReadPointTag(DistinctRecord(), {.common = Bit(column.column), .extension = 0});
+    const Tag tag = *ReadPointTag(DistinctRecord(), {.common = Bit(column.column), .extension = 0});
     const Tag all = DistinctProperties();
     const Tag none;
     for (const PropertyColumn& other : CommonColumns()) {
-      std::visit(
-          [&](auto member) {
-            EXPECT_EQ(tag.*member, (other.column == column.column ? all : none).*member)
-                << other.name << " when " << column.name << " is selected";
-          },
-          other.member);
+      Tag expected = none;
+      CopyProperty(other, other.column == column.column ? all : none, expected);
+      Tag found = none;
+      CopyProperty(other, tag, found);
+      EXPECT_EQ(found, expected) << other.name << " when " << column.name << " is selected";
     }
   }
 }
@@ -165,14 +173,14 @@ TEST(PointTag, LooksAtNothingThatIsNotSelected) {
   ASSERT_TRUE(tag.ok());
   EXPECT_EQ(tag->param1, 255);
   EXPECT_TRUE(tag->archiving) << "every value but 0 is true";
-  EXPECT_EQ(tag->collector_id, -1);
+  EXPECT_EQ(tag->point().collector_id, -1);
 }
 
 TEST(PointTag, RefusesEverySelectedTextThatDoesNotEnd) {
   const auto record = std::make_unique<ZR3PtTagProp>();
   std::memset(static_cast<void*>(record.get()), 'x', sizeof *record);
   const auto refuses = [&](const PropertyColumn& column, PropertyMask mask) {
-    const bool is_text = std::holds_alternative<std::string Tag::*>(column.member);
+    const bool is_text = column.kind == PropertyKind::kText;
     EXPECT_EQ(ReadPointTag(*record, mask).code(), is_text ? ZR3_ERR_INVALID_TEXT : ZR3_OK)
         << column.name;
   };
@@ -194,7 +202,7 @@ TEST(PointTag, CarriesTextsThatFillTheirArrays) {
   ASSERT_TRUE(tag.ok());
   EXPECT_EQ(tag->name, std::string(255, 'n'));
   EXPECT_EQ(tag->descriptor, std::string(2047, 'd'));
-  EXPECT_EQ(tag->instrument_address, std::string(511, 'i'));
+  EXPECT_EQ(tag->point().instrument_address, std::string(511, 'i'));
   ZR3PtTagProp again;
   FillPointTag(*tag, &again);
   EXPECT_EQ(std::memcmp(&again, &record, sizeof record), 0);

@@ -37,7 +37,7 @@ TEST_F(PointTags, AreAddedFromWhatTheMasksSelect) {
   Tag expected;
   expected.name = "A";
   expected.type = ZR3_TAG_TYPE_INT16;
-  expected.scan_group_id = 7;
+  expected.point().scan_group_id = 7;
   EXPECT_EQ(database->last_properties(), expected);
   EXPECT_EQ(database->last_mask().common, mask.nCommMask | 1) << "the name always counts";
   EXPECT_EQ(database->last_mask().extension, mask.nExtMask);

@@ -1,5 +1,3 @@
-#include <spdlog/fmt/fmt.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -7,12 +5,16 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include "engine/assert.h"
 #include "engine/storage/memory/row_table.h"
+#include "engine/storage/record_check.h"
+#include "engine/storage/series.h"
 #include "engine/storage/store.h"
+#include "engine/storage/tag_groups.h"
 #include "engine/storage/writer_first_mutex.h"
 #include "engine/thread_annotations.h"
 
@@ -22,75 +24,60 @@ namespace {
 // A scan shows so many records at a time.
 constexpr std::size_t kRunRecords = 1'000;
 
-using Archive = std::map<std::int64_t, Sample>;
-
 // What there is of one tag.
 struct TagRecords {
   std::optional<Sample> current;
   std::optional<Sample> held;
-  Archive archive;
+  Series archive;
 };
 using ByTag = std::map<TagId, TagRecords>;
 
-bool IsStorable(const RecordBatch& records, std::size_t at) {
-  const std::int64_t time_ms = records.samples.times()[at];
-  return records.tags[at] != 0 && time_ms >= 0 && time_ms <= kMaxTimeMs &&
-         CheckValue(records.samples, at) == ValueFault::kNone;
-}
+bool HasAny(const TagRecords& tag) { return tag.current || tag.held || !tag.archive.empty(); }
 
-Status CheckRecords(const RecordBatch& records) {
-  for (std::size_t at = 0; at < records.size(); ++at) {
-    if (IsStorable(records, at)) continue;
-    return {
-        ZR3_ERR_INVALID_ARGUMENT,
-        fmt::format("record of tag {}, time {} ms, type {} cannot be stored", records.tags[at],
-                    records.samples.times()[at], static_cast<int>(records.samples.types()[at]))};
-  }
-  return {};
-}
+// What a batch brings to a tag, with all memory that it needs.
+struct Delivery {
+  TagRecords* tag = nullptr;
+  std::span<const std::uint32_t> archived;  // which of the batch's records
+  std::optional<Sample> current;
+  std::optional<Sample> held;  // what is held back afterwards
+};
 
-// Puts a record where its marks say.
-void Keep(Sample sample, std::uint8_t marks, TagRecords* tag) {
-  if ((marks & kCurrent) != 0) tag->current = sample;
-  if ((marks & kArchive) != 0) {
-    tag->archive.insert_or_assign(sample.time_ms, sample);
-    if (tag->held && tag->held->time_ms <= sample.time_ms) tag->held.reset();
-  }
-  if ((marks & kHeld) != 0) tag->held = std::move(sample);
-}
-
-// Shows the records in the range to the visitor, in runs.
-void ShowRuns(const Archive& archive, TimeRange range, Direction direction, ScanVisitor& visitor) {
-  const bool is_forward = direction == Direction::kForward;
-  auto begin = archive.lower_bound(range.from_ms);
-  auto end = archive.upper_bound(range.to_ms);
-  SampleColumns columns;
-  while (begin != end) {
-    auto run_begin = is_forward ? begin : end;
-    auto run_end = run_begin;
-    std::size_t count = 0;
-    for (; count < kRunRecords && (is_forward ? run_end != end : run_begin != begin); ++count) {
-      is_forward ? ++run_end : --run_begin;
+// What the group's records leave as current and held back, and which of them are archived, into
+// `archived`, which has room for them.
+Delivery DeliveryOf(const RecordBatch& batch, std::span<const std::uint32_t> records,
+                    TagRecords* tag, std::vector<std::uint32_t>* archived) {
+  Delivery delivery{.tag = tag, .archived = {}, .current = tag->current, .held = tag->held};
+  const std::size_t first = archived->size();
+  const auto none = SIZE_MAX;
+  std::size_t current = none;
+  for (const std::uint32_t at : records) {
+    const std::uint8_t marks = batch.marks[at];
+    if ((marks & kCurrent) != 0) current = at;
+    if ((marks & kArchive) != 0) {
+      archived->push_back(at);
+      const std::int64_t time_ms = batch.samples.times()[at];
+      if (delivery.held && delivery.held->time_ms <= time_ms) delivery.held.reset();
     }
-    (is_forward ? begin : end) = is_forward ? run_end : run_begin;
-    const auto wants = visitor.Offer({.first_ms = run_begin->first,
-                                      .last_ms = std::prev(run_end)->first,
-                                      .count = static_cast<std::int64_t>(count)});
+    if ((marks & kHeld) != 0) delivery.held = batch.samples.At(at);
+  }
+  if (current != none) delivery.current = batch.samples.At(current);
+  delivery.archived = std::span(*archived).subspan(first);
+  return delivery;
+}
+
+// Shows the records to the visitor, in runs.
+void ShowRuns(const SampleRun& records, Direction direction, ScanVisitor& visitor) {
+  SampleRun left = records;
+  while (!left.empty()) {
+    const SampleRun run = AtMost(left, direction, kRunRecords);
+    (direction == Direction::kForward ? left.begin : left.end) =
+        direction == Direction::kForward ? run.end : run.begin;
+    const auto wants = visitor.Offer({.first_ms = run.times().front(),
+                                      .last_ms = run.times().back(),
+                                      .count = static_cast<std::int64_t>(run.size())});
     if (wants == ScanVisitor::Wants::kStop) return;
     if (wants == ScanVisitor::Wants::kNext) continue;
-    columns.Clear();
-    for (auto record = run_begin; record != run_end; ++record) columns.Add(record->second);
-    if (!visitor.Take(columns, 0, columns.size())) return;
-  }
-}
-
-// Brings what a batch left of a tag into its place.
-void Adopt(TagRecords changed, TagRecords* tag) noexcept {
-  tag->current = std::move(changed.current);
-  tag->held = std::move(changed.held);
-  while (!changed.archive.empty()) {
-    auto put = tag->archive.insert(changed.archive.extract(changed.archive.begin()));
-    if (!put.inserted) put.position->second = std::move(put.node.mapped());
+    if (!visitor.Take(*run.samples, run.begin, run.end)) return;
   }
 }
 
@@ -102,23 +89,25 @@ class MemoryStore final : public Store {
   ~MemoryStore() override { (void)Close(); }
 
  private:
-  // What can fail comes first: all that the batch puts is made in memory of its own.
   CommitAnswer DoCommit(StoreBatch& batch) override EXCLUDES(mutex_) {
     if (Status status = CheckRecords(batch.records); !status.ok()) {
       return {.fate = CommitAnswer::Fate::kRefused, .status = std::move(status)};
     }
     const WriteLock lock(mutex_);
     ZERVANE_ASSERT(batch.commit == last_commit_ + 1);
-    ByTag changed = ChangedTags(batch);
+    // What can fail comes first: all that the batch puts is made before anything changes.
     std::vector<RowTable::Prepared> rows;
     rows.reserve(batch.rows.size());
     for (const RowChange& row : batch.rows) rows.push_back(TableOf(row.table).Prepare(row));
+    ByTag emptied;
+    for (const TagId tag : batch.emptied) emptied.try_emplace(tag);
+    PlanDeliveries(batch, &emptied);
 
-    for (const TagId tag : batch.emptied) tags_.erase(tag);
-    AdoptAll(std::move(changed));
     for (std::size_t at = 0; at < rows.size(); ++at) {
       TableOf(batch.rows[at].table).Carry(std::move(rows[at]));
     }
+    for (Delivery& delivery : deliveries_) Deliver(batch.records.samples, &delivery);
+    Empty(std::move(emptied));
     last_commit_ = batch.commit;
     return {};
   }
@@ -127,7 +116,9 @@ class MemoryStore final : public Store {
       EXCLUDES(mutex_) {
     const ReadLock lock(mutex_);
     const auto found = tags_.find(tag);
-    if (found != tags_.end()) ShowRuns(found->second.archive, range, direction, visitor);
+    if (found == tags_.end()) return {};
+    SampleColumns merged;
+    ShowRuns(Within(found->second.archive.All(&merged), range), direction, visitor);
     return {};
   }
 
@@ -163,42 +154,65 @@ class MemoryStore final : public Store {
 
   Status DoClose() override { return {}; }
 
-  // The batch's records by tag, with what they leave of current and held-back ones.
-  ByTag ChangedTags(const StoreBatch& batch) REQUIRES(mutex_) {
-    ByTag changed;
-    const std::set<TagId> emptied(batch.emptied.begin(), batch.emptied.end());
-    for (std::size_t at = 0; at < batch.records.size(); ++at) {
-      const TagId id = batch.records.tags[at];
-      auto tag = changed.find(id);
-      if (tag == changed.end()) {
-        if (!TableOf(TableId::kTag).Has({Cell(std::int64_t{id})})) continue;
-        tag = changed.emplace(id, TagRecords()).first;
-        const auto before = emptied.contains(id) ? tags_.end() : tags_.find(id);
-        if (before != tags_.end()) {
-          tag->second.current = before->second.current;
-          tag->second.held = before->second.held;
-        }
-      }
-      Keep(batch.records.samples.At(at), batch.records.marks[at], &tag->second);
-    }
-    return changed;
-  }
-
-  void AdoptAll(ByTag changed) noexcept REQUIRES(mutex_) {
-    while (!changed.empty()) {
-      auto put = tags_.insert(changed.extract(changed.begin()));
-      if (!put.inserted) Adopt(std::move(put.node.mapped()), &put.position->second);
-    }
-  }
-
   RowTable& TableOf(TableId table) REQUIRES(mutex_) {
     return tables_[static_cast<std::size_t>(table)];
+  }
+
+  // Makes room for the batch's records at their tags. Those of an emptied tag go to what `emptied`
+  // has, which stands in its place afterwards.
+  void PlanDeliveries(const StoreBatch& batch, ByTag* emptied) REQUIRES(mutex_) {
+    deliveries_.clear();
+    archived_.clear();
+    archived_.reserve(batch.records.size());
+    const std::map<TagId, bool> stays = TagRowsOf(batch);
+    groups_.Sort(batch.records.tags);
+    for (const TagGroups::Group& group : groups_.all()) {
+      const auto stay = stays.find(group.tag);
+      const bool is_known = stay != stays.end()
+                                ? stay->second
+                                : TableOf(TableId::kTag).Has({Cell(std::int64_t{group.tag})});
+      if (!is_known) continue;
+      const auto fresh = emptied->find(group.tag);
+      TagRecords& tag = fresh != emptied->end() ? fresh->second : tags_[group.tag];
+      deliveries_.push_back(DeliveryOf(batch.records, group.records, &tag, &archived_));
+      tag.archive.Reserve(batch.records.samples, deliveries_.back().archived);
+    }
+  }
+
+  // Of the tags whose row the batch changes: whether they have one afterwards.
+  static std::map<TagId, bool> TagRowsOf(const StoreBatch& batch) {
+    std::map<TagId, bool> rows;
+    for (const RowChange& change : batch.rows) {
+      if (change.table != TableId::kTag) continue;
+      rows[static_cast<TagId>(std::get<std::int64_t>(change.key.front()))] = change.row.has_value();
+    }
+    return rows;
+  }
+
+  // Puts what came since in the place of all that the tags had.
+  void Empty(ByTag emptied) noexcept REQUIRES(mutex_) {
+    while (!emptied.empty()) {
+      auto fresh = emptied.extract(emptied.begin());
+      tags_.erase(fresh.key());
+      if (HasAny(fresh.mapped())) tags_.insert(std::move(fresh));
+    }
+  }
+
+  static void Deliver(const SampleColumns& samples, Delivery* delivery) noexcept {
+    delivery->tag->archive.Put(samples, delivery->archived);
+    delivery->tag->current = std::move(delivery->current);
+    delivery->tag->held = std::move(delivery->held);
   }
 
   WriterFirstMutex mutex_;
   std::vector<RowTable> tables_ GUARDED_BY(mutex_);
   ByTag tags_ GUARDED_BY(mutex_);
   std::int64_t last_commit_ GUARDED_BY(mutex_) = 0;
+
+  // Of the batch that is being committed.
+  TagGroups groups_ GUARDED_BY(mutex_);
+  std::vector<Delivery> deliveries_ GUARDED_BY(mutex_);
+  std::vector<std::uint32_t> archived_ GUARDED_BY(mutex_);
 };
 
 }  // namespace

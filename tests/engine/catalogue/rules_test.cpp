@@ -8,31 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "api/words/tag_columns.h"
 #include "tests/support/case_name.h"
 
 namespace zervane {
 namespace {
 
 // ---- names ----
-
-struct FoldCase {
-  const char* name;
-  std::string given;
-  std::string folded;
-};
-
-class FoldedName : public testing::TestWithParam<FoldCase> {};
-
-TEST_P(FoldedName, HasAsciiLettersInLowerCase) {
-  EXPECT_EQ(FoldName(GetParam().given), GetParam().folded);
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, FoldedName,
-                         testing::Values(FoldCase{"Letters", "FIC101.Pv", "fic101.pv"},
-                                         FoldCase{"NeighboursOfLetters", "@AZ[`az{", "@az[`az{"},
-                                         FoldCase{"BytesAbove127", "\xC3\x84\xFF", "\xC3\x84\xFF"},
-                                         FoldCase{"Empty", "", ""}),
-                         CaseName());
 
 struct NameCase {
   const char* name;
@@ -42,18 +24,20 @@ struct NameCase {
 
 class TagName : public testing::TestWithParam<NameCase> {};
 
-TEST_P(TagName, HasOneTo255BytesAndNoControlCharacters) {
+TEST_P(TagName, HasOneTo765BytesOfUtf8AndNoControlCharacters) {
   EXPECT_EQ(CheckName(GetParam().given).code(), GetParam().status);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Names, TagName,
     testing::Values(NameCase{"OneByte", "a", ZR3_OK},
-                    NameCase{"Longest", std::string(255, 'x'), ZR3_OK},
+                    NameCase{"Longest", std::string(765, 'x'), ZR3_OK},
                     NameCase{"Space", " ", ZR3_OK}, NameCase{"Tilde", "~", ZR3_OK},
-                    NameCase{"AnyBytesAbove127", "\x80\xFF", ZR3_OK},
+                    NameCase{"OtherScripts", "\xE6\xB5\x8B\xF0\x9F\x9A\xB0", ZR3_OK},
+                    NameCase{"NotUtf8", "\x80\xFF", ZR3_ERR_INVALID_TEXT},
+                    NameCase{"Surrogate", "\xED\xA0\x80", ZR3_ERR_INVALID_TEXT},
                     NameCase{"Empty", "", ZR3_ERR_INVALID_TAG_NAME},
-                    NameCase{"TooLong", std::string(256, 'x'), ZR3_ERR_INVALID_TAG_NAME},
+                    NameCase{"TooLong", std::string(766, 'x'), ZR3_ERR_INVALID_TAG_NAME},
                     NameCase{"Nul", std::string("a\0b", 3), ZR3_ERR_INVALID_TAG_NAME},
                     NameCase{"LineFeed", "a\n", ZR3_ERR_INVALID_TAG_NAME},
                     NameCase{"LastControlBelowSpace", "\x1F", ZR3_ERR_INVALID_TAG_NAME},
@@ -71,7 +55,7 @@ struct MaskCase {
 class Mask : public testing::TestWithParam<MaskCase> {};
 
 TEST_P(Mask, HasBitsForPropertiesAlone) {
-  EXPECT_EQ(CheckMask(GetParam().mask).code(), GetParam().status);
+  EXPECT_EQ(CheckMask(GetParam().mask, ZR3_TAG_CLASS_BASIC).code(), GetParam().status);
 }
 
 constexpr std::int64_t Bit(int bit) { return static_cast<std::int64_t>(std::uint64_t{1} << bit); }
@@ -123,18 +107,28 @@ std::vector<PropertyCase> PropertyCases() {
       {"CompressionTooGreat", [](Tag& t) { t.comp_type = 2; }, ZR3_ERR_INVALID_PROPERTY},
       {"AvailableTooGreat", [](Tag& t) { t.available = 2; }, ZR3_ERR_INVALID_PROPERTY},
       {"NegativeOpcState", [](Tag& t) { t.opc_state = -1; }, ZR3_ERR_INVALID_PROPERTY},
-      {"GreatestDataOrder", [](Tag& t) { t.data_order = 14; }, ZR3_OK},
-      {"DataOrderTooGreat", [](Tag& t) { t.data_order = 15; }, ZR3_ERR_INVALID_PROPERTY},
-      {"LongestDescriptor", [](Tag& t) { t.descriptor = std::string(2047, 'x'); }, ZR3_OK},
-      {"DescriptorTooLong", [](Tag& t) { t.descriptor = std::string(2048, 'x'); },
+      {"GreatestDataOrder", [](Tag& t) { t.point().data_order = 14; }, ZR3_OK},
+      {"DataOrderTooGreat", [](Tag& t) { t.point().data_order = 15; }, ZR3_ERR_INVALID_PROPERTY},
+      {"LongestDescriptor", [](Tag& t) { t.descriptor = std::string(3 * 2047, 'x'); }, ZR3_OK},
+      {"DescriptorTooLong", [](Tag& t) { t.descriptor = std::string(3 * 2047 + 1, 'x'); },
        ZR3_ERR_INVALID_PROPERTY},
-      {"UnitsTooLong", [](Tag& t) { t.eng_units = std::string(64, 'x'); },
+      {"UnitsTooLong", [](Tag& t) { t.eng_units = std::string(3 * 63 + 1, 'x'); },
        ZR3_ERR_INVALID_PROPERTY},
-      {"DeviceNameTooLong", [](Tag& t) { t.device_name = std::string(128, 'x'); },
+      {"DeviceNameTooLong", [](Tag& t) { t.point().device_name = std::string(3 * 127 + 1, 'x'); },
        ZR3_ERR_INVALID_PROPERTY},
       {"TextWithLineFeed", [](Tag& t) { t.descriptor = "a\nb"; }, ZR3_OK},
       {"TextWithNul", [](Tag& t) { t.descriptor = std::string("a\0b", 3); },
        ZR3_ERR_INVALID_PROPERTY},
+      {"TextNotUtf8",
+       [](Tag& t) {
+         t.eng_units =
+             "\xB0"
+             "C";
+       },
+       ZR3_ERR_INVALID_TEXT},
+      {"OwnTextNotUtf8", [](Tag& t) { t.point().device_name = "\xC0\xAF"; }, ZR3_ERR_INVALID_TEXT},
+      {"OwnPropertiesOfAnotherClass", [](Tag& t) { t.own = AlarmProperties{}; },
+       ZR3_ERR_INVALID_TAG_CLASS},
       {"CompressionDeviationOfZero", [](Tag& t) { t.comp_dev = 0; }, ZR3_OK},
       {"NegativeCompressionDeviation", [](Tag& t) { t.comp_dev = -0.5F; },
        ZR3_ERR_INVALID_PROPERTY},
@@ -150,7 +144,7 @@ std::vector<PropertyCase> PropertyCases() {
       {"SpanOfZero", [](Tag& t) { t.span = 0; }, ZR3_OK},
       {"NegativeMinimum", [](Tag& t) { t.min_value = -40; }, ZR3_OK},
       {"SpanNotANumber", [](Tag& t) { t.span = std::nanf(""); }, ZR3_ERR_INVALID_PROPERTY},
-      {"NegativeCollector", [](Tag& t) { t.collector_id = -1; }, ZR3_OK}};
+      {"NegativeCollector", [](Tag& t) { t.point().collector_id = -1; }, ZR3_OK}};
 }
 
 INSTANTIATE_TEST_SUITE_P(Properties, Property, testing::ValuesIn(PropertyCases()), CaseName());
@@ -191,8 +185,8 @@ Tag EverythingGiven() {
   tag.type = ZR3_TAG_TYPE_INT32;
   tag.id = 77;
   tag.span = 3;
-  tag.device_name = "plc";
-  tag.data_order = ZR3_DATA_ORDER_21;
+  tag.point().device_name = "plc";
+  tag.point().data_order = ZR3_DATA_ORDER_21;
   return tag;
 }
 
@@ -214,7 +208,7 @@ TEST(NewTag, TakesTheSelectedPropertiesOfBothMasks) {
   Tag expected;
   expected.name = "given";
   expected.eng_units = "bar";
-  expected.data_order = ZR3_DATA_ORDER_21;
+  expected.point().data_order = ZR3_DATA_ORDER_21;
   expected.creation_date = expected.change_date = 1000;
   expected.creator = expected.changer = "admin";
   const PropertyMask mask = {Bit(ZR3_TAG_COL_COMM_PROP_ENG_UNITS), Bit(8)};

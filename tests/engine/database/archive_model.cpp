@@ -142,7 +142,7 @@ std::string DifferenceOfArchive(const ArchiveModel::Tag& tag, const std::vector<
 
 }  // namespace
 
-std::string DifferenceOfCurrent(const ArchiveModel& model, Database& database, TagId id) {
+std::string DifferenceOfCurrent(const ArchiveModel& model, DatabaseClient& database, TagId id) {
   const std::optional<Sample>& expected = model.tags().at(id).current;
   const Result<Sample> actual = database.ReadCurrent(id);
   if (!actual.ok() && actual.code() != ZR3_ERR_NO_RECORD) return actual.status().message();
@@ -152,7 +152,7 @@ std::string DifferenceOfCurrent(const ArchiveModel& model, Database& database, T
   return FirstDifference(list(expected.has_value(), expected), list(actual.ok(), actual));
 }
 
-std::string DifferenceOfAll(const ArchiveModel& model, Database& database) {
+std::string DifferenceOfAll(const ArchiveModel& model, DatabaseClient& database) {
   for (const auto& [id, tag] : model.tags()) {
     const auto archive = database.ReadRecords(id, {}, Direction::kForward, SIZE_MAX);
     if (!archive.ok()) return fmt::format("tag {}: {}", id, archive.status().message());
@@ -164,7 +164,7 @@ std::string DifferenceOfAll(const ArchiveModel& model, Database& database) {
   return {};
 }
 
-std::string DifferenceAfterCrash(ArchiveModel& model, Database& database) {
+std::string DifferenceAfterCrash(ArchiveModel& model, DatabaseClient& database) {
   std::string differences;
   for (int more = 0;; ++more) {
     const std::string difference = DifferenceOfAll(model, database);

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/database.h"
+#include "tests/support/database_client.h"
 
 namespace zervane {
 
@@ -51,11 +51,11 @@ class ArchiveModel {
 
 // What differs first, and where; empty when nothing does. Values are compared to the last bit.
 std::string FirstDifference(const std::vector<Sample>& expected, const std::vector<Sample>& actual);
-std::string DifferenceOfCurrent(const ArchiveModel& model, Database& database, TagId id);
-std::string DifferenceOfAll(const ArchiveModel& model, Database& database);
+std::string DifferenceOfCurrent(const ArchiveModel& model, DatabaseClient& database, TagId id);
+std::string DifferenceOfAll(const ArchiveModel& model, DatabaseClient& database);
 
 // Like the last one after the end of the process: of the batches that could be lost the database
 // has the oldest ones, however many, and the model stores as many.
-std::string DifferenceAfterCrash(ArchiveModel& model, Database& database);
+std::string DifferenceAfterCrash(ArchiveModel& model, DatabaseClient& database);
 
 }  // namespace zervane

@@ -16,6 +16,7 @@
 #include "tests/engine/database/random_records.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/database_client.h"
 #include "tests/support/seed.h"
 
 // Random calls of a database and of plain maps, which must tell the same. What a run does follows
@@ -43,8 +44,8 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
   fs::path Folder() const { return temp_.path() / std::to_string(generation_); }
 
   void Open() {
-    auto opened = OpenEmbedded(
-        storage::MustOpen(Folder(), GetParam().options), [] { return kStartMs; }, "admin");
+    auto opened =
+        OpenEmbedded(storage::MustOpen(Folder(), GetParam().options), [] { return kStartMs; });
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     database_ = *std::move(opened);
   }
@@ -250,7 +251,7 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
   RandomRecords random_{seed_.value()};
   storage::TempFolder temp_;
   int generation_ = 0;
-  std::unique_ptr<Database> database_;
+  DatabaseClient database_;
   ArchiveModel model_;
   std::map<TagId, std::vector<std::int64_t>> anchors_;
   TagId deleted_ = 0;

@@ -12,6 +12,7 @@
 #include "tests/engine/storage/support.h"
 #include "tests/os/allocation_counter.h"
 #include "tests/support/case_name.h"
+#include "tests/support/database_client.h"
 
 // Reading from a long archive takes memory for what is returned, whatever the archive's length.
 namespace zervane {
@@ -32,16 +33,16 @@ static_assert(40 * kLongArchive / kChunkRecords > kBeyondCount);
 
 std::int64_t TimeOf(std::int64_t i) { return 1000 * (i + 1); }
 
-std::unique_ptr<Database> Open(const std::filesystem::path& folder) {
+DatabaseClient Open(const std::filesystem::path& folder) {
   const SqliteStoreOptions options{.chunk_records = kChunkRecords};
-  auto opened = OpenEmbedded(storage::MustOpen(folder, options), SystemClock(), "admin");
+  auto opened = OpenEmbedded(storage::MustOpen(folder, options), SystemClock());
   EXPECT_TRUE(opened.ok()) << opened.status().message();
   return *std::move(opened);
 }
 
 // Makes a database of one tag with so many records, all of them in chunks.
 void MakeArchive(const std::filesystem::path& folder, std::int64_t records) {
-  const auto database = Open(folder);
+  auto database = Open(folder);
   EXPECT_EQ(*database->AddTag(storage::TagNamed(0, "TAG"), {}), kTag);
   std::vector<std::int32_t> codes(kBatchRecords);
   for (std::int64_t i = 0; i < records;) {
@@ -57,18 +58,18 @@ void MakeArchive(const std::filesystem::path& folder, std::int64_t records) {
 struct ReadCase {
   const char* name;
   // Performs the read on an archive of so many records, and answers what it may take in bytes.
-  std::int64_t (*read)(Database& database, std::int64_t records);
+  std::int64_t (*read)(DatabaseClient& database, std::int64_t records);
 };
 
 // Reads and expects as many records, the first of which is the i-th of the archive.
-std::int64_t Read(Database& database, TimeRange range, Direction direction, std::size_t limit,
+std::int64_t Read(DatabaseClient& database, TimeRange range, Direction direction, std::size_t limit,
                   std::int64_t i) {
   const auto records = database.ReadRecords(kTag, range, direction, limit);
   EXPECT_TRUE(records.ok() && records->size() == limit && records->front() == NumberAt(TimeOf(i)));
   return static_cast<std::int64_t>(limit * sizeof(Sample)) + kBeyondRecords;
 }
 
-std::int64_t Count(Database& database, TimeRange range, std::int64_t expected) {
+std::int64_t Count(DatabaseClient& database, TimeRange range, std::int64_t expected) {
   const auto count = database.CountRecords(kTag, range);
   EXPECT_TRUE(count.ok() && *count == expected);
   return kBeyondCount;
@@ -123,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(Archive, BoundedRead, testing::ValuesIn(kReads), CaseNa
 TEST_P(BoundedRead, TakesMemoryForItsAnswerAlone) {
   for (const auto& archive : *archives_) {
     SCOPED_TRACE(std::to_string(archive->records) + " records");
-    const auto database = Open(archive->folder.path());
+    auto database = Open(archive->folder.path());
     const os::PeakMemory peak;
     const std::int64_t bound = GetParam().read(*database, archive->records);
     EXPECT_GT(peak.bytes(), 0) << "or nothing is measured";

@@ -13,6 +13,7 @@
 #include "tests/engine/records.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/database_client.h"
 
 // A damaged chunk costs its records and nothing else.
 namespace zervane {
@@ -71,7 +72,7 @@ class DamagedChunk : public testing::TestWithParam<DamageCase> {
   }
 
   void Open() {
-    auto opened = OpenEmbedded(storage::MustOpen(folder_.path()), SystemClock(), "admin");
+    auto opened = OpenEmbedded(storage::MustOpen(folder_.path()), SystemClock());
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     database_ = *std::move(opened);
   }
@@ -118,7 +119,7 @@ class DamagedChunk : public testing::TestWithParam<DamageCase> {
   }
 
   storage::TempFolder folder_;
-  std::unique_ptr<Database> database_;
+  DatabaseClient database_;
   std::int64_t first_ms_ = 0;  // of the chunk, before it was damaged
   std::int64_t last_ms_ = 0;
 };

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "api/operations/values.h"
 #include "api/words/tag.h"
-#include "engine/database.h"
 
 // What the writing process of the kill test does: one write a step, known from the step's number
 // alone, so that the testing process knows what each answer vouches for.

@@ -10,14 +10,15 @@
 #include "tests/engine/database/kill_script.h"
 #include "tests/engine/storage/sqlite/kill_fixture.h"
 #include "tests/engine/storage/support.h"
+#include "tests/support/database_client.h"
 
 namespace zervane {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::unique_ptr<Database> Open(const fs::path& folder) {
-  auto opened = OpenEmbedded(storage::MustOpen(folder), SystemClock(), "admin");
+DatabaseClient Open(const fs::path& folder) {
+  auto opened = OpenEmbedded(storage::MustOpen(folder), SystemClock());
   EXPECT_TRUE(opened.ok()) << opened.status().message();
   if (!opened.ok()) std::abort();
   return *std::move(opened);
@@ -56,7 +57,7 @@ class KilledDatabase : public storage::KillFixture {
 
   // A change of quality passes all filters, and what they hold goes before it.
   void ExpectNothingHeldIsLost() {
-    const auto database = Open(folder_.path());
+    auto database = Open(folder_.path());
     std::vector<TagSample> batch;
     for (TagId tag = 1; tag <= kLastTag; ++tag) {
       Sample last = *model_.tags()[tag].current;

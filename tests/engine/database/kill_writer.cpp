@@ -12,10 +12,11 @@
 #include "engine/embedded.h"
 #include "engine/storage/sqlite/sqlite_store.h"
 #include "tests/engine/database/kill_script.h"
+#include "tests/support/database_client.h"
 
 namespace {
 
-using zervane::Database;
+using zervane::DatabaseClient;
 using zervane::Status;
 
 constexpr int kAnswers = 3;
@@ -23,7 +24,7 @@ constexpr int kStepsPerOpen = 60;
 constexpr zervane::SqliteStoreOptions kOptions{.pending_bytes = 60 * zervane::kPendingRecordBytes,
                                                .chunk_records = 8};
 
-Status AddMissingTags(Database& database) {
+Status AddMissingTags(DatabaseClient& database) {
   for (zervane::TagId tag = 1; tag <= zervane::kLastTag; ++tag) {
     if (database.GetTag(tag).ok()) continue;
     if (const auto added = database.AddTag(zervane::KillTag(tag), {}); !added.ok()) {
@@ -34,7 +35,7 @@ Status AddMissingTags(Database& database) {
 }
 
 // Goes on with step `number`.
-Status Work(Database& database, unsigned seed, std::int64_t& number) {
+Status Work(DatabaseClient& database, unsigned seed, std::int64_t& number) {
   if (Status status = AddMissingTags(database); !status.ok()) return status;
   for (int i = 0; i < kStepsPerOpen; ++i, ++number) {
     zervane::KillStep step = zervane::StepOf(seed, number);
@@ -58,9 +59,12 @@ int main(int, char** arguments) {
     auto store = zervane::OpenSqliteStore(folder, kOptions);
     Status status = store.status();
     if (store.ok()) {
-      const auto database =
-          zervane::OpenEmbedded(*std::move(store), zervane::SystemClock(), "admin");
-      status = database.ok() ? Work(**database, seed, number) : database.status();
+      const auto database = zervane::OpenEmbedded(*std::move(store), zervane::SystemClock());
+      status = database.status();
+      if (database.ok()) {
+        DatabaseClient client(**database);
+        status = Work(client, seed, number);
+      }
     }
     if (status.ok()) continue;
     std::fprintf(stderr, "database_kill_writer: %d %s\n", status.code(), status.message().c_str());

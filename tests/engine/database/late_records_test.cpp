@@ -13,6 +13,7 @@
 #include "tests/engine/records.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
+#include "tests/support/database_client.h"
 #include "tests/support/seed.h"
 
 namespace zervane {
@@ -69,7 +70,7 @@ class LateRecords : public testing::TestWithParam<ReadersCase> {
  protected:
   LateRecords() {
     auto opened =
-        OpenEmbedded(storage::MustOpen(folder_.path(), GetParam().options), SystemClock(), "admin");
+        OpenEmbedded(storage::MustOpen(folder_.path(), GetParam().options), SystemClock());
     if (!opened.ok()) std::abort();
     database_ = *std::move(opened);
     EXPECT_EQ(*database_->AddTag(storage::TagNamed(0, "TAG"), {}), kTag);
@@ -153,7 +154,7 @@ class LateRecords : public testing::TestWithParam<ReadersCase> {
   }
 
   storage::TempFolder folder_;
-  std::unique_ptr<Database> database_;
+  DatabaseClient database_;
   Progress begun_;
   Progress answered_;
 };

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "api/words/tag_columns.h"
 #include "engine/storage/store.h"
 #include "engine/storage/table.h"
 #include "engine/storage/tables.h"
@@ -206,20 +207,17 @@ TEST_P(Rows, KeepCellsOfEveryKind) {
 
 TEST_P(Rows, OfTagsKeepEveryProperty) {
   Tag tag = TagNamed(7, "M\u00fcller \u6e29\u5ea6");
-  for (const auto columns : {CommonColumns(), PointColumns()}) {
-    int number = 0;
-    for (const PropertyColumn& column : columns) {
-      ++number;
-      const auto fill = [&]<typename T>(T Tag::*member) {
-        if (column.column == ZR3_TAG_COL_COMM_PROP_TAGID) return;
-        if constexpr (std::is_same_v<T, std::string>)
-          tag.*member += std::to_string(number);
-        else
-          tag.*member = static_cast<T>(number);
-      };
-      std::visit(fill, column.member);
-    }
-  }
+  int number = 0;
+  ForEachColumn(tag, [&](const PropertyColumn& column) {
+    ++number;
+    if (column.column == ZR3_TAG_COL_COMM_PROP_TAGID) return;
+    VisitProperty(column, tag, [&]<typename T>(T& value) {
+      if constexpr (std::is_same_v<T, std::string>)
+        value += std::to_string(number);
+      else
+        value = static_cast<T>(number);
+    });
+  });
   tag.span = std::numeric_limits<float>::infinity();
   driver_->PutTag(tag);
   for (int i = 0; i < 2; ++i) {

@@ -1,0 +1,51 @@
+#include "api/operation_table.h"
+
+#include <cstddef>
+#include <iterator>
+
+namespace zervane {
+namespace {
+
+using enum OperationNumber;
+using enum OperationFamily;
+
+constexpr bool kChanges = true;
+constexpr bool kReads = false;
+
+constexpr OperationRow kTable[] = {
+    {kAddTag, "add tag", kTags, AuthorityItem::kTags, 3, kChanges},
+    {kModifyTag, "modify tag", kTags, AuthorityItem::kTags, 3, kChanges},
+    {kDeleteTag, "delete tag", kTags, AuthorityItem::kTags, 3, kChanges},
+    {kGetTag, "get tag", kTags, AuthorityItem::kTags, 1, kReads},
+    {kGetTagType, "get tag type", kTags, AuthorityItem::kTags, 1, kReads},
+    {kFindTagId, "find tag identifier", kTags, AuthorityItem::kTags, 1, kReads},
+    {kGetCatalogueVersion, "get catalogue version", kTags, AuthorityItem::kTags, 1, kReads},
+    {kFindTags, "find tags", kTags, AuthorityItem::kTags, 1, kReads},
+    {kCountTags, "count tags", kTags, AuthorityItem::kTags, 1, kReads},
+    {kListTags, "list tags", kTags, AuthorityItem::kTags, 1, kReads},
+    {kWriteSamples, "write samples", kValues, AuthorityItem::kRecords, 2, kChanges},
+    {kReadCurrent, "read current value", kValues, AuthorityItem::kRecords, 1, kReads},
+    {kReadCurrentValues, "read current values", kValues, AuthorityItem::kRecords, 1, kReads},
+    {kCountRecords, "count records", kHistory, AuthorityItem::kRecords, 1, kReads},
+    {kReadRecords, "read records", kHistory, AuthorityItem::kRecords, 1, kReads},
+    {kReadClock, "read clock", OperationFamily::kSystem, AuthorityItem::kSystem, 0, kReads},
+};
+static_assert(std::size(kTable) == AllOperations::kSize, "every operation has its row");
+
+constexpr bool IsInOrder() {
+  for (std::size_t i = 0; i < std::size(kTable); ++i) {
+    if (static_cast<std::size_t>(kTable[i].number) != i + 1) return false;
+  }
+  return true;
+}
+static_assert(IsInOrder(), "a row is found by its number");
+
+}  // namespace
+
+std::span<const OperationRow> OperationTable() { return kTable; }
+
+const OperationRow& RowOf(OperationNumber number) {
+  return kTable[static_cast<std::size_t>(number) - 1];
+}
+
+}  // namespace zervane

@@ -1,0 +1,50 @@
+#include "engine/engine.h"
+
+#include "engine/guard.h"
+#include "engine/write/turn.h"
+
+namespace zervane {
+
+Result<std::unique_ptr<Engine>> Engine::Open(std::unique_ptr<Store> store, Clock clock,
+                                             const WriteQueue::Limits& limits) {
+  return Guarded([&]() -> Result<std::unique_ptr<Engine>> {
+    std::unique_ptr<Engine> engine(new Engine(std::move(store), std::move(clock)));
+    if (Status status = engine->Start(limits); !status.ok()) return status;
+    return engine;
+  });
+}
+
+Engine::Engine(std::unique_ptr<Store> store, Clock clock)
+    : store_(std::move(store)),
+      clock_(std::move(clock)),
+      catalogue_(*store_),
+      writes_(*store_, catalogue_.tags(), clock_),
+      filters_(*store_, catalogue_.tags(), writes_.current_values(),
+               [this](TagId id) { return SettingsOf(id); }),
+      tags_(catalogue_, clock_),
+      tag_changes_(catalogue_, writes_, clock_),
+      records_(*store_, catalogue_.tags(), writes_) {}
+
+// The queue's thread uses the other parts.
+Engine::~Engine() { (void)writes_.Close(); }
+
+std::optional<FilterSettings> Engine::SettingsOf(TagId id) const {
+  const Result<Tag> tag = catalogue_.Find(id);
+  if (!tag.ok()) return std::nullopt;
+  return FilterSettingsOf(*tag);
+}
+
+Status Engine::Start(const WriteQueue::Limits& limits) {
+  if (Status status = catalogue_.Load(); !status.ok()) return status;
+  writes_.AddStage(filters_);
+  return writes_.Start(Turn::Issue(), limits);
+}
+
+Status Engine::Close() {
+  tags_.Stop();
+  Status lost = writes_.Close();
+  Status closed = store_->Close();
+  return lost.ok() ? closed : lost;
+}
+
+}  // namespace zervane

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "api/caller.h"
+#include "api/operation_table.h"
+#include "engine/catalogue/catalogue.h"
+#include "engine/catalogue/catalogue_family.h"
+#include "engine/catalogue/filter_settings.h"
+#include "engine/clock.h"
+#include "engine/filters/filter_stage.h"
+#include "engine/record_family.h"
+#include "engine/storage/store.h"
+#include "engine/tag_changes.h"
+#include "engine/write/write_path.h"
+
+namespace zervane {
+
+// The database in this process: the catalogue and the current values in memory, everything in a
+// store. It puts the parts together, and hands an operation to the family that carries it out; the
+// README of this folder tells how they meet.
+//
+// Threads: any may call Handle.
+class Engine final {
+ public:
+  // ZR3_ERR_STORAGE_DAMAGED when what the store holds breaks a rule of the database.
+  static Result<std::unique_ptr<Engine>> Open(std::unique_ptr<Store> store, Clock clock,
+                                              const WriteQueue::Limits& limits = {});
+  ~Engine();
+  Engine(const Engine&) = delete;
+  Engine& operator=(const Engine&) = delete;
+
+  // Carries an operation out. One that no family has a handler for does not compile.
+  template <typename Op>
+  Result<typename Op::Reply> Handle(const Caller& caller, const Op& operation) {
+    if constexpr (requires { tags_.Handle(caller, operation); }) {
+      return tags_.Handle(caller, operation);
+    } else if constexpr (requires { tag_changes_.Handle(caller, operation); }) {
+      return tag_changes_.Handle(caller, operation);
+    } else if constexpr (requires { records_.Handle(caller, operation); }) {
+      return records_.Handle(caller, operation);
+    } else {
+      return HandleHere(operation);
+    }
+  }
+
+  std::int64_t catalogue_version() const { return catalogue_.version(); }
+
+  // Ends searches, stores what is still queued and closes the store. The status of queued records
+  // that could not be stored, unless it was told before; else that of the store.
+  Status Close();
+
+ private:
+  Engine(std::unique_ptr<Store> store, Clock clock);
+
+  Status Start(const WriteQueue::Limits& limits);
+  std::optional<FilterSettings> SettingsOf(TagId id) const;
+  Result<std::int64_t> HandleHere(const ReadClock&) { return clock_(); }
+
+  const std::unique_ptr<Store> store_;
+  const Clock clock_;
+  Catalogue catalogue_;
+  WritePath writes_;
+  FilterStage filters_;
+  CatalogueFamily tags_;
+  TagChanges tag_changes_;
+  RecordFamily records_;
+};
+
+}  // namespace zervane
