@@ -120,6 +120,7 @@ Result<bool> WritePath::HoldsRecords(Turn& turn, TagId tag) {
 }
 
 Status WritePath::Close() {
+  if (!queue_) return {};  // it never started
   queue_->Close();
   feed_.Close();
   return queue_->TellAnyLost();
