@@ -201,17 +201,6 @@ bool NeedsBuffer(ZR3_TAG_TYPE type) {
   return type == ZR3_TAG_TYPE_STRING || type == ZR3_TAG_TYPE_BLOB;
 }
 
-SampleView ViewOf(const SampleColumns& samples, std::size_t at) {
-  const TagType type = samples.types()[at];
-  SampleView view{.time_ms = samples.times()[at], .quality = samples.qualities()[at], .type = type};
-  if (IsText(type)) {
-    view.text = samples.TextAt(at);
-  } else {
-    view.number = samples.values()[at];
-  }
-  return view;
-}
-
 SampleView ViewOf(const Sample& sample) {
   return {.time_ms = sample.time_ms,
           .quality = sample.quality,
