@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "api/words/value.h"
@@ -75,6 +76,9 @@ class SampleColumns {
   // Makes it so many samples of the type and of good quality, whose times and values are to be
   // filled in; the texts are those given.
   void Assign(std::size_t samples, TagType type, std::string texts = {});
+
+  // The texts among which the values, which are to say where, have theirs.
+  void SetTexts(std::string texts) noexcept { texts_ = std::move(texts); }
 
   void Cut(std::size_t samples) noexcept { size_ = samples; }
   void Clear() noexcept {

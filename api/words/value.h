@@ -33,7 +33,8 @@ constexpr bool IsTagType(ZR3_TAG_TYPE type) {
   return type >= ZR3_TAG_TYPE_MIN && type <= ZR3_TAG_TYPE_MAX;
 }
 
-constexpr std::size_t kMaxStringBytes = ZR3_LEN_VALUE - 1;  // without the terminator
+// A STRING's without the terminator. What the caller's encoding gives a byte may take three in UTF-8.
+constexpr std::size_t kMaxStringBytes = 3 * (ZR3_LEN_VALUE - 1);
 constexpr std::size_t kMaxBlobBytes = ZR3_LEN_VALUE;
 
 // A value: a number or a text. The tag's type fixes which: INT8, INT16, INT32 and DIGITAL use
@@ -147,6 +148,7 @@ struct TimeRange {
   static auto Fields(auto& self) {
     return FieldList(Field{"from_ms", self.from_ms}, Field{"to_ms", self.to_ms});
   }
+  constexpr bool empty() const { return from_ms > to_ms; }
   constexpr bool Holds(std::int64_t time_ms) const {
     return time_ms >= from_ms && time_ms <= to_ms;
   }

@@ -2,18 +2,21 @@
 
 #include <spdlog/fmt/fmt.h>
 
-#include <algorithm>
 #include <limits>
+#include <string>
 #include <utility>
+#include <variant>
 
-#include "api/words/ascii.h"
 #include "api/words/tag_columns.h"
 #include "engine/assert.h"
 #include "engine/catalogue/filter_settings.h"
-#include "engine/guard.h"
+#include "engine/storage/table.h"
+#include "engine/storage/tables.h"
 
 namespace zervane {
 namespace {
+
+constexpr TagId kGreatestId = std::numeric_limits<TagId>::max();
 
 TagTraits TraitsOf(const Tag& tag) {
   return {.type = static_cast<TagType>(tag.type),
@@ -21,164 +24,181 @@ TagTraits TraitsOf(const Tag& tag) {
           .filtered = FilterSettingsOf(tag).any()};
 }
 
+Status Damaged(std::string what) { return {ZR3_ERR_STORAGE_DAMAGED, std::move(what)}; }
+
+// ZR3_ERR_TAG_EXISTS when another tag than `id` has the name.
+Status CheckUnique(const TagImage& image, std::string_view name, TagId id) {
+  const PackedTag* const owner = image.FindByName(name);
+  if (owner == nullptr || owner->id() == id) return {};
+  return {ZR3_ERR_TAG_EXISTS, fmt::format("'{}' is tag {}", name, owner->id())};
+}
+
+// A number that is kept as a setting; 0 when it is not there yet.
+Result<std::int64_t> ReadNumber(Store& store, std::string_view name, std::int64_t max) {
+  const Result<std::optional<Setting>> setting = Table<Setting>(store).Read(std::string(name));
+  if (!setting.ok()) return setting.status();
+  if (!setting->has_value()) return std::int64_t{0};
+  const auto* number = std::get_if<std::int64_t>(&(*setting)->value);
+  if (number == nullptr || *number < 0 || *number > max) {
+    return Damaged(fmt::format("the setting {} is out of bounds", name));
+  }
+  return *number;
+}
+
+void PutNumber(std::string_view name, std::int64_t number, StoreBatch& batch) {
+  Table<Setting>::Put({.name = std::string(name), .value = number}, batch);
+}
+
+Status CheckLoaded(const TagImage& image, const Tag& tag) {
+  Status status = CheckProperties(tag);
+  if (status.ok()) status = CheckUnique(image, tag.name, tag.id);
+  if (status.ok() && tag.id != 0 && tag.id <= image.last_id()) return {};
+  return Damaged(fmt::format("the stored tag {} breaks a rule: {}", tag.id,
+                             status.ok() ? "identifier out of bounds" : status.message()));
+}
+
 }  // namespace
 
+Catalogue::Catalogue(Store& store) : store_(store), image_(std::make_shared<TagImage>()) {}
+
+// ---- loading and reading ----
+
 Status Catalogue::Load() {
-  Result<CatalogueImage> image = store_.LoadCatalogue();
-  if (!image.ok()) return image.status();
-  for (Tag& tag : image->tags) {
-    if (Status status = CheckLoaded(tag, image->last_id); !status.ok()) return status;
-    Enter(std::make_shared<const Tag>(std::move(tag)));
-  }
-  const WriterLock lock(mutex_);
-  last_id_ = image->last_id;
-  version_ = image->version;
+  const Result<std::int64_t> last_id = ReadNumber(store_, kLastIdSetting, kGreatestId);
+  if (!last_id.ok()) return last_id.status();
+  const Result<std::int64_t> version =
+      ReadNumber(store_, kCatalogueVersionSetting, std::numeric_limits<std::int64_t>::max() - 1);
+  if (!version.ok()) return version.status();
+  auto image = std::make_shared<TagImage>();
+  image->SetLastId(static_cast<TagId>(*last_id));
+  image->SetVersion(*version);
+  if (Status status = LoadTags(*image); !status.ok()) return status;
+  Publish(image);
   return {};
 }
 
-Status Catalogue::CheckLoaded(const Tag& tag, TagId last_id) const {
-  Status status = CheckProperties(tag);
-  if (status.ok()) status = CheckUnique(tag.name, tag.id);
-  if (status.ok() && tag.id != kNoTag && tag.id <= last_id && Find(tag.id) == nullptr) return {};
-  return {ZR3_ERR_STORAGE_DAMAGED,
-          fmt::format("the stored tag {} breaks a rule: {}", tag.id,
-                      status.ok() ? "identifier out of bounds or repeated" : status.message())};
+Status Catalogue::LoadTags(TagImage& image) {
+  Status fault;
+  const auto take = [&](const Tag& tag) {
+    fault = CheckLoaded(image, tag);
+    if (!fault.ok()) return false;
+    image.Put(PackedTag::Pack(tag));
+    tags_.Reserve(tag.id);
+    tags_.Put(tag.id, TraitsOf(tag));
+    return true;
+  };
+  Status status = Table<Tag>(store_).Visit({.table = TableId::kTag},
+                                           std::numeric_limits<std::size_t>::max(), take);
+  return fault.ok() ? status : fault;
 }
 
-void Catalogue::Enter(const TagPtr& tag) {
-  tags_.Reserve(tag->id);
-  tags_.Put(tag->id, TraitsOf(*tag));
-  std::string name = FoldAscii(tag->name);
-  const WriterLock lock(mutex_);
-  by_name_[std::move(name)] = tag->id;
-  by_id_[tag->id] = tag;
+TagImagePtr Catalogue::image() const {
+  const MutexLock lock(mutex_);
+  return image_;
 }
 
-Catalogue::TagPtr Catalogue::Find(TagId id) const {
-  const ReaderLock lock(mutex_);
-  const auto found = by_id_.find(id);
-  return found == by_id_.end() ? nullptr : found->second;
+Result<Tag> Catalogue::Find(TagId id) const {
+  const TagImagePtr image = this->image();
+  const PackedTag* const tag = image->Find(id);
+  if (tag == nullptr) return NoSuchTag(id);
+  return tag->Unpack();
 }
 
-std::optional<TagId> Catalogue::FindByName(std::string_view name) const {
-  const std::string folded = FoldAscii(name);
-  const ReaderLock lock(mutex_);
-  const auto found = by_name_.find(folded);
-  if (found == by_name_.end() || found->second == kNoTag) return std::nullopt;
-  return found->second;
-}
-
-std::int64_t Catalogue::Version() const {
-  const ReaderLock lock(mutex_);
-  return version_;
-}
-
-TagId Catalogue::LastId() const {
-  const ReaderLock lock(mutex_);
-  return last_id_;
+Result<TagId> Catalogue::FindByName(std::string_view name) const {
+  const TagImagePtr image = this->image();
+  const PackedTag* const tag = image->FindByName(name);
+  if (tag == nullptr)
+    return Status(ZR3_ERR_NAME_NOT_FOUND, fmt::format("no tag '{}'", name.substr(0, 100)));
+  return tag->id();
 }
 
 // ---- changes ----
 
-Result<TagId> Catalogue::Add(const Tag& given, const PropertyMask& mask, const Stamp& stamp) {
+Result<CatalogueChange> Catalogue::PlanAdd(const Tag& given, const PropertyMask& mask,
+                                           const Stamp& stamp, StoreBatch& batch) {
   if (Status status = CheckMask(mask, ClassOf(given.own)); !status.ok()) return status;
   Tag tag = NewTag(given, mask, stamp);
   if (Status status = CheckProperties(tag); !status.ok()) return status;
-  if (Status status = CheckUnique(tag.name, kNoTag); !status.ok()) return status;
-  const TagId last_id = LastId();
-  if (last_id == std::numeric_limits<TagId>::max()) {
-    return Status(ZR3_ERR_TAG_IDS_EXHAUSTED, fmt::format("the last identifier was {}", last_id));
+  TagImagePtr image = this->image();
+  if (Status status = CheckUnique(*image, tag.name, 0); !status.ok()) return status;
+  if (image->last_id() == kGreatestId) {
+    return Status(ZR3_ERR_TAG_IDS_EXHAUSTED,
+                  fmt::format("the last identifier was {}", kGreatestId));
   }
-  tag.id = last_id + 1;
-  Status status = Put(std::make_shared<const Tag>(std::move(tag)), nullptr);
-  if (!status.ok()) return status;
-  return last_id + 1;
+  tag.id = image->last_id() + 1;
+  return Plan(std::move(image), std::nullopt, std::move(tag), batch);
 }
 
-Result<Catalogue::Change> Catalogue::Prepare(TagId id, std::int32_t tag_class, const Tag& given,
-                                             const PropertyMask& mask, const Stamp& stamp) const {
+Result<CatalogueChange> Catalogue::PlanModify(TagId id, std::int32_t tag_class, const Tag& given,
+                                              const PropertyMask& mask, const Stamp& stamp,
+                                              StoreBatch& batch) {
   if (Status status = CheckMask(mask, tag_class); !status.ok()) return status;
-  const TagPtr tag = Find(id);
+  TagImagePtr image = this->image();
+  const PackedTag* const tag = image->Find(id);
   if (tag == nullptr) return NoSuchTag(id);
-  if (tag->tag_class != tag_class) {
+  const bool has_other_own = mask.extension != 0 && ClassOf(given.own) != tag_class;
+  if (tag->tag_class() != tag_class || has_other_own) {
     return Status(ZR3_ERR_INVALID_TAG_CLASS,
-                  fmt::format("tag {} has class {}, not {}", id, tag->tag_class, tag_class));
+                  fmt::format("tag {} has class {}, not {}", id, tag->tag_class(), tag_class));
   }
-  auto changed = std::make_shared<const Tag>(ChangedTag(*tag, given, mask, stamp));
-  if (Status status = CheckProperties(*changed); !status.ok()) return status;
-  if (Status status = CheckUnique(changed->name, id); !status.ok()) return status;
-  return Change{.before = tag, .after = std::move(changed)};
+  Tag before = tag->Unpack();
+  Tag after = ChangedTag(before, given, mask, stamp);
+  if (Status status = CheckProperties(after); !status.ok()) return status;
+  if (Status status = CheckUnique(*image, after.name, id); !status.ok()) return status;
+  return Plan(std::move(image), std::move(before), std::move(after), batch);
 }
 
-Status Catalogue::Modify(const Change& change) {
-  ZERVANE_ASSERT(change.before != nullptr && change.after != nullptr);
-  ZERVANE_ASSERT(change.before->id == change.after->id);
-  ZERVANE_ASSERT(Find(change.before->id) == change.before);  // nothing has changed it since
-  return Put(change.after, change.before);
-}
-
-Status Catalogue::Remove(TagId id) {
-  const TagPtr tag = Find(id);
+Result<CatalogueChange> Catalogue::PlanRemove(TagId id, StoreBatch& batch) {
+  TagImagePtr image = this->image();
+  const PackedTag* const tag = image->Find(id);
   if (tag == nullptr) return NoSuchTag(id);
-  const std::string name = FoldAscii(tag->name);
-  if (Status status = store_.RemoveTag(id, Version() + 1); !status.ok()) return status;
-  tags_.Remove(id);
-  const WriterLock lock(mutex_);
-  by_name_.erase(name);
-  by_id_.erase(id);
-  ++version_;
-  return {};
+  Tag before = tag->Unpack();
+  return Plan(std::move(image), std::move(before), std::nullopt, batch);
 }
 
-Status Catalogue::CheckUnique(const std::string& name, TagId id) const {
-  const std::optional<TagId> owner = FindByName(name);
-  if (!owner || *owner == id) return {};
-  return {ZR3_ERR_TAG_EXISTS, fmt::format("'{}' is tag {}", name, *owner)};
-}
-
-Status Catalogue::Put(const TagPtr& tag, const TagPtr& replaced) {
-  const std::string name = FoldAscii(tag->name);
-  const std::string old_name = replaced == nullptr ? name : FoldAscii(replaced->name);
-  const std::int64_t version = Version() + 1;
-  Status status = Guarded([&] {
-    MakePlaces(tag->id, name);
-    return store_.PutTag(*tag, version);
-  });
-  if (status.ok()) {
-    Publish(tag, name, old_name, version);
+Result<CatalogueChange> Catalogue::Plan(TagImagePtr image, std::optional<Tag> before,
+                                        std::optional<Tag> after, StoreBatch& batch) {
+  auto next = std::make_shared<TagImage>(*image);
+  next->SetVersion(image->version() + 1);
+  if (after) {
+    next->Put(PackedTag::Pack(*after));
+    tags_.Reserve(after->id);
+    Table<Tag>::Put(*after, batch);
   } else {
-    RemoveEmptyPlaces(tag->id, name);
+    next->Remove(before->id);
+    batch.emptied.push_back(before->id);
+    Table<Tag>::Remove(before->id, batch);
   }
-  return status;
+  if (!before) {
+    next->SetLastId(after->id);
+    PutNumber(kLastIdSetting, after->id, batch);
+  }
+  PutNumber(kCatalogueVersionSetting, next->version(), batch);
+  return CatalogueChange{.before = std::move(before),
+                         .after = std::move(after),
+                         .old_image = std::move(image),
+                         .new_image = std::move(next)};
 }
 
-void Catalogue::MakePlaces(TagId id, const std::string& name) {
-  tags_.Reserve(id);
-  const WriterLock lock(mutex_);
-  by_id_.try_emplace(id);
-  by_name_.try_emplace(name, kNoTag);
+void Catalogue::Adopt(const CatalogueChange& change) noexcept {
+  ZERVANE_ASSERT(change.old_image == image());  // nothing has changed since
+  if (change.after) {
+    tags_.Put(change.id(), TraitsOf(*change.after));
+  } else {
+    tags_.Remove(change.id());
+  }
+  Publish(change.new_image);
 }
 
-void Catalogue::RemoveEmptyPlaces(TagId id, const std::string& name) noexcept {
-  const WriterLock lock(mutex_);
-  const auto tag = by_id_.find(id);
-  if (tag != by_id_.end() && tag->second == nullptr) by_id_.erase(tag);
-  const auto owner = by_name_.find(name);
-  if (owner != by_name_.end() && owner->second == kNoTag) by_name_.erase(owner);
-}
-
-void Catalogue::Publish(const TagPtr& tag, const std::string& name, const std::string& old_name,
-                        std::int64_t version) noexcept {
-  const TagId id = tag->id;
-  tags_.Put(id, TraitsOf(*tag));
-  const WriterLock lock(mutex_);
-  ZERVANE_ASSERT(by_id_.contains(id) && by_name_.contains(name));
-  ZERVANE_ASSERT(by_name_.find(name)->second == kNoTag || by_name_.find(name)->second == id);
-  if (old_name != name) by_name_.erase(old_name);
-  by_name_.find(name)->second = id;
-  by_id_.find(id)->second = tag;
-  last_id_ = std::max(last_id_, id);
-  version_ = version;
+// The version follows the image: what somebody looks up in the old one and keeps is kept as of the
+// old version.
+void Catalogue::Publish(const TagImagePtr& image) noexcept {
+  TagImagePtr old = image;
+  {
+    const MutexLock lock(mutex_);
+    std::swap(image_, old);
+  }
+  version_.store(image->version(), std::memory_order_release);
 }
 
 }  // namespace zervane

@@ -1,90 +1,187 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
-#include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
+#include "api/words/samples.h"
 #include "api/words/status.h"
-#include "api/words/tag.h"
 #include "api/words/value.h"
+#include "engine/storage/codec/text_decoder.h"
+#include "engine/storage/row.h"
 
 namespace zervane {
 
-// What a store keeps of the catalogue.
-struct CatalogueImage {
-  std::vector<Tag> tags;  // in order of identifier
-  TagId last_id = 0;                // the highest identifier ever given
-  std::int64_t version = 0;
+// Where a record of a batch goes: any of these.
+enum RecordMark : std::uint8_t {
+  kArchive = 1,  // it enters the archive
+  kCurrent = 2,  // it becomes the tag's current value
+  kHeld = 4,     // it is held back from the archive, in place of what was held back before
 };
 
-// A record that was accepted, and where it goes.
-struct AcceptedSample {
-  TagId tag = 0;
-  bool archive = true;  // it enters the archive
-  bool current = true;  // it becomes the tag's current value
-  bool held = false;    // it is held back from the archive, in place of what was held back before
-  Sample sample;
+// Records on their way to the store, as columns.
+struct RecordBatch {
+  std::vector<TagId> tags;
+  SampleColumns samples;
+  std::vector<std::uint8_t> marks;  // RecordMark
+
+  std::size_t size() const { return tags.size(); }
+  bool empty() const { return tags.empty(); }
 };
-static_assert(sizeof(AcceptedSample) == 40);  // large batches of them go from thread to thread
+
+// What one commit changes: everything or nothing of it is stored. Carried out in this order.
+//
+// The number of a batch is the last one's + 1.
+struct StoreBatch {
+  std::int64_t commit = 0;
+  std::vector<TagId> emptied;   // tags whose records go: current, held back and archived ones;
+                                // every tag whose row goes is one of them
+  std::vector<RowChange> rows;  // of one key the last one counts
+  RecordBatch records;          // of equal times of a tag the last one counts
+};
+
+// What became of a batch.
+struct CommitAnswer {
+  enum class Fate : std::uint8_t {
+    kStored,
+    kRefused,  // nothing happened
+    // A sync failed, or a connection broke: from then on the store takes nothing until Lease tells.
+    kUnknown,
+  };
+
+  Fate fate = Fate::kStored;
+  Status status;  // why it is not stored
+};
+
+// Some records of one tag, all of one chunk or of what is not in chunks yet, within the range that
+// was asked for.
+struct RunSummary {
+  std::int64_t first_ms = 0;
+  std::int64_t last_ms = 0;
+  std::int64_t count = 0;
+};
+
+// Looks at a tag's records, run by run in the direction's order; runs do not overlap. It asks
+// nothing of the store meanwhile.
+class ScanVisitor {
+ public:
+  enum class Wants {
+    kNext,     // the summary says enough
+    kRecords,  // Take is to be called for this run
+    kStop,
+  };
+
+  virtual ~ScanVisitor() = default;
+  virtual Wants Offer(const RunSummary& run) = 0;
+  // The run's records are elements begin to end of the columns, ascending in time whatever the
+  // direction. Whether to go on.
+  virtual bool Take(const SampleColumns& records, std::size_t begin, std::size_t end) = 0;
+};
+
+// Whether this process may write, and what is known of the last commits.
+enum class LeaseWish { kTake, kRenew, kRelease, kLook };
+struct LeaseAnswer {
+  std::int64_t epoch = 1;
+  bool is_mine = true;
+  std::string holder;
+  std::string address;
+  std::int64_t good_until_ms = 0;
+  std::int64_t last_commit = 0;
+  // Of the batch whose fate was unknown, if there was one: whether it is stored.
+  std::optional<bool> unknown_is_stored;
+};
 
 // Where a database keeps its data. It speaks of the domain: a columnar file, memory or a cluster of
 // row stores can stand behind it.
 //
 // Within a tag the archive is a map from time to record: a record of equal time replaces. Every
-// change is durable and whole once it is answered, or has not happened. Reads may come from any
-// number of threads at any time; changes come from one thread at a time. Nothing throws.
+// change is durable and whole once it is answered, or has not happened, but for one whose fate is
+// unknown. Reads may come from any number of threads at any time; changes come from one thread at a
+// time. Nothing throws.
 class Store {
  public:
-  virtual ~Store() = default;
+  Store() = default;
+  virtual ~Store() = default;  // as Close, silently: each store sees to that
+  Store(const Store&) = delete;
+  Store& operator=(const Store&) = delete;
 
-  // ---- catalogue ----
+  // Stores the batch. Records of tags without a row once its rows are in are left out. When it is
+  // stored, the store may have taken the records, and left other memory in their place; else they
+  // are untouched. Refused with ZR3_ERR_INVALID_ARGUMENT when a time or a value cannot be stored.
+  CommitAnswer Commit(StoreBatch& batch) noexcept;
 
-  virtual Result<CatalogueImage> LoadCatalogue() = 0;
+  // Shows the archived records of the range to the visitor. ZR3_ERR_STORAGE_DAMAGED when records
+  // that are wanted cannot be read any more.
+  Status Scan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) noexcept;
 
-  // Adds or replaces the tag of properties.id; last_id becomes at least that.
-  virtual Status PutTag(const Tag& properties, std::int64_t version) = 0;
+  // The last record that was committed as held back, unless one of its time or newer has entered
+  // the archive since.
+  Result<std::optional<Sample>> ReadHeld(TagId tag) noexcept;
 
-  // Removes the tag with its current value and its archive; one that is not there is no failure.
-  virtual Status RemoveTag(TagId id, std::int64_t version) = 0;
+  // The current values of the tags from `first` to `last` that have one, in order of identifier.
+  Result<SampleBatch> ReadCurrent(TagId first, TagId last) noexcept;
 
-  // ---- values ----
+  // Shows the rows of the range of an index, in order, to the visitor until it answers false or
+  // `limit` of them were shown.
+  Status Rows(const RowRange& range, std::size_t limit, const RowVisitor& visit) noexcept;
 
-  // The current value of every tag that has one.
-  virtual Result<std::vector<TagSample>> LoadCurrent() = 0;
+  // ZR3_ERR_STORAGE_FAILED as long as the fate of a batch cannot be told.
+  Result<LeaseAnswer> Lease(LeaseWish wish) noexcept;
 
-  // Stores one or more batches' records, all or none, in order. Records of tags that are not there,
-  // or not any more, are left out. ZR3_ERR_INVALID_ARGUMENT when the time or the value of one
-  // cannot be stored.
-  virtual Status Append(std::span<const AcceptedSample> records) = 0;
+  // Waits for the calls that are under way, brings everything into its place and ends; later calls
+  // answer ZR3_ERR_NOT_CONNECTED. What was answered is stored whatever the status. Not from within
+  // a visitor.
+  Status Close() noexcept;
 
-  // The same where the caller needs the records no more: a store that keeps records in memory takes
-  // them as they are, and may leave other memory in their place. On a failure they are untouched.
-  virtual Status AppendTaking(std::vector<AcceptedSample>& records) { return Append(records); }
+ private:
+  // What these throw becomes a status, here and nowhere else.
+  virtual CommitAnswer DoCommit(StoreBatch& batch) = 0;
+  virtual Status DoScan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) = 0;
+  virtual Result<std::optional<Sample>> DoReadHeld(TagId tag) = 0;
+  virtual Result<SampleBatch> DoReadCurrent(TagId first, TagId last) = 0;
+  virtual Status DoRows(const RowRange& range, std::size_t limit, const RowVisitor& visit) = 0;
+  virtual Result<LeaseAnswer> DoLease(LeaseWish wish) = 0;
+  virtual Status DoClose() = 0;
 
-  // Up to `limit` archived records of the range, ascending from its start or descending from its
-  // end. Memory is needed only for what is returned. ZR3_ERR_STORAGE_DAMAGED when records that are
-  // wanted cannot be read any more.
-  virtual Result<std::vector<Sample>> Read(TagId id, TimeRange range, Direction direction,
-                                           std::size_t limit) = 0;
+  template <typename Body>
+  auto Call(Body&& body) noexcept;
+  bool Enter() noexcept;
+  void Leave() noexcept;
 
-  virtual Result<std::int64_t> Count(TagId id, TimeRange range) = 0;
-
-  // The last record that was appended as held back, unless one of its time or newer has entered the
-  // archive since.
-  virtual Result<std::optional<Sample>> ReadHeld(TagId id) = 0;
+  // The calls that are under way, and kIsClosed.
+  static constexpr std::uint32_t kIsClosed = std::uint32_t{1} << 31;
+  std::atomic<std::uint32_t> calls_ = 0;
 };
 
 // A store in memory, gone with its object.
 std::unique_ptr<Store> OpenMemoryStore();
 
+// What the texts of a database of an earlier layout are taken to be in, which did not say: the
+// encoding of the process that opens it.
+struct TextEncoding {
+  std::string name = "UTF-8";
+  // What converts from the encoding of a name; none when that is not known.
+  std::function<std::optional<storage::TextDecoder>(std::string_view name)> decoder_of =
+      DecoderOfUtf8;
+
+  // For who knows UTF-8 only, which needs no decoder.
+  static std::optional<storage::TextDecoder> DecoderOfUtf8(std::string_view name);
+};
+
 // The store in `folder` (made when missing): one SQLite file, zervane.db, and the lock of the
-// process that has it open. ZR3_ERR_DATABASE_IN_USE, ZR3_ERR_DATABASE_VERSION,
+// process that has it open. A database of an earlier layout is brought to the present one, in which
+// texts are UTF-8; ZR3_ERR_INVALID_TEXT, and nothing is changed, when one of its tags has a text
+// that is not in the encoding. ZR3_ERR_DATABASE_IN_USE, ZR3_ERR_DATABASE_VERSION,
 // ZR3_ERR_NOT_A_DATABASE, ZR3_ERR_STORAGE_READ_ONLY, ZR3_ERR_STORAGE_FULL, ZR3_ERR_STORAGE_FAILED,
 // ZR3_ERR_STORAGE_DAMAGED.
-Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder);
+Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
+                                               const TextEncoding& encoding = {});
 
 }  // namespace zervane

@@ -67,9 +67,9 @@ void RecordBlock::Empty() {
 }
 
 Sample RecordBlock::Read(std::size_t i) const {
-  Sample sample;
-  EXPECT_TRUE(ReadRecord(records[i], &sample).ok());
-  return sample;
+  SampleColumns samples;
+  EXPECT_TRUE(AddRecord(records[i], TextsOfThisThread(), &samples).ok());
+  return samples.empty() ? Sample() : samples.At(0);
 }
 
 // ---- the world ----

@@ -1,9 +1,9 @@
 #include "engine/storage/codec/chunk_codec.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
-#include <iterator>
+#include <span>
+#include <utility>
 
 #include "engine/assert.h"
 #include "engine/storage/codec/block.h"
@@ -12,96 +12,107 @@
 #include "engine/storage/codec/integer_column.h"
 #include "engine/storage/codec/quality_column.h"
 #include "engine/storage/codec/value_codec.h"
+#include "engine/storage/record_check.h"
 
 namespace zervane::storage {
 namespace {
 
-using Samples = std::span<Sample>;
-using ConstSamples = std::span<const Sample>;
+// From this format on STRINGs are UTF-8.
+constexpr std::uint8_t kUtf8Format = 3;
+constexpr std::uint8_t kColumnsFormat = 2;
+static_assert(kChunkFormat == kUtf8Format);
 
-void WriteTimes(ConstSamples records, ByteWriter* out) {
-  std::vector<std::int64_t> times(records.size());
-  for (std::size_t i = 0; i < times.size(); ++i) times[i] = records[i].time_ms;
-  WriteIntegers(times, out);
-}
-
-bool ReadTimes(ByteReader* in, Samples records) {
-  std::vector<std::int64_t> times(records.size());
-  if (!ReadIntegers(in, times)) return false;
-  for (std::size_t i = 0; i < times.size(); ++i) records[i].time_ms = times[i];
-  return true;
-}
-
-void WriteValues(ConstSamples records, ByteWriter* out) {
-  const std::span<const ValueCodec> codecs = CodecsOf(records.front().type);
-  const std::size_t begin = out->size();
+void WriteValues(const SampleColumns& samples, std::size_t begin, std::size_t end,
+                 ByteWriter* out) {
+  const std::span<const ValueCodec> codecs = CodecsOf(samples.types()[begin]);
+  const std::size_t start = out->size();
   for (const ValueCodec& codec : codecs) {
     out->Fixed(codec.id);
-    if (codec.write(records, out)) return;
-    out->Cut(begin);
+    if (codec.write(samples, begin, end, out)) return;
+    out->Cut(start);
   }
-  ZERVANE_ASSERT(out->size() > begin);  // the last codec takes any values
+  ZERVANE_ASSERT(out->size() > start);  // the last codec takes any values
 }
 
-bool ReadValues(ByteReader* in, Samples records) {
+bool ReadValues(ByteReader* in, SampleColumns* samples) {
   const auto id = in->Fixed<std::uint8_t>();
-  const std::span<const ValueCodec> codecs = CodecsOf(records.front().type);
+  const std::span<const ValueCodec> codecs = CodecsOf(samples->types().front());
   const auto codec = std::ranges::find(codecs, id, &ValueCodec::id);
-  return codec != codecs.end() && codec->read(in, records);
+  return codec != codecs.end() && codec->read(in, samples);
 }
 
-bool ReadFormat2(ByteReader* in, Samples records) {
-  return ReadTimes(in, records) && ReadQualities(in, records) && ReadValues(in, records);
+bool ReadColumns(ByteReader* in, SampleColumns* samples) {
+  return ReadIntegers(in, samples->times()) && ReadQualities(in, samples->qualities()) &&
+         ReadValues(in, samples);
 }
 
-bool TimesAreValid(ConstSamples records) {
-  std::int64_t previous = -1;
-  for (const Sample& record : records) {
-    if (record.time_ms <= previous) return false;
-    previous = record.time_ms;
+bool TimesAreValid(std::span<const std::int64_t> times) {
+  std::int64_t previous = kNoTime;
+  bool ascends = true;
+  for (const std::int64_t time_ms : times) {
+    ascends &= time_ms > previous;
+    previous = time_ms;
   }
-  return previous <= kMaxTimeMs;
+  return ascends && previous <= kMaxTimeMs;
 }
 
-bool ValuesAreValid(ConstSamples records) {
-  for (const Sample& record : records) {
-    if (CheckValue(record.type, record.value) != ValueFault::kNone) return false;
+// Of STRINGs, whose bytes are those of the database's encoding.
+void ConvertTexts(const TextDecoder& decoder, SampleColumns* samples) {
+  std::string texts;
+  for (std::size_t at = 0; at < samples->size(); ++at) {
+    const std::string text = TextOfStored(samples->TextAt(at), decoder);
+    samples->values()[at] = SampleColumns::PlaceOf(texts.size(), text.size());
+    texts += text;
   }
-  return true;
+  samples->SetTexts(std::move(texts));
+}
+
+[[maybe_unused]] bool IsChunk(const SampleColumns& samples, std::size_t begin, std::size_t end) {
+  if (begin >= end || end > samples.size() || end - begin > kMaxBlockRecords) return false;
+  const auto types = samples.types().subspan(begin, end - begin);
+  for (std::size_t at = begin; at < end; ++at) {
+    if (CheckValue(samples, at) != ValueFault::kNone) return false;
+  }
+  return std::ranges::count(types, types.front()) == std::ssize(types) &&
+         TimesAreValid(samples.times().subspan(begin, end - begin));
 }
 
 }  // namespace
 
-std::string EncodeChunk(std::span<const Sample> records) {
-  ZERVANE_ASSERT(!records.empty() && records.size() <= kMaxBlockRecords);
-  ZERVANE_ASSERT(std::ranges::count(records, records.front().type, &Sample::type) ==
-                 std::ssize(records));
-  ZERVANE_ASSERT(TimesAreValid(records) && ValuesAreValid(records));
+std::string EncodeChunk(const SampleColumns& samples, std::size_t begin, std::size_t end) {
+  ZERVANE_ASSERT(IsChunk(samples, begin, end));
+  const std::size_t count = end - begin;
+  const TagType type = samples.types()[begin];
   // Room enough for numbers; texts let it grow.
-  ByteWriter block(records.size() * 12 + 1024);
-  BeginBlock(&block);
-  WriteTimes(records, &block);
-  WriteQualities(records, &block);
-  WriteValues(records, &block);
-  const auto type = static_cast<std::uint8_t>(records.front().type);
-  return std::string(SealBlock(
-      BlockKind::kChunk, {.format = kChunkFormat, .type = type, .count = records.size()}, &block));
+  ByteWriter block(count * 12 + 1024);
+  const std::size_t start = BeginBlock(&block);
+  WriteIntegers(samples.times().subspan(begin, count), &block);
+  WriteQualities(samples.qualities().subspan(begin, count), &block);
+  WriteValues(samples, begin, end, &block);
+  const std::uint8_t format = type == TagType::kString ? kUtf8Format : kColumnsFormat;
+  SealBlock(BlockKind::kChunk,
+            {.format = format, .type = static_cast<std::uint8_t>(type), .count = count}, start,
+            &block);
+  return std::string(block.bytes());
 }
 
-Decoded<std::vector<Sample>> DecodeChunk(std::string_view bytes) {
+Decoded<SampleColumns> DecodeChunk(std::string_view bytes, const TextDecoder& decoder,
+                                   SampleColumns memory) {
   const Decoded<Block> block = OpenBlock(BlockKind::kChunk, bytes);
   if (!block.ok()) return block.damage();
-  if (block->head.count == 0 || !IsTagType(block->head.type))
-    return Damage{"no such chunk is written"};
-  const auto type = static_cast<TagType>(block->head.type);
-  std::vector<Sample> records(block->head.count);
-  for (Sample& record : records) record.type = type;
-  ByteReader in(block->body);
-  const bool whole = (block->head.format == kChunkFormat ? ReadFormat2(&in, records)
-                                                         : ReadFormat1(&in, records)) &&
-                     in.AtEnd() && TimesAreValid(records) && ValuesAreValid(records);
-  if (!whole) return Damage{"the chunk's columns do not decode"};
-  return records;
+  const BlockHead& head = block->head();
+  if (head.count == 0 || !IsTagType(head.type)) return Damage{"no such chunk is written"};
+  const auto type = static_cast<TagType>(head.type);
+  SampleColumns samples = std::move(memory);
+  samples.Assign(head.count, type);
+  ByteReader in(block->body());
+  const bool is_whole =
+      (head.format >= kColumnsFormat ? ReadColumns(&in, &samples) : ReadFormat1(&in, &samples)) &&
+      in.AtEnd() && TimesAreValid(samples.times()) && ValuesAreValid(samples);
+  if (!is_whole) return Damage{"the chunk's columns do not decode"};
+  const bool is_encoded = type == TagType::kString && head.format < kUtf8Format;
+  if (is_encoded && decoder != nullptr) ConvertTexts(decoder, &samples);
+  return samples;
 }
 
 }  // namespace zervane::storage

@@ -1,85 +1,91 @@
 #include "engine/storage/codec/chunk_format_1.h"
 
-#include <bit>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "engine/storage/codec/quality_column.h"
+#include "engine/storage/codec/value_codec.h"
 
 namespace zervane::storage {
 namespace {
 
-using Samples = std::span<Sample>;
-
 // The first one, then the difference to the one before.
-bool ReadTimes(ByteReader* in, Samples records) {
+bool ReadTimes(ByteReader* in, std::span<std::int64_t> times) {
   std::uint64_t time_ms = 0;
-  for (Sample& record : records) {
+  for (std::int64_t& time : times) {
     time_ms += in->Varint();
-    record.time_ms = static_cast<std::int64_t>(time_ms);
+    time = static_cast<std::int64_t>(time_ms);
   }
   return in->ok();
 }
 
 // The first one, then the difference to the one before.
-bool ReadIntegers(ByteReader* in, Samples records) {
-  std::int32_t value = 0;
-  for (Sample& record : records) {
+bool ReadIntegers(ByteReader* in, std::span<std::uint64_t> values) {
+  std::uint32_t sum = 0;
+  for (std::uint64_t& value : values) {
     // Unsigned: a hostile difference wraps instead of overflowing. CheckValue bounds what it gives.
-    value = static_cast<std::int32_t>(static_cast<std::uint32_t>(value) +
-                                      static_cast<std::uint32_t>(in->SignedVarint()));
-    record.value = value;
+    sum += static_cast<std::uint32_t>(in->SignedVarint());
+    value = sum;
   }
   return in->ok();
 }
 
 // All first bytes, then all second bytes and so on.
-template <typename Float, std::unsigned_integral Bits>
-bool ReadFloats(ByteReader* in, Samples records) {
-  const std::string_view planes = in->Bytes(records.size() * sizeof(Bits));
+bool ReadFloats(ByteReader* in, std::size_t width, std::span<std::uint64_t> values) {
+  const std::string_view planes = in->Bytes(values.size() * width);
   if (!in->ok()) return false;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    Bits bits = 0;
-    for (std::size_t plane = 0; plane < sizeof(Bits); ++plane) {
-      const auto byte = static_cast<std::uint8_t>(planes[plane * records.size() + i]);
-      bits |= Bits{byte} << (8 * plane);
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    std::uint64_t bits = 0;
+    for (std::size_t plane = 0; plane < width; ++plane) {
+      const auto byte = static_cast<std::uint8_t>(planes[plane * values.size() + i]);
+      bits |= std::uint64_t{byte} << (8 * plane);
     }
-    records[i].value = std::bit_cast<Float>(bits);
+    values[i] = bits;
   }
   return true;
 }
 
 // Each with its length.
-bool ReadTexts(ByteReader* in, Samples records) {
-  for (Sample& record : records) record.value = std::string(in->Counted());
-  return in->ok();
+bool ReadTexts(ByteReader* in, SampleColumns* samples) {
+  std::string texts;
+  for (std::uint64_t& value : samples->values()) {
+    const std::string_view text = in->Counted();
+    value = text.size();
+    texts += text;
+  }
+  std::size_t size = 0;
+  if (!in->ok() || !PlaceTexts(samples->values(), &size)) return false;
+  samples->SetTexts(std::move(texts));
+  return true;
 }
 
-bool ReadValues(ByteReader* in, Samples records) {
-  switch (records.front().type) {
+bool ReadValues(ByteReader* in, SampleColumns* samples) {
+  switch (samples->types().front()) {
     case TagType::kFloat32:
-      return ReadFloats<float, std::uint32_t>(in, records);
+      return ReadFloats(in, sizeof(float), samples->values());
     case TagType::kFloat64:
-      return ReadFloats<double, std::uint64_t>(in, records);
+      return ReadFloats(in, sizeof(double), samples->values());
     case TagType::kString:
     case TagType::kBlob:
-      return ReadTexts(in, records);
+      return ReadTexts(in, samples);
     case TagType::kInt8:
     case TagType::kInt16:
     case TagType::kInt32:
     case TagType::kDigital:
       break;
   }
-  return ReadIntegers(in, records);
+  return ReadIntegers(in, samples->values());
 }
 
 }  // namespace
 
-bool ReadFormat1(ByteReader* in, Samples records) {
-  return ReadTimes(in, records) && ReadQualities(in, records) && ReadValues(in, records);
+bool ReadFormat1(ByteReader* in, SampleColumns* samples) {
+  return ReadTimes(in, samples->times()) && ReadQualities(in, samples->qualities()) &&
+         ReadValues(in, samples);
 }
 
 }  // namespace zervane::storage

@@ -1,29 +1,27 @@
 #include "engine/storage/codec/quality_column.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
 namespace zervane::storage {
 
-void WriteQualities(std::span<const Sample> records, ByteWriter* out) {
-  for (std::size_t begin = 0; begin < records.size();) {
+void WriteQualities(std::span<const std::uint16_t> qualities, ByteWriter* out) {
+  for (std::size_t begin = 0; begin < qualities.size();) {
     std::size_t end = begin + 1;
-    while (end < records.size() && records[end].quality == records[begin].quality) ++end;
+    while (end < qualities.size() && qualities[end] == qualities[begin]) ++end;
     out->Varint(end - begin);
-    out->Varint(records[begin].quality);
+    out->Varint(qualities[begin]);
     begin = end;
   }
 }
 
-bool ReadQualities(ByteReader* in, std::span<Sample> records) {
-  while (!records.empty()) {
+bool ReadQualities(ByteReader* in, std::span<std::uint16_t> qualities) {
+  while (!qualities.empty()) {
     const std::uint64_t length = in->Varint();
     const std::uint64_t quality = in->Varint();
-    if (!in->ok() || length == 0 || length > records.size() || quality > 0xFFFF) return false;
-    for (Sample& record : records.first(length)) {
-      record.quality = static_cast<std::uint16_t>(quality);
-    }
-    records = records.subspan(length);
+    if (!in->ok() || length == 0 || length > qualities.size() || quality > 0xFFFF) return false;
+    std::ranges::fill(qualities.first(length), static_cast<std::uint16_t>(quality));
+    qualities = qualities.subspan(length);
   }
   return true;
 }

@@ -25,9 +25,16 @@ constexpr double kMaxCount = std::is_same_v<Float, float> ? 0x1p24 : 0x1p52;
 constexpr std::size_t kRecordsPerException = 16;
 
 template <typename Float>
-auto BitsOf(Float value) {
-  using Bits = std::conditional_t<std::is_same_v<Float, float>, std::uint32_t, std::uint64_t>;
-  return std::bit_cast<Bits>(value);
+using BitsOf = std::conditional_t<std::is_same_v<Float, float>, std::uint32_t, std::uint64_t>;
+
+template <typename Float>
+Float NumberOf(std::uint64_t bits) {
+  return std::bit_cast<Float>(static_cast<BitsOf<Float>>(bits));
+}
+
+template <typename Float>
+Float Divided(std::int64_t count, double power_of_ten) {
+  return static_cast<Float>(static_cast<double>(count) / power_of_ten);
 }
 
 // False when no count of this unit gives the number back.
@@ -36,7 +43,8 @@ bool Count(Float value, unsigned exponent, std::int64_t* count) {
   const double scaled = static_cast<double>(value) * kPowersOfTen[exponent];
   if (!(std::abs(scaled) < kMaxCount<Float>)) return false;  // a NaN neither
   *count = static_cast<std::int64_t>(scaled + std::copysign(0.5, scaled));
-  return BitsOf(Unscale<Float>(*count, exponent)) == BitsOf(value);
+  const Float back = Divided<Float>(*count, kPowersOfTen[exponent]);
+  return std::bit_cast<BitsOf<Float>>(back) == std::bit_cast<BitsOf<Float>>(value);
 }
 
 // The smallest exponent from `exponent` on that gives the number back.
@@ -49,24 +57,27 @@ std::optional<unsigned> ExponentOf(Float value, unsigned exponent) {
   return std::nullopt;
 }
 
+}  // namespace
+
 // The exponent grows with the first number that needs a larger one, which is close to the front as
 // a rule; the numbers before it are counted again.
 template <typename Float>
-std::optional<ScaledFloats> ScaleNumbers(std::span<const Float> values) {
+std::optional<ScaledFloats> Scale(std::span<const std::uint64_t> numbers) {
   ScaledFloats scaled;
-  scaled.counts.resize(values.size());
+  scaled.counts.resize(numbers.size());
   std::int64_t before = 0;
-  for (std::size_t i = 0; i < values.size();) {
-    if (Count(values[i], scaled.exponent, &scaled.counts[i])) {
+  for (std::size_t i = 0; i < numbers.size();) {
+    const auto number = NumberOf<Float>(numbers[i]);
+    if (Count(number, scaled.exponent, &scaled.counts[i])) {
       before = scaled.counts[i++];
-    } else if (const auto larger = ExponentOf(values[i], scaled.exponent + 1)) {
+    } else if (const auto larger = ExponentOf(number, scaled.exponent + 1)) {
       scaled.exponent = *larger;
       scaled.exceptions.clear();
       before = 0;
       i = 0;
-    } else if (scaled.exceptions.size() < values.size() / kRecordsPerException) {
+    } else if (scaled.exceptions.size() < numbers.size() / kRecordsPerException) {
       scaled.exceptions.push_back(
-          {.index = static_cast<std::uint32_t>(i), .bits = BitsOf(values[i])});
+          {.index = static_cast<std::uint32_t>(i), .bits = static_cast<BitsOf<Float>>(numbers[i])});
       scaled.counts[i++] = before;
     } else {
       return std::nullopt;
@@ -75,18 +86,29 @@ std::optional<ScaledFloats> ScaleNumbers(std::span<const Float> values) {
   return scaled;
 }
 
-}  // namespace
-
-std::optional<ScaledFloats> Scale(std::span<const float> values) { return ScaleNumbers(values); }
-std::optional<ScaledFloats> Scale(std::span<const double> values) { return ScaleNumbers(values); }
+template std::optional<ScaledFloats> Scale<float>(std::span<const std::uint64_t>);
+template std::optional<ScaledFloats> Scale<double>(std::span<const std::uint64_t>);
 
 template <typename Float>
 Float Unscale(std::int64_t count, unsigned exponent) {
   ZERVANE_ASSERT(exponent <= kMaxScaleExponent);
-  return static_cast<Float>(static_cast<double>(count) / kPowersOfTen[exponent]);
+  return Divided<Float>(count, kPowersOfTen[exponent]);
 }
 
 template float Unscale(std::int64_t, unsigned);
 template double Unscale(std::int64_t, unsigned);
+
+template <typename Float>
+void UnscaleAll(std::span<std::uint64_t> counts, unsigned exponent) {
+  ZERVANE_ASSERT(exponent <= kMaxScaleExponent);
+  const double power_of_ten = kPowersOfTen[exponent];
+  for (std::uint64_t& count : counts) {
+    const auto number = Divided<Float>(static_cast<std::int64_t>(count), power_of_ten);
+    count = std::bit_cast<BitsOf<Float>>(number);
+  }
+}
+
+template void UnscaleAll<float>(std::span<std::uint64_t>, unsigned);
+template void UnscaleAll<double>(std::span<std::uint64_t>, unsigned);
 
 }  // namespace zervane::storage

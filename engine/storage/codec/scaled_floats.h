@@ -24,13 +24,17 @@ struct ScaledFloats {
 
 constexpr unsigned kMaxScaleExponent = 12;
 
-// The smallest exponent that gives the numbers back; nothing when no exponent gives back nearly all
-// of them.
-std::optional<ScaledFloats> Scale(std::span<const float> values);
-std::optional<ScaledFloats> Scale(std::span<const double> values);
+// Of the numbers whose bits these are, each in the low bytes of its element: the smallest exponent
+// that gives them back; nothing when no exponent gives back nearly all of them.
+template <typename Float>
+std::optional<ScaledFloats> Scale(std::span<const std::uint64_t> numbers);
 
 // count / 10^exponent, of any count; the exponent is at most kMaxScaleExponent.
 template <typename Float>
 Float Unscale(std::int64_t count, unsigned exponent);
+
+// Turns counts, as the 64 bits that they are, into the bits of their numbers.
+template <typename Float>
+void UnscaleAll(std::span<std::uint64_t> counts, unsigned exponent);
 
 }  // namespace zervane::storage

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <memory>
-#include <new>
+
+#include "engine/storage/codec/per_thread.h"
 
 namespace zervane::storage {
 namespace {
@@ -25,25 +25,13 @@ constexpr int kCompressionLevel = 1;
 
 // What a context allocates costs more to make than a section does to compress, so each thread keeps
 // its own, once there was memory for it.
-ZSTD_CCtx* Compressor() {
-  struct Free {
-    void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
-  };
-  thread_local std::unique_ptr<ZSTD_CCtx, Free> context;
-  if (context == nullptr) context.reset(ZSTD_createCCtx());
-  if (context == nullptr) throw std::bad_alloc();
-  return context.get();
-}
+ZSTD_CCtx* MakeCompressor() { return ZSTD_createCCtx(); }
+void FreeCompressor(ZSTD_CCtx* context) { ZSTD_freeCCtx(context); }
+using Compressor = PerThread<ZSTD_CCtx, MakeCompressor, FreeCompressor>;
 
-ZSTD_DCtx* Decompressor() {
-  struct Free {
-    void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
-  };
-  thread_local std::unique_ptr<ZSTD_DCtx, Free> context;
-  if (context == nullptr) context.reset(ZSTD_createDCtx());
-  if (context == nullptr) throw std::bad_alloc();
-  return context.get();
-}
+ZSTD_DCtx* MakeDecompressor() { return ZSTD_createDCtx(); }
+void FreeDecompressor(ZSTD_DCtx* context) { ZSTD_freeDCtx(context); }
+using Decompressor = PerThread<ZSTD_DCtx, MakeDecompressor, FreeDecompressor>;
 
 bool IsRepeated(std::string_view bytes) {
   return bytes.size() > 1 && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
@@ -55,8 +43,8 @@ bool WriteFrame(std::string_view bytes, ByteWriter* out) {
   const std::size_t room = ZSTD_compressBound(bytes.size());
   char* const mark = out->Room(kMaxVarintBytes + room);
   char* const frame = mark + kMaxVarintBytes;
-  const std::size_t size =
-      ZSTD_compressCCtx(Compressor(), frame, room, bytes.data(), bytes.size(), kCompressionLevel);
+  const std::size_t size = ZSTD_compressCCtx(Compressor::Get(), frame, room, bytes.data(),
+                                             bytes.size(), kCompressionLevel);
   if (ZSTD_isError(size) != 0 || size + kMaxVarintBytes >= bytes.size()) return false;
   char* const end = PutVarint(mark, size);
   std::memmove(end, frame, size);
@@ -90,7 +78,7 @@ bool ReadSection(ByteReader* in, std::span<char> bytes) {
 }
 
 bool Decompress(std::string_view frame, std::span<char> bytes) {
-  return ZSTD_decompressDCtx(Decompressor(), bytes.data(), bytes.size(), frame.data(),
+  return ZSTD_decompressDCtx(Decompressor::Get(), bytes.data(), bytes.size(), frame.data(),
                              frame.size()) == bytes.size();
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -16,27 +15,39 @@
 namespace zervane::storage {
 namespace {
 
-using Samples = std::span<Sample>;
-using ConstSamples = std::span<const Sample>;
 using Numbers = std::vector<std::int64_t>;
+
+std::span<const std::uint64_t> Values(const SampleColumns& samples, std::size_t begin,
+                                      std::size_t end) {
+  return samples.values().subspan(begin, end - begin);
+}
+
+// The same numbers, as they are signed.
+std::span<std::int64_t> Signed(std::span<std::uint64_t> values) {
+  return {reinterpret_cast<std::int64_t*>(values.data()), values.size()};
+}
+std::span<const std::int64_t> Signed(std::span<const std::uint64_t> values) {
+  return {reinterpret_cast<const std::int64_t*>(values.data()), values.size()};
+}
 
 // ---- integers ----
 
-bool WriteInteger32s(ConstSamples records, ByteWriter* out) {
-  Numbers numbers(records.size());
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    numbers[i] = records[i].value.integer();
+bool WriteInteger32s(const SampleColumns& samples, std::size_t begin, std::size_t end,
+                     ByteWriter* out) {
+  Numbers numbers;
+  numbers.reserve(end - begin);
+  for (const std::uint64_t bits : Values(samples, begin, end)) {
+    numbers.push_back(static_cast<std::int32_t>(bits));
   }
   WriteIntegers(numbers, out);
   return true;
 }
 
-bool ReadInteger32s(ByteReader* in, Samples records) {
-  Numbers numbers(records.size());
-  if (!ReadIntegers(in, numbers)) return false;
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    if (!std::in_range<std::int32_t>(numbers[i])) return false;
-    records[i].value = static_cast<std::int32_t>(numbers[i]);
+bool ReadInteger32s(ByteReader* in, SampleColumns* samples) {
+  if (!ReadIntegers(in, Signed(samples->values()))) return false;
+  for (std::uint64_t& value : samples->values()) {
+    if (!std::in_range<std::int32_t>(static_cast<std::int64_t>(value))) return false;
+    value = static_cast<std::uint32_t>(value);
   }
   return true;
 }
@@ -48,10 +59,9 @@ using BitsOf = std::conditional_t<std::is_same_v<Float, float>, std::uint32_t, s
 
 // As counts of a decimal unit.
 template <typename Float>
-bool WriteScaled(ConstSamples records, ByteWriter* out) {
-  std::vector<Float> values(records.size());
-  for (std::size_t i = 0; i < values.size(); ++i) values[i] = records[i].value.As<Float>();
-  const std::optional<ScaledFloats> scaled = Scale(values);
+bool WriteScaled(const SampleColumns& samples, std::size_t begin, std::size_t end,
+                 ByteWriter* out) {
+  const std::optional<ScaledFloats> scaled = Scale<Float>(Values(samples, begin, end));
   if (!scaled) return false;
   out->Varint(scaled->exponent);
   out->Varint(scaled->exceptions.size());
@@ -66,59 +76,62 @@ bool WriteScaled(ConstSamples records, ByteWriter* out) {
 }
 
 template <typename Float>
-bool ReadScaled(ByteReader* in, Samples records) {
+bool ReadScaled(ByteReader* in, SampleColumns* samples) {
+  const std::span<std::uint64_t> values = samples->values();
   const std::uint64_t exponent = in->Varint();
   const std::uint64_t exceptions = in->Varint();
-  if (exponent > kMaxScaleExponent || exceptions > records.size()) return false;
-  std::vector<std::pair<std::size_t, Float>> exact(exceptions);
+  if (exponent > kMaxScaleExponent || exceptions > values.size()) return false;
+  std::vector<std::pair<std::size_t, std::uint64_t>> exact(exceptions);
   std::uint64_t next = 0;
-  for (auto& [index, value] : exact) {
+  for (auto& [index, bits] : exact) {
     const std::uint64_t gap = in->Varint();
-    if (gap >= records.size() - next) return false;
+    if (gap >= values.size() - next) return false;
     index = next + gap;
-    value = std::bit_cast<Float>(in->Fixed<BitsOf<Float>>());
+    bits = in->Fixed<BitsOf<Float>>();
     next = index + 1;
   }
-  Numbers counts(records.size());
-  if (!in->ok() || !ReadIntegers(in, counts)) return false;
-  for (std::size_t i = 0; i < counts.size(); ++i) {
-    records[i].value = Unscale<Float>(counts[i], static_cast<unsigned>(exponent));
-  }
-  for (const auto& [index, value] : exact) records[index].value = value;
+  if (!in->ok() || !ReadIntegers(in, Signed(values))) return false;
+  UnscaleAll<Float>(values, static_cast<unsigned>(exponent));
+  for (const auto& [index, bits] : exact) values[index] = bits;
   return true;
 }
 
 // As the integers that their bits are: neighbours share sign, exponent and first digits.
-template <typename Float>
-bool WriteBits(ConstSamples records, ByteWriter* out) {
-  Numbers numbers(records.size());
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    numbers[i] =
-        static_cast<std::int64_t>(std::bit_cast<BitsOf<Float>>(records[i].value.As<Float>()));
+bool WriteBits32(const SampleColumns& samples, std::size_t begin, std::size_t end,
+                 ByteWriter* out) {
+  Numbers numbers;
+  numbers.reserve(end - begin);
+  for (const std::uint64_t bits : Values(samples, begin, end)) {
+    numbers.push_back(static_cast<std::uint32_t>(bits));
   }
   WriteIntegers(numbers, out);
   return true;
 }
 
-template <typename Float>
-bool ReadBits(ByteReader* in, Samples records) {
-  Numbers numbers(records.size());
-  if (!ReadIntegers(in, numbers)) return false;
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    const auto bits = static_cast<BitsOf<Float>>(numbers[i]);
-    if (static_cast<std::int64_t>(bits) != numbers[i]) return false;
-    records[i].value = std::bit_cast<Float>(bits);
-  }
+bool ReadBits32(ByteReader* in, SampleColumns* samples) {
+  if (!ReadIntegers(in, Signed(samples->values()))) return false;
+  return std::ranges::all_of(samples->values(),
+                             [](std::uint64_t bits) { return std::in_range<std::uint32_t>(bits); });
+}
+
+bool WriteBits64(const SampleColumns& samples, std::size_t begin, std::size_t end,
+                 ByteWriter* out) {
+  WriteIntegers(Signed(Values(samples, begin, end)), out);
   return true;
+}
+
+bool ReadBits64(ByteReader* in, SampleColumns* samples) {
+  return ReadIntegers(in, Signed(samples->values()));
 }
 
 // ---- texts and blobs: the lengths, then the bytes ----
 
-bool WriteTexts(ConstSamples records, ByteWriter* out) {
+bool WriteTexts(const SampleColumns& samples, std::size_t begin, std::size_t end, ByteWriter* out) {
   Numbers lengths;
+  lengths.reserve(end - begin);
   std::string bytes;
-  for (const Sample& record : records) {
-    const std::string& text = record.value.text().str();
+  for (std::size_t at = begin; at < end; ++at) {
+    const std::string_view text = samples.TextAt(at);
     lengths.push_back(static_cast<std::int64_t>(text.size()));
     bytes += text;
   }
@@ -127,23 +140,13 @@ bool WriteTexts(ConstSamples records, ByteWriter* out) {
   return true;
 }
 
-bool ReadTexts(ByteReader* in, Samples records) {
-  constexpr std::int64_t kMaxLength = std::max(kMaxStringBytes, kMaxBlobBytes);
-  Numbers lengths(records.size());
-  if (!ReadIntegers(in, lengths)) return false;
+bool ReadTexts(ByteReader* in, SampleColumns* samples) {
   std::size_t size = 0;
-  for (const std::int64_t length : lengths) {
-    if (length < 0 || length > kMaxLength) return false;
-    size += static_cast<std::size_t>(length);
-  }
+  if (!ReadIntegers(in, Signed(samples->values()))) return false;
+  if (!PlaceTexts(samples->values(), &size)) return false;
   std::string bytes(size, '\0');
   if (!ReadSection(in, bytes)) return false;
-  std::size_t begin = 0;
-  for (std::size_t i = 0; i < lengths.size(); ++i) {
-    const auto length = static_cast<std::size_t>(lengths[i]);
-    records[i].value = bytes.substr(begin, length);
-    begin += length;
-  }
+  samples->SetTexts(std::move(bytes));
   return true;
 }
 
@@ -153,12 +156,24 @@ enum CodecId : std::uint8_t { kInteger32s = 0, kScaled = 1, kBits = 2, kTexts = 
 
 constexpr ValueCodec kIntegerCodecs[] = {{kInteger32s, WriteInteger32s, ReadInteger32s}};
 constexpr ValueCodec kFloatCodecs[] = {{kScaled, WriteScaled<float>, ReadScaled<float>},
-                                       {kBits, WriteBits<float>, ReadBits<float>}};
+                                       {kBits, WriteBits32, ReadBits32}};
 constexpr ValueCodec kDoubleCodecs[] = {{kScaled, WriteScaled<double>, ReadScaled<double>},
-                                        {kBits, WriteBits<double>, ReadBits<double>}};
+                                        {kBits, WriteBits64, ReadBits64}};
 constexpr ValueCodec kTextCodecs[] = {{kTexts, WriteTexts, ReadTexts}};
 
 }  // namespace
+
+bool PlaceTexts(std::span<std::uint64_t> lengths, std::size_t* size) {
+  std::size_t offset = 0;
+  for (std::uint64_t& value : lengths) {
+    const std::uint64_t length = value;
+    if (length > kMaxStringBytes) return false;
+    value = SampleColumns::PlaceOf(offset, length);
+    offset += length;
+  }
+  *size = offset;
+  return true;
+}
 
 std::span<const ValueCodec> CodecsOf(TagType type) {
   switch (type) {

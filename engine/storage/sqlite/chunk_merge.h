@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 #include <string>
 #include <vector>
 
 #include "api/words/status.h"
 #include "api/words/value.h"
+#include "engine/storage/codec/text_decoder.h"
+#include "engine/storage/series.h"
 #include "engine/storage/sqlite/chunk_table.h"
 #include "engine/storage/sqlite/sqlite.h"
 
@@ -30,10 +31,11 @@ struct ChunkEdits {
 
 // Plans to bring a tag's records, ascending in time, into its chunks, of up to `chunk_records`
 // records each, where they replace those of equal time. Touches only the chunks that they fall
-// into, and the small ones that they follow. The plan holds as long as nothing else changes the
-// tag's chunks.
-Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, std::span<const Sample> records,
-                             std::size_t chunk_records);
+// into, and the small ones that they follow; what it touches is written in the present format, its
+// STRINGs converted by the decoder where they were not yet. The plan holds as long as nothing else
+// changes the tag's chunks.
+Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, const SampleRun& records,
+                             std::size_t chunk_records, const TextDecoder& decoder);
 
 // Carries a plan out, within the caller's transaction.
 Status ApplyEdits(Connection& connection, const ChunkEdits& edits);

@@ -4,13 +4,13 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <span>
 #include <string>
-#include <vector>
 
+#include "api/words/samples.h"
 #include "api/words/status.h"
-#include "api/words/value.h"
 #include "engine/storage/codec/decoded.h"
+#include "engine/storage/codec/text_decoder.h"
+#include "engine/storage/series.h"
 #include "engine/storage/sqlite/sqlite.h"
 
 // The table of chunks. Within a tag chunks never overlap in time, so that (tag, time) is unique.
@@ -33,23 +33,19 @@ Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId
 Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId tag,
                                                    std::int64_t time_ms);
 
-// Hands the chunks of the tag that overlap the range to `take`, ascending and one at a time, until
-// it fails; its failure is the result. All are of one state of the table, which LoadChunk sees too
-// within `take`. ZR3_ERR_STORAGE_DAMAGED when a row counts records that no chunk can have, or when
-// the chunks are out of order.
-Status VisitExtents(Connection& connection, TagId tag, TimeRange range,
-                    const std::function<Status(const ChunkExtent&)>& take);
+// Hands the chunks of the tag that overlap the range to `visit`, one at a time in the direction's
+// order, until it answers false or fails; its failure is the result. All are of one state of the
+// table, which LoadChunk sees too within `visit`. ZR3_ERR_STORAGE_DAMAGED when a row counts records
+// that no chunk can have, or when the chunks are out of order.
+using ExtentVisitor = std::function<Result<bool>(const ChunkExtent&)>;
+Status VisitExtents(Connection& connection, TagId tag, TimeRange range, Direction direction,
+                    const ExtentVisitor& visit);
 
-// The records of a chunk: damaged when its row, which was read, does not decode to what it says, or
-// is missing. A failure when the row could not be read, which says nothing of the chunk.
-Result<Decoded<std::vector<Sample>>> LoadChunk(Connection& connection, const ChunkExtent& extent);
-
-// Hands the records of the chunks that overlap the range to `take`, chunk by chunk in the
-// direction's order (ascending within a chunk), until it answers false. Holds one chunk at a time;
-// all are of one state of the table. ZR3_ERR_STORAGE_DAMAGED when one does not decode to what its
-// row says, or when they are out of order.
-Status VisitChunks(Connection& connection, TagId tag, TimeRange range, Direction direction,
-                   const std::function<bool(std::vector<Sample>)>& take);
+// The records of a chunk, in `memory`: damaged when its row, which was read, does not decode to
+// what it says, or is missing. A failure when the row could not be read, which says nothing of the
+// chunk.
+Result<Decoded<SampleColumns>> LoadChunk(Connection& connection, const ChunkExtent& extent,
+                                         const TextDecoder& decoder, SampleColumns memory = {});
 
 // A chunk as it stands in the table.
 struct EncodedChunk {
@@ -61,7 +57,7 @@ struct EncodedChunk {
 };
 
 // The records are as EncodeChunk wants them.
-EncodedChunk EncodeForTable(TagId tag, std::span<const Sample> records);
+EncodedChunk EncodeForTable(TagId tag, const SampleRun& records);
 
 Status InsertChunk(Connection& connection, const EncodedChunk& chunk);
 

@@ -4,37 +4,38 @@
 #include <functional>
 #include <span>
 #include <string_view>
-#include <vector>
 
 #include "api/words/status.h"
 #include "engine/storage/codec/bytes.h"
+#include "engine/storage/codec/journal_entry.h"
 #include "engine/storage/sqlite/sqlite.h"
-#include "engine/storage/store.h"
 
-// The table of accepted batches that wait to be brought into chunks, in their order.
+// The table of commits whose records wait to be brought into chunks, in their order.
 namespace zervane::storage {
 
-// Turns records into rows of the journal, in memory that it keeps for the next ones.
+// Turns what a commit brings into its entry of the journal, in memory that it keeps for the next
+// one.
 class JournalEncoder {
  public:
-  // The rows that hold the records, which are valid; until the next call.
-  std::span<const std::string_view> Encode(std::span<const AcceptedSample> records);
+  // The entry, as EncodeEntry makes it; until the next call.
+  std::string_view Encode(std::span<const TagId> emptied, const RecordBatch& records);
 
  private:
-  std::vector<ByteWriter> blocks_;
-  std::vector<std::string_view> rows_;
+  ByteWriter entry_;
 };
 
-// Adds the rows, at least one, within the caller's transaction. Answers the last one's sequence
-// number.
-Result<std::int64_t> WriteJournal(Connection& connection, std::span<const std::string_view> rows);
+// Adds the entry of a commit, within the caller's transaction.
+Status WriteJournal(Connection& connection, std::int64_t commit, std::string_view entry);
 
-// Hands the batches to `take` in their order, each with its sequence number. A batch that does not
-// decode costs only itself: it is logged and moved to the table of damaged payloads.
-Status ReplayJournal(Connection& connection,
-                     const std::function<void(std::int64_t, std::vector<AcceptedSample>)>& take);
+// Hands the entries to `take` in their order, each with the number of its commit. An entry that
+// does not decode costs only itself: it is logged and moved to the table of damaged payloads.
+Status ReplayJournal(Connection& connection, const TextDecoder& decoder,
+                     const std::function<void(std::int64_t commit, JournalEntry entry)>& take);
 
-// Removes the batches up to a sequence number.
-Status ClearJournal(Connection& connection, std::int64_t last_seq);
+// The number of the last commit that the journal has, or had.
+Result<std::int64_t> LastCommit(Connection& connection);
+
+// Removes the entries up to that of a commit, whose number is kept.
+Status ClearJournal(Connection& connection, std::int64_t last_commit);
 
 }  // namespace zervane::storage

@@ -14,16 +14,43 @@ namespace {
 constexpr std::size_t kSpares = 4;
 constexpr std::size_t kSpareRecords = 262'144;
 
-// The records of a batch go to as many ends of series as there are tags: the memory of so many of
-// them is on its way at a time.
-constexpr std::size_t kPrefetched = 12;
+// The records of a batch go to the ends of as many series as there are tags: the memory of so many
+// of them is on its way at a time.
+constexpr std::size_t kPrefetched = 4;
 
-const PendingTag* FindIn(const PendingTags& tags, TagId id) {
-  const auto tag = tags.find(id);
-  return tag == tags.end() ? nullptr : &tag->second;
+bool HasMark(const RecordBatch& batch, std::size_t at, RecordMark mark) {
+  return (batch.marks[at] & mark) != 0;
+}
+
+bool HaveAll(std::span<const std::uint8_t> marks, RecordMark mark) {
+  unsigned all = mark;
+  for (const std::uint8_t marks_of_one : marks) all &= marks_of_one;
+  return all == mark;
+}
+
+bool HasAny(std::span<const std::uint8_t> marks, RecordMark mark) {
+  unsigned any = 0;
+  for (const std::uint8_t marks_of_one : marks) any |= marks_of_one;
+  return (any & mark) != 0;
+}
+
+void Clear(RecordBatch* batch) noexcept {
+  batch->tags.clear();
+  batch->samples.Clear();
+  batch->marks.clear();
+}
+
+// The last of the records that becomes the current value.
+std::optional<Sample> CurrentOf(const RecordBatch& batch, std::span<const std::uint32_t> records) {
+  for (std::size_t i = records.size(); i > 0; --i) {
+    if (HasMark(batch, records[i - 1], kCurrent)) return batch.samples.At(records[i - 1]);
+  }
+  return std::nullopt;
 }
 
 }  // namespace
+
+// ---- tags ----
 
 void Pending::ReserveTag(TagId id) {
   const WriteLock lock(mutex_);
@@ -38,37 +65,47 @@ void Pending::AddTag(TagId id) noexcept {
 }
 
 void Pending::RemoveTag(TagId id) noexcept {
+  EmptyTag(id);
+  const WriteLock lock(mutex_);
+  if (Place* place = places_.Find(id)) *place = {};
+}
+
+// What is frozen may be read without the mutex, and stays until all of it is dropped.
+void Pending::EmptyTag(TagId id) noexcept {
   const WriteLock lock(mutex_);
   ZERVANE_ASSERT(IsSorted());
-  if (Place* place = places_.Find(id)) *place = {};
-  held_ms_.erase(id);
+  if (Place* place = places_.Find(id)) {
+    place->active = nullptr;
+    place->held_ms = kNoTime;
+  }
   active_.erase(id);
-  frozen_.erase(id);
+  const auto frozen = frozen_.find(id);
+  if (frozen != frozen_.end()) frozen->second.is_emptied = true;
 }
 
-void Pending::KnowHeld(TagId tag, std::int64_t time_ms) {
+void Pending::NoteHeld(TagId tag, std::int64_t time_ms) {
   const WriteLock lock(mutex_);
-  held_ms_[tag] = time_ms;
+  places_.At(tag).held_ms = time_ms;
 }
 
-// ---- taking ----
+// ---- adopting ----
 
 void Pending::Reserve() {
   const MutexLock lock(intake_mutex_);
-  if (taken_.size() == taken_.capacity()) taken_.reserve(16 + 2 * taken_.size());
+  if (adopted_.size() == adopted_.capacity()) adopted_.reserve(16 + 2 * adopted_.size());
   spares_.reserve(kSpares);
 }
 
-std::size_t Pending::Take(std::vector<AcceptedSample>& batch) noexcept {
+std::size_t Pending::Adopt(RecordBatch& batch) noexcept {
   const MutexLock lock(intake_mutex_);
-  ZERVANE_ASSERT(taken_.size() < taken_.capacity());
-  taken_records_ += batch.size();
-  taken_.push_back(std::exchange(batch, {}));
+  ZERVANE_ASSERT(adopted_.size() < adopted_.capacity());
+  adopted_records_ += batch.size();
+  adopted_.push_back(std::exchange(batch, {}));
   if (!spares_.empty()) {
     batch = std::move(spares_.back());
     spares_.pop_back();
   }
-  return taken_records_;
+  return adopted_records_;
 }
 
 void Pending::Sort() {
@@ -78,108 +115,111 @@ void Pending::Sort() {
 
 bool Pending::IsSorted() {
   const MutexLock lock(intake_mutex_);
-  return sorting_.empty() && taken_.empty();
+  return sorting_.empty() && adopted_.empty();
 }
 
 void Pending::SortUnderLock() {
   SortBatches();  // that could not be sorted before, for want of memory
   {
     const MutexLock lock(intake_mutex_);
-    sorting_.reserve(taken_.capacity());  // it takes its place, with the room that was promised
-    sorting_.swap(taken_);
-    taken_records_ = 0;
+    sorting_.reserve(adopted_.capacity());  // it takes its place, with the room that was promised
+    sorting_.swap(adopted_);
+    adopted_records_ = 0;
   }
   SortBatches();
 }
 
 // A batch that cannot be sorted for want of memory stays, with those after it, for the next try.
 void Pending::SortBatches() {
-  for (std::vector<AcceptedSample>& batch : sorting_) {
+  for (RecordBatch& batch : sorting_) {
     SortBatch(batch);
     KeepMemory(std::exchange(batch, {}));
   }
   sorting_.clear();
 }
 
-void Pending::KeepMemory(std::vector<AcceptedSample> batch) noexcept {
-  batch.clear();
-  if (batch.capacity() > kSpareRecords) return;
+void Pending::KeepMemory(RecordBatch batch) noexcept {
+  Clear(&batch);
+  if (batch.samples.capacity() > kSpareRecords) return;
   const MutexLock lock(intake_mutex_);
   if (spares_.size() < spares_.capacity()) spares_.push_back(std::move(batch));
 }
 
+// ---- sorting ----
+
 // What can fail comes first, so that a batch is sorted whole or not at all.
-void Pending::SortBatch(std::span<const AcceptedSample> records) {
-  try {
-    ExpectBatch(records);
-  } catch (...) {  // or the next try would expect the same records once more
-    for (PendingTag* target : targets_) {
-      if (target != nullptr) target->archive.ExpectNothing();
-    }
-    throw;
+void Pending::SortBatch(const RecordBatch& batch) {
+  PlanDeliveries(batch);
+  for (std::size_t i = 0; i < deliveries_.size(); ++i) {
+    const std::size_t ahead = std::min(i + kPrefetched, deliveries_.size() - 1);
+    deliveries_[ahead].tag->archive.PrefetchEnd();
+    Delivery& delivery = deliveries_[i];
+    delivery.tag->archive.Put(batch.samples, delivery.archived);
+    if (delivery.current) delivery.tag->current = std::move(delivery.current);
+    if (delivery.held != nullptr) delivery.tag->held = std::move(delivery.held);
+    delivery.place->held_ms = delivery.held_ms;
   }
-  ZERVANE_ASSERT(targets_.size() == records.size());
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const std::size_t ahead = std::min(i + kPrefetched, records.size() - 1);
-    if (targets_[ahead] != nullptr) targets_[ahead]->archive.PrefetchEnd();
-    if (targets_[i] != nullptr) Put(records[i], targets_[i]);
+  deliveries_.clear();
+}
+
+// Finds the records' tags, and makes there what each of them will need.
+void Pending::PlanDeliveries(const RecordBatch& batch) {
+  groups_.Sort(batch.tags);
+  deliveries_.clear();
+  deliveries_.reserve(groups_.all().size());
+  archived_.clear();
+  archived_.reserve(batch.size());  // so that what points into it stays
+  const bool archives_all = HaveAll(batch.marks, kArchive);
+  const bool holds_some = HasAny(batch.marks, kHeld);
+  for (const TagGroups::Group& group : groups_.all()) {
+    Place* const place = places_.Find(group.tag);
+    if (place == nullptr || !place->is_known) continue;
+    Delivery& delivery = deliveries_.emplace_back();
+    delivery.place = place;
+    delivery.tag = Enter(group.tag, place);
+    delivery.archived = archives_all ? group.records : ArchivedOf(batch, group.records);
+    delivery.tag->archive.Reserve(batch.samples, delivery.archived);
+    delivery.current = CurrentOf(batch, group.records);
+    if (holds_some || place->held_ms != kNoTime) PlanHeld(batch, group, &delivery);
   }
 }
 
-// Finds the records' tags and makes room there for each.
-void Pending::ExpectBatch(std::span<const AcceptedSample> records) {
-  targets_.clear();
-  targets_.reserve(records.size());
-  PendingTag* tag = nullptr;
-  TagId id = 0;  // of no tag
-  for (const AcceptedSample& record : records) {
-    if (record.tag != id) {
-      id = record.tag;
-      tag = Enter(id);
-    }
-    targets_.push_back(tag);
-    if (tag == nullptr) continue;
-    if (record.archive) tag->archive.Expect();
-    if (record.held) held_ms_.try_emplace(id, kNoTime);
-  }
-}
-
-// The tag in the active generation; null when it is not known.
-PendingTag* Pending::Enter(TagId id) {
-  Place* place = places_.Find(id);
-  if (place == nullptr || !place->is_known) return nullptr;
+// The tag in the active generation.
+PendingTag* Pending::Enter(TagId id, Place* place) {
   if (place->active == nullptr) {
     PendingTag& tag = active_[id];
     tag.archive.ReserveInOrder(place->usual);
     place->active = &tag;
   }
-  ZERVANE_ASSERT(FindIn(active_, id) == place->active);
+  ZERVANE_ASSERT(&active_.at(id) == place->active);
   return place->active;
 }
 
-void Pending::Put(const AcceptedSample& record, PendingTag* tag) noexcept {
-  if (record.archive) {
-    tag->archive.Put(record.sample);
-    if (!held_ms_.empty()) EndHeld(record, tag);
-  }
-  if (record.current) tag->current = record.sample;
-  if (record.held) {
-    tag->held = {.is_changed = true, .sample = record.sample};
-    const auto held = held_ms_.find(record.tag);
-    ZERVANE_ASSERT(held != held_ms_.end());
-    held->second = record.sample.time_ms;
-  }
+// Which of the records enter the archive.
+std::span<const std::uint32_t> Pending::ArchivedOf(const RecordBatch& batch,
+                                                   std::span<const std::uint32_t> records) {
+  const auto is_archived = [&](std::uint32_t at) { return HasMark(batch, at, kArchive); };
+  ZERVANE_ASSERT(archived_.size() + records.size() <= archived_.capacity());
+  const std::size_t begin = archived_.size();
+  std::ranges::copy_if(records, std::back_inserter(archived_), is_archived);
+  return std::span<const std::uint32_t>(archived_).subspan(begin);
 }
 
-// What is held back is done with once a record of its time or newer is archived. Its entry stays:
-// a later record of the batch may need it.
-void Pending::EndHeld(const AcceptedSample& record, PendingTag* tag) noexcept {
-  const auto held = held_ms_.find(record.tag);
-  const bool is_done =
-      held != held_ms_.end() && held->second != kNoTime && held->second <= record.sample.time_ms;
-  if (!is_done) return;
-  held->second = kNoTime;
-  tag->held = {.is_changed = true, .sample = {}};
+// What is held back is done with once a record of its time or newer is archived.
+void Pending::PlanHeld(const RecordBatch& batch, const TagGroups::Group& group,
+                       Delivery* delivery) {
+  delivery->held_ms = delivery->place->held_ms;
+  const auto change = [&](std::optional<Sample> sample) {
+    if (delivery->held == nullptr) delivery->held = std::make_unique<HeldChange>();
+    delivery->held_ms = sample ? sample->time_ms : kNoTime;
+    delivery->held->sample = std::move(sample);
+  };
+  for (const std::uint32_t at : group.records) {
+    const bool ends = HasMark(batch, at, kArchive) && delivery->held_ms != kNoTime &&
+                      delivery->held_ms <= batch.samples.times()[at];
+    if (ends) change(std::nullopt);
+    if (HasMark(batch, at, kHeld)) change(batch.samples.At(at));
+  }
 }
 
 // ---- generations ----
@@ -193,7 +233,7 @@ std::size_t Pending::Freeze() {
     Place& place = *places_.Find(id);
     ZERVANE_ASSERT(place.is_known && (place.active == nullptr || place.active == &tag));
     place.active = nullptr;
-    place.usual = tag.archive.CountInOrder();
+    place.usual = static_cast<std::uint32_t>(tag.archive.CountInOrder());
   }
   return frozen_.size();
 }
@@ -202,6 +242,11 @@ void Pending::DropFrozen() noexcept {
   PendingTags dropped;  // freed after the lock
   const WriteLock lock(mutex_);
   frozen_.swap(dropped);
+}
+
+bool Pending::IsToBeWritten(TagId id) {
+  const ReadLock lock(mutex_);
+  return FindFrozen(id) != nullptr;
 }
 
 // ---- reading ----
@@ -215,56 +260,68 @@ void Pending::LockSorted() {
   }
 }
 
-std::vector<Sample> Pending::Copy(TagId id, TimeRange range, Direction direction,
-                                  std::size_t limit) {
+const PendingTag* Pending::FindActive(TagId id) {
+  const Place* const place = places_.Find(id);
+  return place == nullptr ? nullptr : place->active;
+}
+
+const PendingTag* Pending::FindFrozen(TagId id) {
+  const auto tag = frozen_.find(id);
+  return tag == frozen_.end() || tag->second.is_emptied ? nullptr : &tag->second;
+}
+
+SampleColumns Pending::Copy(TagId id, TimeRange range, Direction direction, std::size_t limit) {
   const SortedLock lock(*this);
-  const PendingTag* active = FindIn(active_, id);
-  const PendingTag* frozen = FindIn(frozen_, id);
-  std::vector<Sample> newer;
+  const PendingTag* const active = FindActive(id);
+  const PendingTag* const frozen = FindFrozen(id);
+  SampleColumns newer;
   if (active != nullptr) newer = active->archive.Copy(range, direction, limit);
   if (frozen == nullptr) return newer;
-  std::vector<Sample> older = frozen->archive.Copy(range, direction, limit);
+  SampleColumns older = frozen->archive.Copy(range, direction, limit);
   if (newer.empty()) return older;
-  SeriesMerge merge(std::move(newer), direction, limit);
-  merge.AddAll(std::make_move_iterator(older.begin()), std::make_move_iterator(older.end()));
-  return merge.Finish();
+  SampleColumns merged;
+  Merge(AllOf(newer), AllOf(older), &merged);
+  return FirstOf(std::move(merged), direction, limit);
 }
 
-std::vector<std::int64_t> Pending::Times(TagId id, TimeRange range) {
-  std::vector<std::int64_t> times;
-  const SortedLock lock(*this);
-  for (const PendingTags* tags : {&frozen_, &active_}) {
-    const PendingTag* tag = FindIn(*tags, id);
-    if (tag == nullptr) continue;
-    const std::vector<std::int64_t> more = tag->archive.Times(range);
-    std::vector<std::int64_t> both;
-    std::ranges::set_union(times, more, std::back_inserter(both));
-    times = std::move(both);
+// Of many tags those that are here, of few each, in order.
+std::vector<TagId> Pending::TagsBetween(TagId first, TagId last) {
+  std::vector<TagId> tags;
+  if (last - first < active_.size() + frozen_.size()) {
+    for (std::uint64_t id = first; id <= last; ++id) tags.push_back(static_cast<TagId>(id));
+    return tags;
   }
-  return times;
-}
-
-std::vector<TagSample> Pending::CurrentValues() {
-  std::unordered_map<TagId, const Sample*> newest;
-  const SortedLock lock(*this);
-  for (const PendingTags* tags : {&active_, &frozen_}) {
-    for (const auto& [id, tag] : *tags) {
-      if (tag.current) newest.emplace(id, &*tag.current);
+  for (const PendingTags* const generation : {&active_, &frozen_}) {
+    for (const auto& [id, tag] : *generation) {
+      if (id >= first && id <= last) tags.push_back(id);
     }
   }
-  std::vector<TagSample> values;
-  values.reserve(newest.size());
-  for (const auto& [id, sample] : newest) values.push_back({id, *sample});
+  std::ranges::sort(tags);
+  const auto twice = std::ranges::unique(tags);
+  tags.erase(twice.begin(), twice.end());
+  return tags;
+}
+
+SampleBatch Pending::CurrentValues(TagId first, TagId last) {
+  SampleBatch values;
+  if (first > last) return values;
+  const SortedLock lock(*this);
+  for (const TagId id : TagsBetween(first, last)) {
+    for (const PendingTag* const tag : {FindActive(id), FindFrozen(id)}) {
+      if (tag == nullptr || !tag->current) continue;
+      values.Add(id, *tag->current);
+      break;
+    }
+  }
   return values;
 }
 
-HeldChange Pending::Held(TagId id) {
+std::optional<HeldChange> Pending::Held(TagId id) {
   const SortedLock lock(*this);
-  for (const PendingTags* tags : {&active_, &frozen_}) {
-    const PendingTag* tag = FindIn(*tags, id);
-    if (tag != nullptr && tag->held.is_changed) return tag->held;
+  for (const PendingTag* const tag : {FindActive(id), FindFrozen(id)}) {
+    if (tag != nullptr && tag->held != nullptr) return *tag->held;
   }
-  return {};
+  return std::nullopt;
 }
 
 }  // namespace zervane::storage

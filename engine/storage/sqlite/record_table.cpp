@@ -1,11 +1,10 @@
 #include "engine/storage/sqlite/record_table.h"
 
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
+#include "api/words/samples.h"
 #include "engine/log.h"
 #include "engine/storage/codec/chunk_codec.h"
 
@@ -16,54 +15,67 @@ namespace {
 struct Statements {
   std::string_view put;
   std::string_view remove;
-  std::string_view load_all;
+  std::string_view load_range;
   std::string_view load;
   const char* called;
 };
 
-const Statements& Of(RecordTable table) {
+const Statements& StatementsOf(RecordTable table) {
   static constexpr Statements kCurrent{
       "INSERT OR REPLACE INTO current (tag, payload) VALUES (?, ?)",
-      "DELETE FROM current WHERE tag = ?", "SELECT tag, payload FROM current",
+      "DELETE FROM current WHERE tag = ?",
+      "SELECT tag, payload FROM current WHERE tag BETWEEN ? AND ? ORDER BY tag",
       "SELECT tag, payload FROM current WHERE tag = ?", "current value"};
   static constexpr Statements kHeld{
       "INSERT OR REPLACE INTO held (tag, payload) VALUES (?, ?)", "DELETE FROM held WHERE tag = ?",
-      "SELECT tag, payload FROM held", "SELECT tag, payload FROM held WHERE tag = ?",
-      "record held back"};
+      "SELECT tag, payload FROM held WHERE tag BETWEEN ? AND ? ORDER BY tag",
+      "SELECT tag, payload FROM held WHERE tag = ?", "record held back"};
   return table == RecordTable::kCurrent ? kCurrent : kHeld;
 }
 
-std::optional<Sample> Decode(const Query& row, const char* called) {
-  Decoded<std::vector<Sample>> records = DecodeChunk(row.Bytes(1));
-  if (records.ok()) return std::move(records->front());
-  LogError("the {} of tag {} is lost: {}", called, row.Integer(0), records.damage().what);
-  return std::nullopt;
+// The columns of the chunk before serve the next one.
+std::optional<Sample> DecodeRecord(const Query& row, const char* called, const TextDecoder& decoder,
+                                   SampleColumns* memory) {
+  Decoded<SampleColumns> record = DecodeChunk(row.Bytes(1), decoder, std::move(*memory));
+  if (!record.ok()) {
+    LogError("the {} of tag {} is lost: {}", called, row.Integer(0), record.damage().what);
+    return std::nullopt;
+  }
+  *memory = *std::move(record);
+  return memory->At(0);
 }
 
 }  // namespace
 
 Status PutRecord(Connection& connection, RecordTable table, TagId tag, const Sample& record) {
-  const std::string payload = EncodeChunk({&record, 1});
-  return Query(connection, Of(table).put, tag, payload).Run();
+  SampleColumns columns;
+  columns.Add(record);
+  const std::string payload = EncodeChunk(columns, 0, 1);
+  return Query(connection, StatementsOf(table).put, tag, payload).Run();
 }
 
 Status DeleteRecord(Connection& connection, RecordTable table, TagId tag) {
-  return Query(connection, Of(table).remove, tag).Run();
+  return Query(connection, StatementsOf(table).remove, tag).Run();
 }
 
-Status VisitRecords(Connection& connection, RecordTable table,
-                    const std::function<void(TagId, Sample)>& take) {
-  Query rows(connection, Of(table).load_all);
+Status VisitRecords(Connection& connection, RecordTable table, TagId first, TagId last,
+                    const TextDecoder& decoder, const std::function<void(TagId, Sample)>& take) {
+  const Statements& statements = StatementsOf(table);
+  Query rows(connection, statements.load_range, first, last);
+  SampleColumns memory;
   while (rows.Next()) {
-    std::optional<Sample> record = Decode(rows, Of(table).called);
+    std::optional<Sample> record = DecodeRecord(rows, statements.called, decoder, &memory);
     if (record) take(static_cast<TagId>(rows.Integer(0)), *std::move(record));
   }
   return rows.status();
 }
 
-Result<std::optional<Sample>> LoadRecord(Connection& connection, RecordTable table, TagId tag) {
-  Query row(connection, Of(table).load, tag);
-  if (row.Next()) return Decode(row, Of(table).called);
+Result<std::optional<Sample>> LoadRecord(Connection& connection, RecordTable table, TagId tag,
+                                         const TextDecoder& decoder) {
+  const Statements& statements = StatementsOf(table);
+  Query row(connection, statements.load, tag);
+  SampleColumns memory;
+  if (row.Next()) return DecodeRecord(row, statements.called, decoder, &memory);
   if (!row.status().ok()) return row.status();
   return std::optional<Sample>();
 }

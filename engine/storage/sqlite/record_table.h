@@ -5,6 +5,7 @@
 
 #include "api/words/status.h"
 #include "api/words/value.h"
+#include "engine/storage/codec/text_decoder.h"
 #include "engine/storage/sqlite/sqlite.h"
 
 // The tables that have one record of a tag each, as a chunk of its own.
@@ -20,11 +21,13 @@ Status PutRecord(Connection& connection, RecordTable table, TagId tag, const Sam
 
 Status DeleteRecord(Connection& connection, RecordTable table, TagId tag);
 
-// Hands every tag's record to `take`. One that does not decode is logged and left out.
-Status VisitRecords(Connection& connection, RecordTable table,
-                    const std::function<void(TagId, Sample)>& take);
+// Hands the records of the tags from `first` to `last` to `take`, in order of tag. One that does
+// not decode is logged and left out.
+Status VisitRecords(Connection& connection, RecordTable table, TagId first, TagId last,
+                    const TextDecoder& decoder, const std::function<void(TagId, Sample)>& take);
 
 // None when the tag has none, or when it does not decode, which is logged.
-Result<std::optional<Sample>> LoadRecord(Connection& connection, RecordTable table, TagId tag);
+Result<std::optional<Sample>> LoadRecord(Connection& connection, RecordTable table, TagId tag,
+                                         const TextDecoder& decoder);
 
 }  // namespace zervane::storage

@@ -8,56 +8,20 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
-#include "tests/engine/fake_store.h"
+#include "engine/storage/table.h"
+#include "engine/storage/tables.h"
+#include "tests/engine/catalogue/fixture.h"
 #include "tests/engine/short_memory.h"
 #include "tests/support/case_name.h"
 
 namespace zervane {
 namespace {
 
-const Stamp kStamp = {.date = 1000, .user = "admin"};
-const PropertyMask kAll = {-1, -1};
-constexpr std::int64_t kTypeBit = std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_TYPE;
+class CatalogueTest : public CatalogueFixture {};
 
-Tag Named(const std::string& name) {
-  Tag tag;
-  tag.name = name;
-  return tag;
-}
-
-class CatalogueTest : public testing::Test {
- protected:
-  CatalogueTest() { EXPECT_TRUE(catalogue_->Load().ok()); }
-
-  Status Reload() {
-    catalogue_ = std::make_unique<Catalogue>(store_);
-    return catalogue_->Load();
-  }
-  TagId Add(const std::string& name) {
-    const Result<TagId> id = catalogue_->Add(Named(name), kAll, kStamp);
-    EXPECT_TRUE(id.ok()) << id.status().message();
-    return id.ok() ? *id : 0;
-  }
-  Status Rename(TagId id, const std::string& name) {
-    return Modify(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0});
-  }
-  Status Retype(TagId id, std::int32_t type) {
-    Tag given;
-    given.type = type;
-    return Modify(id, ZR3_TAG_CLASS_BASIC, given, {kTypeBit, 0});
-  }
-  Status Modify(TagId id, std::int32_t tag_class, const Tag& given,
-                const PropertyMask& mask) {
-    const Result<Catalogue::Change> change =
-        catalogue_->Prepare(id, tag_class, given, mask, kStamp);
-    return change.ok() ? catalogue_->Modify(*change) : change.status();
-  }
-
-  std::shared_ptr<FakeDisk> disk_ = std::make_shared<FakeDisk>();
-  FakeStore store_{disk_};
-  std::unique_ptr<Catalogue> catalogue_ = std::make_unique<Catalogue>(store_);
-};
+Setting LastId(std::int64_t id) { return {std::string(kLastIdSetting), id}; }
 
 // ---- identifiers and version ----
 
@@ -68,63 +32,65 @@ TEST_F(CatalogueTest, CountsIdentifiersUpFromOne) {
 
 TEST_F(CatalogueTest, NeverUsesAnIdentifierAgain) {
   Add("a");
-  EXPECT_TRUE(catalogue_->Remove(1).ok());
+  EXPECT_TRUE(Remove(1).ok());
   EXPECT_EQ(Add("a"), 2U);
-  EXPECT_TRUE(catalogue_->Remove(2).ok());
+  EXPECT_TRUE(Remove(2).ok());
   ASSERT_TRUE(Reload().ok());
   EXPECT_EQ(Add("a"), 3U);
 }
 
 TEST_F(CatalogueTest, SpendsNoIdentifierOnATagThatIsRefused) {
   Add("a");
-  EXPECT_EQ(catalogue_->Add(Named("A"), kAll, kStamp).code(), ZR3_ERR_TAG_EXISTS);
+  EXPECT_EQ(TryAdd(Named("A")).code(), ZR3_ERR_TAG_EXISTS);
   EXPECT_EQ(Add("b"), 2U);
 }
 
 TEST_F(CatalogueTest, SaysSoWhenNoIdentifierIsLeft) {
-  disk_->set_image({.tags = {}, .last_id = std::numeric_limits<TagId>::max() - 1, .version = 0});
+  StoreBatch batch;
+  Table<Setting>::Put(LastId(std::numeric_limits<TagId>::max() - 1), batch);
+  driver_.MustCommit(std::move(batch));
   ASSERT_TRUE(Reload().ok());
   EXPECT_EQ(Add("last"), std::numeric_limits<TagId>::max());
-  EXPECT_EQ(catalogue_->Add(Named("more"), kAll, kStamp).code(), ZR3_ERR_TAG_IDS_EXHAUSTED);
+  EXPECT_EQ(TryAdd(Named("more")).code(), ZR3_ERR_TAG_IDS_EXHAUSTED);
 }
 
 TEST_F(CatalogueTest, AddsOneToTheVersionWithEveryChange) {
-  EXPECT_EQ(catalogue_->Version(), 0);
+  EXPECT_EQ(catalogue_->version(), 0);
   Add("a");
-  EXPECT_EQ(catalogue_->Version(), 1);
+  EXPECT_EQ(catalogue_->version(), 1);
   EXPECT_TRUE(Rename(1, "b").ok());
-  EXPECT_EQ(catalogue_->Version(), 2);
-  EXPECT_TRUE(catalogue_->Remove(1).ok());
-  EXPECT_EQ(catalogue_->Version(), 3);
-  EXPECT_EQ(catalogue_->Remove(1).code(), ZR3_ERR_TAG_NOT_FOUND);
-  EXPECT_EQ(catalogue_->Version(), 3);
+  EXPECT_EQ(catalogue_->version(), 2);
+  EXPECT_TRUE(Remove(1).ok());
+  EXPECT_EQ(catalogue_->version(), 3);
+  EXPECT_EQ(Remove(1).code(), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(catalogue_->version(), 3);
   ASSERT_TRUE(Reload().ok());
-  EXPECT_EQ(catalogue_->Version(), 3);
+  EXPECT_EQ(catalogue_->version(), 3);
 }
 
 // ---- names ----
 
 TEST_F(CatalogueTest, FindsATagWithoutRegardToCaseAndKeepsItsNameAsGiven) {
   Add("Fic101.PV");
-  EXPECT_EQ(catalogue_->FindByName("fIC101.pv"), 1U);
+  EXPECT_EQ(IdOf("fIC101.pv"), 1U);
   EXPECT_EQ(catalogue_->Find(1)->name, "Fic101.PV");
-  EXPECT_EQ(catalogue_->FindByName("fic101"), std::nullopt);
-  EXPECT_EQ(catalogue_->FindByName(""), std::nullopt);
+  EXPECT_EQ(IdOf("fic101"), 0U);
+  EXPECT_EQ(IdOf(""), 0U);
 }
 
 TEST_F(CatalogueTest, RefusesASecondTagOfTheSameName) {
   Add("a");
   Add("b");
-  EXPECT_EQ(catalogue_->Add(Named("A"), kAll, kStamp).code(), ZR3_ERR_TAG_EXISTS);
+  EXPECT_EQ(TryAdd(Named("A")).code(), ZR3_ERR_TAG_EXISTS);
   EXPECT_EQ(Rename(2, "A").code(), ZR3_ERR_TAG_EXISTS);
-  EXPECT_EQ(catalogue_->FindByName("b"), 2U);
+  EXPECT_EQ(IdOf("b"), 2U);
 }
 
 TEST_F(CatalogueTest, FindsARenamedTagByItsNewNameAlone) {
   Add("old");
   EXPECT_TRUE(Rename(1, "new").ok());
-  EXPECT_EQ(catalogue_->FindByName("new"), 1U);
-  EXPECT_EQ(catalogue_->FindByName("old"), std::nullopt);
+  EXPECT_EQ(IdOf("new"), 1U);
+  EXPECT_EQ(IdOf("old"), 0U);
   EXPECT_EQ(Add("old"), 2U);
 }
 
@@ -132,14 +98,14 @@ TEST_F(CatalogueTest, LetsATagChangeTheCaseOfItsName) {
   Add("pump");
   EXPECT_TRUE(Rename(1, "PUMP").ok());
   EXPECT_EQ(catalogue_->Find(1)->name, "PUMP");
-  EXPECT_EQ(catalogue_->FindByName("Pump"), 1U);
+  EXPECT_EQ(IdOf("Pump"), 1U);
 }
 
 TEST_F(CatalogueTest, GivesANameFreeWithItsTag) {
   Add("a");
-  EXPECT_TRUE(catalogue_->Remove(1).ok());
-  EXPECT_EQ(catalogue_->FindByName("a"), std::nullopt);
-  EXPECT_EQ(catalogue_->Find(1), nullptr);
+  EXPECT_TRUE(Remove(1).ok());
+  EXPECT_EQ(IdOf("a"), 0U);
+  EXPECT_EQ(catalogue_->Find(1).code(), ZR3_ERR_TAG_NOT_FOUND);
   EXPECT_EQ(catalogue_->tags().Find(1), std::nullopt);
 }
 
@@ -149,7 +115,7 @@ TEST_F(CatalogueTest, TellsTheTraitsOfATag) {
   Tag given = Named("a");
   given.type = ZR3_TAG_TYPE_STRING;
   given.archiving = false;
-  ASSERT_TRUE(catalogue_->Add(given, kAll, kStamp).ok());
+  ASSERT_TRUE(TryAdd(given).ok());
   EXPECT_EQ(catalogue_->tags().Find(1), (TagTraits{TagType::kString, false}));
   ASSERT_TRUE(Reload().ok());
   EXPECT_EQ(catalogue_->tags().Find(1), (TagTraits{TagType::kString, false}));
@@ -166,23 +132,26 @@ TEST_F(CatalogueTest, TellsWhetherAChangeIsOneOfType) {
   const auto changes_type = [&](std::int32_t type, const PropertyMask& mask) {
     Tag given = Named("a");
     given.type = type;
-    return catalogue_->Prepare(1, ZR3_TAG_CLASS_BASIC, given, mask, kStamp)->changes_type();
+    StoreBatch batch;
+    return catalogue_->PlanModify(1, ZR3_TAG_CLASS_BASIC, given, mask, kStamp, batch)
+        ->changes_type();
   };
   EXPECT_FALSE(changes_type(ZR3_TAG_TYPE_FLOAT64, kAll));
   EXPECT_TRUE(changes_type(ZR3_TAG_TYPE_INT8, kAll));
   EXPECT_FALSE(changes_type(ZR3_TAG_TYPE_INT8, {0, -1}));
 }
 
-TEST_F(CatalogueTest, ChangesNothingByPreparingAChange) {
+TEST_F(CatalogueTest, ChangesNothingByPlanningAChange) {
   Add("a");
-  const Result<Catalogue::Change> change =
-      catalogue_->Prepare(1, ZR3_TAG_CLASS_BASIC, Named("b"), {1, 0}, kStamp);
+  StoreBatch batch;
+  const Result<CatalogueChange> change =
+      catalogue_->PlanModify(1, ZR3_TAG_CLASS_BASIC, Named("b"), {1, 0}, kStamp, batch);
   ASSERT_TRUE(change.ok());
   EXPECT_EQ(change->before->name, "a");
   EXPECT_EQ(change->after->name, "b");
-  EXPECT_EQ(catalogue_->FindByName("a"), 1U);
-  EXPECT_EQ(catalogue_->FindByName("b"), std::nullopt);
-  EXPECT_EQ(catalogue_->Version(), 1);
+  EXPECT_EQ(IdOf("a"), 1U);
+  EXPECT_EQ(IdOf("b"), 0U);
+  EXPECT_EQ(catalogue_->version(), 1);
 }
 
 TEST_F(CatalogueTest, KeepsATagInItsClass) {
@@ -191,51 +160,51 @@ TEST_F(CatalogueTest, KeepsATagInItsClass) {
   Tag alarm = Named("a");
   alarm.tag_class = ZR3_TAG_CLASS_ALARM;
   EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_BASIC, alarm, kAll).code(), ZR3_ERR_INVALID_TAG_CLASS);
-  EXPECT_EQ(catalogue_->Add(alarm, kAll, kStamp).code(), ZR3_ERR_INVALID_TAG_CLASS);
+  EXPECT_EQ(TryAdd(alarm).code(), ZR3_ERR_INVALID_TAG_CLASS);
 }
 
 TEST_F(CatalogueTest, TakesAnUnselectedClassAsThatOfPointTags) {
   Tag alarm = Named("a");
   alarm.tag_class = ZR3_TAG_CLASS_ALARM;
-  EXPECT_TRUE(catalogue_->Add(alarm, {0, 0}, kStamp).ok());
+  EXPECT_TRUE(TryAdd(alarm, {0, 0}).ok());
   EXPECT_EQ(catalogue_->Find(1)->tag_class, ZR3_TAG_CLASS_BASIC);
 }
 
 // ---- refusals ----
 
 TEST_F(CatalogueTest, RefusesWhatTheRulesRefuse) {
-  EXPECT_EQ(catalogue_->Add(Named(""), kAll, kStamp).code(), ZR3_ERR_INVALID_TAG_NAME);
-  EXPECT_EQ(catalogue_->Add(Named("a"), {-2, 0}, kStamp).code(), ZR3_ERR_INVALID_MASK);
+  EXPECT_EQ(TryAdd(Named("")).code(), ZR3_ERR_INVALID_TAG_NAME);
+  EXPECT_EQ(TryAdd(Named("a"), {-2, 0}).code(), ZR3_ERR_INVALID_MASK);
   Add("a");
   EXPECT_EQ(Rename(1, "").code(), ZR3_ERR_INVALID_TAG_NAME);
   EXPECT_EQ(Rename(0, "b").code(), ZR3_ERR_TAG_NOT_FOUND);
   EXPECT_EQ(Modify(1, ZR3_TAG_CLASS_BASIC, Named("b"), {0, 1 << 9}).code(), ZR3_ERR_INVALID_MASK);
-  EXPECT_EQ(catalogue_->Version(), 1);
+  EXPECT_EQ(catalogue_->version(), 1);
 }
 
 TEST_F(CatalogueTest, ReadsOnlySelectedProperties) {
   Tag broken = Named("a");
   broken.type = 99;
   broken.comp_dev = -1;
-  EXPECT_TRUE(catalogue_->Add(broken, {0, 0}, kStamp).ok());
+  EXPECT_TRUE(TryAdd(broken, {0, 0}).ok());
   EXPECT_TRUE(Modify(1, ZR3_TAG_CLASS_BASIC, broken, {1, 0}).ok());
 }
 
 TEST_F(CatalogueTest, StaysAsItWasWhenTheStoreRefuses) {
   Add("a");
-  disk_->FailCatalogue(true);
-  EXPECT_EQ(catalogue_->Add(Named("b"), kAll, kStamp).code(), ZR3_ERR_STORAGE_FULL);
+  faults_->FailCommitsTo(TableId::kTag, ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(TryAdd(Named("b")).code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(Rename(1, "b").code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(Retype(1, ZR3_TAG_TYPE_INT8).code(), ZR3_ERR_STORAGE_FULL);
-  EXPECT_EQ(catalogue_->Remove(1).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(Remove(1).code(), ZR3_ERR_STORAGE_FULL);
 
-  EXPECT_EQ(catalogue_->Version(), 1);
-  EXPECT_EQ(catalogue_->FindByName("b"), std::nullopt);
-  EXPECT_EQ(catalogue_->FindByName("a"), 1U);
+  EXPECT_EQ(catalogue_->version(), 1);
+  EXPECT_EQ(IdOf("b"), 0U);
+  EXPECT_EQ(IdOf("a"), 1U);
   EXPECT_EQ(catalogue_->tags().Find(1)->type, TagType::kFloat64);
   EXPECT_EQ(catalogue_->tags().Find(2), std::nullopt);
 
-  disk_->FailCatalogue(false);
+  faults_->EndFailingCommits();
   EXPECT_EQ(Add("b"), 2U);
 }
 
@@ -246,94 +215,105 @@ TEST_F(CatalogueTest, HoldsAfterReloadingWhatItHeldBefore) {
   const Tag before = *catalogue_->Find(2);
   ASSERT_TRUE(Reload().ok());
   EXPECT_EQ(*catalogue_->Find(2), before);
-  EXPECT_EQ(catalogue_->FindByName("C"), 2U);
+  EXPECT_EQ(IdOf("C"), 2U);
+}
+
+// ---- rows ----
+
+TEST_F(CatalogueTest, PutsAllThatItKeepsIntoOneBatch) {
+  StoreBatch batch;
+  ASSERT_TRUE(catalogue_->PlanAdd(Named("a"), kAll, kStamp, batch).ok());
+  std::vector<TableId> tables;
+  for (const RowChange& row : batch.rows) tables.push_back(row.table);
+  EXPECT_EQ(tables, (std::vector<TableId>{TableId::kTag, TableId::kSettings, TableId::kSettings}));
+}
+
+TEST_F(CatalogueTest, PutsNothingIntoTheBatchOfAChangeThatItRefuses) {
+  Add("a");
+  StoreBatch batch;
+  EXPECT_FALSE(catalogue_->PlanAdd(Named("A"), kAll, kStamp, batch).ok());
+  EXPECT_FALSE(catalogue_->PlanModify(2, 0, Named("b"), kAll, kStamp, batch).ok());
+  EXPECT_FALSE(catalogue_->PlanModify(1, 0, Named(""), kAll, kStamp, batch).ok());
+  EXPECT_FALSE(catalogue_->PlanRemove(2, batch).ok());
+  EXPECT_TRUE(batch.rows.empty());
+  EXPECT_TRUE(batch.emptied.empty());
+}
+
+TEST_F(CatalogueTest, EmptiesATagThatItRemoves) {
+  Add("a");
+  StoreBatch batch;
+  ASSERT_TRUE(catalogue_->PlanRemove(1, batch).ok());
+  EXPECT_EQ(batch.emptied, std::vector<TagId>{1});
+}
+
+// ---- images ----
+
+TEST_F(CatalogueTest, LeavesAnImageAsItWas) {
+  Add("a");
+  Add("b");
+  const TagImagePtr image = catalogue_->image();
+  EXPECT_TRUE(Rename(1, "c").ok());
+  EXPECT_TRUE(Remove(2).ok());
+  Add("d");
+  EXPECT_EQ(image->Find(1)->name(), "a");
+  EXPECT_EQ(image->FindByName("A"), image->Find(1));
+  EXPECT_EQ(image->FindByName("c"), nullptr);
+  EXPECT_EQ(image->FindByName("b"), image->Find(2));
+  EXPECT_EQ(image->Find(3), nullptr);
+  EXPECT_EQ(image->version(), 2);
+  EXPECT_EQ(image->CountOf(ZR3_TAG_CLASS_BASIC), 2);
+  EXPECT_EQ(catalogue_->image()->CountOf(ZR3_TAG_CLASS_BASIC), 2);
+  EXPECT_EQ(catalogue_->image()->version(), 5);
 }
 
 // ---- want of memory ----
-
-// Once a change is stored, there is no memory any more.
-class ShortOnceStored : public FakeStore {
- public:
-  using FakeStore::FakeStore;
-
-  Status PutTag(const Tag& properties, std::int64_t version) override {
-    Status status = FakeStore::PutTag(properties, version);
-    memory.emplace(1);
-    return status;
-  }
-  Status RemoveTag(TagId id, std::int64_t version) override {
-    Status status = FakeStore::RemoveTag(id, version);
-    memory.emplace(1);
-    return status;
-  }
-
-  std::optional<ShortMemory> memory;
-};
-
-class ShortCatalogue : public testing::Test {
- protected:
-  ShortCatalogue() { EXPECT_TRUE(catalogue_.Load().ok()); }
-
-  ZR3_STATUS Add(const std::string& name) {
-    const Tag given = Named(name);
-    const ZR3_STATUS code = catalogue_.Add(given, kAll, kStamp).code();
-    store_.memory.reset();
-    return code;
-  }
-  ZR3_STATUS Rename(TagId id, const std::string& name) {
-    const auto change = catalogue_.Prepare(id, ZR3_TAG_CLASS_BASIC, Named(name), {1, 0}, kStamp);
-    EXPECT_TRUE(change.ok());
-    const ZR3_STATUS code = catalogue_.Modify(*change).code();
-    store_.memory.reset();
-    return code;
-  }
-  ZR3_STATUS Remove(TagId id) {
-    const ZR3_STATUS code = catalogue_.Remove(id).code();
-    store_.memory.reset();
-    return code;
-  }
-
-  ShortOnceStored store_{std::make_shared<FakeDisk>()};
-  Catalogue catalogue_{store_};
-};
 
 // Too long to stand in a string itself.
 const std::string kFirstName = "a name of more than a few letters";
 const std::string kSecondName = "ANOTHER NAME OF MORE THAN A FEW LETTERS";
 
-TEST_F(ShortCatalogue, NeedsNoMemoryOnceTheStoreHasAChange) {
-  EXPECT_EQ(Add(kFirstName), ZR3_OK);
-  EXPECT_EQ(catalogue_.FindByName(kFirstName), 1U);
-  EXPECT_EQ(Rename(1, kSecondName), ZR3_OK);
-  EXPECT_EQ(catalogue_.FindByName(kFirstName), std::nullopt);
-  EXPECT_EQ(catalogue_.FindByName(kSecondName), 1U);
-  EXPECT_EQ(Remove(1), ZR3_OK);
-  EXPECT_EQ(catalogue_.FindByName(kSecondName), std::nullopt);
-  EXPECT_EQ(Add(kSecondName), ZR3_OK);
-  EXPECT_EQ(catalogue_.FindByName(kSecondName), 2U);
-  EXPECT_EQ(catalogue_.Version(), 4);
+class ShortCatalogue : public CatalogueFixture {
+ protected:
+  // Adopts a change without any memory to be had.
+  void Adopt(const Result<CatalogueChange>& change) {
+    ASSERT_TRUE(change.ok());
+    const ShortMemory memory(1);
+    catalogue_->Adopt(*change);
+  }
+  StoreBatch batch_;
+};
+
+TEST_F(ShortCatalogue, NeedsNoMemoryToFollowTheStore) {
+  Adopt(catalogue_->PlanAdd(Named(kFirstName), kAll, kStamp, batch_));
+  EXPECT_EQ(IdOf(kFirstName), 1U);
+  Adopt(catalogue_->PlanModify(1, ZR3_TAG_CLASS_BASIC, Named(kSecondName), {1, 0}, kStamp, batch_));
+  EXPECT_EQ(IdOf(kFirstName), 0U);
+  EXPECT_EQ(IdOf(kSecondName), 1U);
+  Adopt(catalogue_->PlanRemove(1, batch_));
+  EXPECT_EQ(IdOf(kSecondName), 0U);
+  Adopt(catalogue_->PlanAdd(Named(kSecondName), kAll, kStamp, batch_));
+  EXPECT_EQ(IdOf(kSecondName), 2U);
+  EXPECT_EQ(catalogue_->version(), 4);
 }
 
 TEST_F(CatalogueTest, StaysAsItWasWhicheverRequestForMemoryFails) {
   const Tag given = Named(kSecondName);
-  const Stamp stamp = kStamp;
   ASSERT_EQ(Add(kFirstName), 1U);
-  disk_->FailCatalogue(true);  // so that all requests are the catalogue's
-  ZR3_STATUS code = ZR3_OK;
-  for (std::uint64_t nth = 1; code != ZR3_ERR_STORAGE_FULL; ++nth) {
+  bool failed = true;
+  for (std::uint64_t nth = 1; failed; ++nth) {
     try {
+      StoreBatch batch;
       const ShortMemory memory(nth, ShortMemory::Lack::kOne);
-      code = catalogue_->Add(given, kAll, stamp).code();
+      (void)catalogue_->PlanAdd(given, kAll, kStamp, batch);
+      failed = ShortMemory::Failed() > 0;
     } catch (const std::bad_alloc&) {
-      code = ZR3_ERR_OUT_OF_MEMORY;
     }
-    EXPECT_EQ(catalogue_->FindByName(kFirstName), 1U);
-    EXPECT_EQ(catalogue_->FindByName(kSecondName), std::nullopt);
-    EXPECT_EQ(catalogue_->Find(2), nullptr);
+    EXPECT_EQ(IdOf(kFirstName), 1U);
+    EXPECT_EQ(IdOf(kSecondName), 0U);
+    EXPECT_EQ(catalogue_->Find(2).code(), ZR3_ERR_TAG_NOT_FOUND);
     EXPECT_EQ(catalogue_->tags().Find(2), std::nullopt);
-    EXPECT_EQ(catalogue_->Version(), 1);
+    EXPECT_EQ(catalogue_->version(), 1);
   }
-  disk_->FailCatalogue(false);
   EXPECT_EQ(Add(kSecondName), 2U);
 }
 
@@ -345,44 +325,55 @@ Tag Stored(TagId id, const std::string& name) {
   return tag;
 }
 
-struct DamageCase {
-  const char* name;
-  CatalogueImage image;
-};
-
-class DamagedCatalogue : public testing::TestWithParam<DamageCase> {};
-
-class ImageStore : public FakeStore {
- public:
-  explicit ImageStore(CatalogueImage image)
-      : FakeStore(std::make_shared<FakeDisk>()), image_(std::move(image)) {}
-  Result<CatalogueImage> LoadCatalogue() override { return image_; }
-
- private:
-  const CatalogueImage image_;
-};
-
-TEST_P(DamagedCatalogue, IsRefused) {
-  ImageStore store(GetParam().image);
-  Catalogue catalogue(store);
-  EXPECT_EQ(catalogue.Load().code(), ZR3_ERR_STORAGE_DAMAGED);
-}
-
 Tag OfType(std::int32_t type) {
   Tag tag = Stored(1, "a");
   tag.type = type;
   return tag;
 }
 
+struct DamageCase {
+  const char* name;
+  std::vector<Tag> tags;
+  std::vector<Setting> settings;
+};
+
+class DamagedCatalogue : public testing::TestWithParam<DamageCase> {};
+
+TEST_P(DamagedCatalogue, IsRefused) {
+  const std::unique_ptr<Store> store = OpenMemoryStore();
+  StoreBatch batch;
+  for (const Tag& tag : GetParam().tags) Table<Tag>::Put(tag, batch);
+  for (const Setting& setting : GetParam().settings) Table<Setting>::Put(setting, batch);
+  storage::StoreDriver(*store).MustCommit(std::move(batch));
+  EXPECT_EQ(Catalogue(*store).Load().code(), ZR3_ERR_STORAGE_DAMAGED);
+}
+
+const std::string kVersion(kCatalogueVersionSetting);
+
 INSTANTIATE_TEST_SUITE_P(
     Catalogue, DamagedCatalogue,
-    testing::Values(DamageCase{"IdentifierZero", {{Stored(0, "a")}, 1, 1}},
-                    DamageCase{"IdentifierPastTheLast", {{Stored(2, "a")}, 1, 1}},
-                    DamageCase{"IdentifierTwice", {{Stored(1, "a"), Stored(1, "b")}, 1, 1}},
-                    DamageCase{"NameTwice", {{Stored(1, "a"), Stored(2, "A")}, 2, 1}},
-                    DamageCase{"NoName", {{Stored(1, "")}, 1, 1}},
-                    DamageCase{"NoSuchType", {{OfType(8)}, 1, 1}}),
+    testing::Values(
+        DamageCase{"IdentifierZero", {Stored(0, "a")}, {LastId(1)}},
+        DamageCase{"IdentifierPastTheLast", {Stored(2, "a")}, {LastId(1)}},
+        DamageCase{"NoLastIdentifier", {Stored(1, "a")}, {}},
+        DamageCase{"NameTwice", {Stored(1, "a"), Stored(2, "A")}, {LastId(2)}},
+        DamageCase{"NoName", {Stored(1, "")}, {LastId(1)}},
+        DamageCase{"NameNotUtf8", {Stored(1, "\xFF")}, {LastId(1)}},
+        DamageCase{"NoSuchType", {OfType(8)}, {LastId(1)}},
+        DamageCase{"LastIdentifierTooGreat", {}, {LastId(std::int64_t{1} << 32)}},
+        DamageCase{"LastIdentifierNegative", {}, {LastId(-1)}},
+        DamageCase{"LastIdentifierNoNumber", {}, {{std::string(kLastIdSetting), std::string("1")}}},
+        DamageCase{"VersionNegative", {}, {{kVersion, std::int64_t{-1}}}},
+        DamageCase{"VersionNothing", {}, {{kVersion, Cell()}}}),
     CaseName());
+
+TEST_F(CatalogueTest, AnswersTheStatusOfAStoreThatCannotBeRead) {
+  for (int calls = 0; calls < 3; ++calls) {
+    faults_->Fail(storage::Faults::Call::kRows, ZR3_ERR_STORAGE_FAILED, 1, calls);
+    EXPECT_EQ(Reload().code(), ZR3_ERR_STORAGE_FAILED) << calls;
+  }
+  EXPECT_TRUE(Reload().ok());
+}
 
 }  // namespace
 }  // namespace zervane

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "api/words/status.h"
+#include "api/words/value.h"
+#include "engine/storage/codec/text_decoder.h"
+#include "engine/storage/sqlite/pending.h"
+#include "engine/storage/sqlite/sqlite.h"
+#include "engine/storage/store.h"
+
+// Reading a tag's archive: its chunks together with its pending records.
+//
+// The rule that makes it right beside a writer: pending records are copied first and the chunks
+// opened after. A record leaves the pending ones only after the chunks that hold it are committed,
+// so it is in the copy, in the chunks, or in both; in both, the copy counts once. Where much is
+// pending this goes on piece by piece of the range, so that little is copied that nobody wants.
+namespace zervane::storage {
+
+// Shows the archived records of the range to the visitor (Store::Scan). A chunk is decoded only
+// where its records are wanted, where it crosses the range's ends or where pending records fall
+// into it. `connection` is no part of a transaction.
+Status ScanArchive(Connection& connection, Pending& pending, TagId tag, TimeRange range,
+                   Direction direction, const TextDecoder& decoder, ScanVisitor& visitor);
+
+}  // namespace zervane::storage

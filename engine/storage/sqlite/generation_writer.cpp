@@ -1,0 +1,143 @@
+#include "engine/storage/sqlite/generation_writer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "engine/assert.h"
+#include "engine/log.h"
+#include "engine/storage/sqlite/journal.h"
+#include "engine/storage/sqlite/record_table.h"
+
+namespace zervane::storage {
+namespace {
+
+// How much goes into the file in one transaction: enough to make its end cheap, and little enough
+// that those who append hardly notice it.
+constexpr std::size_t kSliceBytes = 512 << 10;
+constexpr std::size_t kRowBytes = 64;  // of a row without its payload
+
+std::size_t WeightOf(const ChunkEdits& edits) {
+  std::size_t bytes = (edits.replaced.size() + edits.damaged.size()) * kRowBytes;
+  for (const EncodedChunk& chunk : edits.added) bytes += kRowBytes + chunk.payload.size();
+  return bytes;
+}
+
+}  // namespace
+
+GenerationWriter::GenerationWriter(Writer& writer, Connection& reader, Pending& pending,
+                                   std::size_t chunk_records, TextDecoder decoder,
+                                   AfterEach after_each)
+    : writer_(writer),
+      reader_(reader),
+      pending_(pending),
+      chunk_records_(chunk_records),
+      decoder_(std::move(decoder)),
+      after_each_(std::move(after_each)) {}
+
+void GenerationWriter::Begin(std::vector<std::int64_t> journal_cuts) {
+  ZERVANE_ASSERT(!journal_cuts.empty() && std::ranges::is_sorted(journal_cuts));
+  journal_cuts_ = std::move(journal_cuts);
+  written_to_ = 0;
+}
+
+Status GenerationWriter::Write() {
+  Slice slice;
+  for (const auto* tag : TagsToWrite()) {
+    if (Status status = PlanTag(*tag, &slice); !status.ok()) return status;
+    after_each_(false);
+    if (slice.weight < kSliceBytes) continue;
+    if (Status status = WriteSlice(slice); !status.ok()) return status;
+    slice = {};
+  }
+  if (Status status = WriteSlice(slice); !status.ok()) return status;
+  if (Status status = TrimJournal(); !status.ok()) return status;
+  pending_.DropFrozen();
+  return {};
+}
+
+// In order, so that the chunks of a tag lie near those of its neighbours.
+std::vector<const PendingTags::value_type*> GenerationWriter::TagsToWrite() const {
+  std::vector<const PendingTags::value_type*> tags;
+  tags.reserve(pending_.frozen().size());
+  for (const auto& tag : pending_.frozen()) {
+    if (tag.first > written_to_) tags.push_back(&tag);
+  }
+  std::ranges::sort(tags, {}, [](const auto* tag) { return tag->first; });
+  return tags;
+}
+
+Status GenerationWriter::PlanTag(const PendingTags::value_type& tag, Slice* slice) {
+  SampleColumns merged;
+  Result<ChunkEdits> edits =
+      PlanMerge(reader_, tag.first, tag.second.archive.All(&merged), chunk_records_, decoder_);
+  if (!edits.ok()) return edits.status();
+  slice->weight += 2 * kRowBytes + WeightOf(*edits);
+  slice->tags.push_back({&tag, *std::move(edits)});
+  return {};
+}
+
+Status GenerationWriter::WriteSlice(const Slice& slice) {
+  bool is_log_due = false;
+  {
+    const Turn turn(writer_.mutex);
+    if (Status status = WriteInTransaction(slice); !status.ok()) return status;
+    is_log_due = writer_.IsLogDue();
+  }
+  if (!slice.tags.empty()) written_to_ = slice.tags.back().tag->first;
+  for (const TagEdits& edits : slice.tags) {
+    if (!pending_.IsToBeWritten(edits.tag->first)) continue;
+    for (const ChunkSetAside& chunk : edits.chunks.damaged) {
+      LogError("{}; set aside for newer records", chunk.why);
+    }
+  }
+  after_each_(is_log_due);
+  return {};
+}
+
+// Whoever empties a tag does so in a transaction of this writer's, and tells Pending before another
+// one begins.
+Status GenerationWriter::WriteInTransaction(const Slice& slice) {
+  Transaction transaction(*writer_.connection, Transaction::Kind::kWrite);
+  if (!transaction.status().ok()) return transaction.status();
+  for (const TagEdits& edits : slice.tags) {
+    if (!pending_.IsToBeWritten(edits.tag->first)) continue;
+    if (Status status = WriteTag(edits); !status.ok()) return status;
+  }
+  return transaction.Commit();
+}
+
+Status GenerationWriter::WriteTag(const TagEdits& edits) {
+  Connection& file = *writer_.connection;
+  const auto& [id, tag] = *edits.tag;
+  if (Status status = ApplyEdits(file, edits.chunks); !status.ok()) return status;
+  if (tag.current) {
+    Status status = PutRecord(file, RecordTable::kCurrent, id, *tag.current);
+    if (!status.ok()) return status;
+  }
+  return tag.held == nullptr ? Status() : WriteHeld(id, *tag.held);
+}
+
+// A row that is there no more, since its transaction was undone, is deleted to no harm.
+Status GenerationWriter::WriteHeld(TagId id, const HeldChange& held) {
+  if (held.sample) {
+    held_rows_.insert(id);
+    return PutRecord(*writer_.connection, RecordTable::kHeld, id, *held.sample);
+  }
+  if (!held_rows_.contains(id)) return {};
+  return DeleteRecord(*writer_.connection, RecordTable::kHeld, id);
+}
+
+Status GenerationWriter::TrimJournal() {
+  for (const std::int64_t cut : journal_cuts_) {
+    bool is_log_due = false;
+    {
+      const Turn turn(writer_.mutex);
+      if (Status status = ClearJournal(*writer_.connection, cut); !status.ok()) return status;
+      is_log_due = writer_.IsLogDue();
+    }
+    after_each_(is_log_due);
+  }
+  return {};
+}
+
+}  // namespace zervane::storage

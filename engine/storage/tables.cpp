@@ -1,0 +1,163 @@
+#include "engine/storage/tables.h"
+
+#include <algorithm>
+#include <numeric>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+#include "api/words/tag_columns.h"
+
+namespace zervane {
+namespace {
+
+using Kind = TableColumn::Kind;
+
+// The table with its indexes made whole: the key's first, and the key appended to the others.
+TableInfo Completed(TableInfo table) {
+  std::vector<std::size_t> key(table.key_columns);
+  std::iota(key.begin(), key.end(), std::size_t{0});
+  for (std::vector<std::size_t>& index : table.indexes) {
+    for (const std::size_t column : key) {
+      if (std::ranges::count(index, column) == 0) index.push_back(column);
+    }
+  }
+  table.indexes.insert(table.indexes.begin(), std::move(key));
+  return table;
+}
+
+// What is kept of the database as a whole, by name.
+TableInfo Settings() {
+  return {.id = TableId::kSettings,
+          .name = "settings",
+          .columns = {{"name", Kind::kText}, {"value", Kind::kAny}},
+          .key_columns = 1,
+          .indexes = {}};
+}
+
+Kind KindOf(PropertyKind property) {
+  switch (property) {
+    case PropertyKind::kText:
+      return Kind::kBytes;
+    case PropertyKind::kFloat32:
+    case PropertyKind::kFloat64:
+      return Kind::kReal;
+    default:
+      return Kind::kInteger;
+  }
+}
+
+// A column for each property, so that the table of properties alone says what a tag has.
+TableInfo Tags() {
+  TableInfo table{.id = TableId::kTag,
+                  .name = "tag",
+                  .columns = {{"id", Kind::kInteger}},
+                  .key_columns = 1,
+                  .indexes = {}};
+  for (const auto columns : {CommonColumns(), PointColumns()}) {
+    for (const PropertyColumn& column : columns) {
+      if (column.column == ZR3_TAG_COL_COMM_PROP_TAGID) continue;  // the key
+      table.columns.push_back({column.name, KindOf(column.kind)});
+    }
+  }
+  return table;
+}
+
+// What is still to be done, of which tag and by when; what does it removes the row.
+TableInfo Progress() {
+  return {.id = TableId::kProgress,
+          .name = "progress",
+          .columns = {{"task", Kind::kText},
+                      {"tag", Kind::kInteger},
+                      {"time", Kind::kInteger},
+                      {"detail", Kind::kAny}},
+          .key_columns = 3,
+          .indexes = {{1}}};
+}
+
+// Numbers before bytes, nothing before both.
+int RankOf(const CellView& cell) { return cell.index() == 2 ? 1 : static_cast<int>(cell.index()); }
+
+int Order(auto a, auto b) { return a < b ? -1 : (b < a ? 1 : 0); }
+
+double NumberOf(const CellView& cell) {
+  const auto* whole = std::get_if<std::int64_t>(&cell);
+  return whole != nullptr ? static_cast<double>(*whole) : std::get<double>(cell);
+}
+
+bool Suits(const Cell& cell, Kind kind) {
+  switch (kind) {
+    case Kind::kInteger:
+      return std::holds_alternative<std::int64_t>(cell);
+    case Kind::kReal:
+      return std::holds_alternative<double>(cell) || std::holds_alternative<std::monostate>(cell);
+    case Kind::kText:
+    case Kind::kBytes:
+      return std::holds_alternative<std::string>(cell);
+    case Kind::kAny:
+      return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+std::span<const TableInfo> AllTables() {
+  static const std::vector<TableInfo> tables = {Completed(Settings()), Completed(Tags()),
+                                                Completed(Progress())};
+  return tables;
+}
+
+int CompareCells(const CellView& a, const CellView& b) {
+  if (const int ranks = Order(RankOf(a), RankOf(b)); ranks != 0) return ranks;
+  if (a.index() == b.index()) {
+    if (const auto* whole = std::get_if<std::int64_t>(&a)) {
+      return Order(*whole, std::get<std::int64_t>(b));
+    }
+    if (const auto* bytes = std::get_if<std::string_view>(&a)) {
+      return Order(*bytes, std::get<std::string_view>(b));
+    }
+    if (std::holds_alternative<std::monostate>(a)) return 0;
+  }
+  return Order(NumberOf(a), NumberOf(b));
+}
+
+CellView ViewOf(const Cell& cell) {
+  return std::visit([](const auto& held) { return CellView(held); }, cell);
+}
+
+Cell CopyOf(const CellView& cell) {
+  return std::visit(
+      []<typename T>(const T& held) {
+        if constexpr (std::is_same_v<T, std::string_view>)
+          return Cell(std::string(held));
+        else
+          return Cell(held);
+      },
+      cell);
+}
+
+bool IsWhole(const RowChange& change) {
+  const TableInfo& table = InfoOf(change.table);
+  if (change.key.size() != table.key_columns) return false;
+  for (std::size_t at = 0; at < change.key.size(); ++at) {
+    if (!Suits(change.key[at], table.columns[at].kind)) return false;
+  }
+  if (!change.row) return true;
+  const Row& row = *change.row;
+  if (row.size() != table.columns.size()) return false;
+  for (std::size_t at = 0; at < row.size(); ++at) {
+    if (!Suits(row[at], table.columns[at].kind)) return false;
+  }
+  return std::equal(change.key.begin(), change.key.end(), row.begin());
+}
+
+bool IsWhole(const RowRange& range) {
+  const TableInfo& table = InfoOf(range.table);
+  if (range.index >= table.indexes.size()) return false;
+  const std::size_t cells = table.indexes[range.index].size();
+  return range.from.size() <= cells && range.to.size() <= cells;
+}
+
+}  // namespace zervane
