@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/storage/codec/batch_codec.h"
-#include "engine/storage/codec/chunk_codec.h"
+#include "engine/storage/codec/journal_entry.h"
 #include "tests/engine/storage/codec/codec_cases.h"
 #include "tests/engine/storage/codec/codec_format_1_cases.h"
 
@@ -64,22 +63,45 @@ std::map<std::string, std::vector<Sample>> Records() {
 
 Blocks Chunks() {
   Blocks blocks;
-  for (const auto& [name, samples] : Records()) blocks[name] = EncodeChunk(samples);
+  for (const auto& [name, samples] : Records()) blocks[name] = Chunk(samples);
   for (const OldChunk& old : kOldChunks) {
     blocks[std::string("format-1-") + old.name] = Bytes(old.hex);
+  }
+  for (const char* const name : {"String", "texts"}) {
+    blocks[std::string("format-2-") + name] = OfFormat(2, BlockKind::kChunk, blocks[name]);
   }
   return blocks;
 }
 
+RecordBatch OfOneTag(const std::vector<Sample>& samples) {
+  std::vector<MarkedSample> records;
+  for (const Sample& sample : samples) records.push_back({.tag = 7, .sample = sample});
+  return BatchOf(records);
+}
+
 Blocks Batches() {
-  Blocks blocks = {{"nothing", EncodeBatch({})}, {"compressed", Bytes(kOldBatch)}};
+  Blocks blocks = {{"nothing", Batch({})}, {"compressed", Bytes(kOldBatch)}};
   for (const ValuesCase& row : kValues) {
-    blocks[std::string("marks-") + row.name] = EncodeBatch(BatchOf(row));
+    blocks[std::string("marks-") + row.name] = Batch(MarkedBatchOf(row));
   }
-  for (const auto& [name, samples] : Records()) {
-    std::vector<AcceptedSample> batch;
-    for (const Sample& sample : samples) batch.push_back({.tag = 7, .sample = sample});
-    blocks[name] = EncodeBatch(batch);
+  for (const auto& [name, samples] : Records()) blocks[name] = Batch(OfOneTag(samples));
+  for (const char* const name : {"marks-String", "texts", "slow-walk"}) {
+    blocks[std::string("format-1-") + name] = OfFormat(1, BlockKind::kBatch, blocks[name]);
+  }
+  return blocks;
+}
+
+// Batches behind each other, with and without emptied tags before them.
+Blocks Entries() {
+  Blocks blocks = Batches();
+  ByteWriter out;
+  EncodeEntry(std::vector<TagId>{5, 300}, {}, &out);
+  const std::string list(out.bytes());
+  blocks["emptied"] = list;
+  for (const ValuesCase& row : kValues) {
+    const std::string batch = Batch(MarkedBatchOf(row));
+    blocks[std::string("emptied-") + row.name] = list + batch;
+    blocks[std::string("twice-") + row.name] = batch + batch;
   }
   return blocks;
 }
@@ -98,6 +120,7 @@ bool WriteSeeds(const std::filesystem::path& folder) {
          WriteAll(folder / "chunk_sealed", Chunks()) &&
          WriteAll(folder / "batch_block", Batches()) &&
          WriteAll(folder / "batch_sealed", Batches()) &&
+         WriteAll(folder / "entry_sealed", Entries()) &&
          WriteAll(folder / "records_to_chunks", Batches());
 }
 

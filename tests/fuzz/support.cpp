@@ -2,44 +2,48 @@
 
 #include <libdeflate.h>
 
-#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "engine/storage/codec/batch_codec.h"
 #include "engine/storage/codec/chunk_codec.h"
+#include "engine/storage/codec/journal_entry.h"
 #include "engine/storage/record_check.h"
 
 namespace zervane::storage {
 namespace {
 
-void RequireValid(std::span<const Sample> records) {
-  Require(!records.empty(), "a chunk holds records");
+void RequireValid(const SampleColumns& samples) {
+  Require(!samples.empty(), "a chunk holds records");
   std::int64_t previous = kNoTime;
-  for (const Sample& record : records) {
-    Require(record.type == records.front().type, "a chunk's records have one type");
-    Require(record.time_ms > previous && record.time_ms <= kMaxTimeMs, "times ascend in bounds");
-    Require(CheckValue(record.type, record.value) == ValueFault::kNone, "values suit their type");
-    previous = record.time_ms;
+  for (std::size_t at = 0; at < samples.size(); ++at) {
+    const std::int64_t time_ms = samples.times()[at];
+    Require(samples.types()[at] == samples.types().front(), "a chunk's records have one type");
+    Require(time_ms > previous && time_ms <= kMaxTimeMs, "times ascend in bounds");
+    Require(CheckValue(samples, at) == ValueFault::kNone, "values suit their type");
+    previous = time_ms;
   }
 }
 
 // To the bit, so that NaNs equal themselves and zeros of either sign do not equal each other.
-bool IsSame(const Value& a, const Value& b) {
-  if (a.kind() != b.kind()) return false;
-  if (a.kind() == Value::Kind::kFloat32) {
-    return std::bit_cast<std::uint32_t>(a.float32()) == std::bit_cast<std::uint32_t>(b.float32());
-  }
-  if (a.kind() == Value::Kind::kFloat64) {
-    return std::bit_cast<std::uint64_t>(a.float64()) == std::bit_cast<std::uint64_t>(b.float64());
-  }
-  return a == b;
+bool IsSame(const SampleColumns& a, const SampleColumns& b, std::size_t at) {
+  const bool are_alike = a.times()[at] == b.times()[at] && a.qualities()[at] == b.qualities()[at] &&
+                         a.types()[at] == b.types()[at];
+  if (!are_alike) return false;
+  return IsText(a.types()[at]) ? a.TextAt(at) == b.TextAt(at) : a.values()[at] == b.values()[at];
 }
 
-bool IsSame(const Sample& a, const Sample& b) {
-  return a.time_ms == b.time_ms && a.quality == b.quality && a.type == b.type &&
-         IsSame(a.value, b.value);
+void RequireSame(const SampleColumns& a, const SampleColumns& b) {
+  Require(a.size() == b.size(), "as many records come back");
+  for (std::size_t at = 0; at < a.size(); ++at) {
+    Require(IsSame(a, b, at), "records come back to the bit");
+  }
+}
+
+void RequireSame(const RecordBatch& a, const RecordBatch& b) {
+  Require(a.tags == b.tags && a.marks == b.marks, "tags and marks come back");
+  RequireSame(a.samples, b.samples);
 }
 
 }  // namespace
@@ -63,35 +67,56 @@ std::string Sealed(BlockKind kind, std::string_view bytes) {
   return block;
 }
 
-void CheckRoundTrip(std::span<const Sample> records) {
-  const auto again = DecodeChunk(EncodeChunk(records));
-  Require(again.ok(), "what was encoded decodes");
-  Require(again->size() == records.size(), "a chunk brings all its records back");
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    Require(IsSame((*again)[i], records[i]), "a chunk brings its records back to the bit");
+std::string SealedEntry(std::string_view bytes) {
+  std::string entry;
+  while (!bytes.empty()) {
+    const std::string_view block = bytes.substr(0, BytesOfFirstBlock(bytes));
+    const bool is_list = IsOfKind(BlockKind::kEmptied, block);
+    entry += Sealed(is_list ? BlockKind::kEmptied : BlockKind::kBatch, block);
+    bytes.remove_prefix(block.size());
   }
+  return entry;
+}
+
+std::optional<std::string> DecodeSomeTexts(std::string_view bytes) {
+  if (bytes.size() % 3 == 0) return std::nullopt;
+  return std::string(bytes) + std::string(2 * bytes.size(), 'x');
+}
+
+void CheckRoundTrip(const SampleColumns& samples) {
+  const auto again = DecodeChunk(EncodeChunk(samples, 0, samples.size()), DecodeSomeTexts);
+  Require(again.ok(), "what was encoded decodes");
+  RequireSame(*again, samples);
 }
 
 void CheckChunk(std::string_view bytes) {
-  const auto records = DecodeChunk(bytes);
-  if (!records.ok()) return;
-  RequireValid(*records);
-  CheckRoundTrip(*records);
+  const auto samples = DecodeChunk(bytes, DecodeSomeTexts);
+  if (!samples.ok()) return;
+  RequireValid(*samples);
+  CheckRoundTrip(*samples);
 }
 
 void CheckBatch(std::string_view bytes) {
-  const auto records = DecodeBatch(bytes);
-  if (!records.ok()) return;
-  Require(CheckRecords(*records).ok(), "a batch's records are valid");
-  const auto again = DecodeBatch(EncodeBatch(*records));
-  Require(again.ok() && again->size() == records->size(), "a batch brings all its records back");
-  for (std::size_t i = 0; i < records->size(); ++i) {
-    const AcceptedSample& a = (*records)[i];
-    const AcceptedSample& b = (*again)[i];
-    Require(a.tag == b.tag && a.archive == b.archive && a.current == b.current && a.held == b.held,
-            "a batch brings tags and marks back");
-    Require(IsSame(a.sample, b.sample), "a batch brings its records back to the bit");
-  }
+  const auto batch = DecodeBatch(bytes, DecodeSomeTexts);
+  if (!batch.ok()) return;
+  Require(CheckRecords(*batch).ok(), "a batch's records are valid");
+  ByteWriter out;
+  EncodeBatch(*batch, 0, batch->size(), &out);
+  const auto again = DecodeBatch(out.bytes(), DecodeSomeTexts);
+  Require(again.ok(), "what was encoded decodes");
+  RequireSame(*again, *batch);
+}
+
+void CheckEntry(std::string_view bytes) {
+  const auto entry = DecodeEntry(bytes, DecodeSomeTexts);
+  if (!entry.ok()) return;
+  Require(CheckRecords(entry->records).ok(), "an entry's records are valid");
+  ByteWriter out;
+  EncodeEntry(entry->emptied, entry->records, &out);
+  const auto again = DecodeEntry(out.bytes(), DecodeSomeTexts);
+  Require(again.ok(), "what was encoded decodes");
+  Require(again->emptied == entry->emptied, "emptied tags come back");
+  RequireSame(again->records, entry->records);
 }
 
 }  // namespace zervane::storage

@@ -1,10 +1,12 @@
 #include "engine/storage/sqlite/journal.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 #include <vector>
 
 #include "engine/log.h"
+#include "engine/storage/sqlite/settings.h"
 
 namespace zervane::storage {
 namespace {
@@ -60,8 +62,22 @@ Status ReplayJournal(Connection& connection, const TextDecoder& decoder,
   return SetEntriesAside(connection, damaged);
 }
 
+Result<std::int64_t> LastCommit(Connection& connection) {
+  const Result<std::int64_t> cleared = NumberSetting(connection, kLastCommitSetting);
+  if (!cleared.ok()) return cleared;
+  Query row(connection, "SELECT ifnull(max(seq), 0) FROM journal");
+  if (row.Next()) return std::max(*cleared, row.Integer(0));
+  return row.status();
+}
+
 Status ClearJournal(Connection& connection, std::int64_t last_commit) {
-  return Query(connection, "DELETE FROM journal WHERE seq <= ?", last_commit).Run();
+  Transaction transaction(connection, Transaction::Kind::kWrite);
+  if (!transaction.status().ok()) return transaction.status();
+  Status status = PutSetting(connection, kLastCommitSetting, last_commit);
+  if (!status.ok()) return status;
+  status = Query(connection, "DELETE FROM journal WHERE seq <= ?", last_commit).Run();
+  if (!status.ok()) return status;
+  return transaction.Commit();
 }
 
 }  // namespace zervane::storage

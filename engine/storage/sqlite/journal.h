@@ -32,7 +32,10 @@ Status WriteJournal(Connection& connection, std::int64_t commit, std::string_vie
 Status ReplayJournal(Connection& connection, const TextDecoder& decoder,
                      const std::function<void(std::int64_t commit, JournalEntry entry)>& take);
 
-// Removes the entries up to that of a commit.
+// The number of the last commit that the journal has, or had.
+Result<std::int64_t> LastCommit(Connection& connection);
+
+// Removes the entries up to that of a commit, whose number is kept.
 Status ClearJournal(Connection& connection, std::int64_t last_commit);
 
 }  // namespace zervane::storage

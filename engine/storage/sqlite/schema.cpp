@@ -6,20 +6,16 @@
 #include <string>
 #include <string_view>
 
-#include "engine/storage/sqlite/tag_table.h"
+#include "engine/storage/sqlite/row_table.h"
+#include "engine/storage/sqlite/settings.h"
+#include "engine/storage/sqlite/upgrade.h"
+#include "engine/storage/tables.h"
 
 namespace zervane::storage {
 namespace {
 
-// The tables but that of tags, whose columns stand in the catalogue. docs/file-layout.md explains
-// them.
+// The tables but those of rows, which tables.h lists. docs/file-layout.md explains them.
 constexpr char kCreateTables[] = R"(
-CREATE TABLE catalogue (
-  last_id INTEGER NOT NULL,
-  version INTEGER NOT NULL
-);
-INSERT INTO catalogue VALUES (0, 0);
-
 CREATE TABLE current (
   tag INTEGER PRIMARY KEY,
   payload BLOB NOT NULL
@@ -48,14 +44,6 @@ CREATE UNIQUE INDEX chunk_extent ON chunk (tag, first_time, last_time, count);
 CREATE TABLE damaged (
   id INTEGER PRIMARY KEY,
   tag INTEGER,
-  payload BLOB NOT NULL
-);
-)";
-
-// From layout 1, which knew no records held back, and wrote chunks that this release still reads.
-constexpr char kUpgrade[] = R"(
-CREATE TABLE held (
-  tag INTEGER PRIMARY KEY,
   payload BLOB NOT NULL
 );
 )";
@@ -130,19 +118,42 @@ Status UseWriteAheadLog(Connection& connection) {
   return Status(ZR3_ERR_STORAGE_FAILED, "the file system cannot carry a write-ahead log");
 }
 
-// Runs the statements that make or change the tables, and marks the file as of this layout.
-Status ChangeLayout(Connection& connection, std::string_view statements) {
+Status MarkLayout(Connection& connection) {
+  const std::string sql = fmt::format("PRAGMA application_id = {}; PRAGMA user_version = {};",
+                                      kApplicationId, kLayoutVersion);
+  return connection.Execute(sql.c_str());
+}
+
+Status MakeTables(Connection& connection) {
   Transaction transaction(connection, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
-  const std::string sql = fmt::format("{}PRAGMA application_id = {}; PRAGMA user_version = {};",
-                                      statements, kApplicationId, kLayoutVersion);
+  std::string sql = kCreateTables;
+  for (const TableInfo& table : AllTables()) sql += CreateTable(table);
   if (Status status = connection.Execute(sql.c_str()); !status.ok()) return status;
+  if (Status status = PutSetting(connection, kEncodingSetting, "UTF-8"); !status.ok())
+    return status;
+  if (Status status = MarkLayout(connection); !status.ok()) return status;
   return transaction.Commit();
+}
+
+Status BringUpToDate(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
+  Transaction transaction(connection, Transaction::Kind::kWrite);
+  if (!transaction.status().ok()) return transaction.status();
+  if (Status status = Upgrade(connection, layout, encoding); !status.ok()) return status;
+  if (Status status = MarkLayout(connection); !status.ok()) return status;
+  return transaction.Commit();
+}
+
+// The decoder of the encoding that the file names.
+Result<TextDecoder> KeptDecoder(Connection& connection, const TextEncoding& encoding) {
+  const Result<std::string> name = TextSetting(connection, kEncodingSetting);
+  if (!name.ok()) return name.status();
+  return DecoderOf(encoding, *name);
 }
 
 }  // namespace
 
-Status PrepareWriter(Connection& connection) {
+Result<TextDecoder> PrepareWriter(Connection& connection, const TextEncoding& encoding) {
   if (Status status = connection.Execute(kSafety); !status.ok()) return status;
   const Result<FileIdentity> file = Identify(connection);
   if (!file.ok()) return file.status();
@@ -156,9 +167,14 @@ Status PrepareWriter(Connection& connection) {
   if (Status status = UseWriteAheadLog(connection); !status.ok()) return status;
   if (Status status = connection.Execute(kWriterSettings); !status.ok()) return status;
   connection.CountLogPages();
-  if (IsEmpty(*file)) return ChangeLayout(connection, kCreateTables + CreateTagTable() + ";");
-  if (file->layout < kLayoutVersion) return ChangeLayout(connection, kUpgrade);
-  return {};
+  Status status;
+  if (IsEmpty(*file)) {
+    status = MakeTables(connection);
+  } else if (file->layout < kLayoutVersion) {
+    status = BringUpToDate(connection, file->layout, encoding);
+  }
+  if (!status.ok()) return status;
+  return KeptDecoder(connection, encoding);
 }
 
 Status PrepareReader(Connection& connection) {

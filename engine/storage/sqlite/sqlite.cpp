@@ -142,6 +142,7 @@ Query::~Query() {
 
 void Query::Check(int result) {
   if (status_.ok() && result != SQLITE_OK) {
+    result_ = result;
     status_ = SqliteStatus(result, connection_, sqlite3_sql(statement_));
   }
 }
@@ -158,6 +159,17 @@ void Query::Bind(std::string_view bytes) {
   if (!status_.ok()) return;
   const char* data = bytes.empty() ? "" : bytes.data();  // a null pointer would bind NULL
   Check(sqlite3_bind_blob64(statement_, ++parameter_, data, bytes.size(), SQLITE_STATIC));
+}
+
+void Query::BindText(std::string_view text) {
+  if (!status_.ok()) return;
+  const char* data = text.empty() ? "" : text.data();
+  Check(
+      sqlite3_bind_text64(statement_, ++parameter_, data, text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+void Query::BindNothing() {
+  if (status_.ok()) Check(sqlite3_bind_null(statement_, ++parameter_));
 }
 
 bool Query::Next() {
@@ -180,7 +192,33 @@ std::string_view Query::Bytes(int column) const {
   return {static_cast<const char*>(data), data == nullptr ? 0 : static_cast<std::size_t>(size)};
 }
 
+CellView Query::CellAt(int column) const {
+  switch (sqlite3_column_type(statement_, column)) {
+    case SQLITE_INTEGER:
+      return Integer(column);
+    case SQLITE_FLOAT:
+      return Real(column);
+    case SQLITE_NULL:
+      return std::monostate();
+    default:
+      return Bytes(column);
+  }
+}
+
 // ---- transactions ----
+
+namespace {
+
+// Whether a commit that fails so may still be found in the log when that is read anew: its frames
+// are written, the last one of them makes it a commit, and then they are synced and entered into
+// the log's index. So a write that fails leaves nothing to be found. (A want of memory for the
+// index may leave something, which the next commit overwrites.)
+bool LeavesOpen(int result) {
+  return (result & 0xFF) == SQLITE_IOERR && result != SQLITE_IOERR_NOMEM &&
+         result != SQLITE_IOERR_WRITE && result != SQLITE_IOERR_READ;
+}
+
+}  // namespace
 
 // What undoes it is made before there is anything to undo, since that may fail for want of memory;
 // and anew each time, since SQLite makes a statement again, when it is run, that is older than an
@@ -188,6 +226,10 @@ std::string_view Query::Bytes(int column) const {
 Transaction::Transaction(Connection& connection, Kind kind) : connection_(connection) {
   sqlite3* const handle = connection.handle_.get();
   ZERVANE_ASSERT(sqlite3_get_autocommit(handle) != 0);
+  if (connection.is_uncertain()) {
+    status_ = Status(ZR3_ERR_STORAGE_FAILED, "an earlier commit could not be brought to the disk");
+    return;
+  }
   sqlite3_stmt* rollback = nullptr;
   const int result = sqlite3_prepare_v2(handle, "ROLLBACK", -1, &rollback, nullptr);
   rollback_.reset(rollback);
@@ -202,6 +244,11 @@ Transaction::~Transaction() {
   if (status_.ok() && is_open) sqlite3_step(rollback_.get());
 }
 
-Status Transaction::Commit() { return Query(connection_, "COMMIT").Run(); }
+Status Transaction::Commit() {
+  Query commit(connection_, "COMMIT");
+  Status status = commit.Run();
+  if (LeavesOpen(commit.result())) connection_.is_uncertain_ = true;
+  return status;
+}
 
 }  // namespace zervane::storage

@@ -11,6 +11,7 @@
 #include <unordered_map>
 
 #include "api/words/status.h"
+#include "engine/storage/row.h"
 
 // A thin shell around SQLite: connections and statements that close themselves, and its result
 // codes as statuses.
@@ -33,13 +34,15 @@ class Connection {
   // Whether the file can only be read.
   bool IsReadOnly() const { return sqlite3_db_readonly(handle_.get(), "main") == 1; }
 
-  // The row that was inserted last.
-  std::int64_t LastRowId() const { return sqlite3_last_insert_rowid(handle_.get()); }
-
   // From now on the log is folded into the file only when FoldLog is called.
   void CountLogPages();
   // How many pages the log had after this connection's last commit. After CountLogPages.
   int log_pages() const { return log_pages_; }
+
+  // Whether a commit failed in a way that leaves open what the file has of it: the disk did not
+  // take what was written, or did not say. No transaction begins from then on, for to go on could
+  // overwrite what is whole, or trust what is not there.
+  bool is_uncertain() const { return is_uncertain_; }
 
   // Folds into the file what the log has, as far as no other connection needs it, without waiting
   // for any. Once all of it is folded, the next write starts the log over.
@@ -60,6 +63,7 @@ class Connection {
   Result<sqlite3_stmt*> Prepared(std::string_view sql);
 
   int log_pages_ = 0;
+  bool is_uncertain_ = false;
   std::unique_ptr<sqlite3, CloseConnection> handle_;
   // By their text. Destroyed before the handle.
   std::unordered_map<std::string_view, std::unique_ptr<sqlite3_stmt, CloseStatement>> statements_;
@@ -87,6 +91,8 @@ class Query {
   void Bind(std::integral auto value) { BindInteger(static_cast<std::int64_t>(value)); }
   void Bind(double value);
   void Bind(std::string_view bytes);
+  void BindText(std::string_view text);
+  void BindNothing();
 
   // Moves to the first or the next row. False at the end and on a failure, which status() tells.
   bool Next();
@@ -95,12 +101,15 @@ class Query {
   Status Run();
 
   const Status& status() const { return status_; }
+  // SQLite's result code behind the status.
+  int result() const { return result_; }
 
   // Columns of the row, from 0. Bytes stay until the next row.
   std::int64_t Integer(int column) const { return sqlite3_column_int64(statement_, column); }
   double Real(int column) const { return sqlite3_column_double(statement_, column); }
   std::string_view Bytes(int column) const;
   bool IsNull(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_NULL; }
+  CellView CellAt(int column) const;
 
  private:
   struct Unbound {};
@@ -112,6 +121,7 @@ class Query {
   sqlite3* connection_;
   sqlite3_stmt* statement_ = nullptr;
   int parameter_ = 0;
+  int result_ = SQLITE_OK;
   Status status_;
 };
 
@@ -131,7 +141,8 @@ class Transaction {
   // What became of its begin.
   const Status& status() const { return status_; }
 
-  // Durable and whole when it succeeds; undone when it does not.
+  // Durable and whole when it succeeds; undone when it does not, unless the connection is uncertain
+  // then.
   Status Commit();
 
  private:

@@ -30,6 +30,7 @@ struct SqliteStoreOptions {
 constexpr std::size_t kPendingRecordBytes = 64;  // what one takes in memory, by and large
 
 Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
+                                               const TextEncoding& encoding,
                                                const SqliteStoreOptions& options);
 
 }  // namespace zervane

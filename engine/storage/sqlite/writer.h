@@ -10,7 +10,7 @@
 
 namespace zervane::storage {
 
-// The connection that changes the file. The thread that appends and the one that writes chunks use
+// The connection that changes the file. The thread that commits and the one that writes chunks use
 // it in turn; each holds the mutex for as long as its transaction takes.
 struct Writer {
   // From `max_log_pages` on SQLite's log is long.
@@ -31,7 +31,7 @@ struct Writer {
   }
 
   FairMutex mutex;
-  const std::unique_ptr<Connection> connection PT_GUARDED_BY(mutex);
+  std::unique_ptr<Connection> connection GUARDED_BY(mutex) PT_GUARDED_BY(mutex);
 
  private:
   const int max_log_pages_;

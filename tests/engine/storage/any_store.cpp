@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tests/engine/storage/faulty_store.h"
+#include "tests/engine/storage/support.h"
 
 namespace zervane::storage {
 namespace {
@@ -12,6 +13,13 @@ const StoreKind kStores[] = {
     {"WithoutFaults", false,
      [](const std::filesystem::path&) -> std::unique_ptr<Store> {
        return std::make_unique<FaultyStore>(OpenMemoryStore(), std::make_shared<Faults>());
+     }},
+    {"Sqlite", true, [](const std::filesystem::path& folder) { return MustOpen(folder, {}); }},
+    {"SqliteWithTinyBounds", true,
+     [](const std::filesystem::path& folder) { return MustOpen(folder); }},
+    {"SqliteWithChunksForEachCommit", true,
+     [](const std::filesystem::path& folder) {
+       return MustOpen(folder, {.pending_bytes = 1, .chunk_records = 3});
      }},
 };
 

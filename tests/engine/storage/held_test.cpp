@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
+#include "tests/engine/storage/any_store.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 
@@ -13,29 +17,17 @@ namespace {
 
 constexpr TagId kTag = 1;
 
-AcceptedSample Held(std::int64_t time_ms) {
-  AcceptedSample record = Record(kTag, time_ms, static_cast<double>(time_ms));
-  record.archive = false;
-  record.current = false;
-  record.held = true;
-  return record;
+MarkedSample Held(std::int64_t time_ms) {
+  return Record(kTag, time_ms, static_cast<double>(time_ms), kHeld);
 }
 
-AcceptedSample Archived(std::int64_t time_ms) {
-  AcceptedSample record = Record(kTag, time_ms, 0);
-  record.current = false;
-  return record;
-}
+MarkedSample Archived(std::int64_t time_ms) { return Record(kTag, time_ms, 0, kArchive); }
 
-AcceptedSample Current(std::int64_t time_ms) {
-  AcceptedSample record = Record(kTag, time_ms, 0);
-  record.archive = false;
-  return record;
-}
+MarkedSample Current(std::int64_t time_ms) { return Record(kTag, time_ms, 0, kCurrent); }
 
 struct HeldCase {
   const char* name;
-  std::vector<AcceptedSample> records;
+  std::vector<MarkedSample> records;
   std::optional<std::int64_t> held_ms;
 };
 
@@ -51,7 +43,7 @@ const HeldCase kCases[] = {
 };
 
 std::unique_ptr<Store> StoreWithTag(std::unique_ptr<Store> store) {
-  EXPECT_TRUE(store->PutTag(TagNamed(kTag, "TAG"), 1).ok());
+  StoreDriver(*store).PutTag(TagNamed(kTag, "TAG"));
   return store;
 }
 
@@ -68,29 +60,25 @@ class HeldRecord : public testing::TestWithParam<HeldCase> {};
 
 INSTANTIATE_TEST_SUITE_P(Store, HeldRecord, testing::ValuesIn(kCases), CaseName());
 
-TEST_P(HeldRecord, OfABatchInMemory) {
-  const auto store = StoreWithTag(OpenMemoryStore());
-  EXPECT_TRUE(store->Append(GetParam().records).ok());
-  ExpectHeld(*store, GetParam());
-}
-
-// As one batch, one by one, and one by one with each in chunks before the next comes.
-TEST_P(HeldRecord, OnDisk) {
-  constexpr SqliteStoreOptions kChunksForEach{.pending_bytes = 1, .chunk_records = 3};
-  for (const SqliteStoreOptions& options : {SqliteStoreOptions(), kTinyOptions, kChunksForEach}) {
+// As one batch, and one by one.
+TEST_P(HeldRecord, OfAnyStore) {
+  for (const StoreKind& kind : AllStores()) {
+    SCOPED_TRACE(kind.name);
     for (const std::size_t batch_size : {std::size_t{1}, GetParam().records.size()}) {
       const TempFolder folder;
-      auto store = StoreWithTag(MustOpen(folder.path(), options));
-      for (std::span<const AcceptedSample> rest = GetParam().records; !rest.empty();) {
-        EXPECT_TRUE(store->Append(rest.first(batch_size)).ok());
+      const auto store = StoreWithTag(kind.open(folder.path()));
+      StoreDriver driver(*store);
+      for (std::span<const MarkedSample> rest = GetParam().records; !rest.empty();) {
+        driver.Append({rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(batch_size)});
         rest = rest.subspan(batch_size);
       }
       ExpectHeld(*store, GetParam());
+      if (!kind.keeps) continue;
       const TempFolder crashed;
       CopyWhileOpen(folder.path(), crashed.path());
-      store.reset();
-      ExpectHeld(*MustOpen(folder.path(), options), GetParam());
-      ExpectHeld(*MustOpen(crashed.path(), options), GetParam());
+      EXPECT_TRUE(store->Close().ok());
+      ExpectHeld(*kind.open(folder.path()), GetParam());
+      ExpectHeld(*kind.open(crashed.path()), GetParam());
     }
   }
 }
@@ -99,8 +87,9 @@ TEST_P(HeldRecord, OnDisk) {
 TEST_P(HeldRecord, OverReopenings) {
   const TempFolder folder;
   StoreWithTag(MustOpen(folder.path())).reset();
-  for (const AcceptedSample& record : GetParam().records) {
-    EXPECT_TRUE(MustOpen(folder.path())->Append({&record, 1}).ok());
+  for (const MarkedSample& record : GetParam().records) {
+    const auto store = MustOpen(folder.path());
+    StoreDriver(*store).Append({record});
   }
   ExpectHeld(*MustOpen(folder.path()), GetParam());
 }
@@ -109,12 +98,12 @@ TEST(HeldRecord, GoesWithItsTag) {
   const TempFolder folder;
   for (const bool reopens : {false, true}) {
     auto store = StoreWithTag(MustOpen(folder.path()));
-    EXPECT_TRUE(store->Append(std::vector{Held(10)}).ok());
+    StoreDriver(*store).Append({Held(10)});
     if (reopens) {
       store.reset();
       store = MustOpen(folder.path());
     }
-    EXPECT_TRUE(store->RemoveTag(kTag, 2).ok());
+    StoreDriver(*store).RemoveTag(kTag);
     EXPECT_FALSE(store->ReadHeld(kTag)->has_value());
   }
   EXPECT_EQ(NumberInFile(folder.path(), "SELECT count(*) FROM held"), 0);
@@ -122,8 +111,10 @@ TEST(HeldRecord, GoesWithItsTag) {
 
 TEST(HeldRecord, IsLostAloneWhenItIsDamaged) {
   const TempFolder folder;
-  EXPECT_TRUE(
-      StoreWithTag(MustOpen(folder.path()))->Append(std::vector{Archived(5), Held(10)}).ok());
+  {
+    const auto store = StoreWithTag(MustOpen(folder.path()));
+    StoreDriver(*store).Append({Archived(5), Held(10)});
+  }
   EditFile(folder.path(), "UPDATE held SET payload = zeroblob(30)");
   const auto store = MustOpen(folder.path());
   EXPECT_FALSE(store->ReadHeld(kTag)->has_value());

@@ -137,12 +137,45 @@ void StoreDriver::RemoveTag(TagId id) {
   MustCommit(std::move(batch));
 }
 
+Status Append(Store& store, const std::vector<MarkedSample>& records) {
+  StoreBatch batch;
+  for (const MarkedSample& record : records) AddTo(batch.records, record);
+  return StoreDriver(store).Commit(batch).status;
+}
+
+Status PutTag(Store& store, const Tag& tag) {
+  StoreBatch batch;
+  Table<Tag>::Put(tag, batch);
+  return StoreDriver(store).Commit(batch).status;
+}
+
+Status RemoveTag(Store& store, TagId id) {
+  StoreBatch batch;
+  batch.emptied = {id};
+  Table<Tag>::Remove(id, batch);
+  return StoreDriver(store).Commit(batch).status;
+}
+
+Result<std::vector<Sample>> TryRead(Store& store, TagId tag, TimeRange range, Direction direction,
+                                    std::size_t limit) {
+  Collector collector(range, direction, limit);
+  Status status = store.Scan(tag, range, direction, collector);
+  if (!status.ok()) return status;
+  return collector.Found();
+}
+
+Result<std::int64_t> TryCount(Store& store, TagId tag, TimeRange range) {
+  Counter counter;
+  Status status = store.Scan(tag, range, Direction::kForward, counter);
+  if (!status.ok()) return status;
+  return counter.total();
+}
+
 std::vector<Sample> ReadRange(Store& store, TagId tag, TimeRange range, Direction direction,
                               std::size_t limit) {
-  Collector collector(range, direction, limit);
-  const Status status = store.Scan(tag, range, direction, collector);
-  EXPECT_TRUE(status.ok()) << status.message();
-  return collector.Found();
+  Result<std::vector<Sample>> records = TryRead(store, tag, range, direction, limit);
+  EXPECT_TRUE(records.ok()) << records.status().message();
+  return records.ok() ? *std::move(records) : std::vector<Sample>();
 }
 
 std::vector<Sample> ReadAll(Store& store, TagId tag) {
@@ -150,10 +183,9 @@ std::vector<Sample> ReadAll(Store& store, TagId tag) {
 }
 
 std::int64_t CountRange(Store& store, TagId tag, TimeRange range) {
-  Counter counter;
-  const Status status = store.Scan(tag, range, Direction::kForward, counter);
-  EXPECT_TRUE(status.ok()) << status.message();
-  return counter.total();
+  const Result<std::int64_t> count = TryCount(store, tag, range);
+  EXPECT_TRUE(count.ok()) << count.status().message();
+  return count.ok() ? *count : -1;
 }
 
 std::vector<TagSample> CurrentValues(Store& store) {

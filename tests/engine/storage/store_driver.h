@@ -49,13 +49,23 @@ class StoreDriver {
   std::int64_t last_commit_ = 0;
 };
 
+// One batch each, numbered behind the store's last one: the status of its answer.
+Status Append(Store& store, const std::vector<MarkedSample>& records);
+Status PutTag(Store& store, const Tag& tag);
+Status RemoveTag(Store& store, TagId id);
+
 // Up to `limit` records of the range in the direction's order, as a scan shows them; fails the test
-// when the scan fails, or breaks its promises.
+// when the scan breaks its promises.
+Result<std::vector<Sample>> TryRead(Store& store, TagId tag, TimeRange range, Direction direction,
+                                    std::size_t limit);
+// How many records the summaries of a scan count.
+Result<std::int64_t> TryCount(Store& store, TagId tag, TimeRange range);
+
+// The same, and fails the test when the scan fails.
 std::vector<Sample> ReadRange(Store& store, TagId tag, TimeRange range, Direction direction,
                               std::size_t limit);
 std::vector<Sample> ReadAll(Store& store, TagId tag);
 
-// How many records the summaries of a scan count.
 std::int64_t CountRange(Store& store, TagId tag, TimeRange range);
 
 std::vector<TagSample> CurrentValues(Store& store);

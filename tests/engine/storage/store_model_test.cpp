@@ -5,6 +5,7 @@
 #include <optional>
 #include <random>
 
+#include "engine/storage/table.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 #include "tests/support/seed.h"
@@ -21,12 +22,13 @@ struct ModelTag {
   std::optional<Sample> held;
   ByTime archive;
 
-  void Take(const AcceptedSample& record) {
+  void Keep(const MarkedSample& record) {
     const std::int64_t time_ms = record.sample.time_ms;
-    if (record.current) current = record.sample;
-    if (record.archive) archive[time_ms] = record.sample;
-    if (record.archive && held && held->time_ms <= time_ms) held.reset();
-    if (record.held) held = record.sample;
+    const bool archives = (record.marks & kArchive) != 0;
+    if ((record.marks & kCurrent) != 0) current = record.sample;
+    if (archives) archive[time_ms] = record.sample;
+    if (archives && held && held->time_ms <= time_ms) held.reset();
+    if ((record.marks & kHeld) != 0) held = record.sample;
   }
 };
 
@@ -44,6 +46,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     } else {
       store_ = OpenMemoryStore();
     }
+    driver_ = std::make_unique<StoreDriver>(*store_);
   }
 
   std::filesystem::path Folder() const { return temp_.path() / std::to_string(generation_); }
@@ -54,18 +57,38 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
 
   void AddTag() {
     ++last_id_;
+    StoreBatch batch;
     Tag properties = TagNamed(last_id_, "TAG" + std::to_string(last_id_));
     properties.type = static_cast<std::int32_t>(Draw(0, 7));
     properties.span = static_cast<float>(Draw(1, 1000)) / 8;
-    ASSERT_TRUE(store_->PutTag(properties, ++version_).ok());
+    Table<Tag>::Put(properties, batch);
+    Table<Setting>::Put({.name = "last_id", .value = std::int64_t{last_id_}}, batch);
+    Table<Setting>::Put({.name = "version", .value = ++version_}, batch);
     tags_[last_id_].properties = properties;
+    if (Draw(0, 1) == 0) AddRecords(last_id_, 3, &batch);
+    driver_->MustCommit(std::move(batch));
   }
 
   void RemoveTag() {
     if (tags_.size() == 1) return;
     const TagId id = AnyTag();
-    ASSERT_TRUE(store_->RemoveTag(id, ++version_).ok());
+    StoreBatch batch;
+    batch.emptied = {id};
+    Table<Tag>::Remove(id, batch);
+    Table<Setting>::Put({.name = "version", .value = ++version_}, batch);
+    driver_->MustCommit(std::move(batch));
     tags_.erase(id);
+  }
+
+  // Its tag stays, and may have records of the same batch.
+  void Empty() {
+    const TagId id = AnyTag();
+    StoreBatch batch;
+    batch.emptied = {id};
+    ModelTag& tag = tags_[id];
+    tag = {.properties = tag.properties, .current = {}, .held = {}, .archive = {}};
+    if (Draw(0, 1) == 0) AddRecords(id, 3, &batch);
+    driver_->MustCommit(std::move(batch));
   }
 
   TagId AnyTag() { return std::next(tags_.begin(), Draw(0, std::ssize(tags_) - 1))->first; }
@@ -84,21 +107,38 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     }
   }
 
-  // Times crowd, so that records often replace each other, and jump about.
-  void Append() {
-    std::vector<AcceptedSample> batch(static_cast<std::size_t>(Draw(1, 25)));
-    for (AcceptedSample& record : batch) {
-      record.tag = AnyTag();
+  // Records of the tag; 0: of any. Times crowd, so that records often replace each other, and jump
+  // about.
+  void AddRecords(TagId tag, std::int64_t most, StoreBatch* batch) {
+    for (std::int64_t left = Draw(1, most); left > 0; --left) {
+      MarkedSample record{.tag = tag == 0 ? AnyTag() : tag, .sample = {}, .marks = 0};
       record.sample.type = static_cast<TagType>(tags_[record.tag].properties.type);
       record.sample.time_ms = Draw(0, 9) < 7 ? ++clock_ms_ : Draw(0, clock_ms_);
       record.sample.quality = static_cast<std::uint16_t>(Draw(0, 2) * 96);
       record.sample.value = AnyValue(record.sample.type);
-      record.archive = Draw(0, 9) > 0;
-      record.current = Draw(0, 3) > 0;
-      record.held = Draw(0, 19) == 0;
+      const bool archives = Draw(0, 9) > 0;
+      const bool is_current = Draw(0, 3) > 0;
+      const bool is_held = Draw(0, 19) == 0;
+      record.marks = static_cast<std::uint8_t>((archives ? kArchive : 0) |
+                                               (is_current ? kCurrent : 0) | (is_held ? kHeld : 0));
+      AddTo(batch->records, record);
+      tags_[record.tag].Keep(record);
     }
-    ASSERT_TRUE(store_->Append(batch).ok());
-    for (const AcceptedSample& record : batch) tags_[record.tag].Take(record);
+  }
+
+  void Append() {
+    StoreBatch batch;
+    AddRecords(0, 25, &batch);
+    driver_->MustCommit(std::move(batch));
+  }
+
+  void Refuse() {
+    StoreBatch batch;
+    batch.emptied = {AnyTag()};
+    AddTo(batch.records, Record(AnyTag(), ++clock_ms_, 1));
+    AddTo(batch.records, Record(AnyTag(), -1, 1));
+    Table<Setting>::Put({.name = "version", .value = std::int64_t{-1}}, batch);
+    EXPECT_EQ(driver_->Commit(batch).fate, CommitAnswer::Fate::kRefused);
   }
 
   void Reopen(bool crash) {
@@ -108,8 +148,12 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
       ++generation_;
       CopyWhileOpen(before, Folder());
     }
-    store_.reset();
+    const Status closed = store_->Close();
+    EXPECT_TRUE(closed.ok()) << closed.message();
+    const std::int64_t last_commit = driver_->last_commit();
     store_ = MustOpen(Folder(), GetParam().options);
+    driver_ = std::make_unique<StoreDriver>(*store_);
+    EXPECT_EQ(driver_->last_commit(), last_commit);
   }
 
   void CompareRead() {
@@ -121,10 +165,10 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     for (const auto& [time_ms, sample] : tags_[id].archive) {
       if (time_ms >= range.from_ms && time_ms <= range.to_ms) expected.push_back(sample);
     }
-    EXPECT_EQ(*store_->Count(id, range), std::ssize(expected));
+    EXPECT_EQ(CountRange(*store_, id, range), std::ssize(expected));
     if (direction == Direction::kBackward) std::ranges::reverse(expected);
     if (expected.size() > limit) expected.resize(limit);
-    EXPECT_EQ(*store_->Read(id, range, direction, limit), expected);
+    EXPECT_EQ(ReadRange(*store_, id, range, direction, limit), expected);
   }
 
   void CompareAll() {
@@ -138,11 +182,10 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
       EXPECT_EQ(ReadAll(*store_, id), archive);
       EXPECT_EQ(*store_->ReadHeld(id), tag.held);
     }
-    const auto image = store_->LoadCatalogue();
-    EXPECT_EQ(image->tags, catalogue);
-    EXPECT_EQ(image->last_id, last_id_);
-    EXPECT_EQ(image->version, version_);
-    EXPECT_EQ(*store_->LoadCurrent(), current);
+    EXPECT_EQ(Tags(*store_), catalogue);
+    EXPECT_EQ(SettingOf(*store_, "last_id"), Cell(std::int64_t{last_id_}));
+    EXPECT_EQ(SettingOf(*store_, "version"), Cell(version_));
+    EXPECT_EQ(CurrentValues(*store_), current);
   }
 
   void Step() {
@@ -151,6 +194,8 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     if (kind < 85) return CompareRead();
     if (kind < 90) return AddTag();
     if (kind < 92) return RemoveTag();
+    if (kind < 93) return Empty();
+    if (kind < 94) return Refuse();
     if (kind < 96) return CompareAll();
     Reopen(kind < 98);
   }
@@ -160,6 +205,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
   TempFolder temp_;
   int generation_ = 0;
   std::unique_ptr<Store> store_;
+  std::unique_ptr<StoreDriver> driver_;
 
   std::map<TagId, ModelTag> tags_;
   TagId last_id_ = 0;

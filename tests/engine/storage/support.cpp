@@ -9,8 +9,8 @@
 #include <map>
 #include <utility>
 
-#include "engine/storage/codec/batch_codec.h"
 #include "engine/storage/codec/chunk_codec.h"
+#include "engine/storage/codec/journal_entry.h"
 #include "engine/storage/sqlite/sqlite.h"
 
 namespace zervane::storage {
@@ -27,33 +27,12 @@ std::unique_ptr<Connection> OpenFile(const fs::path& folder) {
 
 }  // namespace
 
-TempFolder::TempFolder() {
-  std::string pattern = fs::temp_directory_path() / "zervane-test-XXXXXX";
-  if (mkdtemp(pattern.data()) == nullptr) std::abort();
-  path_ = pattern;
-}
-
-TempFolder::~TempFolder() { fs::remove_all(path_); }
-
-std::unique_ptr<Store> MustOpen(const fs::path& folder, const SqliteStoreOptions& options) {
-  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder, options);
+std::unique_ptr<Store> MustOpen(const fs::path& folder, const SqliteStoreOptions& options,
+                                const TextEncoding& encoding) {
+  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder, encoding, options);
   EXPECT_TRUE(store.ok()) << store.status().message();
   if (!store.ok()) std::abort();
   return *std::move(store);
-}
-
-Tag TagNamed(TagId id, std::string name) {
-  Tag properties;
-  properties.id = id;
-  properties.name = std::move(name);
-  return properties;
-}
-
-AcceptedSample Record(TagId tag, std::int64_t time_ms, double value) {
-  AcceptedSample record{.tag = tag, .sample = {}};
-  record.sample.time_ms = time_ms;
-  record.sample.value = value;
-  return record;
 }
 
 bool Identical(const Sample& a, const Sample& b) {
@@ -66,12 +45,6 @@ bool Identical(const Sample& a, const Sample& b) {
   };
   return a.time_ms == b.time_ms && a.quality == b.quality && a.type == b.type &&
          a.value.kind() == b.value.kind() && bits(a.value) == bits(b.value);
-}
-
-std::vector<Sample> ReadAll(Store& store, TagId tag) {
-  Result<std::vector<Sample>> records = store.Read(tag, {}, Direction::kForward, SIZE_MAX);
-  EXPECT_TRUE(records.ok()) << records.status().message();
-  return records.ok() ? *std::move(records) : std::vector<Sample>();
 }
 
 void CopyAsAfterCrash(const fs::path& from, const fs::path& to) {
@@ -91,7 +64,7 @@ void CopyAsAfterCrash(const fs::path& from, const fs::path& to) {
 void CopyWhileOpen(const fs::path& from, const fs::path& to) {
   const auto file = OpenFile(from);
   const Transaction state(*file, Transaction::Kind::kRead);
-  Query first_read(*file, "SELECT version FROM catalogue");
+  Query first_read(*file, "SELECT count(*) FROM settings");
   EXPECT_TRUE(state.status().ok() && first_read.Next());
   CopyAsAfterCrash(from, to);
 }
@@ -120,10 +93,10 @@ void ExpectWholeFile(const fs::path& folder) {
                "ORDER BY tag, first_time");
   while (chunks.Next()) {
     const std::int64_t tag = chunks.Integer(0);
-    const auto records = DecodeChunk(chunks.Bytes(4));
+    const auto records = DecodeChunk(chunks.Bytes(4), {});
     ASSERT_TRUE(records.ok()) << records.damage().what;
-    EXPECT_EQ(records->front().time_ms, chunks.Integer(1));
-    EXPECT_EQ(records->back().time_ms, chunks.Integer(2));
+    EXPECT_EQ(records->times().front(), chunks.Integer(1));
+    EXPECT_EQ(records->times().back(), chunks.Integer(2));
     EXPECT_TRUE(std::cmp_equal(records->size(), chunks.Integer(3)));
     if (last_ms.contains(tag)) {
       EXPECT_LT(last_ms[tag], chunks.Integer(1)) << "of tag " << tag;
@@ -131,9 +104,9 @@ void ExpectWholeFile(const fs::path& folder) {
     last_ms[tag] = chunks.Integer(2);
   }
   Query batches(*file, "SELECT payload FROM journal");
-  while (batches.Next()) EXPECT_TRUE(DecodeBatch(batches.Bytes(0)).ok());
+  while (batches.Next()) EXPECT_TRUE(DecodeEntry(batches.Bytes(0), {}).ok());
   Query values(*file, "SELECT payload FROM current");
-  while (values.Next()) EXPECT_TRUE(DecodeChunk(values.Bytes(0)).ok());
+  while (values.Next()) EXPECT_TRUE(DecodeChunk(values.Bytes(0), {}).ok());
   EXPECT_TRUE(chunks.status().ok() && batches.status().ok() && values.status().ok());
   EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM damaged"), 0);
 }

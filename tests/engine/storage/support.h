@@ -10,23 +10,11 @@
 
 #include "engine/storage/sqlite/sqlite_store.h"
 #include "engine/storage/store.h"
+#include "tests/engine/storage/store_driver.h"
+#include "tests/engine/storage/temp_folder.h"
 
 // What the suites of the storage share.
 namespace zervane::storage {
-
-// A new folder under the system's temporary one, removed with the object.
-class TempFolder {
- public:
-  TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  ~TempFolder();
-
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
 
 // Bounds so small that every test runs into them.
 constexpr SqliteStoreOptions kTinyOptions{.pending_bytes = 40 * kPendingRecordBytes,
@@ -34,17 +22,11 @@ constexpr SqliteStoreOptions kTinyOptions{.pending_bytes = 40 * kPendingRecordBy
 
 // The store in the folder; fails the test when it does not open.
 std::unique_ptr<Store> MustOpen(const std::filesystem::path& folder,
-                                const SqliteStoreOptions& options = kTinyOptions);
-
-Tag TagNamed(TagId id, std::string name);
-
-// A FLOAT64 record that is archived and becomes current.
-AcceptedSample Record(TagId tag, std::int64_t time_ms, double value);
+                                const SqliteStoreOptions& options = kTinyOptions,
+                                const TextEncoding& encoding = {});
 
 // Equal to the last bit: NaNs and zeros of either sign are told apart.
 bool Identical(const Sample& a, const Sample& b);
-
-std::vector<Sample> ReadAll(Store& store, TagId tag);
 
 // Copies the database's files as they stand, as if the process ended now.
 void CopyAsAfterCrash(const std::filesystem::path& from, const std::filesystem::path& to);

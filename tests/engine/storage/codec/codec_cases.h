@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <bit>
 #include <cstdint>
 #include <limits>
@@ -9,7 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "engine/storage/store.h"
+#include "engine/storage/codec/batch_codec.h"
+#include "engine/storage/codec/block.h"
+#include "engine/storage/codec/chunk_codec.h"
+#include "tests/engine/storage/columns.h"
 
 // Records that the codecs' suites share.
 namespace zervane::storage {
@@ -95,17 +100,39 @@ inline std::vector<Sample> SamplesOf(const ValuesCase& row) {
 }
 
 // The same in a batch, backward in time, to tags near and far, with all marks.
-inline std::vector<AcceptedSample> BatchOf(const ValuesCase& row) {
-  std::vector<AcceptedSample> batch;
+inline RecordBatch MarkedBatchOf(const ValuesCase& row) {
+  std::vector<MarkedSample> records;
   for (const Sample& sample : SamplesOf(row)) {
-    const auto i = static_cast<TagId>(batch.size());
-    batch.insert(batch.begin(), {.tag = i % 2 == 0 ? i + 1 : std::numeric_limits<TagId>::max() - i,
-                                 .archive = (i & 1) != 0,
-                                 .current = (i & 2) != 0,
-                                 .held = (i & 4) != 0,
-                                 .sample = sample});
+    const auto i = static_cast<TagId>(records.size());
+    records.insert(records.begin(),
+                   {.tag = i % 2 == 0 ? i + 1 : std::numeric_limits<TagId>::max() - i,
+                    .sample = sample,
+                    .marks = static_cast<std::uint8_t>(i & (kArchive | kCurrent | kHeld))});
   }
-  return batch;
+  return BatchOf(records);
+}
+
+// As one chunk and as one batch.
+inline std::string Chunk(const std::vector<Sample>& samples) {
+  return EncodeChunk(ColumnsOf(samples), 0, samples.size());
+}
+inline std::string Batch(const RecordBatch& batch) {
+  ByteWriter out;
+  EncodeBatch(batch, 0, batch.size(), &out);
+  return std::string(out.bytes());
+}
+
+// A block as another format: the bytes of many formats differ in the format's number alone.
+inline std::string OfFormat(std::uint8_t format, BlockKind kind, const std::string& bytes) {
+  const Decoded<Block> block = OpenBlock(kind, bytes);
+  EXPECT_TRUE(block.ok());
+  BlockHead head = block->head();
+  head.format = format;
+  ByteWriter out;
+  const std::size_t begin = BeginBlock(&out);
+  out.Bytes(block->body());
+  SealBlock(kind, head, begin, &out);
+  return std::string(out.bytes());
 }
 
 // Forty states in turn.

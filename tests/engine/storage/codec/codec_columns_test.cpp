@@ -240,9 +240,17 @@ const ScaleCase<float> kFloats[] = {
     {"ExceptionsAmongMany", TensAnd(std::bit_cast<float>(0xFFC12345U)), 0},
 };
 
+// As they stand in columns.
+template <typename T>
+std::vector<std::uint64_t> BitsOfAll(const std::vector<T>& values) {
+  std::vector<std::uint64_t> bits;
+  for (const T value : values) bits.push_back(BitsOf(Value(value)));
+  return bits;
+}
+
 template <typename T, typename Bits>
 void ExpectScaled(const ScaleCase<T>& row) {
-  const auto scaled = Scale(std::span<const T>(row.values));
+  const auto scaled = Scale<T>(BitsOfAll(row.values));
   if (row.exponent == kNotScaled) {
     EXPECT_FALSE(scaled) << "exponent " << scaled->exponent;
     return;
@@ -282,7 +290,7 @@ TEST(ScaledFloats, TakeEveryNumberOfTwoDecimals) {
   for (int hundredths = -200'000; hundredths <= 200'000; ++hundredths) {
     values.push_back(hundredths / 100.0);
   }
-  const auto scaled = Scale(std::span<const double>(values));
+  const auto scaled = Scale<double>(BitsOfAll(values));
   ASSERT_TRUE(scaled);
   EXPECT_EQ(scaled->exponent, 2U);
   EXPECT_TRUE(scaled->exceptions.empty());

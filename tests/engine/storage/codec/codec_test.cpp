@@ -4,12 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "engine/storage/codec/batch_codec.h"
 #include "engine/storage/codec/block.h"
 #include "engine/storage/codec/bytes.h"
-#include "engine/storage/codec/chunk_codec.h"
 #include "tests/engine/storage/codec/codec_cases.h"
-#include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 
 namespace zervane::storage {
@@ -60,25 +57,44 @@ INSTANTIATE_TEST_SUITE_P(Values, CodecRoundTrip, testing::ValuesIn(kValues), Cas
 
 TEST_P(CodecRoundTrip, BringsAChunkBackToTheBit) {
   const std::vector<Sample> samples = SamplesOf(GetParam());
-  const auto decoded = DecodeChunk(EncodeChunk(samples));
+  const auto decoded = DecodeChunk(Chunk(samples), nullptr);
   ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   ASSERT_EQ(decoded->size(), samples.size());
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    EXPECT_TRUE(Identical((*decoded)[i], samples[i])) << "record " << i;
+    EXPECT_TRUE(IsSameToTheBit(decoded->At(i), samples[i])) << "record " << i;
   }
 }
 
 TEST_P(CodecRoundTrip, BringsABatchBackToTheBit) {
-  const std::vector<AcceptedSample> batch = BatchOf(GetParam());
-  const auto decoded = DecodeBatch(EncodeBatch(batch));
+  const RecordBatch batch = MarkedBatchOf(GetParam());
+  const auto decoded = DecodeBatch(Batch(batch), nullptr);
   ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   ASSERT_EQ(decoded->size(), batch.size());
   for (std::size_t i = 0; i < batch.size(); ++i) {
-    EXPECT_TRUE(Identical((*decoded)[i].sample, batch[i].sample)) << "record " << i;
-    EXPECT_EQ((*decoded)[i].tag, batch[i].tag);
-    EXPECT_EQ((*decoded)[i].archive, batch[i].archive);
-    EXPECT_EQ((*decoded)[i].current, batch[i].current);
-    EXPECT_EQ((*decoded)[i].held, batch[i].held);
+    EXPECT_TRUE(IsSameToTheBit(decoded->samples.At(i), batch.samples.At(i))) << "record " << i;
+  }
+  EXPECT_EQ(decoded->tags, batch.tags);
+  EXPECT_EQ(decoded->marks, batch.marks);
+}
+
+TEST_P(CodecRoundTrip, BringsPartsBack) {
+  const std::vector<Sample> samples = SamplesOf(GetParam());
+  const SampleColumns columns = ColumnsOf(samples);
+  const RecordBatch batch = MarkedBatchOf(GetParam());
+  for (std::size_t begin = 0; begin < samples.size(); ++begin) {
+    for (std::size_t end = begin + 1; end <= samples.size(); ++end) {
+      const auto chunk = DecodeChunk(EncodeChunk(columns, begin, end), nullptr);
+      ASSERT_TRUE(chunk.ok() && chunk->size() == end - begin);
+      ByteWriter out;
+      EncodeBatch(batch, begin, end, &out);
+      const auto part = DecodeBatch(out.bytes(), nullptr);
+      ASSERT_TRUE(part.ok() && part->size() == end - begin);
+      for (std::size_t i = begin; i < end; ++i) {
+        EXPECT_TRUE(IsSameToTheBit(chunk->At(i - begin), samples[i]));
+        EXPECT_TRUE(IsSameToTheBit(part->samples.At(i - begin), batch.samples.At(i)));
+        EXPECT_EQ(part->tags[i - begin], batch.tags[i]);
+      }
+    }
   }
 }
 
@@ -88,18 +104,31 @@ TEST(ChunkCodec, BringsBackTheLargestChunk) {
     samples[i].time_ms = static_cast<std::int64_t>(i) * 1000;
     samples[i].value = static_cast<double>(i) / 8;
   }
-  const std::string bytes = EncodeChunk(samples);
+  const std::string bytes = Chunk(samples);
   EXPECT_LT(bytes.size(), samples.size() * 4) << "regular records are compressed";
-  EXPECT_EQ(*DecodeChunk(bytes), samples);
+  EXPECT_EQ(*DecodeChunk(bytes, nullptr), ColumnsOf(samples));
 }
 
-TEST(BatchCodec, BringsBackABatchOfNothing) { EXPECT_TRUE(DecodeBatch(EncodeBatch({}))->empty()); }
+TEST(ChunkCodec, DecodesIntoMemoryThatServedAnotherChunk) {
+  SampleColumns memory = ColumnsOf({At(1, 2, TagType::kString, std::string("text"))});
+  memory.Reserve(300);
+  const auto* const times = memory.times().data();
+  const std::vector<Sample> samples = SlowWalk(200, 1);
+  auto decoded = DecodeChunk(Chunk(samples), nullptr, std::move(memory));
+  ASSERT_TRUE(decoded.ok());
+  EXPECT_EQ(SamplesIn(*decoded), samples);
+  EXPECT_EQ(decoded->times().data(), times);
+}
+
+TEST(BatchCodec, BringsBackABatchOfNothing) {
+  EXPECT_TRUE(DecodeBatch(Batch({}), nullptr)->empty());
+}
 
 TEST(ChunkCodec, KeepsASlowMeasurementInLessThanTwoBytesARecord) {
   const std::vector<Sample> samples = SlowWalk(1000, 1);
-  const std::string bytes = EncodeChunk(samples);
+  const std::string bytes = Chunk(samples);
   EXPECT_LT(bytes.size(), samples.size() * 18 / 10);
-  EXPECT_EQ(*DecodeChunk(bytes), samples);
+  EXPECT_EQ(SamplesIn(*DecodeChunk(bytes, nullptr)), samples);
 }
 
 // ---- golden bytes: what is in files today is read for ever ----
@@ -130,6 +159,11 @@ const GoldenChunk kGoldenChunks[] = {
      {At(7, 64, TagType::kBlob, std::string("a\0b", 3)), At(8, 64, TagType::kBlob, std::string())},
      "5a43020007000000020000000d000000345ac808"
      "000e0202400300060500610062"},
+    {"String",
+     {At(7, 64, TagType::kString, std::string("\xE6\xB5\x8B")),
+      At(8, 64, TagType::kString, std::string())},
+     "5a43030006000000020000000d0000005fdcd167"
+     "000e0202400300060500e6b58b"},
 };
 
 class GoldenChunks : public testing::TestWithParam<GoldenChunk> {};
@@ -137,12 +171,12 @@ class GoldenChunks : public testing::TestWithParam<GoldenChunk> {};
 INSTANTIATE_TEST_SUITE_P(Chunk, GoldenChunks, testing::ValuesIn(kGoldenChunks), CaseName());
 
 TEST_P(GoldenChunks, AreWrittenAndReadAsEver) {
-  EXPECT_EQ(Hex(EncodeChunk(GetParam().samples)), GetParam().hex);
-  const auto decoded = DecodeChunk(Bytes(GetParam().hex));
+  EXPECT_EQ(Hex(Chunk(GetParam().samples)), GetParam().hex);
+  const auto decoded = DecodeChunk(Bytes(GetParam().hex), nullptr);
   ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
   ASSERT_EQ(decoded->size(), GetParam().samples.size());
   for (std::size_t i = 0; i < decoded->size(); ++i) {
-    EXPECT_TRUE(Identical((*decoded)[i], GetParam().samples[i])) << "record " << i;
+    EXPECT_TRUE(IsSameToTheBit(decoded->At(i), GetParam().samples[i])) << "record " << i;
   }
 }
 
@@ -157,31 +191,27 @@ TEST(ChunkCodec, ReadsCompressedPlanes) {
                         "000002c801c0010012d80400d7043028b52ffd20c73d010052c40305e00f8090"
                         "020854555555555555201a14000218638c31c618638c31c618638c31c6980b2c"
                         "28b52ffd20c71d010052c40280100854555555555555201a14000218638c31c6"
-                        "18638c31c618638c31c6980b"));
+                        "18638c31c618638c31c6980b"),
+                  nullptr);
   ASSERT_TRUE(decoded.ok()) << decoded.damage().what;
-  EXPECT_EQ(*decoded, samples);
+  EXPECT_EQ(SamplesIn(*decoded), samples);
 }
 
 TEST(BatchCodec, WritesAndReadsTheGoldenBatch) {
-  const std::vector<AcceptedSample> batch = {
-      {.tag = 7, .sample = At(1000, 192, TagType::kFloat32, 1.0F)},
-      {.tag = 7, .current = false, .sample = At(999, 0, TagType::kInt8, -1)},
-      {.tag = 7,
-       .archive = false,
-       .current = true,
-       .held = true,
-       .sample = At(1001, 0, TagType::kFloat64, 1.0)},
-      {.tag = 3, .archive = false, .sample = At(2000, 0, TagType::kString, std::string("hi"))}};
-  const std::string bytes = EncodeBatch(batch);
+  const RecordBatch batch = BatchOf(
+      {{.tag = 7, .sample = At(1000, 192, TagType::kFloat32, 1.0F)},
+       {.tag = 7, .sample = At(999, 0, TagType::kInt8, -1), .marks = kArchive},
+       {.tag = 7, .sample = At(1001, 0, TagType::kFloat64, 1.0), .marks = kCurrent | kHeld},
+       {.tag = 3, .sample = At(2000, 0, TagType::kString, std::string("hi")), .marks = kCurrent}});
+  const std::string bytes = Batch(batch);
   EXPECT_EQ(Hex(bytes),
-            "5a420100000000000400000020000000df020485"
+            "5a4202000000000004000000200000006aae5e05"
             "1b0ed00f0000803f280001000001540004000000000000f03f1607ce0f026869");
-  const auto decoded = DecodeBatch(bytes);
+  const auto decoded = DecodeBatch(bytes, nullptr);
   ASSERT_EQ(decoded->size(), 4U);
-  EXPECT_TRUE((*decoded)[2].held);
-  EXPECT_FALSE((*decoded)[2].archive);
-  EXPECT_EQ(decoded->back().tag, 3U);
-  EXPECT_EQ(decoded->back().sample, batch.back().sample);
+  EXPECT_EQ(decoded->tags, batch.tags);
+  EXPECT_EQ(decoded->marks, batch.marks);
+  EXPECT_EQ(decoded->samples, batch.samples);
 }
 
 }  // namespace

@@ -4,10 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "engine/storage/sqlite/chunk_table.h"
-#include "engine/storage/sqlite/schema.h"
-#include "tests/engine/storage/support.h"
+#include "tests/engine/storage/codec/codec_cases.h"
+#include "tests/engine/storage/columns.h"
+#include "tests/engine/storage/sqlite/archive_file.h"
 
 namespace zervane::storage {
 namespace {
@@ -22,14 +26,15 @@ constexpr std::size_t kChunkRecords = 10;
 
 class ChunkMerging : public testing::Test {
  protected:
-  ChunkMerging() : file_(*Connection::Open(folder_.path() / "zervane.db")) {
-    EXPECT_TRUE(PrepareWriter(*file_).ok());
+  static SampleColumns Ascending(const ByTime& records) {
+    SampleColumns ascending;
+    for (const auto& [time_ms, sample] : records) ascending.Add(sample);
+    return ascending;
   }
 
-  void Merge(const ByTime& records) {
-    std::vector<Sample> ascending;
-    for (const auto& [time_ms, sample] : records) ascending.push_back(sample);
-    const auto edits = PlanMerge(*file_, kTag, ascending, kChunkRecords);
+  void Merge(const ByTime& records, const TextDecoder& decoder = nullptr) {
+    const SampleColumns ascending = Ascending(records);
+    const auto edits = PlanMerge(*file_, kTag, AllOf(ascending), kChunkRecords, decoder);
     ASSERT_TRUE(edits.ok()) << edits.status().message();
     Transaction transaction(*file_, Transaction::Kind::kWrite);
     EXPECT_TRUE(ApplyEdits(*file_, *edits).ok());
@@ -48,10 +53,11 @@ class ChunkMerging : public testing::Test {
 
   std::vector<ChunkExtent> Extents() {
     std::vector<ChunkExtent> extents;
-    const Status status = VisitExtents(*file_, kTag, {}, [&](const ChunkExtent& extent) {
+    const auto visit = [&](const ChunkExtent& extent) {
       extents.push_back(extent);
-      return Status();
-    });
+      return Result<bool>(true);
+    };
+    const Status status = VisitExtents(*file_, kTag, {}, Direction::kForward, visit);
     EXPECT_TRUE(status.ok()) << status.message();
     return extents;
   }
@@ -64,11 +70,12 @@ class ChunkMerging : public testing::Test {
 
   std::vector<Sample> AllRecords() {
     std::vector<Sample> all;
-    const Status status = VisitChunks(*file_, kTag, {}, Direction::kForward, [&](auto records) {
-      all.insert(all.end(), records.begin(), records.end());
-      return true;
-    });
-    EXPECT_TRUE(status.ok()) << status.message();
+    for (const ChunkExtent& extent : Extents()) {
+      const auto records = LoadChunk(*file_, extent, nullptr);
+      EXPECT_TRUE(records.ok() && records->ok());
+      const std::vector<Sample> samples = SamplesIn(**records);
+      all.insert(all.end(), samples.begin(), samples.end());
+    }
     return all;
   }
 
@@ -78,8 +85,8 @@ class ChunkMerging : public testing::Test {
     EXPECT_TRUE(file_->Execute(sql.c_str()).ok());
   }
 
-  TempFolder folder_;
-  std::unique_ptr<Connection> file_;
+  ArchiveFile archive_;
+  std::unique_ptr<Connection> file_ = archive_.OpenWriter();
 };
 
 TEST_F(ChunkMerging, FillsChunksAndLeavesTheRestInALastOne) {
@@ -187,40 +194,12 @@ TEST_F(ChunkMerging, IsSearchedByItsIndexAlone) {
   EXPECT_FALSE(plan.Next()) << "no sorting step";
 }
 
-TEST_F(ChunkMerging, IsReadOnlyWhereARangeOverlaps) {
-  Merge(Records(10, 300, 10));
-  Damage(10);
-  Damage(210);
-  std::size_t visited = 0;
-  const auto take = [&](const std::vector<Sample>& records) {
-    visited += records.size();
-    return true;
-  };
-  EXPECT_TRUE(VisitChunks(*file_, kTag, {101, 209}, Direction::kForward, take).ok());
-  EXPECT_TRUE(VisitChunks(*file_, kTag, {101, 209}, Direction::kBackward, take).ok());
-  EXPECT_TRUE(VisitChunks(*file_, kTag, {101, 109}, Direction::kForward, take).ok());
-  EXPECT_EQ(visited, 20U);
-  EXPECT_EQ(VisitChunks(*file_, kTag, {100, 209}, Direction::kForward, take).code(),
-            ZR3_ERR_STORAGE_DAMAGED);
-  EXPECT_EQ(VisitChunks(*file_, kTag, {101, 210}, Direction::kBackward, take).code(),
-            ZR3_ERR_STORAGE_DAMAGED);
-}
-
-TEST_F(ChunkMerging, IsReadNoFurtherThanWanted) {
-  Merge(Records(10, 300, 10));
-  Damage(210);
-  std::size_t visited = 0;
-  const auto take_two = [&](const std::vector<Sample>&) { return ++visited < 2; };
-  EXPECT_TRUE(VisitChunks(*file_, kTag, {}, Direction::kForward, take_two).ok());
-  EXPECT_EQ(visited, 2U);
-}
-
 TEST_F(ChunkMerging, RefusesAChunkThatIsNotWhatItsRowSays) {
   Merge(Records(1, 10));
   EXPECT_TRUE(file_->Execute("UPDATE chunk SET count = 9").ok());
-  EXPECT_FALSE(LoadChunk(*file_, Extents().front())->ok());
+  EXPECT_FALSE(LoadChunk(*file_, Extents().front(), nullptr)->ok());
   EXPECT_TRUE(file_->Execute("UPDATE chunk SET count = 10, first_time = 0").ok());
-  EXPECT_FALSE(LoadChunk(*file_, Extents().front())->ok());
+  EXPECT_FALSE(LoadChunk(*file_, Extents().front(), nullptr)->ok());
 }
 
 // ---- damage that no checksum covers ----
@@ -242,20 +221,73 @@ TEST_F(ChunkMerging, SaysSoWhenTheIndexIsOutOfOrder) {
                             "UPDATE sqlite_schema SET sql = replace(sql, 'first_time', "
                             "'first_time DESC') WHERE name = 'chunk_extent'")
                   .ok());
-  file_ = *Connection::Open(folder_.path() / "zervane.db");
+  file_ = *Connection::Open(archive_.path());
   for (const std::int64_t from : {0, 5, 12, 35, 58, 61}) {
-    const ByTime records = Records(from, from + 1);
-    const std::vector<Sample> late = {records.at(from), records.at(from + 1)};
-    const auto edits = PlanMerge(*file_, kTag, late, kChunkRecords);
+    const SampleColumns late = Ascending(Records(from, from + 1));
+    const auto edits = PlanMerge(*file_, kTag, AllOf(late), kChunkRecords, nullptr);
     EXPECT_TRUE(edits.ok() || edits.code() == ZR3_ERR_STORAGE_DAMAGED) << from;
   }
-  const auto take = [](const ChunkExtent&) { return Status(); };
-  EXPECT_EQ(VisitExtents(*file_, kTag, {}, take).code(), ZR3_ERR_STORAGE_DAMAGED);
+  const auto visit = [](const ChunkExtent&) { return Result<bool>(true); };
   for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
-    const Status read =
-        VisitChunks(*file_, kTag, {}, direction, [](const std::vector<Sample>&) { return true; });
-    EXPECT_EQ(read.code(), ZR3_ERR_STORAGE_DAMAGED);
+    EXPECT_EQ(VisitExtents(*file_, kTag, {}, direction, visit).code(), ZR3_ERR_STORAGE_DAMAGED);
   }
+}
+
+TEST_F(ChunkMerging, StopsWhereItsVisitorHasEnoughOrFails) {
+  Merge(Records(1, 60));
+  int visited = 0;
+  const auto two = [&](const ChunkExtent&) { return Result<bool>(++visited < 2); };
+  EXPECT_TRUE(VisitExtents(*file_, kTag, {}, Direction::kForward, two).ok());
+  EXPECT_EQ(visited, 2);
+  const auto fails = [](const ChunkExtent&) -> Result<bool> {
+    return Status(ZR3_ERR_STORAGE_FULL, {});
+  };
+  EXPECT_EQ(VisitExtents(*file_, kTag, {}, Direction::kBackward, fails).code(),
+            ZR3_ERR_STORAGE_FULL);
+}
+
+// ---- texts of earlier formats ----
+
+// Its bytes in another encoding are in capitals.
+std::optional<std::string> FromCapitals(std::string_view bytes) {
+  std::string text;
+  for (const char byte : bytes) text.push_back(static_cast<char>(byte | 0x20));
+  return text;
+}
+
+// The chunks' texts become those of the format before, which has the same bytes.
+void MakeOlder(Connection& file) {
+  Query rows(file, "SELECT id, payload FROM chunk");
+  std::map<std::int64_t, std::string> older;
+  while (rows.Next()) {
+    older[rows.Integer(0)] = OfFormat(2, BlockKind::kChunk, std::string(rows.Bytes(1)));
+  }
+  for (const auto& [id, payload] : older) {
+    EXPECT_TRUE(Query(file, "UPDATE chunk SET payload = ? WHERE id = ?", payload, id).Run().ok());
+  }
+}
+
+TEST_F(ChunkMerging, WritesTextsOfAnEarlierFormatInThePresentOneWhereItTouchesThem) {
+  const auto texts = [](std::int64_t from_ms, std::int64_t to_ms) {
+    ByTime records;
+    for (std::int64_t time = from_ms; time <= to_ms; ++time) {
+      records[time] = At(time, 192, TagType::kString, std::string("ABC"));
+    }
+    return records;
+  };
+  Merge(texts(1, 20));
+  MakeOlder(*file_);
+  Merge({{15, At(15, 192, TagType::kString, std::string("NEW"))}}, FromCapitals);
+  EXPECT_THAT(Ranges(), ElementsAre(Pair(1, 10), Pair(11, 20)));
+  const std::vector<ChunkExtent> extents = Extents();
+  const auto untouched = LoadChunk(*file_, extents[0], FromCapitals);
+  const auto touched = LoadChunk(*file_, extents[1], FromCapitals);
+  ASSERT_TRUE(untouched->ok() && touched->ok());
+  EXPECT_EQ((*untouched)->TextAt(0), "abc") << "converted whenever it is read";
+  EXPECT_EQ((*touched)->TextAt(0), "abc") << "converted once";
+  EXPECT_EQ((*touched)->TextAt(4), "NEW") << "not converted at all";
+  EXPECT_EQ((*LoadChunk(*file_, extents[0], nullptr))->TextAt(0), "ABC");
+  EXPECT_EQ((*LoadChunk(*file_, extents[1], nullptr))->TextAt(0), "abc");
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ constexpr TagId kTags = 3;
 constexpr std::int64_t kRecords = 100;  // of each tag, at 10, 20, and so on
 
 // A record whose chunk needs pages of its own, so that there are many reads.
-AcceptedSample LongRecord(TagId tag, std::int64_t time_ms) {
+MarkedSample LongRecord(TagId tag, std::int64_t time_ms) {
   static std::mt19937 random(1);
-  AcceptedSample record = Record(tag, time_ms, 0);
+  MarkedSample record = Record(tag, time_ms, 0);
   std::string bytes(600, '\0');
   for (char& byte : bytes) byte = static_cast<char>(random());
   record.sample.type = TagType::kBlob;
@@ -53,8 +53,8 @@ class FailingReads : public testing::Test {
   FailingReads() {
     const auto store = MustOpen(Template());
     for (TagId tag = 1; tag <= kTags; ++tag) {
-      EXPECT_TRUE(store->PutTag(TagNamed(tag, "TAG"), tag).ok());
-      std::vector<AcceptedSample> batch;
+      EXPECT_TRUE(PutTag(*store, TagNamed(tag, "TAG")).ok());
+      std::vector<MarkedSample> batch;
       for (std::int64_t i = 1; i <= kRecords; ++i) batch.push_back(LongRecord(tag, 10 * i));
       EXPECT_TRUE(Append(*store, batch).ok());
     }
@@ -70,11 +70,11 @@ class FailingReads : public testing::Test {
     expected_ = original_;
   }
 
-  Status Append(Store& store, const std::vector<AcceptedSample>& batch) {
-    Status status = store.Append(batch);
+  Status Append(Store& store, const std::vector<MarkedSample>& batch) {
+    Status status = storage::Append(store, batch);
     ExpectAnswerOrFailingDisk(status);
     if (!status.ok()) return status;
-    for (const AcceptedSample& record : batch) {
+    for (const MarkedSample& record : batch) {
       expected_[record.tag][record.sample.time_ms] = record.sample;
     }
     return status;
@@ -83,19 +83,20 @@ class FailingReads : public testing::Test {
   // Late records that fall into many chunks, some more than one generation, and reads.
   void Use(Store& store) {
     for (int round = 0; round < 4; ++round) {
-      std::vector<AcceptedSample> batch;
+      std::vector<MarkedSample> batch;
       for (std::int64_t i = 1; i <= 15; ++i) {
         batch.push_back(LongRecord(static_cast<TagId>(1 + i % kTags), 65 * i + round));
       }
       (void)Append(store, batch);
     }
     for (TagId tag = 1; tag <= kTags; ++tag) {
-      ExpectAnswerOrFailingDisk(store.Read(tag, {}, Direction::kForward, 1000).status());
-      ExpectAnswerOrFailingDisk(store.Count(tag, {55, 888}).status());
+      ExpectAnswerOrFailingDisk(TryRead(store, tag, {}, Direction::kForward, 1000).status());
+      ExpectAnswerOrFailingDisk(TryCount(store, tag, {55, 888}).status());
       ExpectAnswerOrFailingDisk(store.ReadHeld(tag).status());
     }
-    ExpectAnswerOrFailingDisk(store.LoadCurrent().status());
-    ExpectAnswerOrFailingDisk(store.LoadCatalogue().status());
+    ExpectAnswerOrFailingDisk(store.ReadCurrent(1, kTags).status());
+    ExpectAnswerOrFailingDisk(
+        store.Rows({.table = TableId::kTag}, SIZE_MAX, [](RowView) { return true; }));
   }
 
   void ExpectNothingLost() {
@@ -129,7 +130,7 @@ TEST_P(OneFailedRead, LosesNothingThatWasAnswered) {
     StartOver();
     ReadFaults faults;
     faults.Fail(GetParam().error, n, n);
-    auto store = OpenSqliteStore(Folder(), kTinyOptions);
+    auto store = OpenSqliteStore(Folder(), {}, kTinyOptions);
     ExpectAnswerOrFailingDisk(store.status());
     if (store.ok()) {
       Use(**store);
@@ -172,7 +173,7 @@ TEST_F(FailingReads, LetAnOpeningThatFailsChangeNothing) {
   int failed = 0;
   for (std::int64_t n = 1;; ++n) {
     faults.Fail(EIO, n, n);
-    const ZR3_STATUS code = OpenSqliteStore(Folder(), SqliteStoreOptions()).code();
+    const ZR3_STATUS code = OpenSqliteStore(Folder(), {}, SqliteStoreOptions()).code();
     faults.Heal();
     if (code == ZR3_OK) break;
     ++failed;
@@ -187,7 +188,7 @@ TEST_F(FailingReads, DoNotKeepAGenerationFromItsChunksOnceTheyAreOver) {
   StartOver();
   ReadFaults faults;
   const auto store = MustOpen(Folder());
-  std::vector<AcceptedSample> batch;
+  std::vector<MarkedSample> batch;
   for (std::int64_t i = 1; i <= 40; ++i) batch.push_back(LongRecord(1, 10 * i + 5));
   ASSERT_TRUE(Append(*store, batch).ok());
   faults.Fail(EIO, 1);
@@ -204,7 +205,7 @@ TEST_F(FailingReads, KeepNoStoreFromClosing) {
   StartOver();
   ReadFaults faults;
   auto store = MustOpen(Folder());
-  std::vector<AcceptedSample> batch;
+  std::vector<MarkedSample> batch;
   for (std::int64_t i = 1; i <= 40; ++i) batch.push_back(LongRecord(1, 10 * i + 5));
   ASSERT_TRUE(Append(*store, batch).ok());
   faults.Fail(EIO, 1);

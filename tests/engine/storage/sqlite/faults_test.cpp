@@ -31,8 +31,8 @@ class UnwritableFolder : public testing::Test {
  protected:
   UnwritableFolder() {
     const auto store = MustOpen(Folder());
-    EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
-    EXPECT_TRUE(store->Append(std::vector{Record(1, 10, 1)}).ok());
+    EXPECT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
+    EXPECT_TRUE(Append(*store, std::vector<MarkedSample>{Record(1, 10, 1)}).ok());
   }
 
   ~UnwritableFolder() override {
@@ -99,21 +99,25 @@ TEST_P(FullDisk, IsToldAndLosesNothingThatWasAnswered) {
   const TempFolder folder;
   ExpectInChild([&] {
     auto store = MustOpen(folder.path());
-    ASSERT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
+    ASSERT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
     LimitFiles(GetParam());
     std::int64_t answered = 0;
     const auto append = [&] {
-      std::vector<AcceptedSample> batch;
+      std::vector<MarkedSample> batch;
       for (std::int64_t i = 1; i <= 10; ++i) {
-        AcceptedSample record = Record(1, answered + i, 0);
+        MarkedSample record = Record(1, answered + i, 0);
         record.sample.type = TagType::kBlob;
         record.sample.value = std::string(1000, static_cast<char>(answered + i));
         batch.push_back(record);
       }
-      Status status = store->AppendTaking(batch);
-      if (status.ok()) answered += 10;
-      EXPECT_EQ(batch.size(), status.ok() ? 0U : 10U) << "a refused batch is the caller's still";
-      return status;
+      StoreBatch changes;
+      for (const MarkedSample& record : batch) AddTo(changes.records, record);
+      CommitAnswer answer = StoreDriver(*store).Commit(changes);
+      EXPECT_NE(answer.fate, CommitAnswer::Fate::kUnknown) << answer.status.message();
+      if (answer.status.ok()) answered += 10;
+      const bool is_whole = changes.records.size() == 10 && changes.records.samples.size() == 10;
+      EXPECT_TRUE(answer.status.ok() || is_whole) << "a refused batch is the caller's still";
+      return answer.status;
     };
     Status status;
     while (status.ok() && answered < 100'000) status = append();

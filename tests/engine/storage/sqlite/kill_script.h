@@ -4,9 +4,11 @@
 #include <map>
 #include <optional>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "engine/storage/store.h"
+#include "tests/engine/storage/store_driver.h"
 
 // What the writing process of the kill test does: one call of the store a step, known from the
 // step's number alone, so that the testing process knows what each answer vouches for.
@@ -15,7 +17,7 @@ namespace zervane::storage {
 struct KillStep {
   std::optional<TagId> put;
   std::optional<TagId> remove;
-  std::vector<AcceptedSample> batch;
+  std::vector<MarkedSample> batch;
 };
 
 constexpr TagId kLastingTags = 5;
@@ -38,7 +40,7 @@ inline KillStep StepOf(unsigned seed, std::int64_t number) {
   };
   step.batch.resize(static_cast<std::size_t>(draw(1, 30)));
   std::int64_t time_ms = number * 100;
-  for (AcceptedSample& record : step.batch) {
+  for (MarkedSample& record : step.batch) {
     const bool passing = age > 3 && draw(0, 5) == 0;
     record.tag = passing ? passing_tag : static_cast<TagId>(draw(1, kLastingTags));
     // In order, late, or again at the time of a record of an earlier step. (One draw a statement:
@@ -48,20 +50,19 @@ inline KillStep StepOf(unsigned seed, std::int64_t number) {
     const std::int64_t place = draw(1, 10);
     record.sample.time_ms = in_order ? ++time_ms : earlier_step * 100 + place;
     record.sample.value = static_cast<double>(number) + static_cast<double>(place) / 16;
-    record.archive = draw(0, 9) > 0;
-    record.current = draw(0, 9) > 0;
+    const bool archives = draw(0, 9) > 0;
+    const bool is_current = draw(0, 9) > 0;
+    record.marks =
+        static_cast<std::uint8_t>((archives ? kArchive : 0) | (is_current ? kCurrent : 0));
   }
   return step;
 }
 
 // The store's answer to the step.
-inline Status Perform(const KillStep& step, std::int64_t number, Store& store) {
-  Tag tag;
-  if (step.remove) return store.RemoveTag(*step.remove, number);
-  if (!step.put) return store.Append(step.batch);
-  tag.id = *step.put;
-  tag.name = "TAG" + std::to_string(tag.id);
-  return store.PutTag(tag, number);
+inline Status Perform(const KillStep& step, Store& store) {
+  if (step.remove) return RemoveTag(store, *step.remove);
+  if (step.put) return PutTag(store, TagNamed(*step.put, "TAG" + std::to_string(*step.put)));
+  return Append(store, step.batch);
 }
 
 // What the steps so far add up to.
@@ -78,10 +79,10 @@ struct KillModel {
   void Apply(const KillStep& step) {
     if (step.put) tags[*step.put];
     if (step.remove) tags.erase(*step.remove);
-    for (const AcceptedSample& record : step.batch) {
+    for (const MarkedSample& record : step.batch) {
       Tag& tag = tags.at(record.tag);
-      if (record.archive) tag.archive[record.sample.time_ms] = record.sample;
-      if (record.current) tag.current = record.sample;
+      if ((record.marks & kArchive) != 0) tag.archive[record.sample.time_ms] = record.sample;
+      if ((record.marks & kCurrent) != 0) tag.current = record.sample;
     }
   }
 

@@ -14,15 +14,13 @@ namespace fs = std::filesystem;
 // Everything that the store holds.
 KillModel Contents(Store& store) {
   KillModel contents;
-  const Result<CatalogueImage> catalogue = store.LoadCatalogue();
-  const Result<std::vector<TagSample>> current = store.LoadCurrent();
-  for (const Tag& tag : catalogue->tags) {
+  for (const Tag& tag : Tags(store)) {
     for (const Sample& sample : ReadAll(store, tag.id)) {
       contents.tags[tag.id].archive[sample.time_ms] = sample;
     }
     contents.tags[tag.id];
   }
-  for (const TagSample& value : *current) {
+  for (const TagSample& value : CurrentValues(store)) {
     contents.tags[value.tag].current = value.sample;
   }
   return contents;

@@ -29,11 +29,11 @@ int main(int, char** arguments) {
   const std::string folder = arguments[1];
   const auto seed = static_cast<unsigned>(std::stoul(arguments[2]));
   for (std::int64_t number = std::stoll(arguments[3]);;) {
-    const auto store = zervane::OpenSqliteStore(folder, kOptions);
+    const auto store = zervane::OpenSqliteStore(folder, {}, kOptions);
     if (!store.ok()) return Fail(store.status());
     for (int i = 0; i < kStepsPerOpen; ++i, ++number) {
       const zervane::storage::KillStep step = zervane::storage::StepOf(seed, number);
-      const zervane::Status status = zervane::storage::Perform(step, number, **store);
+      const zervane::Status status = zervane::storage::Perform(step, **store);
       if (!status.ok()) return Fail(status);
       if (write(kAnswers, &number, sizeof(number)) != sizeof(number)) return 2;
     }

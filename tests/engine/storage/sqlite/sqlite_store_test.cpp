@@ -1,4 +1,3 @@
-#include "api/words/tag_columns.h"
 #include "engine/storage/sqlite/sqlite_store.h"
 
 #include <fcntl.h>
@@ -11,9 +10,11 @@
 #include <csignal>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <random>
 #include <sstream>
 
+#include "api/words/tag_columns.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 #include "tests/support/seed.h"
@@ -38,11 +39,11 @@ void Write(const fs::path& file, std::string_view bytes) {
 void MakeDatabase(const fs::path& folder) {
   const auto store = MustOpen(folder);
   for (TagId tag = 1; tag <= 2; ++tag) {
-    EXPECT_TRUE(store->PutTag(TagNamed(tag, "TAG"), tag).ok());
+    EXPECT_TRUE(PutTag(*store, TagNamed(tag, "TAG")).ok());
     for (int i = 1; i <= 100; i += 10) {
-      std::vector<AcceptedSample> batch;
+      std::vector<MarkedSample> batch;
       for (int k = i; k < i + 10; ++k) batch.push_back(Record(tag, 10 * k, k));
-      EXPECT_TRUE(store->Append(batch).ok());
+      EXPECT_TRUE(Append(*store, batch).ok());
     }
   }
 }
@@ -79,23 +80,15 @@ TEST_F(StoreFolder, TakesAnEmptyFileForANewDatabase) {
 
 TEST_F(StoreFolder, RefusesALaterLayoutAndLeavesItsFileAlone) {
   MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "PRAGMA user_version = 3");
+  EditFile(folder_.path(), "PRAGMA user_version = 4");
   const std::string before = Contents(File());
   const Status status = OpenStatus();
   EXPECT_EQ(status.code(), ZR3_ERR_DATABASE_VERSION);
   EXPECT_THAT(status.message(), HasSubstr(File().string()));
-  EXPECT_THAT(status.message(), HasSubstr("layout 3"));
+  EXPECT_THAT(status.message(), HasSubstr("layout 4"));
   EXPECT_EQ(Contents(File()), before);
-  EditFile(folder_.path(), "PRAGMA user_version = 2");
+  EditFile(folder_.path(), "PRAGMA user_version = 3");
   EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
-}
-
-TEST_F(StoreFolder, BringsLayout1UpToThisOne) {
-  MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "DROP TABLE held; PRAGMA user_version = 1");
-  EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
-  EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 2);
-  EXPECT_EQ(NumberInFile(folder_.path(), "SELECT count(*) FROM held"), 0);
 }
 
 struct ForeignCase {
@@ -184,7 +177,7 @@ TEST_F(StoreFolder, StaysInUseWithoutItsLockFile) {
     EXPECT_EQ(OpenInOtherProcess(folder_.path()), 1);
   }
   ExpectLockedForOthers(File());
-  EXPECT_TRUE(store->Append(std::vector{Record(1, 2000, 1)}).ok());
+  EXPECT_TRUE(Append(*store, std::vector<MarkedSample>{Record(1, 2000, 1)}).ok());
   EXPECT_EQ(ReadAll(*store, 1).size(), 101U);
   store.reset();
   EXPECT_EQ(OpenInOtherProcess(folder_.path()), 0);
@@ -225,14 +218,14 @@ TEST_F(StoreFolder, LosesOnlyWhatADamagedChunkHolds) {
            "UPDATE chunk SET payload = zeroblob(50) WHERE tag = 1 AND first_time <= 500 "
            "AND last_time >= 500");
   const auto store = MustOpen(folder_.path());
-  const auto records = store->Read(1, {500, 500}, Direction::kForward, 1);
+  const auto records = TryRead(*store, 1, {500, 500}, Direction::kForward, 1);
   EXPECT_EQ(records.code(), ZR3_ERR_STORAGE_DAMAGED);
   EXPECT_THAT(records.status().message(), HasSubstr("of tag 1, times"));
-  EXPECT_EQ(store->Read(1, {}, Direction::kBackward, 100).code(), ZR3_ERR_STORAGE_DAMAGED);
-  EXPECT_EQ(store->Count(1, {500, 1000}).code(), ZR3_ERR_STORAGE_DAMAGED);
-  EXPECT_EQ(store->Read(1, {10, 200}, Direction::kForward, 100)->size(), 20U);
-  EXPECT_EQ(store->Read(1, {}, Direction::kForward, 20)->size(), 20U);
-  EXPECT_EQ(store->Read(1, {}, Direction::kBackward, 20)->size(), 20U);
+  EXPECT_EQ(TryRead(*store, 1, {}, Direction::kBackward, 100).code(), ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_EQ(TryCount(*store, 1, {500, 1000}).code(), ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_EQ(TryRead(*store, 1, {10, 200}, Direction::kForward, 100)->size(), 20U);
+  EXPECT_EQ(TryRead(*store, 1, {}, Direction::kForward, 20)->size(), 20U);
+  EXPECT_EQ(TryRead(*store, 1, {}, Direction::kBackward, 20)->size(), 20U);
   EXPECT_EQ(ReadAll(*store, 2).size(), 100U);
 }
 
@@ -240,22 +233,24 @@ TEST_F(StoreFolder, TakesNewRecordsWhereAChunkIsDamaged) {
   MakeDatabase(folder_.path());
   EditFile(folder_.path(), "UPDATE chunk SET payload = zeroblob(50) WHERE tag = 1");
   auto store = MustOpen(folder_.path());
-  EXPECT_TRUE(store->Append(std::vector{Record(1, 505, 1), Record(1, 2000, 1)}).ok());
+  EXPECT_TRUE(
+      Append(*store, std::vector<MarkedSample>{Record(1, 505, 1), Record(1, 2000, 1)}).ok());
   store.reset();
   store = MustOpen(folder_.path());
-  EXPECT_EQ(store->Read(1, {505, 505}, Direction::kForward, 1)->size(), 1U);
-  EXPECT_EQ(store->Read(1, {2000, 2000}, Direction::kForward, 1)->size(), 1U);
+  EXPECT_EQ(TryRead(*store, 1, {505, 505}, Direction::kForward, 1)->size(), 1U);
+  EXPECT_EQ(TryRead(*store, 1, {2000, 2000}, Direction::kForward, 1)->size(), 1U);
 }
 
 TEST_F(StoreFolder, LosesOnlyADamagedBatchOfTheJournal) {
   const fs::path crashed = folder_.path() / "crashed";
   {
     const auto store = MustOpen(folder_.path());
-    EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
-    for (int i = 1; i <= 3; ++i) EXPECT_TRUE(store->Append(std::vector{Record(1, i, i)}).ok());
+    EXPECT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
+    for (int i = 1; i <= 3; ++i)
+      EXPECT_TRUE(Append(*store, std::vector<MarkedSample>{Record(1, i, i)}).ok());
     CopyWhileOpen(folder_.path(), crashed);
   }
-  EditFile(crashed, "UPDATE journal SET payload = zeroblob(30) WHERE seq = 2");
+  EditFile(crashed, "UPDATE journal SET payload = zeroblob(30) WHERE seq = 3");
   const auto store = MustOpen(crashed);
   const auto records = ReadAll(*store, 1);
   ASSERT_EQ(records.size(), 2U);
@@ -267,9 +262,9 @@ TEST_F(StoreFolder, LosesOnlyADamagedBatchOfTheJournal) {
 TEST_F(StoreFolder, LosesOnlyADamagedCurrentValue) {
   MakeDatabase(folder_.path());
   EditFile(folder_.path(), "UPDATE current SET payload = zeroblob(30) WHERE tag = 1");
-  const auto values = MustOpen(folder_.path())->LoadCurrent();
-  ASSERT_EQ(values->size(), 1U);
-  EXPECT_EQ(values->front().tag, 2U);
+  const auto values = CurrentValues(*MustOpen(folder_.path()));
+  ASSERT_EQ(values.size(), 1U);
+  EXPECT_EQ(values.front().tag, 2U);
 }
 
 TEST_F(StoreFolder, RefusesAFileWithoutItsTables) {
@@ -278,35 +273,36 @@ TEST_F(StoreFolder, RefusesAFileWithoutItsTables) {
   EXPECT_EQ(OpenStatus().code(), ZR3_ERR_STORAGE_FAILED);
 }
 
-TEST_F(StoreFolder, SaysThatItLostTheCatalogueVersion) {
+TEST_F(StoreFolder, SaysThatItLostTheEncodingOfItsTexts) {
   MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "DELETE FROM catalogue");
-  EXPECT_EQ(MustOpen(folder_.path())->LoadCatalogue().code(), ZR3_ERR_STORAGE_DAMAGED);
+  EditFile(folder_.path(), "DELETE FROM settings WHERE name = 'encoding'");
+  EXPECT_EQ(OpenStatus().code(), ZR3_ERR_STORAGE_DAMAGED);
 }
 
 // Opens the folder and, when that succeeds, does a little of everything. Whatever the file holds,
 // each call answers.
 void UseWhateverItIs(const fs::path& folder) {
-  const auto opened = OpenSqliteStore(folder, kTinyOptions);
+  const auto opened = OpenSqliteStore(folder, {}, kTinyOptions);
   if (!opened.ok()) {
     EXPECT_THAT(opened.code(), testing::AnyOf(ZR3_ERR_STORAGE_DAMAGED, ZR3_ERR_NOT_A_DATABASE,
                                               ZR3_ERR_STORAGE_FAILED, ZR3_ERR_DATABASE_VERSION,
-                                              ZR3_ERR_STORAGE_READ_ONLY));
+                                              ZR3_ERR_STORAGE_READ_ONLY, ZR3_ERR_INVALID_TEXT));
     return;
   }
   Store& store = **opened;
-  (void)store.LoadCatalogue();
-  (void)store.LoadCurrent();
+  (void)store.Rows({.table = TableId::kTag}, SIZE_MAX, [](RowView) { return true; });
+  (void)store.Rows({.table = TableId::kSettings}, SIZE_MAX, [](RowView) { return true; });
+  (void)store.ReadCurrent(0, std::numeric_limits<TagId>::max());
   for (TagId tag = 1; tag <= 2; ++tag) {
-    (void)store.Read(tag, {}, Direction::kForward, 1000);
-    (void)store.Read(tag, {300, 700}, Direction::kBackward, 1000);
-    (void)store.Count(tag, {15, 995});
-    std::vector<AcceptedSample> batch;
+    (void)TryRead(store, tag, {}, Direction::kForward, 1000);
+    (void)TryRead(store, tag, {300, 700}, Direction::kBackward, 1000);
+    (void)TryCount(store, tag, {15, 995});
+    std::vector<MarkedSample> batch;
     for (int i = 0; i < 50; ++i) batch.push_back(Record(tag, 17 * i, i));
-    (void)store.Append(batch);
+    (void)Append(store, batch);
   }
-  (void)store.PutTag(TagNamed(3, "NEW"), 9);
-  (void)store.RemoveTag(2, 10);
+  (void)PutTag(store, TagNamed(3, "NEW"));
+  (void)RemoveTag(store, 2);
 }
 
 // Byte 18 of the file is SQLite's format for writing: one that it does not know, it only reads.
@@ -350,7 +346,7 @@ TEST_F(StoreFolder, SurvivesAFileWithRandomBytesInIt) {
 // ---- what is kept over a reopening ----
 
 TEST_F(StoreFolder, KeepsEveryPropertyOfATag) {
-  Tag tag = TagNamed(7, "caf\xE9 \xB2\xE2");  // not UTF-8
+  Tag tag = TagNamed(7, "caf\u00e9 \u6d4b");
   int n = 100;
   const auto fill = [&]<typename T>(T& property) {
     ++n;
@@ -366,41 +362,41 @@ TEST_F(StoreFolder, KeepsEveryPropertyOfATag) {
   tag.change_date = 0xFFFFFFFF;
   tag.exc_max_time = -1;
   tag.min_value = -std::numeric_limits<float>::infinity();
-  EXPECT_TRUE(MustOpen(folder_.path())->PutTag(tag, 1).ok());
-  EXPECT_THAT(MustOpen(folder_.path())->LoadCatalogue()->tags, testing::ElementsAre(tag));
+  EXPECT_TRUE(PutTag(*MustOpen(folder_.path()), tag).ok());
+  EXPECT_THAT(Tags(*MustOpen(folder_.path())), testing::ElementsAre(tag));
   tag.span = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_TRUE(MustOpen(folder_.path())->PutTag(tag, 2).ok());
-  EXPECT_TRUE(std::isnan(MustOpen(folder_.path())->LoadCatalogue()->tags.front().span));
+  EXPECT_TRUE(PutTag(*MustOpen(folder_.path()), tag).ok());
+  EXPECT_TRUE(std::isnan(Tags(*MustOpen(folder_.path())).front().span));
 }
 
 TEST_F(StoreFolder, DoesNotBringARemovedTagBackFromTheJournal) {
   const fs::path crashed = folder_.path() / "crashed";
   {
     const auto store = MustOpen(folder_.path());
-    EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
-    EXPECT_TRUE(store->Append(std::vector{Record(1, 10, 1)}).ok());
-    EXPECT_TRUE(store->RemoveTag(1, 2).ok());
+    EXPECT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
+    EXPECT_TRUE(Append(*store, std::vector<MarkedSample>{Record(1, 10, 1)}).ok());
+    EXPECT_TRUE(RemoveTag(*store, 1).ok());
     CopyWhileOpen(folder_.path(), crashed);
   }
-  EXPECT_EQ(NumberInFile(crashed, "SELECT count(*) FROM journal"), 1) << "or nothing is tested";
+  EXPECT_EQ(NumberInFile(crashed, "SELECT count(*) FROM journal"), 3) << "or nothing is tested";
   const auto store = MustOpen(crashed);
   EXPECT_TRUE(ReadAll(*store, 1).empty());
-  EXPECT_TRUE(store->LoadCurrent()->empty());
+  EXPECT_TRUE(CurrentValues(*store).empty());
 }
 
 TEST_F(StoreFolder, GivesTheRoomOfItsJournalBackWhenItIsClosed) {
   constexpr std::uintmax_t kBlobBytes = 3000 * 1000;
   {
     const auto store = MustOpen(folder_.path(), {});
-    EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
-    std::vector<AcceptedSample> batch;
+    EXPECT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
+    std::vector<MarkedSample> batch;
     for (int i = 0; i < 3000; ++i) {
-      AcceptedSample record = Record(1, 10, 0);  // of one time, so that the archive keeps but one
+      MarkedSample record = Record(1, 10, 0);  // of one time, so that the archive keeps but one
       record.sample.type = TagType::kBlob;
       record.sample.value = std::string(1000, static_cast<char>(i));
       batch.push_back(record);
     }
-    EXPECT_TRUE(store->Append(batch).ok());
+    EXPECT_TRUE(Append(*store, batch).ok());
   }
   EXPECT_LT(fs::file_size(File()), kBlobBytes / 10);
   ExpectWholeFile(folder_.path());
@@ -423,9 +419,9 @@ std::string LogGeneration(const fs::path& folder) {
 
 TEST_F(StoreFolder, StartsItsLogOverInsteadOfLettingItGrow) {
   const auto store = MustOpen(folder_.path(), {});
-  EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
+  EXPECT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
   const std::string first = LogGeneration(folder_.path());
-  std::vector<AcceptedSample> batch;
+  std::vector<MarkedSample> batch;
   int appends = 0;
   while (LogGeneration(folder_.path()) == first && appends < 2000) {
     batch.clear();
@@ -434,7 +430,7 @@ TEST_F(StoreFolder, StartsItsLogOverInsteadOfLettingItGrow) {
       batch.back().sample.type = TagType::kBlob;
       batch.back().sample.value = std::string(500, static_cast<char>(i * 7 + appends));
     }
-    ASSERT_TRUE(store->Append(batch).ok());
+    ASSERT_TRUE(Append(*store, batch).ok());
     ++appends;
   }
   EXPECT_LT(appends, 2000);
@@ -447,23 +443,25 @@ struct ChangeCase {
 
 class RepeatedChange : public StoreFolder, public testing::WithParamInterface<ChangeCase> {};
 
-INSTANTIATE_TEST_SUITE_P(
-    StoreFolder, RepeatedChange,
-    testing::Values(ChangeCase{"AddingTags",
-                               [](Store& store, int number) {
-                                 return store.PutTag(TagNamed(number, "TAG"), number);
-                               }},
-                    ChangeCase{"AddingAndRemovingATag",
-                               [](Store& store, int number) {
-                                 const Status added = store.PutTag(TagNamed(7, "TAG"), number);
-                                 if (!added.ok()) return added;
-                                 return store.RemoveTag(7, number);
-                               }},
-                    ChangeCase{"Appending",
-                               [](Store& store, int number) {
-                                 return store.Append(std::vector{Record(1, number, 0)});
-                               }}),
-    CaseName());
+INSTANTIATE_TEST_SUITE_P(StoreFolder, RepeatedChange,
+                         testing::Values(ChangeCase{"AddingTags",
+                                                    [](Store& store, int number) {
+                                                      return PutTag(store, TagNamed(number, "TAG"));
+                                                    }},
+                                         ChangeCase{"AddingAndRemovingATag",
+                                                    [](Store& store, int) {
+                                                      const Status added =
+                                                          PutTag(store, TagNamed(7, "TAG"));
+                                                      if (!added.ok()) return added;
+                                                      return RemoveTag(store, 7);
+                                                    }},
+                                         ChangeCase{"Appending",
+                                                    [](Store& store, int number) {
+                                                      return Append(store,
+                                                                    std::vector<MarkedSample>{
+                                                                        Record(1, number, 0)});
+                                                    }}),
+                         CaseName());
 
 TEST_P(RepeatedChange, StartsTheLogOver) {
   const auto store = MustOpen(folder_.path(), {.log_pages = 32});
@@ -476,19 +474,19 @@ TEST_P(RepeatedChange, StartsTheLogOver) {
   EXPECT_LT(changes, 1000);
 }
 
-TEST_F(StoreFolder, SplitsABatchThatIsLargerThanABlock) {
+TEST_F(StoreFolder, KeepsABatchThatIsLargerThanABlock) {
   constexpr int kRecords = 70'000;
-  std::vector<AcceptedSample> batch;
+  std::vector<MarkedSample> batch;
   for (int i = 0; i < kRecords; ++i) batch.push_back(Record(1, i, i));
   const fs::path crashed = folder_.path() / "crashed";
   {
     const auto store = MustOpen(folder_.path(), {});
-    EXPECT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
-    EXPECT_TRUE(store->Append(batch).ok());
+    EXPECT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
+    EXPECT_TRUE(Append(*store, batch).ok());
     CopyWhileOpen(folder_.path(), crashed);
   }
   EXPECT_EQ(NumberInFile(crashed, "SELECT count(*) FROM journal"), 2);
-  EXPECT_EQ(*MustOpen(crashed, {})->Count(1, {}), kRecords);
+  EXPECT_EQ(CountRange(*MustOpen(crashed, {}), 1, {}), kRecords);
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ TEST_P(ReadersBesideAWriter, SeeEveryAnsweredRecordOnceAtAnyInstant) {
   constexpr int kBatchRecords = 7;
   const TempFolder folder;
   const auto store = MustOpen(folder.path(), GetParam().options);
-  ASSERT_TRUE(store->PutTag(TagNamed(1, "TAG"), 1).ok());
+  ASSERT_TRUE(PutTag(*store, TagNamed(1, "TAG")).ok());
   std::atomic<std::int64_t> answered = 0;
   std::atomic<bool> done = false;
   std::atomic<std::int64_t> faults = 0;
@@ -48,10 +48,10 @@ TEST_P(ReadersBesideAWriter, SeeEveryAnsweredRecordOnceAtAnyInstant) {
   const auto read = [&] {
     do {
       const std::int64_t least = answered;
-      const auto forward = store->Read(1, {}, Direction::kForward, SIZE_MAX);
-      const auto backward = store->Read(1, {1, least}, Direction::kBackward, 30);
-      const auto count = store->Count(1, {1, least});
-      const auto current = store->LoadCurrent();
+      const auto forward = TryRead(*store, 1, {}, Direction::kForward, SIZE_MAX);
+      const auto backward = TryRead(*store, 1, {1, least}, Direction::kBackward, 30);
+      const auto count = TryCount(*store, 1, {1, least});
+      const auto current = store->ReadCurrent(1, 1);
       const bool right = forward.ok() && is_run(*forward, 1, 1) && std::ssize(*forward) >= least &&
                          backward.ok() && is_run(*backward, least, -1) &&
                          std::ssize(*backward) == std::min<std::int64_t>(least, 30) && count.ok() &&
@@ -64,12 +64,12 @@ TEST_P(ReadersBesideAWriter, SeeEveryAnsweredRecordOnceAtAnyInstant) {
   std::vector<std::thread> readers;
   for (int i = 0; i < 3; ++i) readers.emplace_back(read);
   for (int batch = 0; batch < kBatches; ++batch) {
-    std::vector<AcceptedSample> records;
+    std::vector<MarkedSample> records;
     for (int i = 1; i <= kBatchRecords; ++i) {
       records.push_back(Record(1, batch * kBatchRecords + i, batch));
     }
     records.push_back(Record(1, 1 + batch * kBatchRecords / 2, -batch));
-    EXPECT_TRUE(store->Append(records).ok());
+    EXPECT_TRUE(Append(*store, records).ok());
     answered = (batch + 1) * kBatchRecords;
   }
   done = true;

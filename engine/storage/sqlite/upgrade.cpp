@@ -1,0 +1,139 @@
+#include "engine/storage/sqlite/upgrade.h"
+
+#include <spdlog/fmt/fmt.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "api/words/utf8.h"
+#include "engine/log.h"
+#include "engine/storage/sqlite/row_table.h"
+#include "engine/storage/sqlite/settings.h"
+#include "engine/storage/tables.h"
+
+namespace zervane::storage {
+namespace {
+
+// Layout 1 knew no records held back, and wrote chunks that this release still reads.
+constexpr char kFromLayout1[] = R"(
+CREATE TABLE held (
+  tag INTEGER PRIMARY KEY,
+  payload BLOB NOT NULL
+);
+)";
+
+// Layout 2 kept the catalogue's numbers in a table of their own, and counted entries of the journal
+// where commits are counted now.
+constexpr char kFromLayout2[] = R"(
+INSERT INTO settings SELECT 'last_id', last_id FROM catalogue;
+INSERT INTO settings SELECT 'catalogue_version', version FROM catalogue;
+INSERT INTO settings SELECT 'last_commit', ifnull(max(seq), 0) FROM journal;
+DROP TABLE catalogue;
+)";
+
+// So many tags are in memory at a time.
+constexpr std::size_t kTagsAtOnce = 1'000;
+
+bool IsAscii(std::string_view text) {
+  return std::ranges::all_of(text, [](char c) { return static_cast<signed char>(c) >= 0; });
+}
+
+// Converts tags' rows to UTF-8.
+class TagTexts {
+ public:
+  TagTexts(Connection& connection, std::string_view encoding, const TextDecoder& decoder)
+      : connection_(connection), encoding_(encoding), decoder_(decoder) {}
+
+  Status Convert() {
+    Row last;
+    do {
+      changes_.clear();
+      Status status;
+      std::size_t rows = 0;
+      const RowRange range{.table = TableId::kTag, .from = last, .is_behind = true};
+      const auto convert = [&](RowView row) {
+        ++rows;
+        last = {CopyOf(row.front())};
+        status = ConvertRow(row);
+        return status.ok();
+      };
+      Status visited = VisitRows(connection_, range, kTagsAtOnce, convert);
+      if (status.ok()) status = std::move(visited);
+      for (const RowChange& change : changes_) {
+        if (status.ok()) status = ChangeRow(connection_, change);
+      }
+      if (!status.ok()) return status;
+      if (rows < kTagsAtOnce) return {};
+    } while (true);
+  }
+
+ private:
+  Status ConvertRow(RowView row) {
+    const bool is_ascii = std::ranges::all_of(row, [](const CellView& cell) {
+      const auto* text = std::get_if<std::string_view>(&cell);
+      return text == nullptr || IsAscii(*text);
+    });
+    if (is_ascii) return {};
+    RowChange change{.table = TableId::kTag, .key = {CopyOf(row.front())}, .row = Row()};
+    for (const CellView& cell : row) {
+      Cell copy = CopyOf(cell);
+      if (auto* text = std::get_if<std::string>(&copy)) {
+        std::optional<std::string> converted = Converted(*text);
+        if (!converted) return Refusal(row);
+        *text = *std::move(converted);
+      }
+      change.row->push_back(std::move(copy));
+    }
+    changes_.push_back(std::move(change));
+    return {};
+  }
+
+  std::optional<std::string> Converted(const std::string& text) const {
+    std::optional<std::string> utf8 = decoder_ == nullptr ? text : decoder_(text);
+    return utf8 && IsUtf8(*utf8) ? utf8 : std::nullopt;
+  }
+
+  Status Refusal(RowView row) const {
+    const auto* id = std::get_if<std::int64_t>(&row.front());
+    std::string message = fmt::format(
+        "a text of tag {} is not in {}, which the texts of this database of an earlier "
+        "release are taken to be in; ZERVANE_ENCODING names another encoding",
+        id == nullptr ? 0 : *id, encoding_);
+    LogError("{}", message);
+    return {ZR3_ERR_INVALID_TEXT, std::move(message)};
+  }
+
+  Connection& connection_;
+  const std::string_view encoding_;
+  const TextDecoder& decoder_;
+  std::vector<RowChange> changes_;
+};
+
+}  // namespace
+
+Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
+  const Result<TextDecoder> decoder = DecoderOf(encoding, encoding.name);
+  if (!decoder.ok()) return decoder.status();
+  std::string sql = layout < 2 ? kFromLayout1 : "";
+  sql += CreateTable(InfoOf(TableId::kSettings)) + CreateTable(InfoOf(TableId::kProgress));
+  sql += kFromLayout2;
+  if (Status status = connection.Execute(sql.c_str()); !status.ok()) return status;
+  Status status = PutSetting(connection, kEncodingSetting, encoding.name);
+  if (!status.ok()) return status;
+  return TagTexts(connection, encoding.name, *decoder).Convert();
+}
+
+Result<TextDecoder> DecoderOf(const TextEncoding& encoding, std::string_view name) {
+  if (name == "UTF-8") return TextDecoder();
+  std::optional<TextDecoder> decoder =
+      encoding.decoder_of == nullptr ? std::nullopt : encoding.decoder_of(name);
+  if (decoder) return *std::move(decoder);
+  return Status(ZR3_ERR_INVALID_TEXT,
+                fmt::format("texts of the database are in {}, which is not known here", name));
+}
+
+}  // namespace zervane::storage
