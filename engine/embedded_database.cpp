@@ -18,7 +18,7 @@ template <typename Op>
 Status HandleOperation(Engine& engine, const Caller& caller, const void* operation, void* reply) {
   Result<typename Op::Reply> result = engine.Handle(caller, *static_cast<const Op*>(operation));
   if (!result.ok()) return result.status();
-  *static_cast<typename Op::Reply*>(reply) = *std::move(result);
+  *static_cast<typename Op::Reply*>(reply) = std::move(*result);
   return {};
 }
 

@@ -137,7 +137,7 @@ Status FillBlob(std::string_view bytes, ZR3StrBlob* buffer) {
   return status;
 }
 
-Status FillValue(const SampleView& sample, StandardText& texts, ZR3RecordValue* value) {
+Status FillNumberValue(const SampleView& sample, ZR3RecordValue* value) {
   const std::int32_t integer = IntegerOf(sample.number);
   switch (sample.type) {
     case TagType::kInt8:
@@ -159,11 +159,17 @@ Status FillValue(const SampleView& sample, StandardText& texts, ZR3RecordValue* 
       value->nDigital = static_cast<int8>(integer);
       return {};
     case TagType::kString:
-      return FillString(sample.text, texts, &value->strBlob);
     case TagType::kBlob:
-      return FillBlob(sample.text, &value->strBlob);
+      break;
   }
   return {ZR3_ERR_INTERNAL, "a sample of no type"};
+}
+
+void FillHeader(const SampleView& sample, ZR3Record* record) {
+  record->nSec = static_cast<int32>(static_cast<std::uint32_t>(sample.time_ms / kMsPerSecond));
+  record->nMsec = static_cast<int16>(sample.time_ms % kMsPerSecond);
+  record->nQuality = sample.quality;
+  record->nTagType = static_cast<ZR3_TAG_TYPE>(sample.type);
 }
 
 }  // namespace
@@ -209,13 +215,18 @@ SampleView ViewOf(const Sample& sample) {
           .text = sample.value.text().str()};
 }
 
+Status FillNumber(const SampleView& sample, ZR3Record* record) {
+  Status status = FillNumberValue(sample, &record->value);
+  if (status.ok()) FillHeader(sample, record);
+  return status;
+}
+
 Status FillRecord(const SampleView& sample, StandardText& texts, ZR3Record* record) {
-  Status status = FillValue(sample, texts, &record->value);
-  if (!status.ok()) return status;
-  record->nSec = static_cast<int32>(static_cast<std::uint32_t>(sample.time_ms / kMsPerSecond));
-  record->nMsec = static_cast<int16>(sample.time_ms % kMsPerSecond);
-  record->nQuality = sample.quality;
-  record->nTagType = static_cast<ZR3_TAG_TYPE>(sample.type);
+  if (!IsText(sample.type)) return FillNumber(sample, record);
+  ZR3StrBlob* const buffer = &record->value.strBlob;
+  Status status = sample.type == TagType::kString ? FillString(sample.text, texts, buffer)
+                                                  : FillBlob(sample.text, buffer);
+  if (status.ok()) FillHeader(sample, record);
   return status;
 }
 

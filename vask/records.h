@@ -54,5 +54,7 @@ SampleView ViewOf(const Sample& sample);
 // null, ZR3_ERR_BUFFER_TOO_SMALL. A STRING that is longer than a buffer of ZR3_LEN_VALUE bytes, or
 // of more, is cut after a whole character. A record that is refused is untouched.
 Status FillRecord(const SampleView& sample, StandardText& texts, ZR3Record* record);
+// The same of a number, whose filling needs no converter of texts.
+Status FillNumber(const SampleView& sample, ZR3Record* record);
 
 }  // namespace zervane

@@ -36,12 +36,13 @@ namespace {
 
 // The caller's nTagType tells whether the record has a buffer: in a record prepared for a number,
 // where the tag holds text by now, there may stand anything.
-Status FillSnapshot(const SampleView& sample, StandardText& texts, ZR3Record* record) {
+Status FillSnapshot(const SampleView& sample, ZR3Record* record) {
   const auto type = static_cast<ZR3_TAG_TYPE>(sample.type);
   if (zervane::NeedsBuffer(type) && !zervane::NeedsBuffer(record->nTagType)) {
     return {ZR3_ERR_TYPE_MISMATCH, "a record without a buffer for a STRING or BLOB"};
   }
-  return zervane::FillRecord(sample, texts, record);
+  if (!zervane::IsText(sample.type)) return zervane::FillNumber(sample, record);
+  return zervane::FillRecord(sample, zervane::TextsOfThisThread(), record);
 }
 
 // What a thread needs for a batch. It keeps the memory, up to so many records, for the next one.
@@ -107,8 +108,7 @@ int32 SaveSnapshots(const char* function, int32 count, const uint32* ids, const 
 int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord) {
   return Call(__func__, Arguments().Given(pRecord), [&](Session& session) -> Status {
     const Result<Sample> sample = session.Do(ReadCurrent{nTagID});
-    return sample.ok() ? FillSnapshot(ViewOf(*sample), zervane::TextsOfThisThread(), pRecord)
-                       : sample.status();
+    return sample.ok() ? FillSnapshot(ViewOf(*sample), pRecord) : sample.status();
   });
 }
 
@@ -119,11 +119,10 @@ int32 sn3_query_snapshots(int32 nNum, const uint32* pTagIDs, ZR3Record* pRecords
                 const Result<ReadCurrentValues::Reply> read =
                     session.Do(ReadCurrentValues{.ids = {pTagIDs, pTagIDs + nNum}});
                 if (!read.ok()) return read.status();
-                StandardText& texts = zervane::TextsOfThisThread();
                 return ForEach(nNum, pErrCodes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
                   const auto at = static_cast<std::size_t>(i);
                   if (read->codes[at] != ZR3_OK) return Status(read->codes[at], {});
-                  return FillSnapshot(ViewOf(read->samples, at), texts, &pRecords[i]);
+                  return FillSnapshot(ViewOf(read->samples, at), &pRecords[i]);
                 });
               });
 }

@@ -56,7 +56,7 @@ int main(int, char** arguments) {
   const auto seed = static_cast<unsigned>(std::stoul(arguments[2]));
   std::int64_t number = std::stoll(arguments[3]);
   for (;;) {
-    auto store = zervane::OpenSqliteStore(folder, kOptions);
+    auto store = zervane::OpenSqliteStore(folder, {}, kOptions);
     Status status = store.status();
     if (store.ok()) {
       const auto database = zervane::OpenEmbedded(*std::move(store), zervane::SystemClock());
