@@ -96,6 +96,8 @@ class SampleColumns {
     return static_cast<std::uint64_t>(offset) << kLengthBits | length;
   }
 
+  friend void swap(SampleColumns& a, SampleColumns& b) noexcept { a.Swap(b); }
+
   // Sample by sample, values as numbers (NaNs equal nothing).
   friend bool operator==(const SampleColumns& a, const SampleColumns& b);
 

@@ -71,8 +71,10 @@ CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records) {
     return {};
   }
   CommitAnswer answer = CommitBatch(turn);
-  if (has_changed_places) std::swap(records, batch_.records);
-  if (answer.fate != Fate::kStored) return answer;
+  if (answer.fate != Fate::kStored) {
+    if (has_changed_places) Exchange(records, batch_.records);
+    return answer;
+  }
   work.Keep();
   PutCurrent(turn);
   feed_.Publish(last_commit_, news);
@@ -132,7 +134,7 @@ bool Committer::Compose(RecordBatch& records) {
   const std::vector<std::uint8_t>& marks = records.marks;
   const bool all_go = std::memchr(marks.data(), 0, marks.size()) == nullptr;
   if (all_go && batch_.records.empty()) {
-    std::swap(records, batch_.records);
+    Exchange(records, batch_.records);
     return true;
   }
   const auto goes = [](std::uint8_t mark) { return mark != 0; };

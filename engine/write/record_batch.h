@@ -27,6 +27,13 @@ inline void AddRange(RecordBatch& records, const RecordBatch& from, std::size_t 
   records.marks.insert(records.marks.end(), from.marks.begin() + first, from.marks.begin() + last);
 }
 
+// In a few instructions, whatever they hold.
+inline void Exchange(RecordBatch& a, RecordBatch& b) noexcept {
+  a.tags.swap(b.tags);
+  swap(a.samples, b.samples);
+  a.marks.swap(b.marks);
+}
+
 // Keeps the memory.
 inline void Clear(RecordBatch& records) noexcept {
   records.tags.clear();

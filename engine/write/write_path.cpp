@@ -84,7 +84,7 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
   };
   const WriteQueue::Offer offer = {
       .answer = write.answer, .session = caller.session, .bytes = BytesOf(batch)};
-  const Status stored = queue_->Write(offer, std::cref(admit));
+  const auto [stored, lost] = queue_->Write(offer, std::cref(admit));
   if (stored.code() == ZR3_ERR_NOT_CONNECTED) return stored;
   if (!stored.ok()) {
     reply.status = stored.code();
@@ -93,10 +93,7 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
     return reply;
   }
   reply.status = reply.codes.empty() ? ZR3_OK : ZR3_ERR_SOME_RECORDS_FAILED;
-  if (write.answer == WriteAnswer::kDurable) {
-    const Status earlier = queue_->TellLost(caller.session);
-    if (!earlier.ok()) reply.status = earlier.code();
-  }
+  if (!lost.ok()) reply.status = lost.code();
   return reply;
 }
 
@@ -123,6 +120,7 @@ Result<bool> WritePath::HoldsRecords(Turn& turn, TagId tag) {
 }
 
 Status WritePath::Close() {
+  if (!queue_) return {};  // it never started
   queue_->Close();
   feed_.Close();
   return queue_->TellAnyLost();

@@ -25,11 +25,11 @@ WriteQueue::WriteQueue(Owner& owner, Turn turn, const Limits& limits)
 
 WriteQueue::~WriteQueue() { Close(); }
 
-Status WriteQueue::Write(const Offer& offer, const Admit& admit) {
+WriteQueue::Outcome WriteQueue::Write(const Offer& offer, const Admit& admit) {
   const MutexLock lock(mutex_);
   ZERVANE_ASSERT(!IsCarriedOutHere());
   while (!is_closing_ && (IsFull() || is_paused_)) room_.Wait(mutex_);
-  if (is_closing_) return DatabaseClosed();
+  if (is_closing_) return {.status = DatabaseClosed(), .lost = {}};
 
   Ticket ticket;
   const bool waits = offer.answer == WriteAnswer::kDurable;
@@ -38,13 +38,18 @@ Status WriteQueue::Write(const Offer& offer, const Admit& admit) {
   const std::size_t bytes = group.Bytes();
   group.ReserveBatch();
   admit(group.records);
-  if (group.records.size() == begin) return {};
+  if (group.records.size() == begin)
+    return {.status = {}, .lost = waits ? lost_.Tell(offer.session) : Status()};
   group.CloseBatch(begin, offer.session, waits ? &ticket : nullptr);
   waiting_records_ += group.records.size() - begin;
   waiting_bytes_ += group.Bytes() - bytes;
-  if (waits) return CarryOutOrAwait(ticket);
-  if (!IsCarryingOut()) work_.NotifyOne();
-  return {};
+  if (!waits) {
+    if (!IsCarryingOut()) work_.NotifyOne();
+    return {};
+  }
+  Outcome outcome = {.status = CarryOutOrAwait(ticket), .lost = {}};
+  if (outcome.status.ok()) outcome.lost = lost_.Tell(offer.session);
+  return outcome;
 }
 
 Status WriteQueue::Run(const ChangeFunction& change) {

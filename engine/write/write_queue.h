@@ -65,6 +65,14 @@ class WriteQueue {
     std::size_t bytes = 0;
   };
 
+  // What became of it: the status of the store, when the answer is to be durable, or
+  // ZR3_ERR_NOT_CONNECTED after Close. When a durable batch is stored, also that of the session's
+  // first batch that was lost since it was told last.
+  struct Outcome {
+    Status status;
+    Status lost;
+  };
+
   // Appends accepted records to those that wait, under the queue's lock. When it throws, it has
   // appended nothing.
   using Admit = std::function<void(RecordBatch&)>;
@@ -77,10 +85,9 @@ class WriteQueue {
   WriteQueue(const WriteQueue&) = delete;
   WriteQueue& operator=(const WriteQueue&) = delete;
 
-  // Queues what `admit` appends, as one batch: all or nothing of it is stored. The status of the
-  // store, when the answer is to be durable; ZR3_ERR_NOT_CONNECTED after Close, and `admit` was not
-  // called.
-  Status Write(const Offer& offer, const Admit& admit) EXCLUDES(mutex_);
+  // Queues what `admit` appends, as one batch: all or nothing of it is stored. After Close `admit`
+  // is not called.
+  Outcome Write(const Offer& offer, const Admit& admit) EXCLUDES(mutex_);
 
   // Carries out a change of the store, after all that was queued before and with no commit beside
   // it, and answers its status. ZR3_ERR_NOT_CONNECTED after Close.
@@ -90,7 +97,7 @@ class WriteQueue {
   void PauseAdmission(Turn& turn) noexcept EXCLUDES(mutex_);
 
   // The status of the first batch of the session that nobody waited for and that could not be
-  // stored, once; then 0 again until the next one. And that of any session that was not told.
+  // stored, unless it was told, once; then 0 again until the next one. And that of any session.
   Status TellLost(SessionId session) noexcept EXCLUDES(mutex_);
   Status TellAnyLost() noexcept EXCLUDES(mutex_);
 

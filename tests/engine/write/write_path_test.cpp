@@ -159,6 +159,7 @@ TEST_F(WritePathTest, DoesNotStartWhenTheStoreCannotTellHowFarItIs) {
     faults_->Fail(call, ZR3_ERR_STORAGE_FAILED);
     path_ = std::make_unique<WritePath>(store_, tags_, [] { return 1; });
     EXPECT_EQ(path_->Start(Turn::Issue()).code(), ZR3_ERR_STORAGE_FAILED);
+    EXPECT_TRUE(path_->Close().ok());
   }
 }
 

@@ -101,6 +101,10 @@ class WriteQueueTest : public testing::Test {
 
   Status Write(WriteAnswer answer, const std::vector<TagSample>& records,
                SessionId session = kSession) {
+    return Send(answer, records, session).status;
+  }
+  WriteQueue::Outcome Send(WriteAnswer answer, const std::vector<TagSample>& records,
+                           SessionId session) {
     const RecordBatch batch = UnmarkedOf(records);
     const std::size_t bytes =
         batch.size() * WriteGroup::kRecordBytes + batch.samples.texts().size();
@@ -404,12 +408,16 @@ TEST_F(WriteQueueTest, TellsALostBatchToTheSessionThatSentItAndToNoOther) {
   HoldWithOneRecord(1);
   owner_.faults->FailCommitsOf(9, ZR3_ERR_STORAGE_FULL);
   EXPECT_TRUE(Write(kQueued, {{9, NumberAt(2)}}, 5).ok());
-  EXPECT_TRUE(Write(kQueued, {{1, NumberAt(3)}}, 6).ok());
+  EXPECT_TRUE(Write(kQueued, {{9, NumberAt(3)}}, 7).ok());
+  EXPECT_TRUE(Write(kQueued, {{1, NumberAt(4)}}, 6).ok());
   owner_.faults->Release();
-  EXPECT_TRUE(Write(kDurable, {{1, NumberAt(4)}}, 6).ok());
-  EXPECT_TRUE(queue_.TellLost(6).ok());
-  EXPECT_EQ(queue_.TellLost(5).code(), ZR3_ERR_STORAGE_FULL);
-  EXPECT_TRUE(queue_.TellLost(5).ok());
+  EXPECT_TRUE(Send(kDurable, {{1, NumberAt(5)}}, 6).lost.ok());
+  EXPECT_TRUE(Send(kQueued, {{1, NumberAt(6)}}, 5).lost.ok()) << "only who waits is told";
+  const WriteQueue::Outcome told = Send(kDurable, {{1, NumberAt(7)}}, 5);
+  EXPECT_TRUE(told.status.ok());
+  EXPECT_EQ(told.lost.code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_TRUE(Send(kDurable, {{1, NumberAt(8)}}, 5).lost.ok());
+  EXPECT_EQ(Send(kDurable, {}, 7).lost.code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_TRUE(queue_.TellAnyLost().ok());
 }
 
@@ -554,7 +562,7 @@ TEST_F(WriteQueueTest, RefusesEverythingOnceItIsClosed) {
   queue_.Close();
   queue_.Close();
   bool was_asked = false;
-  EXPECT_EQ(queue_.Write({.answer = kQueued}, [&](auto&) { was_asked = true; }).code(),
+  EXPECT_EQ(queue_.Write({.answer = kQueued}, [&](auto&) { was_asked = true; }).status.code(),
             ZR3_ERR_NOT_CONNECTED);
   EXPECT_FALSE(was_asked);
   EXPECT_EQ(queue_.Run([](Turn&) { return Status(); }).code(), ZR3_ERR_NOT_CONNECTED);
