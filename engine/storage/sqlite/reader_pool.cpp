@@ -46,6 +46,8 @@ Result<std::unique_ptr<Connection>> ReaderPool::Open() const {
   Result<std::unique_ptr<Connection>> opened = Connection::Open(file_);
   if (!opened.ok()) return opened.status();
   if (Status status = PrepareReader(**opened); !status.ok()) return status;
+  // The log is opened with the first read, which takes a descriptor too.
+  if (Status status = (*opened)->Execute("PRAGMA schema_version"); !status.ok()) return status;
   return opened;
 }
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <latch>
 #include <memory>
 #include <string>
 #include <thread>
@@ -111,16 +112,11 @@ TEST(BesideOtherReaders, OneWaitsForAConnectionWhenDescriptorsRunOut) {
   }
   ExpectInChild([&] {
     const auto store = MustOpen(folder.path(), {});
-    ASSERT_EQ(ReadAll(*store, 1).size(), 1U);
-    rlimit limit{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = static_cast<rlim_t>(OpenDescriptors() + 6);
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    constexpr int kReaders = 20;
+    std::atomic<int> asked = kReaders;
+    std::atomic<int> failed = 0;
     // A reader keeps its connection until all of them have asked for one: else they might come one
     // after the other.
-    constexpr int kReaders = 20;
-    std::atomic<int> asked = 0;
-    std::atomic<int> failed = 0;
     const auto read = [&] {
       ++asked;
       for (int i = 0; i < 20; ++i) {
@@ -131,8 +127,34 @@ TEST(BesideOtherReaders, OneWaitsForAConnectionWhenDescriptorsRunOut) {
         if (!status.ok()) ++failed;
       }
     };
+    read();
+    ASSERT_EQ(failed, 0);
+    asked = 0;
+    // They start and end while there are descriptors, which sanitizers need to look at a thread.
+    std::latch started(kReaders);
+    std::latch may_read(1);
+    std::latch have_read(kReaders);
+    std::latch may_end(1);
     std::vector<std::thread> readers;
-    for (int i = 0; i < kReaders; ++i) readers.emplace_back(read);
+    for (int i = 0; i < kReaders; ++i) {
+      readers.emplace_back([&] {
+        started.count_down();
+        may_read.wait();
+        read();
+        have_read.count_down();
+        may_end.wait();
+      });
+    }
+    started.wait();
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlim_t before = std::exchange(limit.rlim_cur, static_cast<rlim_t>(OpenDescriptors() + 6));
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    may_read.count_down();
+    have_read.wait();
+    limit.rlim_cur = before;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    may_end.count_down();
     for (std::thread& reader : readers) reader.join();
     EXPECT_EQ(failed, 0);
   });
