@@ -36,9 +36,7 @@ Result<SampleColumns> RecordFamily::Handle(const Caller&, const ReadRecords& ope
   return ReadRaw(store_, operation.id, operation.range, operation.direction, operation.limit);
 }
 
-Status RecordFamily::CheckTag(TagId id) const {
-  return tags_.Find(id) ? Status() : NoSuchTag(id);
-}
+Status RecordFamily::CheckTag(TagId id) const { return tags_.Find(id) ? Status() : NoSuchTag(id); }
 
 ZR3_STATUS RecordFamily::ReadCurrentInto(TagId id, SampleColumns& samples) const {
   if (writes_.current_values().AddTo(samples, id)) return ZR3_OK;

@@ -1,6 +1,5 @@
 #include "vask/records.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <optional>
@@ -99,21 +98,30 @@ Status InvalidTime(int16 milliseconds) {
   return {ZR3_ERR_INVALID_TIME, std::to_string(milliseconds) + " milliseconds"};
 }
 
-// `size` is what the value takes in the buffer.
-Status CheckBuffer(const ZR3StrBlob& buffer, std::size_t size) {
+Status CheckBuffer(const ZR3StrBlob& buffer) {
   if (buffer.pBuf == nullptr) return {ZR3_ERR_TYPE_MISMATCH, "no buffer for the value"};
-  if (size > buffer.nLenBuf) {
-    return {ZR3_ERR_BUFFER_TOO_SMALL,
-            std::to_string(size) + " bytes into a buffer of " + std::to_string(buffer.nLenBuf)};
-  }
   return {};
 }
 
+Status TooSmall(const ZR3StrBlob& buffer, std::size_t bytes) {
+  return {ZR3_ERR_BUFFER_TOO_SMALL,
+          std::to_string(bytes) + " bytes into a buffer of " + std::to_string(buffer.nLenBuf)};
+}
+
+// Into a buffer for the longest STRINGs of callers whatever it takes, into a smaller one whole.
 Status FillString(std::string_view utf8, StandardText& texts, ZR3StrBlob* buffer) {
-  const std::size_t room = std::max<std::size_t>(buffer->nLenBuf, kMaxCallersStringBytes + 1) - 1;
-  const std::string_view text = CallersText(texts, utf8, room);
-  Status status = CheckBuffer(*buffer, text.size() + 1);
+  Status status = CheckBuffer(*buffer);
   if (!status.ok()) return status;
+  if (buffer->nLenBuf == 0) return TooSmall(*buffer, utf8.size() + 1);
+  const std::size_t room = buffer->nLenBuf - std::size_t{1};
+  std::string_view text;
+  if (room >= kMaxCallersStringBytes) {
+    text = CallersText(texts, utf8, room);
+  } else {
+    const StandardText::SystemText whole = texts.ToSystem(utf8, room);
+    if (!whole.is_whole) return TooSmall(*buffer, utf8.size() + 1);
+    text = whole.bytes;
+  }
   std::memcpy(buffer->pBuf, text.data(), text.size());
   buffer->pBuf[text.size()] = '\0';
   buffer->nLenBuf = static_cast<uint16>(text.size() + 1);
@@ -121,8 +129,9 @@ Status FillString(std::string_view utf8, StandardText& texts, ZR3StrBlob* buffer
 }
 
 Status FillBlob(std::string_view bytes, ZR3StrBlob* buffer) {
-  Status status = CheckBuffer(*buffer, bytes.size());
+  Status status = CheckBuffer(*buffer);
   if (!status.ok()) return status;
+  if (bytes.size() > buffer->nLenBuf) return TooSmall(*buffer, bytes.size());
   std::memcpy(buffer->pBuf, bytes.data(), bytes.size());
   buffer->nLenBuf = static_cast<uint16>(bytes.size());
   return status;
@@ -190,17 +199,6 @@ Status AddRecord(const ZR3Record& record, StandardText& texts, SampleColumns* sa
 
 bool NeedsBuffer(ZR3_TAG_TYPE type) {
   return type == ZR3_TAG_TYPE_STRING || type == ZR3_TAG_TYPE_BLOB;
-}
-
-SampleView ViewOf(const SampleColumns& samples, std::size_t at) {
-  const TagType type = samples.types()[at];
-  SampleView view{.time_ms = samples.times()[at], .quality = samples.qualities()[at], .type = type};
-  if (IsText(type)) {
-    view.text = samples.TextAt(at);
-  } else {
-    view.number = samples.values()[at];
-  }
-  return view;
 }
 
 SampleView ViewOf(const Sample& sample) {

@@ -38,7 +38,15 @@ struct SampleView {
   std::uint64_t number = 0;    // as SampleColumns has it
   std::string_view text = {};  // of a STRING or BLOB
 };
-SampleView ViewOf(const SampleColumns& samples, std::size_t at);
+inline SampleView ViewOf(const SampleColumns& samples, std::size_t at) {
+  const TagType type = samples.types()[at];
+  const bool is_text = IsText(type);
+  return {.time_ms = samples.times()[at],
+          .quality = samples.qualities()[at],
+          .type = type,
+          .number = is_text ? 0 : samples.values()[at],
+          .text = is_text ? samples.TextAt(at) : std::string_view()};
+}
 SampleView ViewOf(const Sample& sample);
 
 // Fills the caller's record: its header and the slot of the sample's type; a STRING is terminated.

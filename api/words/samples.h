@@ -73,8 +73,8 @@ class SampleColumns {
   // Puts another sample in the place of one. The bytes of a text that was there stay.
   void ReplaceFrom(std::size_t at, const SampleColumns& from, std::size_t from_at);
 
-  // Makes it so many samples of the type and of good quality, whose times and values are to be
-  // filled in; the texts are those given.
+  // Makes it so many samples of the type and of good quality, whose times and values are any, and to
+  // be filled in; the texts are those given.
   void Assign(std::size_t samples, TagType type, std::string texts = {});
 
   // The texts among which the values, which are to say where, have theirs.

@@ -51,7 +51,7 @@ std::vector<Sample> ReadArchive(uint32 id) {
 void RecordBlock::Add(uint32 id, const Sample& sample) {
   const auto i = std::size_t(count);
   AddEmpty(id, sample.type);
-  EXPECT_TRUE(FillRecord(sample, &records[i]).ok());
+  EXPECT_TRUE(FillRecord(ViewOf(sample), TextsOfThisThread(), &records[i]).ok());
 }
 
 void RecordBlock::AddEmpty(uint32 id, TagType type) {

@@ -5,10 +5,14 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "os/os_lang.h"
 #include "tests/engine/short_memory.h"
+#include "tests/vask/connected_test.h"
 #include "zervane.h"
 
 namespace zervane {
@@ -68,6 +72,42 @@ TEST_F(FirstCallsOfAThread, WriteWithoutMemory) {
     const int32 status = sn3_save_snapshot(id_, &record);
     ExpectSuccessOrNoMemory(status);
   });
+}
+
+// Over a database of the test's own, whose requests fail as well.
+TEST(SearchingWithoutMemory, FailsWholeOrSucceeds) {
+  auto fake = std::make_unique<FakeDatabase>();
+  for (int i = 0; i < 5; ++i)
+    fake->Add("a tag of some length " + std::to_string(i), TagType::kInt8);
+  fake->page_tags = 2;
+  ConnectTo(std::move(fake));
+  WithLessAndLessMemory([] {
+    ZR3FilterItem item{ZR3_TAG_COL_COMM_PROP_TAG_NAME, ZR3_RELATION_LIKE, "*a tag of some length*"};
+    const ZR3FilterItemSet set{.nSize = 1, .pItem = &item};
+    ZR3HANDLE handle = nullptr;
+    const int32 searched = tag3_query_tags_cond(-1, &set, -1, &handle);
+    ExpectSuccessOrNoMemory(searched);
+    EXPECT_EQ(searched == ZR3_OK, handle != nullptr);
+    int seen = 0;
+    ZR3CommTagProp tag{};
+    int32 status = searched;
+    while (status == ZR3_OK && (status = ut3_get_item_step(handle, &tag)) == ZR3_OK) ++seen;
+    EXPECT_TRUE(status == ZR3_ERR_OUT_OF_MEMORY ||
+                (status == ZR3_ERR_END_OF_ITERATION && seen == 5))
+        << status << " after " << seen;
+    if (handle != nullptr) {
+      EXPECT_EQ(ut3_free_handle(handle), ZR3_OK);
+    }
+  });
+  WithLessAndLessMemory([] {
+    int32 count = 0;
+    ZR3CommTagProp* tags = nullptr;
+    const int32 status = tag3_query_all_tags_prop(-1, &count, -1, &tags, 0);
+    ExpectSuccessOrNoMemory(status);
+    EXPECT_EQ(count, status == ZR3_OK ? 5 : 0);
+    EXPECT_EQ(tag3_free_all_tags_prop(tags), ZR3_OK);
+  });
+  EXPECT_EQ(nt3_disconnect(), ZR3_OK);
 }
 
 TEST_F(FirstCallsOfAThread, ConvertTextsWithoutMemory) {

@@ -27,7 +27,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 @DisplayName("The properties of all tags at once")
 class BulkPropertiesTest {
-  @RegisterExtension final EmbeddedDatabase database = new EmbeddedDatabase();
+  @RegisterExtension final EmbeddedDatabase database = EmbeddedDatabase.inMemory();
 
   /** What was asked for, not fetched yet. */
   private record Request(int count, long handle) {

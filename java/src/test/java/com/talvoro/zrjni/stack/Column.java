@@ -35,7 +35,7 @@ enum Column {
   SPAN(23, "m_span", Kind.NUMBER),
   MIN_VALUE(24, "m_minValue", Kind.NUMBER),
   CLASS(25, "0", Kind.NUMBER),
-  AVAILABLE(26, "1", Kind.NUMBER),
+  AVAILABLE(26, "0", Kind.NUMBER),
   PARAM1(27, "m_param1", Kind.UNSIGNED),
   PARAM2(28, "m_param2", Kind.UNSIGNED),
   PARAM3(29, "m_param3", Kind.UNSIGNED),
@@ -69,7 +69,8 @@ enum Column {
   private final Kind kind;
 
   /**
-   * @param field the field of a Java object that holds it, or, where there is none, its value
+   * @param field the field of a Java object that holds it, or, where there is none, the value that
+   *     it is sent with
    */
   Column(int number, String field, Kind kind) {
     this.number = number;

@@ -21,7 +21,7 @@ import org.junit.jupiter.params.provider.ValueSource;
 class TagPageTest {
   private static final ZRQueryTagCondition[] NO_CONDITIONS = {};
 
-  @RegisterExtension final EmbeddedDatabase database = new EmbeddedDatabase();
+  @RegisterExtension final EmbeddedDatabase database = EmbeddedDatabase.inMemory();
 
   private static List<Integer> addMany(int count) {
     return IntStream.range(0, count).mapToObj(i -> Tags.add("TAG." + i, ValueType.INT8)).toList();
