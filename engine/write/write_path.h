@@ -34,7 +34,7 @@ class WritePath final : private WriteQueue::Owner {
   WritePath(Store& store, const TagIndex& tags, Clock clock);
   ~WritePath();
 
-  // Before Start. It outlives the path.
+  // Before Start. The stage is there for as long as the path is open.
   void AddStage(Stage& stage) { committer_.AddStage(stage); }
 
   // Reads the current values, and begins. ZR3_ERR_STORAGE_DAMAGED when one could not have been
