@@ -22,7 +22,7 @@ constexpr ZR3TimeRegion kAllTime{{0, 0}, {-1, 999}, 1, 1};
 // Chunks of 4 records, some 16 records at a time.
 Result<std::unique_ptr<Database>> OpenSmall(const Target& target) {
   Result<std::unique_ptr<Store>> store = OpenSqliteStore(
-      target.folder, {.pending_bytes = 16 * kPendingRecordBytes, .chunk_records = 4});
+      target.folder, {}, {.pending_bytes = 16 * kPendingRecordBytes, .chunk_records = 4});
   if (!store.ok()) return store.status();
   return OpenEmbedded(*std::move(store), SystemClock());
 }
