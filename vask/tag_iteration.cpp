@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/guard.h"
 #include "vask/paged_iterator.h"
 #include "vask/tag_properties.h"
 
@@ -54,22 +56,41 @@ Status Inconsistent(std::size_t filled, std::size_t total) {
                                 (filled < total ? "less" : "more")};
 }
 
+// Gives a listing up that was not seen to its end, by asking for what is behind every tag; else the
+// database would keep it for a while, and few beside it.
+class ListingGuard {
+ public:
+  // `list` is what the next page is asked for with.
+  ListingGuard(Session& session, const ListTags& list) : session_(session), list_(list) {}
+  ListingGuard(const ListingGuard&) = delete;
+  ListingGuard& operator=(const ListingGuard&) = delete;
+  ~ListingGuard() {
+    if (list_.snapshot == 0) return;
+    list_.from = std::numeric_limits<TagId>::max();
+    (void)Guarded([this] { return session_.Do(list_).status(); });
+  }
+
+  void IsOver() { list_.snapshot = 0; }
+
+ private:
+  Session& session_;
+  ListTags list_;
+};
+
 // The pages of a listing, the first of which was answered, into an array of its size.
 Status FillAll(Session& session, ListTags list, ListTags::Reply first, ZR3CommTagProp* to) {
   StandardText& texts = TextsOfThisThread();
   const auto total = static_cast<std::size_t>(first.total);
   std::size_t filled = 0;
-  list.snapshot = first.snapshot;
   for (Page<Tag> page = std::move(first.page);;) {
     if (page.items.size() > total - filled) return Inconsistent(filled + page.items.size(), total);
     for (const Tag& tag : page.items) FillCommonProperties(tag, texts, &to[filled++]);
-    if (!page.next) break;
+    if (!page.next) return filled == total ? Status() : Inconsistent(filled, total);
     list.from = *page.next;
     Result<ListTags::Reply> next = session.Do(list);
     if (!next.ok()) return next.status();
     page = std::move(next->page);
   }
-  return filled == total ? Status() : Inconsistent(filled, total);
 }
 
 }  // namespace
@@ -108,14 +129,17 @@ Status IterateTags(Session& session, FindTags search, std::int64_t limit, ZR3HAN
 Status HandOutAllTags(Session& session, ListTags list, int32* count, ZR3CommTagProp** properties) {
   Result<ListTags::Reply> first = session.Do(list);
   if (!first.ok()) return first.status();
+  list.snapshot = first->snapshot;
+  ListingGuard listing(session, list);
   const std::int64_t total = first->total;
   if (total < 0 || total > kMaxListedTags) {
     return {ZR3_ERR_OUT_OF_MEMORY, std::to_string(total) + " tags at once"};
   }
   TagArray array = MakeArray(static_cast<std::size_t>(total));
   if (array == nullptr) return {ZR3_ERR_OUT_OF_MEMORY, {}};
-  Status status = FillAll(session, std::move(list), *std::move(first), array.get());
+  Status status = FillAll(session, list, *std::move(first), array.get());
   if (!status.ok()) return status;
+  listing.IsOver();
   *count = static_cast<int32>(total);
   *properties = array.release();
   return {};

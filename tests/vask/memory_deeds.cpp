@@ -113,6 +113,59 @@ Attempt QueryTypeOfNoTag(World& world) {
           .done = [] {}};
 }
 
+// ---- searches ----
+
+struct SearchArguments {
+  ZR3FilterItem item{ZR3_TAG_COL_COMM_PROP_TAG_NAME, ZR3_RELATION_EQUAL, ""};
+  ZR3FilterItemSet set{.nSize = 1, .pItem = &item};
+  ZR3HANDLE iterator = nullptr;
+  ZR3CommTagProp found{};
+  int32 count = -1;
+};
+
+std::shared_ptr<SearchArguments> ForTag(World& world, uint32 id) {
+  auto search = std::make_shared<SearchArguments>();
+  std::strcpy(search->item.szValue, world.Tag(id).name.c_str());
+  return search;
+}
+
+Attempt SearchTag(World& world) {
+  const uint32 id = world.AddTag();
+  const auto search = ForTag(world, id);
+  return {.call = [=] { return tag3_query_tags_cond(-1, &search->set, -1, &search->iterator); },
+          .done =
+              [=] {
+                EXPECT_EQ(ut3_get_item_step(search->iterator, &search->found), ZR3_OK);
+                EXPECT_EQ(search->found.nTagID, id);
+                EXPECT_EQ(ut3_free_handle(search->iterator), ZR3_OK);
+              },
+          .tags = {id}};
+}
+
+Attempt StepToTag(World& world) {
+  const uint32 id = world.AddTag();
+  const auto search = ForTag(world, id);
+  EXPECT_EQ(tag3_query_tags_cond(-1, &search->set, -1, &search->iterator), ZR3_OK);
+  return {.call = [=] { return ut3_get_item_step(search->iterator, &search->found); },
+          .done =
+              [=] {
+                EXPECT_EQ(search->found.nTagID, id);
+                EXPECT_EQ(ut3_free_handle(search->iterator), ZR3_OK);
+              },
+          .tags = {id}};
+}
+
+Attempt CountTag(World& world) {
+  const auto search = ForTag(world, world.AddTag());
+  return {.call =
+              [=] {
+                return tag3_query_tag_num_cond(ZR3_TAG_CLASS_BASIC, &search->set, &search->count);
+              },
+          .done = [=] { EXPECT_EQ(search->count, 1); }};
+}
+
+// ---- names ----
+
 struct Names {
   static constexpr int32 kCount = 2;
   char names[kCount][ZR3_LEN_TAG_NAME] = {};
@@ -405,6 +458,9 @@ std::vector<Deed> AllDeeds() {
       {"QueryProperties", QueryProperties},
       {"QueryType", QueryType},
       {"QueryTypeOfNoTag", QueryTypeOfNoTag},
+      {"SearchTag", SearchTag},
+      {"StepToTag", StepToTag},
+      {"CountTag", CountTag},
       {"FindName", FindName},
       {"FindNames", FindNames},
       {"ReadVersion", ReadVersion},

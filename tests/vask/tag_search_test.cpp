@@ -402,6 +402,8 @@ TEST_F(AllTags, LeaveTheOutputsAloneWhenTheyCannotBeHandedOut) {
   for (const std::int64_t more : {1, -1}) {  // it is not what it says
     database->listed_more = more;
     EXPECT_EQ(QueryAll(), ZR3_ERR_INTERNAL);
+    EXPECT_EQ(database->last_list().snapshot, 77U);
+    EXPECT_EQ(database->last_list().from, UINT32_MAX) << "the listing was not given up";
   }
   database->listed_more = 0;
   database->on_call = [] { return Status(ZR3_ERR_OUT_OF_MEMORY, {}); };
@@ -415,9 +417,11 @@ TEST_F(AllTags, PassAFailureOfALaterPageOn) {
   database->page_tags = 1;
   int calls = 0;
   database->on_call = [&calls] {
-    return ++calls < 3 ? Status() : Status(ZR3_ERR_INVALID_HANDLE, {});
+    return ++calls != 3 ? Status() : Status(ZR3_ERR_INVALID_HANDLE, {});
   };
   EXPECT_EQ(QueryAll(), ZR3_ERR_INVALID_HANDLE);
+  EXPECT_EQ(calls, 4);
+  EXPECT_EQ(database->last_list().from, UINT32_MAX) << "the listing was not given up";
   EXPECT_EQ(props, nullptr);
 }
 
