@@ -17,8 +17,9 @@ Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clo
   });
 }
 
-Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder) {
-  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder);
+Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder,
+                                                     const TextEncoding& encoding) {
+  Result<std::unique_ptr<Store>> store = OpenSqliteStore(folder, encoding);
   if (!store.ok()) return store.status();
   return OpenEmbedded(*std::move(store), SystemClock());
 }

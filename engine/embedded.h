@@ -14,8 +14,9 @@ namespace zervane {
 Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock);
 
 // The embedded database in a folder (made when missing), and a volatile one; both on the system's
-// clock.
-Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder);
+// clock. `encoding` is that of the process's texts, for a database of an earlier layout.
+Result<std::unique_ptr<Database>> OpenEmbeddedFolder(const std::filesystem::path& folder,
+                                                     const TextEncoding& encoding = {});
 Result<std::unique_ptr<Database>> OpenVolatile();
 
 }  // namespace zervane

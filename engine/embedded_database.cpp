@@ -46,7 +46,7 @@ Status EmbeddedDatabase::Carry(const Caller& caller, OperationNumber number, con
 }
 
 Status EmbeddedDatabase::Close() {
-  is_closed_.store(true, std::memory_order_release);
+  if (is_closed_.exchange(true)) return {};
   return engine_->Close();
 }
 

@@ -13,21 +13,38 @@
  * some elements failed, the others were carried out and the result is ZR3_ERR_SOME_RECORDS_FAILED,
  * or the code that the function names.
  *
- * Texts. NUL-terminated bytes in whatever encoding the caller uses; they are kept and returned as
- * given. The system itself gives meaning to ASCII alone. An empty text that is left of one which
- * did not convert is never taken for what the caller meant: a function with a text among its
- * arguments, in a record or beside it, answers ZR3_ERR_INVALID_TEXT (nt3_connect
- * ZR3_ERR_INVALID_ADDRESS) when os_lang_conv_utf8_to_sys failed on its thread since the thread's
- * last call of such a function, or of pt3_query_tag_type that failed: whoever writes a batch gives
- * it up then.
+ * Texts. NUL-terminated, in the process's encoding: that of its locale, or the one that
+ * ZERVANE_ENCODING names. The database keeps them in UTF-8, so that processes of different
+ * encodings share it. What fits its array in the process's encoding (a STRING: 999 bytes) is
+ * accepted; what is not valid in it is ZR3_ERR_INVALID_TEXT. On the way out a character that the
+ * process's encoding lacks becomes '?', and a text longer than its array, or a STRING than a buffer
+ * of ZR3_LEN_VALUE bytes, is cut after a whole character; nothing fails for that. Where the
+ * encoding is UTF-8, what comes out is what went in. Addresses and names of folders are the
+ * process's bytes.
+ *
+ * An empty text that is left of one which did not convert is never taken for what the caller meant:
+ * a function with a text among its arguments, in a record or beside it, answers
+ * ZR3_ERR_INVALID_TEXT (nt3_connect ZR3_ERR_INVALID_ADDRESS) when os_lang_conv_utf8_to_sys failed
+ * on its thread since the thread's last call of such a function, or of pt3_query_tag_type that
+ * failed: whoever writes a batch gives it up then.
  *
  * Times. Seconds since 1970-01-01 UTC, read as unsigned 32 bits, and 0..999 milliseconds.
+ *
+ * Searches. Conditions (ZR3FilterItem) combine with AND; a set of none matches every tag. Texts
+ * compare byte by byte after the case of ASCII letters was folded. In a pattern (ZR3_RELATION_LIKE)
+ * '*' is any run of characters, '?' any one, '\' takes the next as it is; it is for the whole text,
+ * and an empty one matches everything. Numbers, enumerations and flags compare as numbers: those of
+ * floating point with the value rounded to the column's type, all others exactly. A number is
+ * [+-]digits[.digits][e[+-]digits]. ZR3_ERR_INVALID_ARGUMENT for a column that no class has, an
+ * unknown relation, a text that is no number, LIKE on a number, and a pattern that ends in a lone
+ * '\'. A condition on a column of one class (100 and up) matches tags of that class alone.
  *
  * Ownership. All memory is the caller's, but for what cc3_cmd, tag3_query_all_tags_prop,
  * sn3_get_callback_sn and am3_get_callback_am hand out; each has its free function.
  *
  * Handles. Tokens, never addresses. They fit in 31 bits, and a stale, foreign or zero one is
- * ZR3_ERR_INVALID_HANDLE.
+ * ZR3_ERR_INVALID_HANDLE. The handle of a query that failed is set to 0. A process has up to 65,536
+ * iterators, then queries answer ZR3_ERR_OUT_OF_MEMORY; they end with the session.
  *
  * Threads. Any function may be called from any number of threads; a process has one session.
  *
@@ -54,7 +71,8 @@ extern "C" {
 int32 nt3_connect(const ZR3Connection* pConnection);
 
 /* Stores what is still queued and closes the session. Every handle and every pending change becomes
- * invalid. When the queue cannot be stored, its status; the session is closed all the same. */
+ * invalid. When something that this session queued could not be stored and no call was told yet,
+ * its status; the session is closed all the same. */
 int32 nt3_disconnect(void);
 
 /* ==== ut3: iteration, settings, time, relay ==== */
@@ -62,7 +80,11 @@ int32 nt3_disconnect(void);
 /* Copies the iterator's next item into *pItem, whose type the query that made the iterator fixes
  * (ZR3PtTagProp, ZR3CommTagProp, uint32, ZR3AlarmRecord, ZR3AlarmGroup, ZR3SecUser, ZR3SecGroup or
  * ZR3SecAuthItem). ZR3_ERR_END_OF_ITERATION past the last one, as often as it is asked; *pItem is
- * then untouched. */
+ * then untouched.
+ *
+ * An iterator of tags fetches up to 1,000 at a time, so it stays valid while tags come and go: each
+ * comes at most once, in order; one that was deleted before it was fetched is passed over, one that
+ * was added behind comes. Threads may share an iterator: each item goes to one of them. */
 int32 ut3_get_item_step(ZR3HANDLE hIterator, void* pItem);
 
 /* Releases an iterator. ZR3_ERR_INVALID_HANDLE when there is none of that handle. */
@@ -112,9 +134,9 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp);
 /* The type of a tag of any class. ZR3_ERR_TAG_NOT_FOUND. */
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType);
 
-/* Searches point tags: an iterator of ZR3PtTagProp, in order of identifier, with the properties
- * that the mask selects (the others zero; identifier and name always). ZR3_ERR_INVALID_ARGUMENT for
- * an unknown column or relation. */
+/* Searches point tags: *pIterator receives an iterator of ZR3PtTagProp, in order of identifier,
+ * with the properties that the mask selects (the others zero or empty; identifier and name always).
+ * ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_ARGUMENT, ZR3_ERR_OUT_OF_MEMORY. */
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator);
 
@@ -123,25 +145,33 @@ int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask
 /* Deletes a tag of any class with its values. ZR3_ERR_TAG_NOT_FOUND. */
 int32 tag3_delete_tag(uint32 nTagID);
 
-/* Searches tags of the selected classes (bit i is class i, bit 6 all classes; 0 is an error): an
- * iterator of ZR3CommTagProp, in order of identifier, with the common properties that nPropMask
- * selects. */
+/* Searches tags of the selected classes (bit i is class i, bit 6 all classes, -1 too; 0 and other
+ * bits are ZR3_ERR_INVALID_MASK): *pIterator receives an iterator of ZR3CommTagProp, in order of
+ * identifier, with the common properties that nPropMask selects (the others zero or empty;
+ * identifier, name and class always). Statuses as above. */
 int32 tag3_query_tags_cond(int64 nTagClassMask, const ZR3FilterItemSet* pItemSet, int64 nPropMask,
                            ZR3HANDLE* pIterator);
 
-/* The same for one page of the matches. */
+/* The same for one page of the matches: those with identifiers from nStartID on, at most nCapacity
+ * of them. The next page starts behind the last identifier of this one. mask.nExtMask is not looked
+ * at. Statuses as above, and ZR3_ERR_INVALID_COUNT for a capacity below 1. */
 int32 tag3_query_specify_page_tags_cond(int64 nTagClassMask, const ZR3PageQueryTagParam* pParam,
                                         ZR3HANDLE* pIterator);
 
-/* Counts the matches of one class (ZR3_TAG_CLASS_...). */
+/* Counts the matches of one class, or of all with ZR3_TAG_CLASS_ALL, as they are at one instant.
+ * ZR3_ERR_INVALID_TAG_CLASS for a number outside 0 to 6, ZR3_ERR_INVALID_ARGUMENT. */
 int32 tag3_query_tag_num_cond(int32 nTagClass, const ZR3FilterItemSet* pItemSet, int32* pNum);
 
-/* The common properties of all tags of the selected classes: *ppProps receives an array of *pNum
- * records, to be released with tag3_free_all_tags_prop. nReserved is 0. */
+/* The common properties of all tags of the selected classes as they are at one instant, in order of
+ * identifier: *ppProps receives an array of *pNum records with the properties that nPropMask
+ * selects, as above. The array is the caller's, also after the session's end, until
+ * tag3_free_all_tags_prop releases it; that of no tags, too. nReserved is 0, else
+ * ZR3_ERR_INVALID_ARGUMENT. ZR3_ERR_INVALID_MASK; ZR3_ERR_OUT_OF_MEMORY, also for more than 500,000
+ * tags: search by pages. */
 int32 tag3_query_all_tags_prop(int64 nTagClassMask, int32* pNum, int64 nPropMask,
                                ZR3CommTagProp** ppProps, int32 nReserved);
 
-/* Releases such an array; null does nothing. */
+/* Releases such an array, which then must not be used; null does nothing. */
 int32 tag3_free_all_tags_prop(ZR3CommTagProp* pProps);
 
 /* The identifier of the tag of that name, without regard to ASCII case. ZR3_ERR_NAME_NOT_FOUND. */
@@ -168,7 +198,7 @@ int32 cc3_cmd_free(char* pReply);
  * its capacity. Out: the whole record; a STRING is terminated inside its buffer, nLenBuf is the
  * value's length (a STRING's with its terminator). ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_NO_RECORD before
  * the first value; ZR3_ERR_TYPE_MISMATCH when a STRING or BLOB tag is read without a buffer;
- * ZR3_ERR_BUFFER_TOO_SMALL. */
+ * ZR3_ERR_BUFFER_TOO_SMALL; a STRING never is that in a buffer of ZR3_LEN_VALUE bytes. */
 int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord);
 
 /* The same for nNum tags, with one code per tag. The record of a tag that failed is untouched. */
@@ -187,7 +217,8 @@ int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRe
 
 /* The same, answered when the values are queued. They are stored in the order of the calls, become
  * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
- * refused; a later failure of the disk is logged and answered by the next call that waits. */
+ * refused; a later failure of the disk is logged and is the status of the session's next call that
+ * waits to write, or of nt3_disconnect. No other session hears of it. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
 

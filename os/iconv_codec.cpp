@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "os/utf8.h"
-
 namespace zervane::os {
 namespace {
 
@@ -87,7 +85,7 @@ bool IconvEncoder::Run(std::string_view code_points, TextBuffer& out) {
 
 bool IconvDecoder::Start(const char* charset) { return StartHandle(handle_, kCodePoints, charset); }
 
-bool IconvDecoder::Append(std::string_view text, TextBuffer& out) {
+bool IconvDecoder::Append(std::string_view text, Utf8Form form, TextBuffer& out) {
   std::array<char32_t, kChunkCharacters> chunk;
   auto result = IconvHandle::Result::kFull;
   while (result == IconvHandle::Result::kFull) {
@@ -100,12 +98,12 @@ bool IconvDecoder::Append(std::string_view text, TextBuffer& out) {
       return false;
     }
     for (const char32_t character : std::span(chunk).first(count)) {
-      if (!AppendUtf8(character, Utf8Form::kModified, out)) return false;
+      if (!AppendUtf8(character, form, out)) return false;
     }
   }
   return true;
 }
 
-bool IconvDecoder::Finish(TextBuffer& out) { return Append({}, out); }
+bool IconvDecoder::Finish(Utf8Form form, TextBuffer& out) { return Append({}, form, out); }
 
 }  // namespace zervane::os

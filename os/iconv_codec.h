@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "os/text_buffer.h"
+#include "os/utf8.h"
 
 namespace zervane::os {
 
@@ -70,12 +71,12 @@ class IconvDecoder {
   // As IconvEncoder::Start.
   [[nodiscard]] bool Start(const char* charset);
 
-  // Appends text, which ends between two characters, as modified UTF-8. False when it is malformed,
-  // or does not fit.
-  [[nodiscard]] bool Append(std::string_view text, TextBuffer& out);
+  // Appends text, which ends between two characters, as UTF-8 of the form. False when it is
+  // malformed, or does not fit.
+  [[nodiscard]] bool Append(std::string_view text, Utf8Form form, TextBuffer& out);
 
   // Ends the text. False when what was held back does not fit.
-  [[nodiscard]] bool Finish(TextBuffer& out);
+  [[nodiscard]] bool Finish(Utf8Form form, TextBuffer& out);
 
  private:
   IconvHandle handle_;

@@ -14,6 +14,7 @@
 #include "os/iconv_codec.h"
 #include "os/system_encoding.h"
 #include "os/text_converter.h"
+#include "os/thread_owned.h"
 
 namespace {
 
@@ -58,11 +59,15 @@ std::string ChooseEncoding() {
   return zervane::os::kDefaultEncoding;
 }
 
-// The calling thread's converter, for the encoding that the whole process keeps.
+// The encoding that the whole process keeps. Never destroyed: threads may outlive static objects.
+const std::string& ProcessEncoding() {
+  static const std::string& encoding = *new std::string(ChooseEncoding());
+  return encoding;
+}
+
 TextConverter& ThreadConverter() {
-  static const std::string encoding = ChooseEncoding();
-  thread_local TextConverter converter(encoding);
-  return converter;
+  static zervane::os::ThreadOwned<TextConverter> converters;
+  return converters.OfThisThread([] { return std::make_unique<TextConverter>(ProcessEncoding()); });
 }
 
 using Direction = bool (TextConverter::*)(const char* src, char* dst, int capacity_bytes);
@@ -90,6 +95,14 @@ int os_lang_conv_utf8_to_sys(const char* src, char* dst, int capacity) {
 
 int os_lang_conv_sys_to_utf8(const char* src, char* dst, int capacity) {
   return Convert(&TextConverter::FromSystem, src, dst, capacity);
+}
+
+const char* os_lang_encoding() {
+  try {
+    return ProcessEncoding().c_str();
+  } catch (...) {  // no files or memory to find it
+    return nullptr;
+  }
 }
 
 int os_lang_take_failures() { return std::exchange(failures, 0); }

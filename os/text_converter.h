@@ -2,11 +2,9 @@
 #ifndef ZERVANE_OS_TEXT_CONVERTER_H_
 #define ZERVANE_OS_TEXT_CONVERTER_H_
 
-#include <string>
 #include <string_view>
 
-#include "os/iconv_codec.h"
-#include "os/text_buffer.h"
+#include "os/charset_codec.h"
 
 namespace zervane::os {
 
@@ -16,12 +14,9 @@ namespace zervane::os {
 // A name that TextConverter refuses is none either. May throw std::bad_alloc.
 bool IsSystemEncoding(std::string_view name);
 
-// The behaviour of os_lang.h for one encoding by name, UTF-8 or any that iconv knows. A name that
-// iconv does not know, or one with anything but letters, digits and "-_.:()+" in it (iconv's
-// suffixes would replace or drop characters), is valid here and fails every conversion.
-//
-// Used by one thread at a time. Descriptors open at the first conversion in each direction and
-// stay open; a later conversion allocates nothing.
+// The behaviour of os_lang.h for one encoding by name, as CharsetCodec understands it: texts of a
+// caller's, between it and modified UTF-8. Used by one thread at a time; conversions allocate
+// nothing once there was one in each direction.
 class TextConverter {
  public:
   // May throw std::bad_alloc, as the only member that does.
@@ -33,17 +28,7 @@ class TextConverter {
   [[nodiscard]] bool FromSystem(const char* src, char* dst, int capacity_bytes);
 
  private:
-  enum class Kind { kUtf8, kGb18030, kOther, kUnknown };
-
-  static Kind KindOf(std::string_view encoding);
-
-  bool Encode(std::string_view utf8, TextBuffer& out);
-  bool Decode(std::string_view text, TextBuffer& out);
-
-  const std::string encoding_;
-  const Kind kind_;
-  IconvEncoder encoder_;
-  IconvDecoder decoder_;
+  CharsetCodec codec_;
 };
 
 }  // namespace zervane::os

@@ -1,8 +1,10 @@
 #include "os/utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace zervane::os {
 namespace {
@@ -56,7 +58,40 @@ bool AppendSequence(char32_t value, TextBuffer& out) {
   return out.Append({bytes.data(), length});
 }
 
+// How many of the first bytes, taken 8 at a time, are ASCII characters other than NUL.
+std::size_t LeadingAsciiWords(std::string_view text) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::uint64_t kHighBits = 0x8080808080808080;
+  std::size_t position = 0;
+  for (; text.size() - position >= sizeof(std::uint64_t); position += sizeof(std::uint64_t)) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data() + position, sizeof word);
+    // Taking 1 from a byte sets its high bit only where that was set or the byte is NUL.
+    if (((word | (word - kOnes)) & kHighBits) != 0) break;
+  }
+  return position;
+}
+
+bool IsAsciiByte(char c) { return static_cast<signed char>(c) > 0; }
+
 }  // namespace
+
+bool IsAscii(std::string_view text) {
+  text.remove_prefix(LeadingAsciiWords(text));
+  return std::ranges::all_of(text, IsAsciiByte);
+}
+
+bool IsStandardUtf8(std::string_view text) {
+  while (!text.empty()) {
+    text.remove_prefix(LeadingAsciiWords(text));
+    if (text.empty()) break;
+    char32_t character = 0;
+    const std::size_t length = DecodeUtf8(text, Utf8Form::kStandard, character);
+    if (length == 0) return false;
+    text.remove_prefix(length);
+  }
+  return true;
+}
 
 std::size_t DecodeUtf8(std::string_view text, Utf8Form form, char32_t& character) {
   const std::size_t length = DecodeSequence(text, character);

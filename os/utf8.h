@@ -24,6 +24,12 @@ std::size_t DecodeUtf8(std::string_view text, Utf8Form form, char32_t& character
 // out is then of no further use.
 [[nodiscard]] bool AppendUtf8(char32_t character, Utf8Form form, TextBuffer& out);
 
+// Whether the text is made of ASCII characters other than NUL. 8 bytes at a time.
+bool IsAscii(std::string_view text);
+
+// Whether the text is UTF-8 in the standard form, without NUL.
+bool IsStandardUtf8(std::string_view text);
+
 }  // namespace zervane::os
 
 #endif  // ZERVANE_OS_UTF8_H_

@@ -15,21 +15,6 @@ using zervane::UnsupportedQuery;
 
 namespace {
 
-constexpr zervane::ExtensionText kTexts[] = {
-    {ZR3_TAG_COL_AM_EXT_PROP_TEST1, offsetof(ZR3AlarmTagProp, szTest1), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_TEST2, offsetof(ZR3AlarmTagProp, szTest2), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_TEST3, offsetof(ZR3AlarmTagProp, szTest3), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_TEST4, offsetof(ZR3AlarmTagProp, szTest4), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_ACTION1, offsetof(ZR3AlarmTagProp, szAction1), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_ACTION2, offsetof(ZR3AlarmTagProp, szAction2), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_ACTION3, offsetof(ZR3AlarmTagProp, szAction3), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_ACTION4, offsetof(ZR3AlarmTagProp, szAction4), ZR3_LEN_EXPRESSION},
-    {ZR3_TAG_COL_AM_EXT_PROP_SOURCE_TAG, offsetof(ZR3AlarmTagProp, szSourceTagName),
-     ZR3_LEN_TAG_NAME},
-};
-constexpr zervane::Extension kAlarmTag = {ZR3_TAG_COL_AM_EXT_PROP_MIN, ZR3_TAG_COL_AM_EXT_PROP_MAX,
-                                          kTexts};
-
 // A query of alarm records, given by now, whose times must be times and in order.
 int32 QueryRecords(const char* function, const Arguments& arguments, const ZR3AlarmQuery* query,
                    ZR3HANDLE* iterator) {
@@ -49,11 +34,11 @@ Arguments CheckTexts(Arguments arguments, const ZR3AlarmGroup* group) {
 
 int32 am3_add_tag(ZR3AlarmTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
-  return zervane::UnsupportedAdd(__func__, kAlarmTag, pProp, pMask, pTagID);
+  return zervane::UnsupportedAdd(__func__, ZR3_TAG_CLASS_ALARM, pProp, pMask, pTagID);
 }
 
 int32 am3_modify_tag_prop(uint32 /*nTagID*/, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask) {
-  return zervane::UnsupportedModify(__func__, kAlarmTag, pProp, pMask);
+  return zervane::UnsupportedModify(__func__, ZR3_TAG_CLASS_ALARM, pProp, pMask);
 }
 
 int32 am3_query_tag_prop(uint32 /*nTagID*/, ZR3AlarmTagProp* pProp) {

@@ -16,9 +16,9 @@ using zervane::CountRecords;
 using zervane::Direction;
 using zervane::ReadRecords;
 using zervane::Result;
-using zervane::Sample;
 using zervane::SampleColumns;
 using zervane::Session;
+using zervane::StandardText;
 using zervane::Status;
 using zervane::TagId;
 using zervane::TimeRange;
@@ -38,8 +38,9 @@ Status ReadArchive(Session& session, TagId id, TimeRange range, Direction direct
   const Result<SampleColumns> samples = session.Do(ReadRecords{id, range, direction, capacity});
   if (!samples.ok()) return samples.status();
   ZERVANE_ASSERT(samples->size() <= capacity);
+  StandardText& texts = zervane::TextsOfThisThread();
   for (std::size_t at = 0; at < samples->size(); ++at) {
-    Status status = zervane::FillRecord(samples->At(at), records++);
+    Status status = zervane::FillRecord(zervane::ViewOf(*samples, at), texts, records++);
     if (!status.ok()) return status;
   }
   *num = static_cast<int32>(samples->size());
@@ -99,8 +100,8 @@ int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int
 
 int32 ar3_modify_record(uint32 /*nTagID*/, const ZR3Record* pRecord) {
   return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session&) -> Status {
-    Sample sample;
-    const Status read = zervane::ReadRecord(*pRecord, &sample);
+    SampleColumns sample;
+    const Status read = zervane::AddRecord(*pRecord, zervane::TextsOfThisThread(), &sample);
     return read.ok() ? Status(ZR3_ERR_NOT_SUPPORTED, {}) : read;
   });
 }

@@ -33,11 +33,19 @@ int32 Call(const char* function, const Arguments& arguments, Body&& body) noexce
   });
 }
 
+// The same for a query that makes an iterator. It becomes 0 (when one is given) unless the query
+// succeeds, so that no caller takes what stood there for a handle.
+template <typename Body>
+int32 Query(const char* function, const Arguments& arguments, ZR3HANDLE* iterator,
+            Body&& body) noexcept {
+  if (iterator != nullptr) *iterator = nullptr;
+  return Call(function, arguments, std::forward<Body>(body));
+}
+
 // The answer of a function that this library does not offer yet.
 int32 Unsupported(const char* function, const Arguments& arguments) noexcept;
 
-// The same for a query: its iterator (when one is given) becomes 0, so that no caller takes what
-// stood there for a handle.
+// The same for a query, whose iterator becomes 0.
 int32 UnsupportedQuery(const char* function, const Arguments& arguments,
                        ZR3HANDLE* iterator) noexcept;
 

@@ -7,35 +7,26 @@
 namespace zervane {
 namespace {
 
-Status CheckTag(const Extension& extension, const void* record, PropertyMask mask) {
-  const Result<Tag> common = ReadCommonProperties(record, mask);
-  if (!common.ok()) return common.status();
-
-  Arguments arguments;
-  for (const ExtensionText& text : extension.texts) {
-    if ((mask.extension >> (text.column - extension.min_column) & 1) == 0) continue;
-    arguments.Text(static_cast<const char*>(record) + text.offset, text.capacity);
-  }
-  const auto extension_columns =
-      static_cast<std::size_t>(extension.max_column - extension.min_column + 1);
-  arguments.Require(IsMaskOf(mask.common, ZR3_TAG_COL_COMM_PROP_MAX + 1) &&
-                        IsMaskOf(mask.extension, extension_columns),
-                    ZR3_ERR_INVALID_MASK);
-  return {arguments.ok() ? ZR3_ERR_NOT_SUPPORTED : arguments.fault(), {}};
+Status CheckTag(std::int32_t tag_class, const void* record, PropertyMask mask) {
+  const Result<Tag> tag = ReadTag(record, tag_class, mask, TextsOfThisThread());
+  if (!tag.ok()) return tag.status();
+  const bool has_columns = IsMaskOf(mask.common, CommonColumns().size()) &&
+                           IsMaskOf(mask.extension, OwnColumns(tag_class).size());
+  return {has_columns ? ZR3_ERR_NOT_SUPPORTED : ZR3_ERR_INVALID_MASK, {}};
 }
 
 }  // namespace
 
-int32 UnsupportedAdd(const char* function, const Extension& extension, const void* record,
+int32 UnsupportedAdd(const char* function, std::int32_t tag_class, const void* record,
                      const ZR3Mask* mask, const uint32* id) noexcept {
   return Call(function, ArgumentsWithTexts().Given(record, mask, id),
-              [&](Session&) { return CheckTag(extension, record, ReadMaskToAdd(*mask)); });
+              [&](Session&) { return CheckTag(tag_class, record, ReadMaskToAdd(*mask)); });
 }
 
-int32 UnsupportedModify(const char* function, const Extension& extension, const void* record,
+int32 UnsupportedModify(const char* function, std::int32_t tag_class, const void* record,
                         const ZR3Mask* mask) noexcept {
   return Call(function, ArgumentsWithTexts().Given(record, mask),
-              [&](Session&) { return CheckTag(extension, record, ReadMask(*mask)); });
+              [&](Session&) { return CheckTag(tag_class, record, ReadMask(*mask)); });
 }
 
 }  // namespace zervane

@@ -9,6 +9,7 @@
 #include "vask/address.h"
 #include "vask/api.h"
 #include "vask/call.h"
+#include "vask/texts.h"
 
 namespace zervane {
 namespace {
@@ -37,7 +38,8 @@ Result<Servers> ReadServers(const ZR3Connection& connection) {
 Result<std::unique_ptr<Database>> OpenDatabase(const Target& target) {
   switch (target.kind) {
     case Target::Kind::kFolder:
-      return OpenEmbeddedFolder(target.folder);
+      return OpenEmbeddedFolder(target.folder,
+                                {.name = ProcessEncoding(), .decoder_of = TextDecoderOf});
     case Target::Kind::kMemory:
       return OpenVolatile();
     case Target::Kind::kServer:

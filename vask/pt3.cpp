@@ -1,8 +1,11 @@
 // pt3: point tags and tag types.
 
+#include <utility>
+
 #include "vask/api.h"
 #include "vask/call.h"
 #include "vask/search_arguments.h"
+#include "vask/tag_iteration.h"
 #include "vask/tag_properties.h"
 
 using zervane::AddTag;
@@ -11,14 +14,22 @@ using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Deliver;
 using zervane::GetTag;
-using zervane::GetTagType;
 using zervane::ModifyTag;
 using zervane::PropertyMask;
 using zervane::Result;
 using zervane::Session;
 using zervane::Status;
 using zervane::Tag;
-using zervane::UnsupportedQuery;
+using zervane::TagQuery;
+using zervane::TextsOfThisThread;
+
+namespace {
+
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
+  return zervane::ReadTag(&record, ZR3_TAG_CLASS_BASIC, mask, TextsOfThisThread());
+}
+
+}  // namespace
 
 // The node's name is accepted as it is: the embedded database has one node.
 int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
@@ -26,7 +37,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
   const Arguments arguments = ArgumentsWithTexts().Given(pProp, pMask, pTagID);
   return Call(__func__, arguments, [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
-    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask);
+    const Result<Tag> properties = ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
     return Deliver(session.Do(AddTag{*properties, mask}), pTagID);
   });
@@ -35,7 +46,7 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
   return Call(__func__, ArgumentsWithTexts().Given(pProp, pMask), [&](Session& session) -> Status {
     const PropertyMask mask = zervane::ReadMask(*pMask);
-    const Result<Tag> properties = zervane::ReadPointTag(*pProp, mask);
+    const Result<Tag> properties = ReadPointTag(*pProp, mask);
     if (!properties.ok()) return properties.status();
     return session.Do(ModifyTag{nTagID, ZR3_TAG_CLASS_BASIC, *properties, mask}).status();
   });
@@ -46,7 +57,7 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
     const Result<Tag> properties = session.Do(GetTag{nTagID});
     if (!properties.ok()) return properties.status();
     if (properties->tag_class != ZR3_TAG_CLASS_BASIC) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
-    zervane::FillPointTag(*properties, pProp);
+    zervane::FillPointTag(*properties, TextsOfThisThread(), pProp);
     return {};
   });
 }
@@ -55,7 +66,7 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
 // when one of the tags is not there.
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
   const auto query = [&](Session& session) -> Status {
-    return Deliver(session.Do(GetTagType{nTagID}), pTagType);
+    return Deliver(session.GetTagType(nTagID), pTagType);
   };
   const int32 status = Call(__func__, Arguments().Given(pTagType), query);
   if (status != ZR3_OK) zervane::ForgetUnconvertedTexts();
@@ -64,7 +75,14 @@ int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType) {
 
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator) {
+  constexpr int64 kPointTags = int64{1} << ZR3_TAG_CLASS_BASIC;
   Arguments arguments = ArgumentsWithTexts();
   arguments.Given(pItemSet, pMask, pIterator);
-  return UnsupportedQuery(__func__, zervane::CheckFilter(arguments, pItemSet), pIterator);
+  zervane::CheckFilter(arguments, pItemSet);
+  return zervane::Query(__func__, arguments, pIterator, [&](Session& session) -> Status {
+    Result<TagQuery> query = zervane::ReadTagQuery(kPointTags, *pItemSet, TextsOfThisThread());
+    if (!query.ok()) return query.status();
+    return zervane::IteratePointTags(
+        session, {.query = *std::move(query), .mask = zervane::ReadMask(*pMask)}, pIterator);
+  });
 }

@@ -1,8 +1,9 @@
 #include "vask/records.h"
 
+#include <bit>
 #include <cstring>
+#include <optional>
 #include <string>
-#include <utility>
 
 #include "engine/assert.h"
 
@@ -11,21 +12,34 @@ namespace {
 
 constexpr std::int64_t kMsPerSecond = 1000;
 
-Status ReadString(const ZR3StrBlob& bytes, Value* value) {
+// In the caller's encoding, without the terminator; inside a text may take three times as many.
+constexpr std::size_t kMaxCallersStringBytes = ZR3_LEN_VALUE - 1;
+
+// A record's time and quality, which have been looked at.
+struct Header {
+  std::int64_t time_ms;
+  std::uint16_t quality;
+  TagType type;
+};
+
+Status AddString(const Header& header, const ZR3StrBlob& bytes, StandardText& texts,
+                 SampleColumns* samples) {
   if (bytes.pBuf == nullptr) return {ZR3_ERR_NULL_ARGUMENT, "a STRING without a buffer"};
   const std::size_t size = strnlen(bytes.pBuf, bytes.nLenBuf);
   if (size == bytes.nLenBuf) {
     return {ZR3_ERR_INVALID_TEXT,
             "no terminator in a STRING of " + std::to_string(size) + " bytes"};
   }
-  if (size > ZR3_LEN_VALUE - 1) {
+  if (size > kMaxCallersStringBytes) {
     return {ZR3_ERR_VALUE_TOO_LONG, "a STRING of " + std::to_string(size) + " bytes"};
   }
-  *value = std::string(bytes.pBuf, size);
+  const std::optional<std::string_view> text = texts.FromSystem({bytes.pBuf, size});
+  if (!text) return {ZR3_ERR_INVALID_TEXT, "a STRING that does not convert"};
+  samples->AddText(header.time_ms, header.quality, header.type, *text);
   return {};
 }
 
-Status ReadBlob(const ZR3StrBlob& bytes, Value* value) {
+Status AddBlob(const Header& header, const ZR3StrBlob& bytes, SampleColumns* samples) {
   const std::size_t size = bytes.nLenBuf;
   if (size > 0 && bytes.pBuf == nullptr) {
     return {ZR3_ERR_NULL_ARGUMENT, "a BLOB without a buffer"};
@@ -33,34 +47,39 @@ Status ReadBlob(const ZR3StrBlob& bytes, Value* value) {
   if (size > kMaxBlobBytes) {
     return {ZR3_ERR_VALUE_TOO_LONG, "a BLOB of " + std::to_string(size) + " bytes"};
   }
-  *value = size == 0 ? std::string() : std::string(bytes.pBuf, size);
+  samples->AddText(header.time_ms, header.quality, header.type,
+                   size == 0 ? std::string_view() : std::string_view(bytes.pBuf, size));
   return {};
 }
 
-Status ReadValue(TagType type, const ZR3RecordValue& from, Value* value) {
-  switch (type) {
+Status AddNumber(const Header& header, std::uint64_t number, SampleColumns* samples) {
+  samples->AddNumber(header.time_ms, header.quality, header.type, number);
+  return {};
+}
+
+// Integers stand in the low half.
+std::uint64_t BitsOfInteger(std::int32_t number) { return static_cast<std::uint32_t>(number); }
+std::int32_t IntegerOf(std::uint64_t bits) { return static_cast<std::int32_t>(bits); }
+
+Status AddValue(const Header& header, const ZR3RecordValue& value, StandardText& texts,
+                SampleColumns* samples) {
+  switch (header.type) {
     case TagType::kInt8:
-      *value = std::int32_t{from.nInt8};
-      return {};
+      return AddNumber(header, BitsOfInteger(value.nInt8), samples);
     case TagType::kInt16:
-      *value = std::int32_t{from.nInt16};
-      return {};
+      return AddNumber(header, BitsOfInteger(value.nInt16), samples);
     case TagType::kInt32:
-      *value = from.nInt32;
-      return {};
+      return AddNumber(header, BitsOfInteger(value.nInt32), samples);
     case TagType::kFloat32:
-      *value = from.fFloat32;
-      return {};
+      return AddNumber(header, std::bit_cast<std::uint32_t>(value.fFloat32), samples);
     case TagType::kFloat64:
-      *value = from.fFloat64;
-      return {};
+      return AddNumber(header, std::bit_cast<std::uint64_t>(value.fFloat64), samples);
     case TagType::kDigital:
-      *value = std::int32_t{from.nDigital};
-      return {};
+      return AddNumber(header, BitsOfInteger(value.nDigital), samples);
     case TagType::kString:
-      return ReadString(from.strBlob, value);
+      return AddString(header, value.strBlob, texts, samples);
     case TagType::kBlob:
-      return ReadBlob(from.strBlob, value);
+      return AddBlob(header, value.strBlob, samples);
   }
   return {ZR3_ERR_TYPE_MISMATCH, {}};
 }
@@ -79,53 +98,70 @@ Status InvalidTime(int16 milliseconds) {
   return {ZR3_ERR_INVALID_TIME, std::to_string(milliseconds) + " milliseconds"};
 }
 
-// `size` is what the value takes in the buffer.
-Status CheckBuffer(const ZR3StrBlob& buffer, std::size_t size) {
+Status CheckBuffer(const ZR3StrBlob& buffer) {
   if (buffer.pBuf == nullptr) return {ZR3_ERR_TYPE_MISMATCH, "no buffer for the value"};
-  if (size > buffer.nLenBuf) {
-    return {ZR3_ERR_BUFFER_TOO_SMALL,
-            std::to_string(size) + " bytes into a buffer of " + std::to_string(buffer.nLenBuf)};
-  }
   return {};
 }
 
-// `size` counts a STRING's terminator, which std::string keeps behind its bytes.
-Status FillBytes(const std::string& bytes, std::size_t size, ZR3StrBlob* buffer) {
-  Status status = CheckBuffer(*buffer, size);
+Status TooSmall(const ZR3StrBlob& buffer, std::size_t bytes) {
+  return {ZR3_ERR_BUFFER_TOO_SMALL,
+          std::to_string(bytes) + " bytes into a buffer of " + std::to_string(buffer.nLenBuf)};
+}
+
+// Into a buffer for the longest STRINGs of callers whatever it takes, into a smaller one whole.
+Status FillString(std::string_view utf8, StandardText& texts, ZR3StrBlob* buffer) {
+  Status status = CheckBuffer(*buffer);
   if (!status.ok()) return status;
-  std::memcpy(buffer->pBuf, bytes.c_str(), size);
-  buffer->nLenBuf = static_cast<uint16>(size);
+  if (buffer->nLenBuf == 0) return TooSmall(*buffer, utf8.size() + 1);
+  const std::size_t room = buffer->nLenBuf - std::size_t{1};
+  std::string_view text;
+  if (room >= kMaxCallersStringBytes) {
+    text = CallersText(texts, utf8, room);
+  } else {
+    const StandardText::SystemText whole = texts.ToSystem(utf8, room);
+    if (!whole.is_whole) return TooSmall(*buffer, utf8.size() + 1);
+    text = whole.bytes;
+  }
+  std::memcpy(buffer->pBuf, text.data(), text.size());
+  buffer->pBuf[text.size()] = '\0';
+  buffer->nLenBuf = static_cast<uint16>(text.size() + 1);
   return status;
 }
 
-Status FillValue(const Sample& sample, ZR3RecordValue* value) {
+Status FillBlob(std::string_view bytes, ZR3StrBlob* buffer) {
+  Status status = CheckBuffer(*buffer);
+  if (!status.ok()) return status;
+  if (bytes.size() > buffer->nLenBuf) return TooSmall(*buffer, bytes.size());
+  std::memcpy(buffer->pBuf, bytes.data(), bytes.size());
+  buffer->nLenBuf = static_cast<uint16>(bytes.size());
+  return status;
+}
+
+Status FillValue(const SampleView& sample, StandardText& texts, ZR3RecordValue* value) {
+  const std::int32_t integer = IntegerOf(sample.number);
   switch (sample.type) {
     case TagType::kInt8:
-      value->nInt8 = static_cast<int8>(sample.value.integer());
+      value->nInt8 = static_cast<int8>(integer);
       return {};
     case TagType::kInt16:
-      value->nInt16 = static_cast<int16>(sample.value.integer());
+      value->nInt16 = static_cast<int16>(integer);
       return {};
     case TagType::kInt32:
-      value->nInt32 = sample.value.integer();
+      value->nInt32 = integer;
       return {};
     case TagType::kFloat32:
-      value->fFloat32 = sample.value.float32();
+      value->fFloat32 = std::bit_cast<float>(static_cast<std::uint32_t>(sample.number));
       return {};
     case TagType::kFloat64:
-      value->fFloat64 = sample.value.float64();
+      value->fFloat64 = std::bit_cast<double>(sample.number);
       return {};
     case TagType::kDigital:
-      value->nDigital = static_cast<int8>(sample.value.integer());
+      value->nDigital = static_cast<int8>(integer);
       return {};
-    case TagType::kString: {
-      const auto& text = sample.value.text().str();
-      return FillBytes(text, text.size() + 1, &value->strBlob);
-    }
-    case TagType::kBlob: {
-      const auto& blob = sample.value.text().str();
-      return FillBytes(blob, blob.size(), &value->strBlob);
-    }
+    case TagType::kString:
+      return FillString(sample.text, texts, &value->strBlob);
+    case TagType::kBlob:
+      return FillBlob(sample.text, &value->strBlob);
   }
   return {ZR3_ERR_INTERNAL, "a sample of no type"};
 }
@@ -150,23 +186,31 @@ Result<TimeRange> ReadRegion(const ZR3TimeRegion& region) {
                    .to_ms = region.bRightClosed != 0 ? *right : *right - 1};
 }
 
-Status ReadRecord(const ZR3Record& record, Sample* sample) {
+Status AddRecord(const ZR3Record& record, StandardText& texts, SampleColumns* samples) {
   if (!IsTagType(record.nTagType)) {
     return {ZR3_ERR_TYPE_MISMATCH, "no type " + std::to_string(record.nTagType)};
   }
   if (!AreMilliseconds(record.nMsec)) return InvalidTime(record.nMsec);
-  sample->time_ms = JoinTime(record.nSec, record.nMsec);
-  sample->quality = record.nQuality;
-  sample->type = static_cast<TagType>(record.nTagType);
-  return ReadValue(sample->type, record.value, &sample->value);
+  const Header header{.time_ms = JoinTime(record.nSec, record.nMsec),
+                      .quality = record.nQuality,
+                      .type = static_cast<TagType>(record.nTagType)};
+  return AddValue(header, record.value, texts, samples);
 }
 
 bool NeedsBuffer(ZR3_TAG_TYPE type) {
   return type == ZR3_TAG_TYPE_STRING || type == ZR3_TAG_TYPE_BLOB;
 }
 
-Status FillRecord(const Sample& sample, ZR3Record* record) {
-  Status status = FillValue(sample, &record->value);
+SampleView ViewOf(const Sample& sample) {
+  return {.time_ms = sample.time_ms,
+          .quality = sample.quality,
+          .type = sample.type,
+          .number = BitsOf(sample.value),
+          .text = sample.value.text().str()};
+}
+
+Status FillRecord(const SampleView& sample, StandardText& texts, ZR3Record* record) {
+  Status status = FillValue(sample, texts, &record->value);
   if (!status.ok()) return status;
   record->nSec = static_cast<int32>(static_cast<std::uint32_t>(sample.time_ms / kMsPerSecond));
   record->nMsec = static_cast<int16>(sample.time_ms % kMsPerSecond);

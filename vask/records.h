@@ -1,9 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
+#include "api/words/samples.h"
 #include "api/words/status.h"
 #include "api/words/value.h"
+#include "vask/texts.h"
 #include "zr3Struct.h"
 
 // The C records of times and values, to and from the domain. Nothing a caller hands in is trusted
@@ -18,16 +22,37 @@ Result<std::int64_t> ReadTime(int32 seconds, int16 milliseconds);
 // ZR3_ERR_INVALID_REGION.
 Result<TimeRange> ReadRegion(const ZR3TimeRegion& region);
 
-// The record that a caller writes, into `sample`: ZR3_ERR_INVALID_TIME, ZR3_ERR_TYPE_MISMATCH when
-// the type is none, ZR3_ERR_NULL_ARGUMENT, ZR3_ERR_INVALID_TEXT, ZR3_ERR_VALUE_TOO_LONG.
-Status ReadRecord(const ZR3Record& record, Sample* sample);
+// Adds the record that a caller writes: ZR3_ERR_INVALID_TIME, ZR3_ERR_TYPE_MISMATCH when the type
+// is none, ZR3_ERR_NULL_ARGUMENT, ZR3_ERR_INVALID_TEXT, ZR3_ERR_VALUE_TOO_LONG (a STRING of more
+// than 999 bytes, as the caller counts them, or a BLOB of more than 1,000). Nothing is added then.
+Status AddRecord(const ZR3Record& record, StandardText& texts, SampleColumns* samples);
 
 // Whether values of the type travel in the caller's buffer.
 bool NeedsBuffer(ZR3_TAG_TYPE type);
 
+// A sample as records are filled from it, for as long as what it was made of stays as it is.
+struct SampleView {
+  std::int64_t time_ms = 0;
+  std::uint16_t quality = 0;
+  TagType type = TagType::kFloat64;
+  std::uint64_t number = 0;    // as SampleColumns has it
+  std::string_view text = {};  // of a STRING or BLOB
+};
+inline SampleView ViewOf(const SampleColumns& samples, std::size_t at) {
+  const TagType type = samples.types()[at];
+  const bool is_text = IsText(type);
+  return {.time_ms = samples.times()[at],
+          .quality = samples.qualities()[at],
+          .type = type,
+          .number = is_text ? 0 : samples.values()[at],
+          .text = is_text ? samples.TextAt(at) : std::string_view()};
+}
+SampleView ViewOf(const Sample& sample);
+
 // Fills the caller's record: its header and the slot of the sample's type; a STRING is terminated.
 // STRING and BLOB go into the buffer of record->value.strBlob: ZR3_ERR_TYPE_MISMATCH when that is
-// null, ZR3_ERR_BUFFER_TOO_SMALL. A record that is refused is untouched.
-Status FillRecord(const Sample& sample, ZR3Record* record);
+// null, ZR3_ERR_BUFFER_TOO_SMALL. A STRING that is longer than a buffer of ZR3_LEN_VALUE bytes, or
+// of more, is cut after a whole character. A record that is refused is untouched.
+Status FillRecord(const SampleView& sample, StandardText& texts, ZR3Record* record);
 
 }  // namespace zervane

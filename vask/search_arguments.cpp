@@ -1,28 +1,21 @@
 #include "vask/search_arguments.h"
 
-#include <algorithm>
-#include <iterator>
+#include <span>
+
+#include "api/words/tag_columns.h"
 
 namespace zervane {
 namespace {
 
-struct ColumnFamily {
-  int32 min;
-  int32 max;
-};
-
-constexpr ColumnFamily kColumnFamilies[] = {
-    {ZR3_TAG_COL_COMM_PROP_MIN, ZR3_TAG_COL_COMM_PROP_MAX},
-    {ZR3_TAG_COL_PT_EXT_PROP_MIN, ZR3_TAG_COL_PT_EXT_PROP_MAX},
-    {ZR3_TAG_COL_AM_EXT_PROP_MIN, ZR3_TAG_COL_AM_EXT_PROP_MAX},
-    {ZR3_TAG_COL_ST_EXT_PROP_MIN, ZR3_TAG_COL_ST_EXT_PROP_MAX},
-    {ZR3_TAG_COL_CA_EXT_PROP_MIN, ZR3_TAG_COL_CA_EXT_PROP_MAX},
-};
+// Columns are numbered without gaps.
+bool IsOneOf(int32 column, std::span<const PropertyColumn> columns) {
+  return column >= columns.front().column && column <= columns.back().column;
+}
 
 bool IsColumn(int32 column) {
-  return std::any_of(
-      std::begin(kColumnFamilies), std::end(kColumnFamilies),
-      [=](const ColumnFamily& family) { return column >= family.min && column <= family.max; });
+  return IsOneOf(column, CommonColumns()) || IsOneOf(column, PointColumns()) ||
+         IsOneOf(column, AlarmColumns()) || IsOneOf(column, StatisticsColumns()) ||
+         IsOneOf(column, CalculationColumns());
 }
 
 }  // namespace
@@ -40,7 +33,8 @@ Arguments& CheckFilter(Arguments& arguments, const ZR3FilterItemSet* filter) {
 
 Arguments& CheckClassMask(Arguments& arguments, int64 class_mask) {
   constexpr int64 kClasses = (int64{1} << (ZR3_TAG_CLASS_ALL + 1)) - 1;
-  return arguments.Require((class_mask & kClasses) != 0, ZR3_ERR_INVALID_ARGUMENT);
+  const bool is_mask = class_mask == -1 || (class_mask > 0 && class_mask <= kClasses);
+  return arguments.Require(is_mask, ZR3_ERR_INVALID_MASK);
 }
 
 }  // namespace zervane

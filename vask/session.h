@@ -50,6 +50,11 @@ class Session {
     mutex_.AssertHeld();
     return cache_.FindTagId(*database_, caller_, name);
   }
+  Result<TagType> GetTagType(TagId id) {
+    mutex_.AssertHeld();
+    return cache_.GetTagType(*database_, caller_, id);
+  }
+
   HandleTable& handles() {
     mutex_.AssertHeld();
     return handles_;

@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <chrono>
 #include <list>
+#include <memory>
 #include <thread>
+
+#include "os/thread_owned.h"
 
 namespace zervane {
 namespace {
@@ -65,18 +68,17 @@ constinit thread_local const SessionMutex* SessionMutex::held_ = nullptr;
 
 bool SessionMutex::OffersBarrier() { return Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED); }
 
-// A thread that calls again while it ends gets a place that stays, empty.
 void SessionMutex::Register() {
   struct Registration {
-    const Holders::Place place;
+    const Holders::Place place = AllHolders().Add();
     ~Registration() {
       holds_ = nullptr;
       AllHolders().Remove(place);
     }
   };
-  const auto place = AllHolders().Add();
-  thread_local const Registration registration{place};
-  holds_ = &place->holds;
+  static os::ThreadOwned<Registration> registrations;
+  holds_ =
+      &registrations.OfThisThread([] { return std::make_unique<Registration>(); }).place->holds;
 }
 
 // Between two looks the registry is free, so that threads may come and end meanwhile. Those that

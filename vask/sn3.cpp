@@ -1,10 +1,12 @@
 // sn3: current values.
 
 #include <cstddef>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "engine/assert.h"
+#include "os/thread_owned.h"
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
@@ -19,10 +21,13 @@ using zervane::ReadCurrentValues;
 using zervane::Result;
 using zervane::Sample;
 using zervane::SampleBatch;
+using zervane::SampleView;
 using zervane::Session;
+using zervane::StandardText;
 using zervane::Status;
 using zervane::TagId;
 using zervane::Unsupported;
+using zervane::ViewOf;
 using zervane::WriteAnswer;
 using zervane::WriteOrder;
 using zervane::WriteSamples;
@@ -31,12 +36,12 @@ namespace {
 
 // The caller's nTagType tells whether the record has a buffer: in a record prepared for a number,
 // where the tag holds text by now, there may stand anything.
-Status FillSnapshot(const Sample& sample, ZR3Record* record) {
+Status FillSnapshot(const SampleView& sample, StandardText& texts, ZR3Record* record) {
   const auto type = static_cast<ZR3_TAG_TYPE>(sample.type);
   if (zervane::NeedsBuffer(type) && !zervane::NeedsBuffer(record->nTagType)) {
     return {ZR3_ERR_TYPE_MISMATCH, "a record without a buffer for a STRING or BLOB"};
   }
-  return zervane::FillRecord(sample, record);
+  return zervane::FillRecord(sample, texts, record);
 }
 
 // What a thread needs for a batch. It keeps the memory, up to so many records, for the next one.
@@ -47,8 +52,8 @@ constexpr std::size_t kKeptRecords = 65'536;
 
 // Not inline, or the compiler would look the thread's own up for every record.
 [[gnu::noinline]] Scratch& ScratchOfThread() {
-  thread_local Scratch scratch;
-  return scratch;
+  static zervane::os::ThreadOwned<Scratch> scratches;
+  return scratches.OfThisThread([] { return std::make_unique<Scratch>(); });
 }
 
 // Hands the database's codes of the records that were samples to those records.
@@ -69,13 +74,13 @@ Status WriteRecords(Session& session, int32 count, TagOf&& tag_of, const ZR3Reco
   Scratch& scratch = ScratchOfThread();
   WriteSamples write{.batch = std::move(scratch.batch), .order = order, .answer = answer};
   SampleBatch& batch = write.batch;
+  StandardText& texts = zervane::TextsOfThisThread();
   batch.Clear();
   batch.tags.reserve(static_cast<std::size_t>(count));
   batch.samples.Reserve(static_cast<std::size_t>(count));
   Status all_read = ForEach(count, codes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
-    Sample sample;
-    Status status = zervane::ReadRecord(records[i], &sample);
-    if (status.ok()) batch.Add(tag_of(i), sample);
+    Status status = zervane::AddRecord(records[i], texts, &batch.samples);
+    if (status.ok()) batch.tags.push_back(tag_of(i));
     return status;
   });
   if (batch.empty()) return all_read;
@@ -102,7 +107,8 @@ int32 SaveSnapshots(const char* function, int32 count, const uint32* ids, const 
 int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord) {
   return Call(__func__, Arguments().Given(pRecord), [&](Session& session) -> Status {
     const Result<Sample> sample = session.Do(ReadCurrent{nTagID});
-    return sample.ok() ? FillSnapshot(*sample, pRecord) : sample.status();
+    return sample.ok() ? FillSnapshot(ViewOf(*sample), zervane::TextsOfThisThread(), pRecord)
+                       : sample.status();
   });
 }
 
@@ -113,10 +119,11 @@ int32 sn3_query_snapshots(int32 nNum, const uint32* pTagIDs, ZR3Record* pRecords
                 const Result<ReadCurrentValues::Reply> read =
                     session.Do(ReadCurrentValues{.ids = {pTagIDs, pTagIDs + nNum}});
                 if (!read.ok()) return read.status();
+                StandardText& texts = zervane::TextsOfThisThread();
                 return ForEach(nNum, pErrCodes, ZR3_ERR_SOME_RECORDS_FAILED, [&](int32 i) {
                   const auto at = static_cast<std::size_t>(i);
                   if (read->codes[at] != ZR3_OK) return Status(read->codes[at], {});
-                  return FillSnapshot(read->samples.At(at), &pRecords[i]);
+                  return FillSnapshot(ViewOf(read->samples, at), texts, &pRecords[i]);
                 });
               });
 }

@@ -15,15 +15,6 @@ using zervane::Unsupported;
 
 namespace {
 
-constexpr zervane::ExtensionText kTexts[] = {
-    {ZR3_TAG_COL_ST_EXT_PROP_SOURCE_TAG_NAME, offsetof(ZR3StatsTagProp, szSourceTagName),
-     sizeof ZR3StatsTagProp::szSourceTagName},
-    {ZR3_TAG_COL_ST_EXT_PROP_FILTER_EXPR, offsetof(ZR3StatsTagProp, szFilterExpr),
-     sizeof ZR3StatsTagProp::szFilterExpr},
-};
-constexpr zervane::Extension kStatsTag = {ZR3_TAG_COL_ST_EXT_PROP_MIN, ZR3_TAG_COL_ST_EXT_PROP_MAX,
-                                          kTexts};
-
 Arguments CheckParam(const ZR3StRelatedParam* param, const float64* value) {
   Arguments arguments = ArgumentsWithTexts();
   arguments.Given(param, value);
@@ -50,11 +41,11 @@ int32 st3_tag_stats_calc(uint32 /*nTagID*/, const ZR3StRelatedParam* pParam, flo
 
 int32 st3_add_tag(const ZR3StatsTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
-  return zervane::UnsupportedAdd(__func__, kStatsTag, pProp, pMask, pTagID);
+  return zervane::UnsupportedAdd(__func__, ZR3_TAG_CLASS_STATS, pProp, pMask, pTagID);
 }
 
 int32 st3_modify_tag_prop(uint32 /*nTagID*/, const ZR3StatsTagProp* pProp, const ZR3Mask* pMask) {
-  return zervane::UnsupportedModify(__func__, kStatsTag, pProp, pMask);
+  return zervane::UnsupportedModify(__func__, ZR3_TAG_CLASS_STATS, pProp, pMask);
 }
 
 int32 st3_query_tag_prop(uint32 /*nTagID*/, ZR3StatsTagProp* pProp) {

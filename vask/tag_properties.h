@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
+
 #include "api/words/status.h"
 #include "api/words/tag.h"
+#include "vask/texts.h"
 #include "zr3Struct.h"
 
 // The C records of tag properties, to and from the domain. Every tag record begins with the members
@@ -14,15 +17,15 @@ PropertyMask ReadMask(const ZR3Mask& mask);
 // The mask of a tag that is added: its name always counts.
 PropertyMask ReadMaskToAdd(const ZR3Mask& mask);
 
-// The selected properties; nothing else of the record is looked at, so that may be garbage. The
-// others have their defaults. ZR3_ERR_INVALID_TEXT when a selected text does not end within its
-// array. Bits for which there is no property are ignored here.
-Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask);
+// The selected properties of a tag of the class, from the record of its class; nothing else of the
+// record is looked at, so that may be garbage. The others have their defaults. ZR3_ERR_INVALID_TEXT
+// when a selected text does not end within its array, or does not convert. Bits for which there is
+// no property are ignored here.
+Result<Tag> ReadTag(const void* record, std::int32_t tag_class, PropertyMask mask,
+                    StandardText& texts);
 
-// The same for the members that all tag records begin with; `record` is any of them.
-Result<Tag> ReadCommonProperties(const void* record, PropertyMask mask);
-
-// Fills the whole record, padding included.
-void FillPointTag(const Tag& properties, ZR3PtTagProp* record);
+// These fill the whole record, padding included. The tag of the first may be of any class.
+void FillCommonProperties(const Tag& tag, StandardText& texts, ZR3CommTagProp* record);
+void FillPointTag(const Tag& tag, StandardText& texts, ZR3PtTagProp* record);
 
 }  // namespace zervane

@@ -150,8 +150,6 @@ void SampleColumns::Assign(std::size_t samples, TagType type, std::string texts)
   size_ = 0;
   Reserve(samples);
   size_ = samples;
-  std::fill_n(times_, samples, 0);
-  std::fill_n(values_, samples, 0);
   std::fill_n(qualities_, samples, std::uint16_t{ZR3_QUALITY_GOOD});
   std::fill_n(types_, samples, type);
   texts_ = std::move(texts);

@@ -73,8 +73,8 @@ class SampleColumns {
   // Puts another sample in the place of one. The bytes of a text that was there stay.
   void ReplaceFrom(std::size_t at, const SampleColumns& from, std::size_t from_at);
 
-  // Makes it so many samples of the type and of good quality, whose times and values are to be
-  // filled in; the texts are those given.
+  // Makes it so many samples of the type and of good quality, whose times and values are any, and to
+  // be filled in; the texts are those given.
   void Assign(std::size_t samples, TagType type, std::string texts = {});
 
   // The texts among which the values, which are to say where, have theirs.
@@ -95,6 +95,8 @@ class SampleColumns {
   static std::uint64_t PlaceOf(std::size_t offset, std::size_t length) {
     return static_cast<std::uint64_t>(offset) << kLengthBits | length;
   }
+
+  friend void swap(SampleColumns& a, SampleColumns& b) noexcept { a.Swap(b); }
 
   // Sample by sample, values as numbers (NaNs equal nothing).
   friend bool operator==(const SampleColumns& a, const SampleColumns& b);

@@ -34,7 +34,7 @@ constexpr bool IsTagType(ZR3_TAG_TYPE type) {
 }
 
 // A STRING's without the terminator. What the caller's encoding gives a byte may take three in UTF-8.
-constexpr std::size_t kMaxStringBytes = 3 * (ZR3_LEN_VALUE - 1);
+constexpr std::size_t kMaxStringBytes = std::size_t{3} * (ZR3_LEN_VALUE - 1);
 constexpr std::size_t kMaxBlobBytes = ZR3_LEN_VALUE;
 
 // A value: a number or a text. The tag's type fixes which: INT8, INT16, INT32 and DIGITAL use

@@ -22,17 +22,17 @@ TagIndex::~TagIndex() {
 }
 
 void TagIndex::Reserve(TagId id) {
-  if (FindSlot(id) != nullptr) return;
+  if (CodeOf(id) != nullptr) return;
   (*chunks_)[id >> kChunkBits].store(new Chunk, std::memory_order_release);
 }
 
 void TagIndex::Put(TagId id, const TagTraits& traits) noexcept {
-  ZERVANE_ASSERT(FindSlot(id) != nullptr);  // it was reserved
-  FindSlot(id)->traits_.store(Encode(traits), std::memory_order_release);
+  ZERVANE_ASSERT(CodeOf(id) != nullptr);  // it was reserved
+  CodeOf(id)->store(Encode(traits), std::memory_order_release);
 }
 
 void TagIndex::Remove(TagId id) noexcept {
-  if (Slot* slot = FindSlot(id)) slot->traits_.store(0, std::memory_order_release);
+  if (Code* place = CodeOf(id)) place->store(0, std::memory_order_release);
 }
 
 }  // namespace zervane

@@ -1,112 +1,131 @@
 #include "engine/current/current_values.h"
 
+#include <string>
+#include <thread>
+#include <utility>
+
 #include "engine/assert.h"
-#include "engine/write/acceptance.h"
 
 namespace zervane {
 
 std::optional<Sample> CurrentValues::Find(TagId tag) const {
-  Part& part = PartOf(tag);
-  const MutexLock lock(part.mutex);
-  const std::optional<Sample>* found = part.Find(tag);
-  return found == nullptr ? std::nullopt : *found;
+  const Place* const place = places_.Find(tag);
+  if (place == nullptr) return std::nullopt;
+  const Number number = Read(*place);
+  if (number.time_ms == kNoTime) return std::nullopt;
+  if (IsText(number.type)) return FindText(tag, *place);
+  return Sample{.time_ms = number.time_ms,
+                .quality = number.quality,
+                .type = number.type,
+                .value = NumberOf(number.type, number.bits)};
+}
+
+bool CurrentValues::AddTo(SampleColumns& columns, TagId tag) const {
+  const Place* const place = places_.Find(tag);
+  if (place == nullptr) return false;
+  const Number number = Read(*place);
+  if (number.time_ms == kNoTime) return false;
+  if (!IsText(number.type)) {
+    columns.AddNumber(number.time_ms, number.quality, number.type, number.bits);
+    return true;
+  }
+  const std::optional<Sample> text = FindText(tag, *place);
+  if (text) columns.Add(*text);
+  return text.has_value();
 }
 
 std::int64_t CurrentValues::TimeOf(TagId tag) const noexcept {
-  Part& part = PartOf(tag);
-  const MutexLock lock(part.mutex);
-  const std::optional<Sample>* found = part.Find(tag);
-  return found == nullptr ? kNoTime : (*found)->time_ms;
+  const Place* const place = places_.Find(tag);
+  return place == nullptr ? kNoTime : place->time_ms.load(std::memory_order_acquire);
 }
 
-std::int64_t CurrentValues::Reserve(TagId tag) {
-  Part& part = PartOf(tag);
-  const MutexLock lock(part.mutex);
-  const std::optional<Sample>& place = part.samples.At(tag / kParts);
-  return place ? place->time_ms : kNoTime;
+// What was read belongs together when no change had begun before and none has since: every load
+// acquires what the writer released, so whoever has read something of a change sees its count too.
+CurrentValues::Number CurrentValues::Read(const Place& place) const noexcept {
+  constexpr int kTriesInARow = 64;
+  for (int tries = 1;; ++tries) {
+    const std::uint32_t before = place.changes.load(std::memory_order_acquire);
+    const Number number = {.quality = place.quality.load(std::memory_order_acquire),
+                           .type = place.type.load(std::memory_order_acquire),
+                           .time_ms = place.time_ms.load(std::memory_order_acquire),
+                           .bits = place.bits.load(std::memory_order_acquire)};
+    const std::uint32_t after = place.changes.load(std::memory_order_relaxed);
+    if (before == after && before % 2 == 0) return number;
+    // The writer may have lost its processor in the middle of a change.
+    if (tries % kTriesInARow == 0) std::this_thread::yield();
+  }
 }
 
-void CurrentValues::Put(TagId tag, const Sample& sample) noexcept {
-  Part& part = PartOf(tag);
+std::optional<Sample> CurrentValues::FindText(TagId tag, const Place& place) const {
+  const TextPart& part = text_parts_[tag % kTextParts];
   const MutexLock lock(part.mutex);
-  std::optional<Sample>* place = part.samples.Find(tag / kParts);
-  ZERVANE_ASSERT(place != nullptr);  // it was reserved
-  *place = sample;
+  const Number number = Read(place);
+  if (number.time_ms == kNoTime) return std::nullopt;
+  Sample sample = {
+      .time_ms = number.time_ms, .quality = number.quality, .type = number.type, .value = Value()};
+  if (IsText(number.type)) {
+    const auto found = part.texts.find(tag);
+    ZERVANE_ASSERT(found != part.texts.end());
+    sample.value = found->second;
+  } else {
+    sample.value = NumberOf(number.type, number.bits);  // the tag has changed its type meanwhile
+  }
+  return sample;
 }
 
-void CurrentValues::Remove(TagId tag) noexcept {
-  Part& part = PartOf(tag);
+CurrentValues::Next CurrentValues::Prepare(Turn& turn, TagId tag, const SampleColumns& samples,
+                                           std::size_t at) {
+  turn.AssertHeld();
+  places_.At(tag);
+  Next next = {.tag = tag,
+               .type = samples.types()[at],
+               .quality = samples.qualities()[at],
+               .time_ms = samples.times()[at],
+               .bits = samples.values()[at],
+               .text = {}};
+  if (!IsText(next.type)) return next;
+  next.text = TextValue(std::string(samples.TextAt(at)));
+  TextPart& part = text_parts_[tag % kTextParts];
   const MutexLock lock(part.mutex);
-  if (std::optional<Sample>* found = part.Find(tag)) found->reset();
+  part.texts.try_emplace(tag);
+  return next;
 }
 
-namespace {
+void CurrentValues::Put(Turn& turn, const Next& next) noexcept {
+  turn.AssertHeld();
+  Place* const place = places_.Find(next.tag);
+  ZERVANE_ASSERT(place != nullptr);  // it was prepared
+  if (!IsText(next.type)) return Write(*place, next);
+  TextPart& part = text_parts_[next.tag % kTextParts];
+  TextValue former = next.text;  // whose end, if it is one, needs no lock
+  const MutexLock lock(part.mutex);
+  const auto found = part.texts.find(next.tag);
+  ZERVANE_ASSERT(found != part.texts.end());
+  std::swap(found->second, former);
+  Write(*place, next);
+}
 
-// Notes in the tags' slots where a group has their newest records. When it ends, however that is,
-// the slots are as they were, and the marks tell which records become current values.
-class GroupSlots {
- public:
-  GroupSlots(TagIndex& tags, std::span<AcceptedSample> records, std::vector<std::uint32_t>& current)
-      : tags_(tags), records_(records), current_(current) {
-    current_.clear();
-    current_.reserve(records.size());
-  }
-  GroupSlots(const GroupSlots&) = delete;
-  GroupSlots& operator=(const GroupSlots&) = delete;
-  // So far the marks are of the first records of their tags.
-  ~GroupSlots() {
-    for (std::uint32_t& current : current_) {
-      TagIndex::Slot& slot = SlotOf(records_[current]);
-      current = slot.newest_in_group - 1;
-      slot.newest_in_group = 0;
-    }
-  }
+// The count is odd before the first load can see a part of the change, and even again after all of
+// it can be seen.
+void CurrentValues::Write(Place& place, const Next& next) noexcept {
+  const std::uint32_t changes = place.changes.load(std::memory_order_relaxed);
+  ZERVANE_ASSERT(changes % 2 == 0);
+  place.changes.store(changes + 1, std::memory_order_relaxed);
+  place.quality.store(next.quality, std::memory_order_release);
+  place.type.store(next.type, std::memory_order_release);
+  place.time_ms.store(next.time_ms, std::memory_order_release);
+  place.bits.store(next.bits, std::memory_order_release);
+  place.changes.store(changes + 2, std::memory_order_release);
+}
 
-  TagIndex::Slot& SlotOf(const AcceptedSample& record) const {
-    TagIndex::Slot* slot = tags_.FindSlot(record.tag);
-    ZERVANE_ASSERT(slot != nullptr);
-    return *slot;
-  }
-
-  // The record so far; null when there is none.
-  AcceptedSample* Newest(const TagIndex::Slot& slot) const {
-    ZERVANE_ASSERT(slot.newest_in_group <= records_.size());
-    return slot.newest_in_group == 0 ? nullptr : &records_[slot.newest_in_group - 1];
-  }
-
-  void SetNewest(TagIndex::Slot& slot, std::uint32_t at) {
-    if (slot.newest_in_group == 0) current_.push_back(at);
-    slot.newest_in_group = at + 1;
-  }
-
- private:
-  TagIndex& tags_;
-  const std::span<AcceptedSample> records_;
-  std::vector<std::uint32_t>& current_;
-};
-
-}  // namespace
-
-void MarkGroup(TagIndex& tags, CurrentValues& current_values, std::span<AcceptedSample> records,
-               GroupMarks* marks) {
-  marks->any_filtered = false;
-  GroupSlots slots(tags, records, marks->current);
-  std::uint32_t at = 0;
-  for (AcceptedSample& record : records) {
-    TagIndex::Slot& slot = slots.SlotOf(record);
-    const std::optional<TagTraits> traits = TagIndex::TraitsOf(slot);
-    record.archive = traits && traits->archiving;
-    marks->any_filtered |= traits && traits->filtered;
-    AcceptedSample* newest = slots.Newest(slot);
-    const std::int64_t newest_ms =
-        newest != nullptr ? newest->sample.time_ms : current_values.Reserve(record.tag);
-    record.current = MovesForward(record.sample.time_ms, newest_ms);
-    if (record.current) {
-      if (newest != nullptr) newest->current = false;
-      slots.SetNewest(slot, at);
-    }
-    ++at;
-  }
+void CurrentValues::Remove(Turn& turn, TagId tag) noexcept {
+  turn.AssertHeld();
+  Place* const place = places_.Find(tag);
+  if (place == nullptr) return;
+  TextPart& part = text_parts_[tag % kTextParts];
+  const MutexLock lock(part.mutex);
+  Write(*place, {.time_ms = kNoTime, .text = {}});
+  part.texts.erase(tag);
 }
 
 }  // namespace zervane

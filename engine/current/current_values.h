@@ -1,67 +1,88 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <span>
-#include <vector>
+#include <unordered_map>
 
+#include "api/words/samples.h"
 #include "api/words/value.h"
-#include "engine/catalogue/tag_index.h"
 #include "engine/mutex.h"
-#include "engine/storage/store.h"
 #include "engine/tag_array.h"
+#include "engine/write/turn.h"
 
 namespace zervane {
 
 // The current value of every tag, as it is stored: readers see nothing that could still be lost.
-// Threads: any.
+//
+// Each tag has its place in an array. A reader of a number takes no lock: the place counts its
+// changes, and who finds that it changed while he read reads once more. Texts are kept beside the
+// array, under a mutex.
+//
+// Threads: any may read; what changes values takes the turn.
 class CurrentValues {
  public:
+  // A value that is to become current: whatever needs memory for that is done.
+  struct Next {
+    TagId tag = 0;
+    TagType type = TagType::kFloat64;
+    std::uint16_t quality = ZR3_QUALITY_GOOD;
+    std::int64_t time_ms = 0;
+    std::uint64_t bits = 0;
+    TextValue text;
+  };
+
   std::optional<Sample> Find(TagId tag) const;
+  // Adds it to the columns; false when there is none.
+  bool AddTo(SampleColumns& columns, TagId tag) const;
   // The time of the current value, or kNoTime.
   std::int64_t TimeOf(TagId tag) const noexcept;
 
-  // Makes a place for the tag's value, so that putting it cannot fail. The time of the value that
-  // stands there, or kNoTime.
-  std::int64_t Reserve(TagId tag);
-  // In the place that was made.
-  void Put(TagId tag, const Sample& sample) noexcept;
-  void Remove(TagId tag) noexcept;
+  // Prepares that the sample becomes the tag's value, so that putting it there cannot fail:
+  //
+  //   const CurrentValues::Next next = values.Prepare(turn, tag, samples, at);
+  //   ... the store keeps it ...
+  //   values.Put(turn, next);
+  Next Prepare(Turn& turn, TagId tag, const SampleColumns& samples, std::size_t at);
+  void Put(Turn& turn, const Next& next) noexcept;
+  void Remove(Turn& turn, TagId tag) noexcept;
 
  private:
-  static constexpr TagId kParts = 64;
+  // Atomic each for itself, and consistent together by the count of changes.
+  struct Place {
+    std::atomic<std::uint32_t> changes = 0;  // odd while it changes
+    std::atomic<std::uint16_t> quality = 0;
+    std::atomic<TagType> type = TagType::kFloat64;
+    std::atomic<std::int64_t> time_ms = kNoTime;
+    std::atomic<std::uint64_t> bits = 0;
+  };
+  static_assert(sizeof(Place) == 24);  // a million tags have one each
 
-  // A tag's value stands in the part that its identifier picks, so that readers and the writer
-  // seldom meet; within the part, tags count without gaps.
-  struct Part {
-    Mutex mutex;
-    TagArray<std::optional<Sample>, 6> samples GUARDED_BY(mutex);
-
-    // Null when there is none.
-    std::optional<Sample>* Find(TagId tag) REQUIRES(mutex) {
-      std::optional<Sample>* found = samples.Find(tag / kParts);
-      return found != nullptr && found->has_value() ? found : nullptr;
-    }
+  // What a place holds; of a text without the text.
+  struct Number {
+    std::uint16_t quality = 0;
+    TagType type = TagType::kFloat64;
+    std::int64_t time_ms = kNoTime;
+    std::uint64_t bits = 0;
   };
 
-  Part& PartOf(TagId tag) const { return parts_[tag % kParts]; }
+  // The texts of the tags that fall into it. Places of texts change under its mutex, so that a
+  // reader who holds it finds a place and its text together.
+  struct TextPart {
+    mutable Mutex mutex;
+    std::unordered_map<TagId, TextValue> texts GUARDED_BY(mutex);
+  };
+  static constexpr TagId kTextParts = 64;
 
-  mutable std::array<Part, kParts> parts_;
+  Number Read(const Place& place) const noexcept;
+  static void Write(Place& place, const Next& next) noexcept;
+  // A value that was found to be a text, with it; it may be gone by now.
+  std::optional<Sample> FindText(TagId tag, const Place& place) const;
+
+  SharedTagArray<Place> places_;
+  std::array<TextPart, kTextParts> text_parts_;
 };
-
-// What a group of records on its way to the store brings.
-struct GroupMarks {
-  std::vector<std::uint32_t> current;  // where those stand that become current values
-  bool any_filtered = false;           // some of their tags have filters
-};
-
-// Marks the records that become current values once the group is stored: of each tag the newest (of
-// equal ones the last), unless the current value is newer. Marks those that enter the archive, as
-// far as their tags have it, and looks for tags with filters. For all that become current values
-// there are places then. The tags have their slots; by the thread that commits.
-void MarkGroup(TagIndex& tags, CurrentValues& current_values, std::span<AcceptedSample> records,
-               GroupMarks* marks);
 
 }  // namespace zervane

@@ -9,7 +9,7 @@ void ExceptionReport::Restart(const Point& passed) {
   held_back_.reset();
 }
 
-Passed ExceptionReport::Take(const Point& point) {
+Passed ExceptionReport::Filter(const Point& point) {
   ZERVANE_ASSERT(std::isfinite(point.value) && std::isfinite(last_passed_.value));
   ZERVANE_ASSERT(point.time_ms > (held_back_ ? held_back_->time_ms : last_passed_.time_ms));
   if (LeavesBand(point)) {

@@ -22,9 +22,9 @@ class ExceptionReport {
   // Starts anew from a point that has been passed on.
   void Restart(const Point& passed);
 
-  // Takes a point that is newer than all before and whose value is finite, as must be that of the
+  // Filters a point that is newer than all before and whose value is finite, as must be that of the
   // last one passed on.
-  Passed Take(const Point& point);
+  Passed Filter(const Point& point);
 
   // Forgets the point held back, for a record of its time takes its place.
   void Retract() { held_back_.reset(); }

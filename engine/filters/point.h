@@ -13,7 +13,7 @@ struct Point {
   friend bool operator==(const Point&, const Point&) = default;
 };
 
-// What a filter lets through when it takes a point: what it held until then, if that was due, and
+// What a filter lets through when a point comes: what it held until then, if that was due, and
 // after it the point itself, unless it holds that now.
 struct Passed {
   std::optional<Point> held;

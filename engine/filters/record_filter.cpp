@@ -43,10 +43,10 @@ void RecordFilter::StartFrom(const Sample& archived) {
   door_.Restart(PointOf(archived));
 }
 
-Fate RecordFilter::Take(const Sample& sample, std::vector<Sample>& archived) {
+Filtered RecordFilter::Filter(const Sample& sample, std::vector<Sample>& archived) {
   ZERVANE_ASSERT(sample.value.kind() != Value::Kind::kText && sample.time_ms >= 0);
   const Point point = PointOf(sample);
-  if (point.time_ms < Newest().time_ms) return TakeLate(point, archived);
+  if (point.time_ms < Newest().time_ms) return FilterLate(point, archived);
   const bool replaces = point.time_ms == Newest().time_ms;
   const bool replaces_passed = replaces && !report_.held_back();
   const bool replaces_archived = replaces_passed && !door_.held();
@@ -58,9 +58,9 @@ Fate RecordFilter::Take(const Sample& sample, std::vector<Sample>& archived) {
   if (replaces_archived || AlwaysPasses(sample, point)) {
     Release(archived);
     StartFrom(sample);
-    return Fate::kArchived;
+    return Filtered::kArchived;
   }
-  if (!replaces_passed) return Filter(point, archived);
+  if (!replaces_passed) return Report(point, archived);
   report_.Restart(point);  // it is passed on, as the one in whose place it stands
   return Compress(point, archived);
 }
@@ -82,23 +82,23 @@ bool RecordFilter::AlwaysPasses(const Sample& sample, const Point& point) const 
          !std::isfinite(report_.last_passed().value);
 }
 
-Fate RecordFilter::TakeLate(const Point& point, std::vector<Sample>& archived) {
+Filtered RecordFilter::FilterLate(const Point& point, std::vector<Sample>& archived) {
   if (point.time_ms >= door_.last_archived().time_ms) Release(archived);
-  return Fate::kArchived;
+  return Filtered::kArchived;
 }
 
-Fate RecordFilter::Filter(const Point& point, std::vector<Sample>& archived) {
-  const Passed passed = report_.Take(point);
-  if (passed.held && Compress(*passed.held, archived) == Fate::kArchived) {
+Filtered RecordFilter::Report(const Point& point, std::vector<Sample>& archived) {
+  const Passed passed = report_.Filter(point);
+  if (passed.held && Compress(*passed.held, archived) == Filtered::kArchived) {
     archived.push_back(SampleOf(*passed.held));
   }
-  return passed.point ? Compress(point, archived) : Fate::kHeldBack;
+  return passed.point ? Compress(point, archived) : Filtered::kHeldBack;
 }
 
-Fate RecordFilter::Compress(const Point& point, std::vector<Sample>& archived) {
-  const Passed passed = door_.Take(point);
+Filtered RecordFilter::Compress(const Point& point, std::vector<Sample>& archived) {
+  const Passed passed = door_.Filter(point);
   if (passed.held) archived.push_back(SampleOf(*passed.held));
-  return passed.point ? Fate::kArchived : Fate::kHeld;
+  return passed.point ? Filtered::kArchived : Filtered::kHeld;
 }
 
 Sample RecordFilter::SampleOf(const Point& point) const {

@@ -13,7 +13,7 @@
 namespace zervane {
 
 // What becomes of a record that passes the filters of its tag.
-enum class Fate {
+enum class Filtered {
   kArchived,  // it enters the archive
   kHeld,      // it passed exception reporting, and compression holds it
   kHeldBack,  // exception reporting holds it back
@@ -31,23 +31,26 @@ class RecordFilter {
   // the first record is archived.
   void StartFrom(const Sample& archived);
 
-  // Takes the next accepted record. What enters the archive before it is appended to `archived`.
+  // Filters the next accepted record. What enters the archive before it is appended to `archived`.
   //
   // A change of quality, a value that is not finite and the one after it always pass, with all that
   // is held, and the filters start anew from there. A record of the newest one's time takes its
   // place. A late one, older than the newest, is archived at once; where it falls between records
   // that are still held they are archived too, for a line across it would mean nothing.
-  Fate Take(const Sample& sample, std::vector<Sample>& archived);
+  Filtered Filter(const Sample& sample, std::vector<Sample>& archived);
 
   // Appends all that is held to `archived`, oldest first; the filters start anew from the newest.
   void Release(std::vector<Sample>& archived);
 
+  // Whether compression holds a record: the last one that was Filtered::kHeld.
+  bool HoldsOne() const { return door_.held().has_value(); }
+
  private:
   const Point& Newest() const;
   bool AlwaysPasses(const Sample& sample, const Point& point) const;
-  Fate TakeLate(const Point& point, std::vector<Sample>& archived);
-  Fate Filter(const Point& point, std::vector<Sample>& archived);
-  Fate Compress(const Point& point, std::vector<Sample>& archived);
+  Filtered FilterLate(const Point& point, std::vector<Sample>& archived);
+  Filtered Report(const Point& point, std::vector<Sample>& archived);
+  Filtered Compress(const Point& point, std::vector<Sample>& archived);
   Sample SampleOf(const Point& point) const;
 
   // Before the first record: a point from which everything passes.

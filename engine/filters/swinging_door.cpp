@@ -13,7 +13,7 @@ void SwingingDoor::Restart(const Point& archived) {
   high_ = kInfinity;
 }
 
-Passed SwingingDoor::Take(const Point& point) {
+Passed SwingingDoor::Filter(const Point& point) {
   ZERVANE_ASSERT(std::isfinite(point.value) && std::isfinite(archived_.value));
   ZERVANE_ASSERT(point.time_ms > (held_ ? held_->time_ms : archived_.time_ms));
   Passed passed;

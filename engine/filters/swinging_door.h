@@ -32,10 +32,10 @@ class SwingingDoor {
   // Starts anew from an archived point.
   void Restart(const Point& archived);
 
-  // Takes a point that is newer than all before and whose value is finite, as must be that of the
+  // Filters a point that is newer than all before and whose value is finite, as must be that of the
   // last one archived. What passes enters the archive. With a maximum time, archived points are no
   // further apart than that, unless nothing came in between.
-  Passed Take(const Point& point);
+  Passed Filter(const Point& point);
 
   // Forgets the newest point, for a record of its time takes its place. The one before it, if it
   // was dropped for the newest, is to be archived: it is answered, and starts the next line.

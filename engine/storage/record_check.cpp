@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 
 #include "engine/assert.h"
 
@@ -12,9 +13,13 @@ namespace {
 
 bool IsTime(std::int64_t time_ms) { return time_ms >= 0 && time_ms <= kMaxTimeMs; }
 
-// Any bits are a number of the type.
-bool HoldsAnyBits(TagType type) {
-  return type == TagType::kFloat64 || type == TagType::kFloat32 || type == TagType::kInt32;
+// Whether any bits are a number of each of the types, as they are for nearly all samples.
+bool HoldAnyBits(std::span<const TagType> types) {
+  bool all = true;
+  for (const TagType type : types) {
+    all &= (type == TagType::kFloat64) | (type == TagType::kFloat32) | (type == TagType::kInt32);
+  }
+  return all;
 }
 
 bool IsStorable(const RecordBatch& batch, std::size_t at) {
@@ -31,9 +36,8 @@ bool AreAllStorable(const RecordBatch& batch) {
 }  // namespace
 
 bool ValuesAreValid(const SampleColumns& samples) {
-  const std::span<const TagType> types = samples.types();
-  for (std::size_t at = 0; at < types.size(); ++at) {
-    if (HoldsAnyBits(types[at])) continue;
+  if (HoldAnyBits(samples.types())) return true;
+  for (std::size_t at = 0; at < samples.size(); ++at) {
     if (CheckValue(samples, at) != ValueFault::kNone) return false;
   }
   return true;

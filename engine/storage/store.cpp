@@ -19,14 +19,14 @@ CommitAnswer Refused(Status status) {
 // Whether rows are as their tables want them, and records go with their tag.
 bool IsWholeBatch(const StoreBatch& batch) {
   const std::size_t records = batch.records.size();
-  if (batch.records.samples.size() != records || batch.records.marks.size() != records)
-    return false;
-  return std::ranges::all_of(batch.rows, [&](const RowChange& change) {
-    if (!IsWhole(change)) return false;
-    const bool removes_tag = change.table == TableId::kTag && !change.row;
-    return !removes_tag ||
-           std::ranges::count(batch.emptied, std::get<std::int64_t>(change.key.front())) > 0;
-  });
+  const bool is_even =
+      batch.records.samples.size() == records && batch.records.marks.size() == records;
+  return is_even && std::ranges::all_of(batch.rows, [&](const RowChange& change) {
+           if (!IsWhole(change)) return false;
+           const bool removes_tag = change.table == TableId::kTag && !change.row;
+           return !removes_tag ||
+                  std::ranges::count(batch.emptied, std::get<std::int64_t>(change.key.front())) > 0;
+         });
 }
 
 }  // namespace
@@ -36,10 +36,11 @@ template <typename Body>
 auto Store::Call(Body&& body) noexcept {
   using Answer = std::invoke_result_t<Body>;
   const auto refused = [](Status status) {
-    if constexpr (std::is_same_v<Answer, CommitAnswer>)
+    if constexpr (std::is_same_v<Answer, CommitAnswer>) {
       return Refused(std::move(status));
-    else
+    } else {
       return Answer(std::move(status));
+    }
   };
   if (!Enter()) return refused({ZR3_ERR_NOT_CONNECTED, {}});
   Answer answer = [&]() -> Answer {

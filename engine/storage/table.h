@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -106,13 +107,15 @@ class Table {
   Result<Page<T, Key>> ReadPage(const RowRange& range, std::size_t limit) const {
     Page<T, Key> page;
     const auto take = [&](T item) {
-      if (page.items.size() == limit)
+      if (page.items.size() == limit) {
         page.next = Format::KeyOf(item);
-      else
+      } else {
         page.items.push_back(std::move(item));
+      }
       return true;
     };
-    Status status = Visit(range, limit + 1, take);
+    const std::size_t one_more = std::max(limit, limit + 1);  // or all that there are
+    Status status = Visit(range, one_more, take);
     if (!status.ok()) return status;
     return page;
   }

@@ -130,10 +130,11 @@ CellView ViewOf(const Cell& cell) {
 Cell CopyOf(const CellView& cell) {
   return std::visit(
       []<typename T>(const T& held) {
-        if constexpr (std::is_same_v<T, std::string_view>)
+        if constexpr (std::is_same_v<T, std::string_view>) {
           return Cell(std::string(held));
-        else
+        } else {
           return Cell(held);
+        }
       },
       cell);
 }

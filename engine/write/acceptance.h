@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 
 #include "api/operations/values.h"
+#include "api/words/samples.h"
 #include "api/words/value.h"
 #include "engine/catalogue/tag_index.h"
 
@@ -17,22 +19,44 @@ constexpr bool MovesForward(std::int64_t time_ms, std::int64_t current_ms) {
 
 ZR3_STATUS StatusOf(ValueFault fault);
 
+// CheckValue for a record's value; the numbers that suit whatever their bits, as most records are,
+// without a call.
+inline ValueFault FaultOf(const SampleColumns& samples, std::size_t at) {
+  const TagType type = samples.types()[at];
+  const bool suits =
+      type == TagType::kFloat64 || type == TagType::kFloat32 || type == TagType::kInt32;
+  return suits ? ValueFault::kNone : CheckValue(samples, at);
+}
+
+// What is judged of a record: sample `at`, at a time that may be another than its own.
+struct Judged {
+  const SampleColumns& samples;
+  std::size_t at = 0;
+  std::int64_t time_ms = 0;
+};
+
 // Whether a record enters the database, given its tag (none: there is no such tag) and the newest
 // time accepted for the tag (kNoTime: none yet). In this order: ZR3_ERR_TAG_NOT_FOUND,
 // ZR3_ERR_TYPE_MISMATCH (also an integer outside its type), ZR3_ERR_VALUE_TOO_LONG,
 // ZR3_ERR_INVALID_TEXT (a STRING with a NUL inside), ZR3_ERR_INVALID_TIME, ZR3_ERR_OUT_OF_ORDER
 // (older than the newest, where order counts; an equal time replaces), else ZR3_OK.
-inline ZR3_STATUS JudgeRecord(const Sample& sample, const std::optional<TagTraits>& tag,
+inline ZR3_STATUS JudgeRecord(const Judged& record, const std::optional<TagTraits>& tag,
                               std::int64_t newest_ms, WriteOrder order) {
   if (!tag) return ZR3_ERR_TAG_NOT_FOUND;
-  if (sample.type != tag->type) return ZR3_ERR_TYPE_MISMATCH;
-  const ValueFault fault = CheckValue(sample.type, sample.value);
+  if (record.samples.types()[record.at] != tag->type) return ZR3_ERR_TYPE_MISMATCH;
+  const ValueFault fault = FaultOf(record.samples, record.at);
   if (fault != ValueFault::kNone) return StatusOf(fault);
-  if (sample.time_ms < 0 || sample.time_ms > kMaxTimeMs) return ZR3_ERR_INVALID_TIME;
-  if (order == WriteOrder::kInOrder && !MovesForward(sample.time_ms, newest_ms)) {
+  if (record.time_ms < 0 || record.time_ms > kMaxTimeMs) return ZR3_ERR_INVALID_TIME;
+  if (order == WriteOrder::kInOrder && !MovesForward(record.time_ms, newest_ms)) {
     return ZR3_ERR_OUT_OF_ORDER;
   }
   return ZR3_OK;
+}
+
+// Of a record that a store holds and that was accepted once, in whatever order.
+inline ZR3_STATUS JudgeStored(const SampleColumns& samples, std::size_t at,
+                              const std::optional<TagTraits>& tag) {
+  return JudgeRecord({samples, at, samples.times()[at]}, tag, kNoTime, WriteOrder::kAnyOrder);
 }
 
 }  // namespace zervane

@@ -1,8 +1,6 @@
 #include "engine/write/admission.h"
 
 #include <algorithm>
-#include <optional>
-#include <utility>
 
 #include "engine/assert.h"
 #include "engine/write/acceptance.h"
@@ -10,56 +8,106 @@
 namespace zervane {
 namespace {
 
-bool TakesClock(const TagSample& record) { return record.sample.time_ms == 0; }
-
-// Room for `more` elements, growing by doubling, so that many batches cost no more than one.
-void Reserve(std::vector<AcceptedSample>& records, std::size_t more) {
-  const std::size_t needed = records.size() + more;
-  if (needed > records.capacity()) records.reserve(std::max(needed, 2 * records.capacity()));
+// How many bytes the texts of the samples have in all; they may share some.
+std::size_t TextBytes(const SampleColumns& samples) {
+  if (samples.texts().empty()) return 0;
+  std::size_t bytes = 0;
+  for (std::size_t at = 0; at < samples.size(); ++at) {
+    if (IsText(samples.types()[at])) bytes += samples.TextAt(at).size();
+  }
+  return bytes;
 }
 
 }  // namespace
 
-TagIndex::Slot& Admission::SlotOf(TagId tag) const {
-  TagIndex::Slot* slot = tags_.FindSlot(tag);
-  ZERVANE_ASSERT(slot != nullptr);
-  return *slot;
+void Admission::Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& accepted,
+                      std::vector<std::int32_t>& codes) {
+  ZERVANE_ASSERT(batch.tags.size() == batch.samples.size() && codes.empty());
+  ZERVANE_ASSERT(accepted.tags.size() == accepted.samples.size());
+  const std::size_t count = batch.size();
+  const std::size_t begin = accepted.size();
+  const auto times = batch.samples.times();
+  // All that can fail comes before the first record is judged.
+  accepted.samples.ReserveMore(count, TextBytes(batch.samples));
+  MakePlaces(batch.tags);
+  codes_.clear();
+  codes_.reserve(count);
+  const bool reads_clock = std::find(times.begin(), times.end(), 0) != times.end();
+  const std::int64_t now_ms = reads_clock ? clock_() : 0;
+  accepted.tags.insert(accepted.tags.end(), batch.tags.begin(), batch.tags.end());
+
+  if (JudgeAll(batch, order, now_ms)) {
+    accepted.samples.AddRange(batch.samples, 0, count);
+  } else {
+    accepted.tags.resize(begin);
+    AppendAccepted(batch, accepted);
+    codes = std::move(codes_);
+  }
+  if (!reads_clock) return;
+  const auto entered = accepted.samples.times().subspan(begin);
+  std::replace(entered.begin(), entered.end(), std::int64_t{0}, now_ms);
 }
 
-void Admission::Know(TagId tag, std::int64_t time_ms) { SlotOf(tag).newest_ms = time_ms; }
+// A place for every tag that is there; others must not cost memory. Looking tag by tag is the
+// exception, for soon there are places for all.
+void Admission::MakePlaces(std::span<const TagId> tags) {
+  TagId greatest = 0;
+  for (const TagId tag : tags) greatest = std::max(greatest, tag);
+  if (newest_.HasAllUpTo(greatest)) return;
+  for (const TagId tag : tags) {
+    if (tags_.Find(tag)) newest_.At(tag);
+  }
+}
 
-void Admission::Admit(std::span<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
-                      std::vector<AcceptedSample>& accepted) {
-  ZERVANE_ASSERT(codes.size() == batch.size());
-  Reserve(accepted, batch.size());
-  const bool reads_clock = std::any_of(batch.begin(), batch.end(), TakesClock);
-  const std::int64_t now_ms = reads_clock ? clock_() : 0;
-  for (std::size_t i = 0; i < batch.size(); ++i) {
-    Sample& sample = batch[i].sample;
-    if (TakesClock(batch[i])) sample.time_ms = now_ms;
-    TagIndex::Slot* slot = tags_.FindSlot(batch[i].tag);
-    const std::optional<TagTraits> traits =
-        slot == nullptr ? std::nullopt : TagIndex::TraitsOf(*slot);
-    codes[i] = JudgeRecord(sample, traits, traits ? slot->newest_ms : kNoTime, order);
-    if (codes[i] != ZR3_OK) continue;
-    slot->newest_ms = std::max(slot->newest_ms, sample.time_ms);
-    accepted.push_back({.tag = batch[i].tag, .sample = std::move(sample)});
+bool Admission::JudgeAll(const SampleBatch& batch, WriteOrder order, std::int64_t now_ms) noexcept {
+  ZERVANE_ASSERT(codes_.empty() && codes_.capacity() >= batch.size());
+  const TagId* const tags = batch.tags.data();
+  const std::span<const std::int64_t> times = batch.samples.times();
+  for (std::size_t at = 0; at < batch.size(); ++at) {
+    const std::int64_t time_ms = times[at] == 0 ? now_ms : times[at];
+    // Without a place the tag was not there when the batch came, though it may be by now.
+    NewestTime* const newest = newest_.Find(tags[at]);
+    const std::int64_t newest_ms = newest == nullptr ? kNoTime : newest->time_ms;
+    const auto traits = newest == nullptr ? std::nullopt : tags_.Find(tags[at]);
+    const ZR3_STATUS code = JudgeRecord({batch.samples, at, time_ms}, traits, newest_ms, order);
+    if (code == ZR3_OK) {
+      newest->time_ms = std::max(newest_ms, time_ms);
+    } else {
+      if (codes_.empty()) codes_.resize(batch.size(), ZR3_OK);
+      codes_[at] = code;
+    }
+  }
+  return codes_.empty();
+}
+
+// Run by run. There is room for all.
+void Admission::AppendAccepted(const SampleBatch& batch, RecordBatch& accepted) noexcept {
+  std::size_t at = 0;
+  while (at < batch.size()) {
+    const auto refused = std::find_if(codes_.begin() + static_cast<std::ptrdiff_t>(at),
+                                      codes_.end(), [](auto code) { return code != ZR3_OK; });
+    const auto end = static_cast<std::size_t>(refused - codes_.begin());
+    accepted.tags.insert(accepted.tags.end(), batch.tags.begin() + static_cast<std::ptrdiff_t>(at),
+                         batch.tags.begin() + static_cast<std::ptrdiff_t>(end));
+    accepted.samples.AddRange(batch.samples, at, end);
+    at = end + 1;
   }
 }
 
 bool Admission::HoldsRecords(TagId tag) const {
-  const TagIndex::Slot* slot = tags_.FindSlot(tag);
-  return slot != nullptr && slot->newest_ms != kNoTime;
+  const NewestTime* newest = newest_.Find(tag);
+  return newest != nullptr && newest->time_ms != kNoTime;
 }
 
-void Admission::FallBack(std::span<const AcceptedSample> settled,
-                         std::span<const AcceptedSample> queued) noexcept {
-  for (const AcceptedSample& record : settled) {
-    SlotOf(record.tag).newest_ms = current_values_.TimeOf(record.tag);
-  }
-  for (const AcceptedSample& record : queued) {
-    std::int64_t& newest_ms = SlotOf(record.tag).newest_ms;
-    newest_ms = std::max(newest_ms, record.sample.time_ms);
+void Admission::FallBackToStored(const RecordBatch& settled) noexcept {
+  for (const TagId tag : settled.tags) newest_.Find(tag)->time_ms = current_values_.TimeOf(tag);
+}
+
+void Admission::CountQueued(const RecordBatch& queued) noexcept {
+  const std::span<const std::int64_t> times = queued.samples.times();
+  for (std::size_t at = 0; at < queued.size(); ++at) {
+    std::int64_t& newest_ms = newest_.Find(queued.tags[at])->time_ms;
+    newest_ms = std::max(newest_ms, times[at]);
   }
 }
 

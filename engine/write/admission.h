@@ -7,44 +7,57 @@
 #include <vector>
 
 #include "api/operations/values.h"
+#include "api/words/samples.h"
 #include "engine/catalogue/tag_index.h"
 #include "engine/clock.h"
 #include "engine/current/current_values.h"
 #include "engine/storage/store.h"
+#include "engine/tag_array.h"
 
 namespace zervane {
 
 // Lets records into the write queue, batch by batch. Order is judged against what was accepted
 // before, stored or still queued, so a batch that is answered when queued is judged all the same.
-// Threads: all calls under the mutex of the write queue, which guards the newest times.
+// Threads: all calls under the mutex of the write queue.
 class Admission {
  public:
-  Admission(TagIndex& tags, const CurrentValues& current_values, Clock clock)
+  Admission(const TagIndex& tags, const CurrentValues& current_values, Clock clock)
       : tags_(tags), current_values_(current_values), clock_(std::move(clock)) {}
 
-  // Takes note of the current value that is stored of a tag, before the first batch.
-  void Know(TagId tag, std::int64_t time_ms);
+  // Takes note of the time of a current value that is stored, before the first batch.
+  void NoteStored(TagId tag, std::int64_t time_ms) { newest_.At(tag).time_ms = time_ms; }
 
-  // Judges the batch in its order: codes[i], of as many as there are records, receives the status
-  // of record i, and the samples of those accepted move to the end of `accepted`. Records of time 0
-  // take the clock. When it throws, nothing has changed.
-  void Admit(std::span<TagSample> batch, WriteOrder order, std::span<std::int32_t> codes,
-             std::vector<AcceptedSample>& accepted);
+  // Judges the batch in its order and appends the records that are accepted to `accepted`, whose
+  // marks stay as they are. Records of time 0 take the clock. When some are refused, `codes`
+  // becomes the status of each record; else it stays empty, as it must be. When it throws, nothing
+  // has changed.
+  void Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& accepted,
+             std::vector<std::int32_t>& codes);
 
   // Whether the tag holds a record, stored or queued.
   bool HoldsRecords(TagId tag) const;
 
-  // Some records of `settled` could not be stored: what counts as accepted for their tags is what
-  // is stored and what is still `queued`.
-  void FallBack(std::span<const AcceptedSample> settled,
-                std::span<const AcceptedSample> queued) noexcept;
+  // When some of `settled` could not be stored, what counts as accepted for their tags is what is
+  // stored, and then what is still queued.
+  void FallBackToStored(const RecordBatch& settled) noexcept;
+  void CountQueued(const RecordBatch& queued) noexcept;
 
  private:
-  TagIndex::Slot& SlotOf(TagId tag) const;  // of a tag that is or was in the index
+  struct NewestTime {
+    std::int64_t time_ms = kNoTime;  // among the tag's accepted records
+  };
 
-  TagIndex& tags_;
+  void MakePlaces(std::span<const TagId> tags);
+  // Codes of the records into `codes_`, unless all are accepted; raises the newest times. Whether
+  // all are accepted.
+  bool JudgeAll(const SampleBatch& batch, WriteOrder order, std::int64_t now_ms) noexcept;
+  void AppendAccepted(const SampleBatch& batch, RecordBatch& accepted) noexcept;
+
+  const TagIndex& tags_;
   const CurrentValues& current_values_;
   const Clock clock_;
+  TagArray<NewestTime> newest_;
+  std::vector<std::int32_t> codes_;  // scratch
 };
 
 }  // namespace zervane

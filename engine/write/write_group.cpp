@@ -1,23 +1,11 @@
 #include "engine/write/write_group.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "engine/assert.h"
+#include "engine/write/record_batch.h"
 
 namespace zervane {
-namespace {
-
-std::size_t SizeOf(const AcceptedSample& record) {
-  return sizeof(record) + record.sample.value.text_size();
-}
-
-}  // namespace
-
-std::span<AcceptedSample> WriteGroup::RecordsOf(const Batch& batch) noexcept {
-  ZERVANE_ASSERT(batch.begin <= batch.end && batch.end <= records.size());
-  return std::span(records).subspan(batch.begin, batch.end - batch.begin);
-}
 
 void WriteGroup::ReserveBatch() {
   if (batches.size() == batches.capacity()) {
@@ -25,37 +13,34 @@ void WriteGroup::ReserveBatch() {
   }
 }
 
-void WriteGroup::CloseBatch(std::size_t begin, Ticket* ticket) noexcept {
+void WriteGroup::CloseBatch(std::size_t begin, SessionId session, Ticket* ticket) noexcept {
   ZERVANE_ASSERT(begin == (batches.empty() ? 0 : batches.back().end) && begin <= records.size());
   ZERVANE_ASSERT(batches.size() < batches.capacity());  // it was reserved
-  batches.push_back({.begin = begin, .end = records.size(), .ticket = ticket, .status = {}});
-  for (const AcceptedSample& record : RecordsOf(batches.back())) bytes += SizeOf(record);
+  batches.push_back(
+      {.begin = begin, .end = records.size(), .session = session, .ticket = ticket, .status = {}});
+  if (ticket != nullptr) LimitGrowth(Bytes() - closed_bytes_);
+  closed_bytes_ = Bytes();
 }
 
-void WriteGroup::Drop(TagId tag) noexcept {
-  ZERVANE_ASSERT(records.size() == (batches.empty() ? 0 : batches.back().end));
-  std::size_t next = 0;
-  std::size_t kept = 0;
-  for (Batch& batch : batches) {
-    batch.begin = kept;
-    for (; next < batch.end; ++next) {
-      if (records[next].tag == tag) {
-        bytes -= SizeOf(records[next]);
-      } else {
-        if (kept != next) records[kept] = std::move(records[next]);
-        ++kept;
-      }
-    }
-    batch.end = kept;
-  }
-  records.resize(kept);
+void WriteGroup::AddChange(const std::function<Status(Turn&)>& run, Ticket& ticket) {
+  changes.push_back({.run = &run, .ticket = &ticket});
+  LimitGrowth(0);
+}
+
+// Someone waits from now on, who has handed in so many bytes himself.
+void WriteGroup::LimitGrowth(std::size_t bytes) noexcept {
+  if (has_waiter_) return;
+  has_waiter_ = true;
+  if (bytes <= kMoreBytes) max_bytes_ = Bytes() + kMoreBytes;
 }
 
 void WriteGroup::Clear() noexcept {
-  records.clear();
+  zervane::Clear(records);
   batches.clear();
   changes.clear();
-  bytes = 0;
+  closed_bytes_ = 0;
+  has_waiter_ = false;
+  max_bytes_ = kNoLimit;
 }
 
 }  // namespace zervane

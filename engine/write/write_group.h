@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <functional>
-#include <span>
+#include <limits>
 #include <vector>
 
+#include "api/caller.h"
 #include "api/words/status.h"
 #include "engine/mutex.h"
 #include "engine/storage/store.h"
+#include "engine/write/turn.h"
 
 namespace zervane {
 
@@ -19,39 +21,60 @@ struct Ticket {
   CondVar answered;
 };
 
-// What the write queue takes in one go: the records of some batches, end to end and in their order,
-// and changes of the store that follow them. Outside of ReserveBatch to CloseBatch all records
-// belong to batches.
-struct WriteGroup {
+// What the write queue carries out in one go: the records of some batches, end to end and in their
+// order, and changes of the store that follow them. Outside of ReserveBatch to CloseBatch all
+// records belong to batches.
+//
+// A group grows for as long as nobody waits for it. The first who does should not wait for much
+// that comes behind: from then on there is room for kMoreBytes, unless his own batch is so great
+// that these would not matter, either.
+class WriteGroup {
+ public:
   struct Batch {
     std::size_t begin = 0;
     std::size_t end = 0;
+    SessionId session = 0;     // whose it is
     Ticket* ticket = nullptr;  // null when nobody waits
     Status status;             // what became of it
   };
   struct Change {
-    const std::function<Status()>* run = nullptr;
+    const std::function<Status(Turn&)>* run = nullptr;
     Ticket* ticket = nullptr;
   };
 
-  std::vector<AcceptedSample> records;
+  static constexpr std::size_t kMoreBytes = 128U << 10;
+  // What a record takes in the columns, without its text.
+  static constexpr std::size_t kRecordBytes = 24;
+
+  RecordBatch records;  // without marks until they are carried out
   std::vector<Batch> batches;
   std::vector<Change> changes;
-  std::size_t bytes = 0;  // of the records, their texts included
 
   bool IsEmpty() const { return batches.empty() && changes.empty(); }
-  std::span<AcceptedSample> RecordsOf(const Batch& batch) noexcept;
+  // Of the records, their texts included.
+  std::size_t Bytes() const {
+    return records.size() * kRecordBytes + records.samples.texts().size();
+  }
+  bool HasRoomFor(std::size_t bytes) const { return IsEmpty() || Bytes() + bytes <= max_bytes_; }
 
   // Room for one more batch, so that closing it cannot fail.
   void ReserveBatch();
   // Makes a batch of the records from `begin` on; room is reserved.
-  void CloseBatch(std::size_t begin, Ticket* ticket) noexcept;
+  void CloseBatch(std::size_t begin, SessionId session, Ticket* ticket) noexcept;
 
-  // Removes the records of a tag; their batches stay.
-  void Drop(TagId tag) noexcept;
+  void AddChange(const std::function<Status(Turn&)>& run, Ticket& ticket);
 
   // Keeps the memory for the next use.
   void Clear() noexcept;
+
+ private:
+  static constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+
+  void LimitGrowth(std::size_t bytes) noexcept;
+
+  std::size_t closed_bytes_ = 0;  // of all batches but an open one
+  bool has_waiter_ = false;
+  std::size_t max_bytes_ = kNoLimit;
 };
 
 }  // namespace zervane

@@ -36,6 +36,10 @@ int os_lang_conv_utf8_to_sys(const char* src, char* dst, int capacity);
  * the capacity to the last byte is returned with its NUL inside the capacity or not at all. */
 int os_lang_conv_sys_to_utf8(const char* src, char* dst, int capacity);
 
+/* The name of the system encoding, which the client API's texts are in too; null while there are no
+ * files or memory to find it. Once found it stays the same, and so does the pointer. */
+const char* os_lang_encoding(void);
+
 /* How many calls of os_lang_conv_utf8_to_sys have failed on the calling thread since it last asked
  * here; asking begins to count anew. The client API asks, so that the empty text which a failure
  * leaves is not taken for one that its caller meant. Nothing is allocated. */

@@ -92,7 +92,7 @@ TEST_F(EmbeddedCatalogue, KeepsTheTypeOfATagThatLostItsCurrentValueAlone) {
 
 TEST_F(EmbeddedCatalogue, ChangesTheTypeOfATagWhoseOnlyRecordWasRefusedByTheStore) {
   const TagId id = AddTag("a");
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   EXPECT_EQ(WriteAt(id, 10), ZR3_ERR_STORAGE_FAILED);
   EXPECT_TRUE(Retype(id, TagType::kInt32).ok());
   EXPECT_EQ(WriteAt(id, 10), ZR3_ERR_TYPE_MISMATCH);
@@ -193,16 +193,12 @@ TEST(OpenEmbedded, RefusesACurrentValueThatBreaksARule) {
   Tag tag;
   tag.name = "a";
   tag.id = 1;
-  const TagSample damaged[] = {{2, NumberAt(10)},
-                               {1, TextAt(10, "x")},
-                               {1, NumberAt(-5)},
-                               {1, {.time_ms = 10, .type = TagType::kFloat64, .value = 3}}};
-  for (const TagSample& current : damaged) {
-    auto disk = std::make_shared<FakeDisk>();
-    disk->set_image({.tags = {tag}, .last_id = 1, .version = 1});
-    disk->set_current(current);
-    EXPECT_EQ(OpenEmbedded(std::make_unique<FakeStore>(disk), SystemClock()).code(),
-              ZR3_ERR_STORAGE_DAMAGED);
+  const Sample damaged[] = {TextAt(10, "x"), {.time_ms = 10, .type = TagType::kInt32, .value = 3}};
+  for (const Sample& current : damaged) {
+    auto disk = std::make_shared<TestDisk>();
+    disk->Put(tag);
+    disk->Put({tag.id, current, kCurrent});
+    EXPECT_EQ(OpenEmbedded(disk->Open(disk), SystemClock()).code(), ZR3_ERR_STORAGE_DAMAGED);
   }
 }
 

@@ -103,7 +103,7 @@ TEST_F(EmbeddedConcurrency, KeepsWhatManyWritersWroteWhileReadersReadAndTagsCome
   EXPECT_TRUE(database_->Close().ok());
 
   EXPECT_EQ(disk_->orphans(), 0);
-  EXPECT_EQ(disk_->image().tags.size(), std::size_t{kWriters} * kTagsPerWriter);
+  EXPECT_EQ(disk_->tags().size(), std::size_t{kWriters} * kTagsPerWriter);
   for (const Model& model : models) {
     for (const auto& [tag, expected] : model) {
       std::map<std::int64_t, double> stored;
@@ -156,7 +156,7 @@ TEST_F(EmbeddedConcurrency, ChangesATypeOnlyBetweenRecords) {
   }
   retyping.join();
   EXPECT_TRUE(database_->Close().ok());
-  for (const Tag& tag : disk_->image().tags) {
+  for (const Tag& tag : disk_->tags()) {
     const std::optional<Sample> current = disk_->current(tag.id);
     const bool is_text = tag.type == ZR3_TAG_TYPE_STRING;
     EXPECT_EQ(is_text, !current.has_value()) << tag.id;

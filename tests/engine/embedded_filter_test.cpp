@@ -10,7 +10,6 @@
 
 #include "tests/engine/embedded_fixture.h"
 #include "tests/engine/filters/points.h"
-#include "tests/engine/filters/shared_store.h"
 #include "tests/support/case_name.h"
 #include "tests/support/database_client.h"
 #include "tests/support/seed.h"
@@ -104,7 +103,7 @@ TEST_F(EmbeddedFilter, GivesTheStoreNoMoreThanWhatABatchComesTo) {
   std::vector<TagSample> ramp;
   for (int i = 0; i < 1000; ++i) ramp.push_back({id, NumberAt(1000 + i, i)});
   EXPECT_EQ(Write(std::move(ramp)).status, ZR3_OK);
-  EXPECT_EQ(disk_->append_sizes().back(), 2U) << "the first, and the last as held and current";
+  EXPECT_EQ(disk_->commit_sizes().back(), 2U) << "the first, and the last as held and current";
   EXPECT_EQ(StoredTimes(id), std::vector<std::int64_t>{1000});
   EXPECT_EQ(disk_->held(id), NumberAt(1999, 999));
   EXPECT_EQ(disk_->current(id), NumberAt(1999, 999));
@@ -174,7 +173,7 @@ TEST_F(EmbeddedFilter, ArchivesNothingAgainWhenNothingWasHeld) {
   WriteEach(id, {NumberAt(1000, 5)});
   Reopen();
   WriteEach(id, {NumberAt(2000, 5)});
-  EXPECT_EQ(disk_->append_sizes().back(), 1U);
+  EXPECT_EQ(disk_->commit_sizes().back(), 1U);
   EXPECT_EQ(StoredTimes(id), std::vector<std::int64_t>{1000});
 }
 
@@ -307,9 +306,9 @@ TEST_F(EmbeddedFilter, ForgetsADeletedTagWithItsQueuedRecords) {
 
 TEST_F(EmbeddedFilter, GoesOnFromWhatIsStoredWhenTheStoreRefuses) {
   const TagId id = AddHolding();
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   EXPECT_EQ(WriteAt(id, 4000), ZR3_ERR_STORAGE_FAILED);
-  disk_->ThrowOnAppend();
+  disk_->ThrowOnCommit();
   EXPECT_EQ(WriteAt(id, 4000), ZR3_ERR_OUT_OF_MEMORY);
   EXPECT_EQ(Stored(id), std::vector{NumberAt(1000, 0)});
   WriteEach(id, {NumberAt(4000, 9.75)});
@@ -321,7 +320,7 @@ TEST_F(EmbeddedFilter, GoesOnFromWhatIsStoredWhenTheStoreRefuses) {
 TEST_F(EmbeddedFilter, RecoversAgainWhenTheFirstRecordOfARunIsRefused) {
   const TagId id = AddHolding();
   Reopen();
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   EXPECT_EQ(WriteAt(id, 4000), ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(Stored(id), std::vector{NumberAt(1000, 0)});
   WriteEach(id, {NumberAt(4000, 9.5)});
@@ -331,7 +330,7 @@ TEST_F(EmbeddedFilter, RecoversAgainWhenTheFirstRecordOfARunIsRefused) {
 TEST_F(EmbeddedFilter, FiltersTheOtherBatchesOfARefusedGroup) {
   const TagId bad = AddTag("bad");
   const TagId id = AddHolding();
-  disk_->FailAppendsOf(bad);
+  disk_->FailCommitsOfTag(bad);
   disk_->Hold();
   EXPECT_EQ(Write({{id, NumberAt(4000, 9.25)}}, kQueued).status, ZR3_OK);
   ASSERT_TRUE(disk_->AwaitHeld());
@@ -346,7 +345,7 @@ TEST_F(EmbeddedFilter, FiltersTheOtherBatchesOfARefusedGroup) {
 
 TEST_F(EmbeddedFilter, ChangesNoTagWhoseHeldRecordsTheStoreRefuses) {
   const TagId id = AddHolding();
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   Tag tag;
   tag.exc_dev = 100;
   EXPECT_EQ(Modify(id, ZR3_TAG_COL_COMM_PROP_EXC_DEV, tag).code(), ZR3_ERR_STORAGE_FAILED);
@@ -359,19 +358,17 @@ TEST_F(EmbeddedFilter, LosesNothingWhenAChangeOfTheTagIsRefused) {
   const TagId id = AddHolding();
   disk_->FailCatalogue(true);
   EXPECT_EQ(Modify(id, ZR3_TAG_COL_COMM_PROP_EXC_DEV, {}).code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(Stored(id), std::vector{NumberAt(1000, 0)});
+  EXPECT_EQ(disk_->held(id), NumberAt(2000, 9)) << "nothing was let go for it";
   WriteEach(id, {NumberAt(4000, 9.75), NumberAt(5000, 10.25)});
-  EXPECT_EQ(Stored(id), AllOfHolding()) << "the old filters go on";
+  EXPECT_EQ(Stored(id), (std::vector{NumberAt(1000, 0), NumberAt(2000, 9)}))
+      << "the old filters go on";
 }
 
 TEST_F(EmbeddedFilter, AnswersThatAHeldRecordOfAnotherTypeIsDamage) {
   const TagId id = AddReporting();
   database_.reset();
-  const AcceptedSample damaged = {.tag = id,
-                                  .archive = false,
-                                  .current = false,
-                                  .held = true,
-                                  .sample = TextAt(1000, "not a number")};
-  ASSERT_TRUE(disk_->Append({&damaged, 1}).ok());
+  disk_->Put({id, TextAt(1000, "not a number"), kHeld});
   Open();
   EXPECT_EQ(WriteAt(id, 2000), ZR3_ERR_STORAGE_DAMAGED);
 }
@@ -384,8 +381,7 @@ class FilteredMemory : public testing::Test {
 
   void Open() {
     database_.reset();
-    auto opened =
-        OpenEmbeddedWith(std::make_unique<SharedStore>(disk_), [] { return std::int64_t{1}; });
+    auto opened = OpenEmbeddedWith(disk_->Open(disk_), [] { return std::int64_t{1}; });
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     database_ = *std::move(opened);
   }
@@ -400,7 +396,7 @@ class FilteredMemory : public testing::Test {
                                 MaskOf(ZR3_TAG_COL_COMM_PROP_DESCRIPTOR));
   }
 
-  std::shared_ptr<SharedDisk> disk_ = std::make_shared<SharedDisk>();
+  std::shared_ptr<TestDisk> disk_ = std::make_shared<TestDisk>();
   DatabaseClient database_;
 };
 
@@ -408,11 +404,11 @@ TEST_F(FilteredMemory, AnswersTheStatusOfAFailedRecovery) {
   const TagId id = *database_->AddTag(FilteredTag(1, 1), {});
   ASSERT_EQ(Write(id, {NumberAt(1000, 0), NumberAt(2000, 9), NumberAt(3000, 9.5)}), ZR3_OK);
   Open();
-  disk_->refuses_read = true;
+  disk_->Fail(TestDisk::Call::kScan, ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(Write(id, {NumberAt(4000, 9.5)}), ZR3_ERR_STORAGE_FAILED);
-  disk_->refuses_read_held = true;
+  disk_->Fail(TestDisk::Call::kReadHeld, ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(Write(id, {NumberAt(4000, 9.5)}), ZR3_ERR_STORAGE_FAILED);
-  disk_->refuses_read_held = true;
+  disk_->Fail(TestDisk::Call::kReadHeld, ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(ChangeDescriptor(id).code(), ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(*database_->CountRecords(id, {}), 1);
   EXPECT_EQ(Write(id, {NumberAt(4000, 9.5)}), ZR3_OK);
@@ -445,7 +441,7 @@ class FilteredStream : public FilteredMemory {
         sample.time_ms += std::int64_t{below(4)} * 500;
         record = sample;
       }
-      disk_->refuses_append = below(10) == 0;
+      if (below(10) == 0) disk_->FailCommits(1);
       if (Write(id, batch) == ZR3_OK) {
         for (const Sample& record : batch) {
           written_[record.time_ms] = record.value.float64();

@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "tests/engine/fake_store.h"
 #include "tests/engine/open_embedded.h"
 #include "tests/engine/records.h"
+#include "tests/engine/test_disk.h"
 #include "tests/support/database_client.h"
 
 namespace zervane {
@@ -27,8 +27,7 @@ class EmbeddedTest : public testing::Test {
   ~EmbeddedTest() override { disk_->Release(); }
 
   void Open() {
-    auto opened =
-        OpenEmbeddedWith(std::make_unique<FakeStore>(disk_), [this] { return now_ms_.load(); });
+    auto opened = OpenEmbeddedWith(disk_->Open(disk_), [this] { return now_ms_.load(); });
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     database_ = *std::move(opened);
   }
@@ -68,7 +67,7 @@ class EmbeddedTest : public testing::Test {
     return times;
   }
 
-  std::shared_ptr<FakeDisk> disk_ = std::make_shared<FakeDisk>();
+  std::shared_ptr<TestDisk> disk_ = std::make_shared<TestDisk>();
   std::atomic<std::int64_t> now_ms_{1'700'000'000'000};
   DatabaseClient database_;
 };

@@ -218,7 +218,7 @@ TEST_F(EmbeddedWrite, RefusesEveryCallOnceItIsClosed) {
 
 TEST_F(EmbeddedWrite, AnswersTheStatusOfTheStoreForAllThatWasNotRefused) {
   const TagId id = AddTag("a");
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   const Answer answer = Write({{id, NumberAt(10)}, {id, NumberAt(9)}, {id, NumberAt(11)}});
   EXPECT_EQ(answer.status, ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(answer.codes,
@@ -230,7 +230,7 @@ TEST_F(EmbeddedWrite, AnswersTheStatusOfTheStoreForAllThatWasNotRefused) {
 TEST_F(EmbeddedWrite, FallsBackToWhatIsStoredWhenTheStoreRefuses) {
   const TagId id = AddTag("a");
   EXPECT_EQ(WriteAt(id, 10), ZR3_OK);
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   EXPECT_EQ(WriteAt(id, 30), ZR3_ERR_STORAGE_FAILED);
   EXPECT_EQ(*database_->ReadCurrent(id), NumberAt(10));
   EXPECT_EQ(WriteAt(id, 9), ZR3_ERR_OUT_OF_ORDER);
@@ -240,7 +240,7 @@ TEST_F(EmbeddedWrite, FallsBackToWhatIsStoredWhenTheStoreRefuses) {
 TEST_F(EmbeddedWrite, TakesALateRecordAsCurrentWhenTheNewerOneWasLost) {
   const TagId id = AddTag("a");
   disk_->Hold();
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   EXPECT_EQ(WriteAt(id, 30, kQueued), ZR3_OK);
   ASSERT_TRUE(disk_->AwaitHeld());
   EXPECT_EQ(Write({{id, NumberAt(20)}}, kQueued, kAnyOrder).status, ZR3_OK);
@@ -252,7 +252,7 @@ TEST_F(EmbeddedWrite, TakesALateRecordAsCurrentWhenTheNewerOneWasLost) {
 TEST_F(EmbeddedWrite, AnswersALostQueuedBatchWithTheNextDurableWrite) {
   const TagId id = AddTag("a");
   disk_->Hold();
-  disk_->FailAppends(1);
+  disk_->FailCommits(1);
   EXPECT_EQ(WriteAt(id, 10, kQueued), ZR3_OK);
   ASSERT_TRUE(disk_->AwaitHeld());
   disk_->Release();
@@ -266,7 +266,7 @@ TEST_F(EmbeddedWrite, AnswersALostQueuedBatchWithTheNextDurableWrite) {
 
 TEST_F(EmbeddedWrite, AnswersALostQueuedBatchWithClose) {
   const TagId id = AddTag("a");
-  disk_->FailAppends(FakeDisk::kForever);
+  disk_->FailCommits(TestDisk::kForever);
   EXPECT_EQ(WriteAt(id, 10, kQueued), ZR3_OK);
   EXPECT_EQ(database_->Close().code(), ZR3_ERR_STORAGE_FAILED);
 }
@@ -274,7 +274,7 @@ TEST_F(EmbeddedWrite, AnswersALostQueuedBatchWithClose) {
 TEST_F(EmbeddedWrite, LetsNoOtherBatchSufferFromOneThatTheStoreRefuses) {
   const TagId good = AddTag("good");
   const TagId bad = AddTag("bad");
-  disk_->FailAppendsOf(bad);
+  disk_->FailCommitsOfTag(bad);
   disk_->Hold();
   EXPECT_EQ(WriteAt(good, 1, kQueued), ZR3_OK);
   ASSERT_TRUE(disk_->AwaitHeld());

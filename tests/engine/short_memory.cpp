@@ -21,13 +21,15 @@ namespace {
 
 using Lack = ShortMemory::Lack;
 using Whose = ShortMemory::Whose;
+using Asker = ShortMemory::Asker;
 
 std::atomic<bool> is_short{false};
 std::atomic<std::uint64_t> requests{0};
 std::atomic<std::uint64_t> failed{0};
-std::uint64_t first_failing = 0;  // these three are set while it is not short
+std::uint64_t first_failing = 0;  // these four are set while it is not short
 Lack lack_ = Lack::kOne;
 Whose whose_ = Whose::kThisThread;
+[[maybe_unused]] Asker asker_ = Asker::kPrograms;
 
 // No thread has it by default, so that threads to come count as others.
 constinit thread_local bool made_it = false;
@@ -46,10 +48,11 @@ bool Fails() {
 
 }  // namespace
 
-ShortMemory::ShortMemory(std::uint64_t nth, Lack lack, Whose whose) {
+ShortMemory::ShortMemory(std::uint64_t nth, Lack lack, Whose whose, Asker asker) {
   first_failing = nth;
   lack_ = lack;
   whose_ = whose;
+  asker_ = asker;
   requests = 0;
   failed = 0;
   made_it = true;
@@ -144,7 +147,9 @@ bool IsOfCLibrary(const void* caller) {
 }
 
 bool FailsFor(const void* caller) {
-  if (!zervane::IsCounted() || IsOfCLibrary(caller) || !zervane::Fails()) return false;
+  if (!zervane::IsCounted()) return false;
+  if (zervane::asker_ == zervane::Asker::kPrograms && IsOfCLibrary(caller)) return false;
+  if (!zervane::Fails()) return false;
   errno = ENOMEM;
   return true;
 }

@@ -5,7 +5,8 @@
 namespace zervane {
 
 // Lets requests for memory fail: those of C++ and those that libraries make of the C library. What
-// the C library asks of itself always succeeds, since it ends the process otherwise.
+// the C library asks of itself succeeds unless it is asked for, since some of its parts end the
+// process otherwise.
 //
 //   {
 //     const ShortMemory memory(3, ShortMemory::Lack::kOne);
@@ -21,10 +22,11 @@ class ShortMemory {
     kRest,  // the n-th request fails, and all after it
   };
   enum class Whose { kThisThread, kOtherThreads, kAllThreads };
+  enum class Asker { kPrograms, kCLibraryToo };
 
   // Counts from 1.
-  explicit ShortMemory(std::uint64_t nth, Lack lack = Lack::kRest,
-                       Whose whose = Whose::kThisThread);
+  explicit ShortMemory(std::uint64_t nth, Lack lack = Lack::kRest, Whose whose = Whose::kThisThread,
+                       Asker asker = Asker::kPrograms);
   ShortMemory(const ShortMemory&) = delete;
   ShortMemory& operator=(const ShortMemory&) = delete;
   ~ShortMemory();

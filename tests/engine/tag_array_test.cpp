@@ -38,5 +38,29 @@ TEST(TagArray, KeepsThingsWhereTheyAre) {
   EXPECT_EQ(&array.At(5), place);
 }
 
+TEST(TagArray, KnowsHowFarItIsWithoutAGap) {
+  TagArray<int> array;
+  EXPECT_FALSE(array.HasAllUpTo(0));
+  array.At(1024);
+  EXPECT_FALSE(array.HasAllUpTo(1024));
+  array.At(1);
+  EXPECT_TRUE(array.HasAllUpTo(2047));
+  EXPECT_FALSE(array.HasAllUpTo(2048));
+}
+
+TEST(SharedTagArray, HasAPlaceOfItsOwnForEveryTag) {
+  SharedTagArray<TagId> array;
+  for (const TagId tag : {TagId{0}, TagId{1}, kGreatest}) EXPECT_EQ(array.Find(tag), nullptr);
+  const TagId tags[] = {0, 1, 1023, 1024, 100'000, (1U << 21) - 1, 1U << 21, kGreatest};
+  for (const TagId tag : tags) array.At(tag) = tag + 7;
+  for (const TagId tag : tags) {
+    ASSERT_NE(array.Find(tag), nullptr) << tag;
+    EXPECT_EQ(*array.Find(tag), tag + 7) << tag;
+    EXPECT_EQ(&array.At(tag), array.Find(tag)) << tag;
+  }
+  EXPECT_EQ(*array.Find(2), 0U);
+  EXPECT_EQ(array.Find(2048), nullptr);
+}
+
 }  // namespace
 }  // namespace zervane

@@ -122,6 +122,14 @@ TEST(OsLang, ReadsTheEnvironmentOnce) {
   setenv("ZERVANE_ENCODING", "GB18030", 1);
 }
 
+TEST(OsLang, NamesTheEncodingItConvertsTo) {
+  const char* const encoding = os_lang_encoding();
+  EXPECT_STREQ(encoding, "GB18030");
+  setenv("ZERVANE_ENCODING", "GBK", 1);
+  EXPECT_EQ(os_lang_encoding(), encoding);
+  setenv("ZERVANE_ENCODING", "GB18030", 1);
+}
+
 TEST(OsLang, LeavesTheLocaleAlone) {
   ASSERT_TRUE(ConvertsBothWays());
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
@@ -287,7 +295,7 @@ TEST(SharedLibrary, ExportsItsTwoHeadersAndNothingElse) {
       OutputOf("nm -D --defined-only --format=just-symbols " ZR_OS_LIBRARY " | LC_ALL=C sort"),
       "os_lang_conv_sys_to_utf8\n"
       "os_lang_conv_utf8_to_sys\n"
-      "os_lang_take_failures\n"
+      "os_lang_encoding\nos_lang_take_failures\n"
       "os_mutex_create\n"
       "os_mutex_destroy\n"
       "os_mutex_lock\n"

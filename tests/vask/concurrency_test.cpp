@@ -63,6 +63,18 @@ bool CallEverything(int thread, int round) {
   EXPECT_THAT(ar3_query_raw_records(id, &all, &count, &record), done_to_tag);
   int64 time_ms = 0;
   EXPECT_THAT(ut3_get_server_ms_time(&time_ms), done);
+  const ZR3FilterItemSet every{};
+  ZR3HANDLE iterator = nullptr;
+  EXPECT_THAT(tag3_query_tags_cond(-1, &every, -1, &iterator), done);
+  ZR3CommTagProp item{};
+  EXPECT_THAT(ut3_get_item_step(iterator, &item),
+              AnyOf(done, ZR3_ERR_INVALID_HANDLE, ZR3_ERR_END_OF_ITERATION));
+  EXPECT_THAT(ut3_free_handle(iterator), AnyOf(done, ZR3_ERR_INVALID_HANDLE));
+  EXPECT_THAT(tag3_query_tag_num_cond(ZR3_TAG_CLASS_ALL, &every, &count), done);
+  int32 listed = 0;
+  ZR3CommTagProp* tags = nullptr;
+  EXPECT_THAT(tag3_query_all_tags_prop(-1, &listed, -1, &tags, 0), done);
+  EXPECT_EQ(tag3_free_all_tags_prop(tags), ZR3_OK);
   EXPECT_THAT(ut3_get_item_step(reinterpret_cast<ZR3HANDLE>(std::intptr_t{1}), &found),
               AnyOf(ZR3_ERR_INVALID_HANDLE, ZR3_ERR_NOT_CONNECTED));
   EXPECT_THAT(sc3_delete_user("nobody"), AnyOf(ZR3_ERR_NOT_SUPPORTED, ZR3_ERR_NOT_CONNECTED));

@@ -84,10 +84,10 @@ class EmbeddedDatabase : public testing::TestWithParam<TypeCase> {
   }
 
   static void ExpectSame(const ZR3Record& read, const ZR3Record& written) {
-    Sample got;
-    Sample expected;
-    ASSERT_TRUE(ReadRecord(read, &got).ok());
-    ASSERT_TRUE(ReadRecord(written, &expected).ok());
+    SampleColumns got;
+    SampleColumns expected;
+    ASSERT_TRUE(AddRecord(read, TextsOfThisThread(), &got).ok());
+    ASSERT_TRUE(AddRecord(written, TextsOfThisThread(), &expected).ok());
     EXPECT_EQ(got, expected) << "at " << written.nSec << " s";
   }
 

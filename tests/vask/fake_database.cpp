@@ -168,7 +168,53 @@ Result<std::int64_t> FakeDatabase::ServerTimeMs() {
   return kNowMs;
 }
 
+bool FakeDatabase::Matches(const Tag& tag, const TagQuery& query) {
+  return std::all_of(query.conditions.begin(), query.conditions.end(), [&](const Condition& one) {
+    return one.column != ZR3_TAG_COL_COMM_PROP_TAG_NAME || one.relation != ZR3_RELATION_EQUAL ||
+           one.value == tag.name;
+  });
+}
+
+Page<Tag> FakeDatabase::PageFrom(TagId from, const TagQuery& query, std::int32_t limit) const {
+  Page<Tag> page;
+  for (auto kept = tags_.lower_bound(from); kept != tags_.end(); ++kept) {
+    if (static_cast<std::int32_t>(page.items.size()) == std::min(limit, page_tags)) {
+      page.next = kept->first;
+      break;
+    }
+    if (Matches(kept->second.properties, query)) page.items.push_back(kept->second.properties);
+  }
+  return page;
+}
+
+Result<Page<Tag>> FakeDatabase::FindTags(const zervane::FindTags& find) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  ++searches_;
+  last_search_ = find;
+  return PageFrom(find.from, find.query, find.limit);
+}
+
+Result<std::int64_t> FakeDatabase::CountTags(const zervane::CountTags& count) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_search_.query = count.query;
+  return std::int64_t{std::count_if(tags_.begin(), tags_.end(), [&](const auto& kept) {
+    return Matches(kept.second.properties, count.query);
+  })};
+}
+
+Result<zervane::ListTags::Reply> FakeDatabase::ListTags(const zervane::ListTags& list) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_list_ = list;
+  return zervane::ListTags::Reply{.snapshot = 77,
+                                  .total = static_cast<std::int64_t>(tags_.size()) + listed_more,
+                                  .page = PageFrom(list.from, {}, kMaxPageItems)};
+}
+
 std::optional<std::int64_t> FakeDatabase::HeardCatalogueVersion() const {
+  if (!hears_version) return std::nullopt;
   const std::lock_guard lock(mutex_);
   return version_;
 }
@@ -204,6 +250,12 @@ Status FakeDatabase::Carry(const Caller&, OperationNumber number, const void* op
       return answer(FindTag(as(static_cast<FindTagId*>(nullptr)).name));
     case OperationNumber::kGetCatalogueVersion:
       return answer(CatalogueVersion());
+    case OperationNumber::kFindTags:
+      return answer(FindTags(as(static_cast<zervane::FindTags*>(nullptr))));
+    case OperationNumber::kCountTags:
+      return answer(CountTags(as(static_cast<zervane::CountTags*>(nullptr))));
+    case OperationNumber::kListTags:
+      return answer(ListTags(as(static_cast<zervane::ListTags*>(nullptr))));
     case OperationNumber::kWriteSamples:
       return Write(as(static_cast<WriteSamples*>(nullptr)),
                    static_cast<WriteSamples::Reply*>(reply));

@@ -26,6 +26,9 @@ class FakeDatabase : public Database {
   // Called in Close; its status is Close's.
   std::function<Status()> on_close;
 
+  // Whether the catalogue's version was heard lately.
+  std::atomic<bool> hears_version{true};
+
   // Adds a tag of the type with id = the number of tags ever added.
   TagId Add(const std::string& name, TagType type);
 
@@ -35,6 +38,13 @@ class FakeDatabase : public Database {
   WriteOrder last_order() const { return last_order_; }
   WriteAnswer last_answer() const { return last_answer_; }
   const std::vector<TagSample>& last_batch() const { return last_batch_; }
+  const zervane::FindTags& last_search() const { return last_search_; }
+  const zervane::ListTags& last_list() const { return last_list_; }
+  int searches() const { return searches_; }
+
+  // How many tags a page has at most, and how many a listing says it has beside those it has.
+  std::int32_t page_tags = kMaxPageItems;
+  std::int64_t listed_more = 0;
 
   // The status that the next writes answer in place of storing anything.
   void FailWrites(ZR3_STATUS status) { write_status_ = status; }
@@ -56,6 +66,10 @@ class FakeDatabase : public Database {
   Result<std::vector<Sample>> ReadRecords(TagId id, TimeRange range, Direction direction,
                                           std::size_t limit);
   Result<std::int64_t> ServerTimeMs();
+  // The conditions are not looked at but for one of an equal name: every tag matches.
+  Result<Page<Tag>> FindTags(const zervane::FindTags& find);
+  Result<std::int64_t> CountTags(const zervane::CountTags& count);
+  Result<zervane::ListTags::Reply> ListTags(const zervane::ListTags& list);
   Status Close() override;
 
   std::optional<std::int64_t> HeardCatalogueVersion() const override;
@@ -70,6 +84,8 @@ class FakeDatabase : public Database {
 
   Status Write(const WriteSamples& write, WriteSamples::Reply* reply);
   Result<zervane::ReadCurrentValues::Reply> ReadCurrentValues(const std::vector<TagId>& ids);
+  static bool Matches(const Tag& tag, const TagQuery& query);
+  Page<Tag> PageFrom(TagId from, const TagQuery& query, std::int32_t limit) const;
   Status Enter();
   Result<Kept*> Find(TagId id);
   ZR3_STATUS Judge(const TagSample& record, WriteOrder order);
@@ -87,6 +103,9 @@ class FakeDatabase : public Database {
   WriteOrder last_order_ = WriteOrder::kInOrder;
   WriteAnswer last_answer_ = WriteAnswer::kDurable;
   std::vector<TagSample> last_batch_;
+  zervane::FindTags last_search_;
+  zervane::ListTags last_list_;
+  std::atomic<int> searches_{0};
 };
 
 }  // namespace zervane

@@ -24,90 +24,12 @@ class LaterFunctions : public ConnectedTest {
   int32 number = 0;
 };
 
-// ---- searches ----
+// ---- queries ----
 
-class LaterSearches : public LaterFunctions {
- protected:
-  void ExpectAll(int32 status) {
-    const ZR3FilterItemSet set{.nSize = size, .pItem = items};
-    const ZR3PageQueryTagParam page{.itemSet = set, .mask = {}, .nStartID = 0, .nCapacity = 1};
-    EXPECT_EQ(pt3_query_tags_cond(&set, &mask, &handle), status);
-    EXPECT_EQ(tag3_query_tags_cond(1, &set, 0, &handle), status);
-    EXPECT_EQ(tag3_query_specify_page_tags_cond(1, &page, &handle), status);
-    EXPECT_EQ(tag3_query_tag_num_cond(0, &set, &number), status);
-  }
-
-  const ZR3Mask mask{};
-  ZR3FilterItem item[2] = {};
-  ZR3FilterItem* items = item;
-  int32 size = 2;
-};
-
-TEST_F(LaterSearches, TakeRightConditions) {
-  item[1] = {ZR3_TAG_COL_CA_EXT_PROP_MAX, ZR3_RELATION_MAX, "*"};
-  ExpectAll(ZR3_ERR_NOT_SUPPORTED);
-  size = 0;
-  items = nullptr;
-  ExpectAll(ZR3_ERR_NOT_SUPPORTED);
-}
-
-TEST_F(LaterSearches, RefuseConditionsThatAreNotThere) {
-  items = nullptr;
-  ExpectAll(ZR3_ERR_NULL_ARGUMENT);
-}
-
-TEST_F(LaterSearches, RefuseANegativeNumberOfConditions) {
-  size = -1;
-  ExpectAll(ZR3_ERR_INVALID_COUNT);
-}
-
-TEST_F(LaterSearches, RefuseAValueThatDoesNotEnd) {
-  Overflow(item[1].szValue);
-  ExpectAll(ZR3_ERR_INVALID_TEXT);
-}
-
-TEST_F(LaterSearches, RefuseUnknownColumns) {
-  for (const int32 column : {-1, 36, 99, 109, 213, 300, 426, 508, INT32_MAX}) {
-    item[1].nItemID = column;
-    ExpectAll(ZR3_ERR_INVALID_ARGUMENT);
-  }
-}
-
-TEST_F(LaterSearches, RefuseUnknownRelations) {
-  for (const int32 relation : {-1, 7, 255}) {
-    item[1].nRelation = relation;
-    ExpectAll(ZR3_ERR_INVALID_ARGUMENT);
-  }
-}
-
-TEST_F(LaterSearches, RefuseClassesThatAreNone) {
-  const ZR3FilterItemSet set{};
-  const ZR3PageQueryTagParam page{};
-  ZR3CommTagProp* props = nullptr;
-  for (const int64 classes : {int64{0}, int64{1} << 7}) {
-    EXPECT_EQ(tag3_query_tags_cond(classes, &set, 0, &handle), ZR3_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(tag3_query_specify_page_tags_cond(classes, &page, &handle), ZR3_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(tag3_query_all_tags_prop(classes, &number, 0, &props, 0), ZR3_ERR_INVALID_ARGUMENT);
-  }
-  for (const int32 tag_class : {-1, 7}) {
-    EXPECT_EQ(tag3_query_tag_num_cond(tag_class, &set, &number), ZR3_ERR_INVALID_TAG_CLASS);
-  }
-}
-
-TEST_F(LaterSearches, RefuseAPageOfNegativeSize) {
-  const ZR3PageQueryTagParam page{.itemSet = {}, .mask = {}, .nStartID = 0, .nCapacity = -1};
-  EXPECT_EQ(tag3_query_specify_page_tags_cond(1, &page, &handle), ZR3_ERR_INVALID_COUNT);
-}
-
-TEST_F(LaterSearches, LeaveNoHandleBehind) {
+TEST_F(LaterFunctions, LeaveNoHandleBehind) {
   const ZR3HANDLE garbage = &number;
-  const ZR3FilterItemSet set{};
-  const ZR3PageQueryTagParam page{.itemSet = {}, .mask = {}, .nStartID = 0, .nCapacity = 1};
   const ZR3AlarmQuery query{};
   const std::function<int32()> calls[] = {
-      [&] { return pt3_query_tags_cond(&set, &mask, &handle); },
-      [&] { return tag3_query_tags_cond(1, &set, 0, &handle); },
-      [&] { return tag3_query_specify_page_tags_cond(1, &page, &handle); },
       [&] { return am3_query_tags_all_records(1, &id, &query, 0, &handle); },
       [&] { return am3_query_tag_records(1, &query, 0, &handle); },
       [&] { return am3_query_group_records(1, &query, 0, &handle); },
@@ -304,10 +226,8 @@ TEST_F(LaterFunctions, CheckTheTextsOfAnAlarmGroup) {
 }
 
 TEST_F(LaterFunctions, RefuseWhatIsReserved) {
-  ZR3CommTagProp* props = nullptr;
   EXPECT_EQ(sn3_register_callback(1, &id, &number), ZR3_ERR_INVALID_ARGUMENT);
   EXPECT_EQ(am3_register_alarm_record_info(&number), ZR3_ERR_INVALID_ARGUMENT);
-  EXPECT_EQ(tag3_query_all_tags_prop(1, &number, 0, &props, 1), ZR3_ERR_INVALID_ARGUMENT);
 }
 
 // ---- security and relay ----

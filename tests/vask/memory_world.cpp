@@ -51,7 +51,7 @@ std::vector<Sample> ReadArchive(uint32 id) {
 void RecordBlock::Add(uint32 id, const Sample& sample) {
   const auto i = std::size_t(count);
   AddEmpty(id, sample.type);
-  EXPECT_TRUE(FillRecord(sample, &records[i]).ok());
+  EXPECT_TRUE(FillRecord(ViewOf(sample), TextsOfThisThread(), &records[i]).ok());
 }
 
 void RecordBlock::AddEmpty(uint32 id, TagType type) {
@@ -67,9 +67,9 @@ void RecordBlock::Empty() {
 }
 
 Sample RecordBlock::Read(std::size_t i) const {
-  Sample sample;
-  EXPECT_TRUE(ReadRecord(records[i], &sample).ok());
-  return sample;
+  SampleColumns samples;
+  EXPECT_TRUE(AddRecord(records[i], TextsOfThisThread(), &samples).ok());
+  return samples.empty() ? Sample() : samples.At(0);
 }
 
 // ---- the world ----

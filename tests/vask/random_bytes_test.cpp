@@ -71,9 +71,11 @@ TEST_P(RandomBytes, GetAStatusAndDoNoHarm) {
   ExpectTheKeeper();
 }
 
-// All but those that open and close the session, and the one that frees the library's own memory.
+// All but those that open and close the session, those that free the library's own memory, and the
+// one that hands it out for any masks.
 std::vector<ApiFunction> FunctionsForRandomBytes() {
-  const std::set<std::string> others = {"nt3_connect", "nt3_disconnect", "cc3_cmd_free"};
+  const std::set<std::string> others = {"nt3_connect", "nt3_disconnect", "cc3_cmd_free",
+                                        "tag3_query_all_tags_prop", "tag3_free_all_tags_prop"};
   std::vector<ApiFunction> functions = AllFunctions();
   std::erase_if(functions, [&](const ApiFunction& f) { return others.contains(f.name); });
   return functions;
@@ -81,6 +83,26 @@ std::vector<ApiFunction> FunctionsForRandomBytes() {
 
 INSTANTIATE_TEST_SUITE_P(Api, RandomBytes, testing::ValuesIn(FunctionsForRandomBytes()),
                          CaseName());
+
+TEST(RandomMasks, GetAStatusAndAnArrayThatCanBeFreed) {
+  ZR3Connection connection{};
+  std::strcpy(connection.szAddress, "memory:");
+  ASSERT_EQ(nt3_connect(&connection), ZR3_OK);
+  const Seed seed;
+  Chaos chaos(seed.value());
+  for (int i = 0; i < kCalls; ++i) {
+    int32 number = -1;
+    ZR3CommTagProp* tags = nullptr;
+    const int32 status = tag3_query_all_tags_prop(chaos.Make<int64>(),
+                                                  chaos.Make<int32>() % 2 == 0 ? &number : nullptr,
+                                                  chaos.Make<int64>(), &tags, chaos.Make<int32>());
+    EXPECT_TRUE(IsStatus(status)) << status;
+    EXPECT_EQ(status == ZR3_OK, tags != nullptr);
+    EXPECT_EQ(tag3_free_all_tags_prop(tags), ZR3_OK);
+    chaos.Forget();
+  }
+  EXPECT_EQ(nt3_disconnect(), ZR3_OK);
+}
 
 TEST(RandomAddresses, AreRefused) {
   for (const char* variable : {"ZERVANE_HOME", "XDG_DATA_HOME", "HOME"}) unsetenv(variable);

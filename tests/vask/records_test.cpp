@@ -14,10 +14,25 @@ namespace zervane {
 namespace {
 
 Result<Sample> ReadRecord(const ZR3Record& record) {
-  Sample sample;
-  Status status = zervane::ReadRecord(record, &sample);
+  SampleColumns samples;
+  Status status = AddRecord(record, TextsOfThisThread(), &samples);
+  EXPECT_EQ(samples.size(), status.ok() ? 1U : 0U);
   if (!status.ok()) return status;
-  return sample;
+  return samples.At(0);
+}
+
+// Both ways of looking at a sample fill the same record.
+Status FillRecord(const Sample& sample, ZR3Record* record) {
+  SampleColumns samples;
+  samples.Add(sample);
+  ZR3Record other = *record;
+  std::vector<char> buffer(record->value.strBlob.nLenBuf + std::size_t{1});
+  if (other.value.strBlob.pBuf != nullptr) other.value.strBlob.pBuf = buffer.data();
+  const Status of_columns = zervane::FillRecord(ViewOf(samples, 0), TextsOfThisThread(), &other);
+  Status status = zervane::FillRecord(ViewOf(sample), TextsOfThisThread(), record);
+  EXPECT_EQ(of_columns.code(), status.code());
+  EXPECT_EQ(other.value.strBlob.nLenBuf, record->value.strBlob.nLenBuf);
+  return status;
 }
 
 // ---- times and regions ----

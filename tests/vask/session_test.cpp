@@ -156,6 +156,7 @@ TEST(Session, IsDisconnectedHoweverBusyItsCallersAre) {
 class OneItem : public ItemIterator {
  public:
   Status Next(void*) override { return {}; }
+  void Forget() noexcept override {}
 };
 
 TEST(Session, FreesItsHandlesWhenItIsOver) {
@@ -165,8 +166,9 @@ TEST(Session, FreesItsHandlesWhenItIsOver) {
   ASSERT_EQ(Connect(session, servers, opener), ZR3_OK);
   ZR3HANDLE handle = nullptr;
   const Status added = session.Hold([&](Session& held) {
-    handle = held.handles().Add(std::make_unique<OneItem>());
-    return Status();
+    const Result<ZR3HANDLE> iterator = held.handles().Add(std::make_unique<OneItem>());
+    if (iterator.ok()) handle = *iterator;
+    return iterator.status();
   });
   ASSERT_EQ(added.code(), ZR3_OK);
   ASSERT_EQ(session.Disconnect().code(), ZR3_OK);

@@ -15,6 +15,14 @@ constexpr PropertyMask kAll = {.common = -1, .extension = -1};
 
 std::int64_t Bit(int32 column) { return std::int64_t{1} << (column % 100); }
 
+Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
+  return ReadTag(&record, ZR3_TAG_CLASS_BASIC, mask, TextsOfThisThread());
+}
+
+void FillPointTag(const Tag& tag, ZR3PtTagProp* record) {
+  FillPointTag(tag, TextsOfThisThread(), record);
+}
+
 // Every member has a value of its own, so that two that were swapped would be seen.
 ZR3PtTagProp DistinctRecord() {
   ZR3PtTagProp record;

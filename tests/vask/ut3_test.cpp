@@ -30,7 +30,7 @@ TEST_F(Settings, BoundTheRequestCacheForTheProcess) {
   ASSERT_EQ(tag3_query_id_by_name("A", &id), ZR3_OK);
   EXPECT_EQ(ProcessSession()
                 .Hold([](Session& session) {
-                  EXPECT_EQ(session.cache().size(), 0U);
+                  EXPECT_EQ(session.cache().name_count(), 0U);
                   return Status();
                 })
                 .code(),
@@ -42,7 +42,8 @@ TEST_F(Settings, BoundTheRequestCacheForTheProcess) {
   ASSERT_EQ(tag3_query_id_by_name("A", &id), ZR3_OK);
   EXPECT_EQ(ProcessSession()
                 .Hold([](Session& session) {
-                  EXPECT_EQ(session.cache().size(), 0U) << "the setting ended with the session";
+                  EXPECT_EQ(session.cache().name_count(), 0U)
+                      << "the setting ended with the session";
                   return Status();
                 })
                 .code(),
@@ -75,6 +76,7 @@ class Ids : public ItemIterator {
     *static_cast<uint32*>(item) = next_++;
     return {};
   }
+  void Forget() noexcept override {}
 
  private:
   const uint32 count_;
@@ -86,8 +88,9 @@ class Iteration : public ConnectedTest {
   static ZR3HANDLE MakeIterator(uint32 count) {
     ZR3HANDLE handle = nullptr;
     const Status status = ProcessSession().Hold([&](Session& session) {
-      handle = session.handles().Add(std::make_unique<Ids>(count));
-      return Status();
+      const Result<ZR3HANDLE> iterator = session.handles().Add(std::make_unique<Ids>(count));
+      if (iterator.ok()) handle = *iterator;
+      return iterator.status();
     });
     EXPECT_TRUE(status.ok());
     return handle;

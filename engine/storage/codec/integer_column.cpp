@@ -96,15 +96,16 @@ void WritePlanes(const Words& words, unsigned width, ByteWriter* out) {
   }
 }
 
+// The first plane sets the words, the others add to them.
 bool ReadPlanes(ByteReader* in, unsigned width, std::span<std::int64_t> words) {
-  std::fill(words.begin(), words.end(), 0);
+  if (width == 0) std::ranges::fill(words, 0);
   std::vector<char> plane(words.size());
   for (unsigned i = 0; i < width; ++i) {
     if (!ReadSection(in, plane)) return false;
     const unsigned shift = 8 * i;
     for (std::size_t k = 0; k < words.size(); ++k) {
       const std::uint64_t byte = static_cast<std::uint8_t>(plane[k]);
-      words[k] = static_cast<std::int64_t>(Bits(words[k]) | byte << shift);
+      words[k] = static_cast<std::int64_t>(i == 0 ? byte : Bits(words[k]) | byte << shift);
     }
   }
   return true;

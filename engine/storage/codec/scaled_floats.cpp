@@ -32,6 +32,17 @@ Float NumberOf(std::uint64_t bits) {
   return std::bit_cast<Float>(static_cast<BitsOf<Float>>(bits));
 }
 
+// Between 2^52 and 2^53 a double's last bit is one unit.
+constexpr double kShift = 0x1.8p52;
+
+// Whether all counts, as the 64 bits that they are, lie within half of kShift's unit range.
+bool AreSmall(std::span<const std::uint64_t> counts) {
+  constexpr std::uint64_t kBound = std::uint64_t{1} << 50;
+  std::uint64_t beyond = 0;
+  for (const std::uint64_t count : counts) beyond |= count + kBound;
+  return beyond < 2 * kBound;
+}
+
 template <typename Float>
 Float Divided(std::int64_t count, double power_of_ten) {
   return static_cast<Float>(static_cast<double>(count) / power_of_ten);
@@ -98,13 +109,24 @@ Float Unscale(std::int64_t count, unsigned exponent) {
 template float Unscale(std::int64_t, unsigned);
 template double Unscale(std::int64_t, unsigned);
 
+// Nearly all counts are so small that adding kShift to their bits makes them a floating-point
+// number of that magnitude, to the unit: a loop that the compiler makes vectors of, unlike a
+// conversion.
 template <typename Float>
 void UnscaleAll(std::span<std::uint64_t> counts, unsigned exponent) {
   ZERVANE_ASSERT(exponent <= kMaxScaleExponent);
   const double power_of_ten = kPowersOfTen[exponent];
+  if (!AreSmall(counts)) {
+    for (std::uint64_t& count : counts) {
+      const auto number = Divided<Float>(static_cast<std::int64_t>(count), power_of_ten);
+      count = std::bit_cast<BitsOf<Float>>(number);
+    }
+    return;
+  }
   for (std::uint64_t& count : counts) {
-    const auto number = Divided<Float>(static_cast<std::int64_t>(count), power_of_ten);
-    count = std::bit_cast<BitsOf<Float>>(number);
+    const double exact =
+        std::bit_cast<double>(count + std::bit_cast<std::uint64_t>(kShift)) - kShift;
+    count = std::bit_cast<BitsOf<Float>>(static_cast<Float>(exact / power_of_ten));
   }
 }
 

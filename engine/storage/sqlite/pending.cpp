@@ -297,8 +297,7 @@ std::vector<TagId> Pending::TagsBetween(TagId first, TagId last) {
     }
   }
   std::ranges::sort(tags);
-  const auto twice = std::ranges::unique(tags);
-  tags.erase(twice.begin(), twice.end());
+  tags.erase(std::unique(tags.begin(), tags.end()), tags.end());
   return tags;
 }
 

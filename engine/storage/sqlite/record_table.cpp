@@ -1,5 +1,6 @@
 #include "engine/storage/sqlite/record_table.h"
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -45,6 +46,22 @@ std::optional<Sample> DecodeRecord(const Query& row, const char* called, const T
   return memory->At(0);
 }
 
+// Where the table has pages that cannot be read any more: looks for the record of each tag, and
+// leaves out those on such pages.
+Status VisitSoundRecords(Connection& connection, RecordTable table, std::uint64_t first, TagId last,
+                         const TextDecoder& decoder,
+                         const std::function<void(TagId, Sample)>& take) {
+  Query tags(connection, "SELECT id FROM tag WHERE id BETWEEN ? AND ? ORDER BY id", first, last);
+  while (tags.Next()) {
+    const auto tag = static_cast<TagId>(tags.Integer(0));
+    Result<std::optional<Sample>> record = LoadRecord(connection, table, tag, decoder);
+    if (record.code() == ZR3_ERR_STORAGE_DAMAGED) continue;
+    if (!record.ok()) return record.status();
+    if (*record) take(tag, **std::move(record));
+  }
+  return tags.status();
+}
+
 }  // namespace
 
 Status PutRecord(Connection& connection, RecordTable table, TagId tag, const Sample& record) {
@@ -61,13 +78,18 @@ Status DeleteRecord(Connection& connection, RecordTable table, TagId tag) {
 Status VisitRecords(Connection& connection, RecordTable table, TagId first, TagId last,
                     const TextDecoder& decoder, const std::function<void(TagId, Sample)>& take) {
   const Statements& statements = StatementsOf(table);
+  std::uint64_t next = first;
   Query rows(connection, statements.load_range, first, last);
   SampleColumns memory;
   while (rows.Next()) {
+    const auto tag = static_cast<TagId>(rows.Integer(0));
+    next = std::uint64_t{tag} + 1;
     std::optional<Sample> record = DecodeRecord(rows, statements.called, decoder, &memory);
-    if (record) take(static_cast<TagId>(rows.Integer(0)), *std::move(record));
+    if (record) take(tag, *std::move(record));
   }
-  return rows.status();
+  if (rows.status().code() != ZR3_ERR_STORAGE_DAMAGED) return rows.status();
+  LogError("{}: some {}s are lost", rows.status().message(), statements.called);
+  return VisitSoundRecords(connection, table, next, last, decoder, take);
 }
 
 Result<std::optional<Sample>> LoadRecord(Connection& connection, RecordTable table, TagId tag,

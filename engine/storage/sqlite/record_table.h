@@ -22,7 +22,7 @@ Status PutRecord(Connection& connection, RecordTable table, TagId tag, const Sam
 Status DeleteRecord(Connection& connection, RecordTable table, TagId tag);
 
 // Hands the records of the tags from `first` to `last` to `take`, in order of tag. One that does
-// not decode is logged and left out.
+// not decode, or stands where the table cannot be read any more, is logged and left out.
 Status VisitRecords(Connection& connection, RecordTable table, TagId first, TagId last,
                     const TextDecoder& decoder, const std::function<void(TagId, Sample)>& take);
 

@@ -129,11 +129,10 @@ Status MakeTables(Connection& connection) {
   if (!transaction.status().ok()) return transaction.status();
   std::string sql = kCreateTables;
   for (const TableInfo& table : AllTables()) sql += CreateTable(table);
-  if (Status status = connection.Execute(sql.c_str()); !status.ok()) return status;
-  if (Status status = PutSetting(connection, kEncodingSetting, "UTF-8"); !status.ok())
-    return status;
-  if (Status status = MarkLayout(connection); !status.ok()) return status;
-  return transaction.Commit();
+  Status status = connection.Execute(sql.c_str());
+  if (status.ok()) status = PutSetting(connection, kEncodingSetting, "UTF-8");
+  if (status.ok()) status = MarkLayout(connection);
+  return status.ok() ? transaction.Commit() : status;
 }
 
 Status BringUpToDate(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {

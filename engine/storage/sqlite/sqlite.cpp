@@ -192,17 +192,23 @@ std::string_view Query::Bytes(int column) const {
   return {static_cast<const char*>(data), data == nullptr ? 0 : static_cast<std::size_t>(size)};
 }
 
+// By the value, which is found once; no other thread uses the connection meanwhile.
 CellView Query::CellAt(int column) const {
-  switch (sqlite3_column_type(statement_, column)) {
+  sqlite3_value* const value = sqlite3_column_value(statement_, column);
+  switch (sqlite3_value_type(value)) {
     case SQLITE_INTEGER:
-      return Integer(column);
+      return std::int64_t{sqlite3_value_int64(value)};
     case SQLITE_FLOAT:
-      return Real(column);
+      return sqlite3_value_double(value);
     case SQLITE_NULL:
       return std::monostate();
     default:
-      return Bytes(column);
+      break;
   }
+  const void* data = sqlite3_value_blob(value);
+  const int size = sqlite3_value_bytes(value);
+  return std::string_view(static_cast<const char*>(data),
+                          data == nullptr ? 0 : static_cast<std::size_t>(size));
 }
 
 // ---- transactions ----

@@ -18,7 +18,6 @@ TEST(TagIndex, KnowsNoTagAtFirst) {
   const TagIndex index;
   for (TagId id : {TagId{0}, TagId{1}, TagId{65535}, TagId{65536}, kGreatest}) {
     EXPECT_EQ(index.Find(id), std::nullopt) << id;
-    EXPECT_EQ(index.FindSlot(id), nullptr) << id;
   }
 }
 
@@ -56,23 +55,10 @@ TEST(TagIndex, ForgetsARemovedTag) {
   EXPECT_EQ(index.Find(5), std::nullopt);
 }
 
-TEST(TagIndex, KeepsSlotsWhereTheyAre) {
-  TagIndex index;
-  Put(index, 5, {});
-  TagIndex::Slot* slot = index.FindSlot(5);
-  slot->newest_ms = 42;
-  Put(index, 6, {});
-  Put(index, 70'000, {});
-  Put(index, 5, {TagType::kInt8, true});
-  EXPECT_EQ(index.FindSlot(5), slot);
-  EXPECT_EQ(slot->newest_ms, 42);
-}
-
 TEST(TagIndex, HasNoTagWhereRoomIsReserved) {
   TagIndex index;
   index.Reserve(9);
   EXPECT_EQ(index.Find(9), std::nullopt);
-  EXPECT_EQ(index.FindSlot(9)->newest_ms, kNoTime);
 }
 
 }  // namespace

@@ -71,10 +71,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ExceptionReport, ForgetsAPointWhosePlaceIsTaken) {
   ExceptionReport report(1, 0);
   report.Restart({1000, 10});
-  EXPECT_EQ(report.Take({2000, 10.5}), Passed{});
+  EXPECT_EQ(report.Filter({2000, 10.5}), Passed{});
   report.Retract();
   EXPECT_EQ(report.held_back(), std::nullopt);
-  EXPECT_EQ(report.Take({2000, 20}), (Passed{.held = std::nullopt, .point = true}));
+  EXPECT_EQ(report.Filter({2000, 20}), (Passed{.held = std::nullopt, .point = true}));
 }
 
 }  // namespace

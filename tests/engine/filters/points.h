@@ -35,7 +35,7 @@ std::vector<Point> PassedBy(Filter& filter, std::span<const Point> points) {
   std::vector<Point> all = {points.front()};
   filter.Restart(points.front());
   for (const Point& point : points.subspan(1)) {
-    const Passed passed = filter.Take(point);
+    const Passed passed = filter.Filter(point);
     if (passed.held) all.push_back(*passed.held);
     if (passed.point) all.push_back(point);
   }

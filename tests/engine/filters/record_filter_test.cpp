@@ -30,9 +30,9 @@ Sample At(std::int64_t second, double value, std::uint16_t quality = ZR3_QUALITY
   return sample;
 }
 
-constexpr Fate kArchived = Fate::kArchived;
-constexpr Fate kHeld = Fate::kHeld;
-constexpr Fate kHeldBack = Fate::kHeldBack;
+constexpr Filtered kArchived = Filtered::kArchived;
+constexpr Filtered kHeld = Filtered::kHeld;
+constexpr Filtered kHeldBack = Filtered::kHeldBack;
 
 // NaNs of the same bits are the same here.
 std::vector<std::string> Texts(const std::vector<Sample>& samples) {
@@ -48,8 +48,8 @@ std::vector<std::string> Texts(const std::vector<Sample>& samples) {
 struct FilterCase {
   const char* name;
   FilterSettings settings;
-  std::vector<Sample> taken;
-  std::vector<Fate> fates;
+  std::vector<Sample> given;
+  std::vector<Filtered> becomes;
   std::vector<Sample> archived;  // in the order in which they enter
   std::vector<Sample> released;  // by what is still held in the end
 };
@@ -59,13 +59,13 @@ class FilteredRecords : public testing::TestWithParam<FilterCase> {};
 TEST_P(FilteredRecords, Become) {
   const FilterCase& row = GetParam();
   RecordFilter filter(row.settings);
-  std::vector<Fate> fates;
+  std::vector<Filtered> becomes;
   std::vector<Sample> archived;
-  for (const Sample& sample : row.taken) {
-    fates.push_back(filter.Take(sample, archived));
-    if (fates.back() == kArchived) archived.push_back(sample);
+  for (const Sample& sample : row.given) {
+    becomes.push_back(filter.Filter(sample, archived));
+    if (becomes.back() == kArchived) archived.push_back(sample);
   }
-  EXPECT_EQ(fates, row.fates);
+  EXPECT_EQ(becomes, row.becomes);
   EXPECT_EQ(Texts(archived), Texts(row.archived));
   std::vector<Sample> released;
   filter.Release(released);
@@ -228,8 +228,8 @@ TEST(RecordFilter, StartsFromTheCurrentValue) {
   RecordFilter filter(kReports);
   filter.StartFrom(At(10, 5));
   std::vector<Sample> archived;
-  EXPECT_EQ(filter.Take(At(9, 5), archived), Fate::kArchived);
-  EXPECT_EQ(filter.Take(At(11, 5.5), archived), Fate::kHeldBack);
+  EXPECT_EQ(filter.Filter(At(9, 5), archived), Filtered::kArchived);
+  EXPECT_EQ(filter.Filter(At(11, 5.5), archived), Filtered::kHeldBack);
   EXPECT_TRUE(archived.empty());
 }
 
@@ -253,9 +253,9 @@ TEST_P(Number, ComesBackAsItWasHeld) {
         .time_ms = second * 1000, .quality = 0x1234, .type = GetParam().type, .value = value};
   };
   std::vector<Sample> archived;
-  EXPECT_EQ(filter.Take(sample_at(1, low), archived), Fate::kArchived);
-  EXPECT_EQ(filter.Take(sample_at(2, high), archived), Fate::kHeld);
-  EXPECT_EQ(filter.Take(sample_at(3, high), archived), Fate::kHeldBack);
+  EXPECT_EQ(filter.Filter(sample_at(1, low), archived), Filtered::kArchived);
+  EXPECT_EQ(filter.Filter(sample_at(2, high), archived), Filtered::kHeld);
+  EXPECT_EQ(filter.Filter(sample_at(3, high), archived), Filtered::kHeldBack);
   filter.Release(archived);
   EXPECT_EQ(archived, (std::vector{sample_at(2, high), sample_at(3, high)}));
 }
@@ -307,7 +307,7 @@ TEST(RecordFilter, RebuildsEveryRecordWithinTheDeviationWhateverQualitiesAndEqua
       if (!chance(5)) sample.time_ms += 500 * half_seconds;
       if (chance(40)) sample.quality = sample.quality == 0 ? ZR3_QUALITY_GOOD : 0;
       written[sample.time_ms] = sample;
-      if (filter.Take(sample, archived) == Fate::kArchived) archived.push_back(sample);
+      if (filter.Filter(sample, archived) == Filtered::kArchived) archived.push_back(sample);
       for (const Sample& entering : archived) archive[entering.time_ms] = entering;
       archived.clear();
     }

@@ -95,7 +95,7 @@ TEST(SwingingDoor, HasNoLineToEndBeforeTheFirstPointHeld) {
   PassedBy(door, PointsAt({{0, 0}, {1, 0.5}}));
   EXPECT_EQ(door.Retract(), std::nullopt);
   EXPECT_EQ(door.last_archived(), (Point{0, 0}));
-  EXPECT_EQ(door.Take({1000, 70}), Passed{}) << "the cone of the point retracted is gone";
+  EXPECT_EQ(door.Filter({1000, 70}), Passed{}) << "the cone of the point retracted is gone";
 }
 
 }  // namespace

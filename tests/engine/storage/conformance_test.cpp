@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -356,6 +358,33 @@ TEST_P(Conformance, AnswersNothingOnceItIsClosed) {
   EXPECT_EQ(store_->Rows({.table = TableId::kTag}, 1, [](RowView) { return true; }).code(),
             ZR3_ERR_NOT_CONNECTED);
   EXPECT_EQ(store_->Close().code(), ZR3_ERR_NOT_CONNECTED);
+}
+
+TEST_P(Conformance, ClosesOnceTheCallsThatAreUnderWayAreDone) {
+  std::atomic<bool> is_visiting = false;
+  std::atomic<bool> may_end = false;
+  std::atomic<bool> is_done = false;
+  std::thread reader([&] {
+    const Status status = store_->Rows({.table = TableId::kTag}, 1, [&](RowView) {
+      is_visiting = true;
+      is_visiting.notify_all();
+      may_end.wait(false);
+      is_done = true;
+      return true;
+    });
+    EXPECT_TRUE(status.ok()) << status.message();
+  });
+  is_visiting.wait(false);
+  std::thread closer([&] {
+    EXPECT_TRUE(store_->Close().ok());
+    EXPECT_TRUE(is_done);
+  });
+  // Refused as soon as the end has begun, which then waits for the reader alone.
+  while (store_->Lease(LeaseWish::kLook).ok()) std::this_thread::yield();
+  may_end = true;
+  may_end.notify_all();
+  reader.join();
+  closer.join();
 }
 
 TEST_P(Conformance, WhatAVisitorThrowsIsAStatus) {

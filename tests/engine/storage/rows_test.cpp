@@ -212,10 +212,11 @@ TEST_P(Rows, OfTagsKeepEveryProperty) {
     ++number;
     if (column.column == ZR3_TAG_COL_COMM_PROP_TAGID) return;
     VisitProperty(column, tag, [&]<typename T>(T& value) {
-      if constexpr (std::is_same_v<T, std::string>)
+      if constexpr (std::is_same_v<T, std::string>) {
         value += std::to_string(number);
-      else
+      } else {
         value = static_cast<T>(number);
+      }
     });
   });
   tag.span = std::numeric_limits<float>::infinity();

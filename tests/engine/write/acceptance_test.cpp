@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/engine/records.h"
 #include "tests/support/case_name.h"
 
 namespace zervane {
@@ -26,7 +27,11 @@ class Record : public testing::TestWithParam<AcceptanceCase> {};
 TEST_P(Record, IsJudged) {
   const AcceptanceCase& row = GetParam();
   const auto tag = row.tag_type ? std::optional(TagTraits{*row.tag_type, true}) : std::nullopt;
-  EXPECT_EQ(JudgeRecord(row.sample, tag, row.newest_ms, row.order), row.status);
+  SampleColumns samples;
+  samples.Add(NumberAt(1));  // another one before it
+  samples.Add(row.sample);
+  const Judged judged = {.samples = samples, .at = 1, .time_ms = row.sample.time_ms};
+  EXPECT_EQ(JudgeRecord(judged, tag, row.newest_ms, row.order), row.status);
 }
 
 Sample Of(TagType type, Value value, std::int64_t time_ms = 100) {
@@ -60,30 +65,36 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     Value, Record,
-    testing::Values(AcceptanceCase{"OfNoTag", std::nullopt, Of(kDouble, 1.0), kNoTime, kInOrder,
-                                   ZR3_ERR_TAG_NOT_FOUND},
-                    AcceptanceCase{"OfAnotherType", kInt8, Of(kDouble, 1.0), kNoTime, kInOrder,
-                                   ZR3_ERR_TYPE_MISMATCH},
-                    AcceptanceCase{"OfNoType", kDouble, Of(static_cast<TagType>(99), 1.0), kNoTime,
-                                   kInOrder, ZR3_ERR_TYPE_MISMATCH},
-                    AcceptanceCase{"WithAnotherTypesValue", kDouble, Of(kDouble, std::string("1")),
-                                   kNoTime, kInOrder, ZR3_ERR_TYPE_MISMATCH},
-                    AcceptanceCase{"LargestInt8", kInt8, Of(kInt8, 127), kNoTime, kInOrder, ZR3_OK},
-                    AcceptanceCase{"IntegerOutsideItsType", kInt8, Of(kInt8, 128), kNoTime,
-                                   kInOrder, ZR3_ERR_TYPE_MISMATCH},
-                    AcceptanceCase{"LongestText", kText, Of(kText, std::string(999, 'x')), kNoTime,
-                                   kInOrder, ZR3_OK},
-                    AcceptanceCase{"TextTooLong", kText, Of(kText, std::string(1000, 'x')), kNoTime,
-                                   kInOrder, ZR3_ERR_VALUE_TOO_LONG},
-                    AcceptanceCase{"TextWithNul", kText, Of(kText, std::string("a\0b", 3)), kNoTime,
-                                   kInOrder, ZR3_ERR_INVALID_TEXT},
-                    AcceptanceCase{"LongestBlob", TagType::kBlob,
-                                   Of(TagType::kBlob, std::string(1000, '\0')), kNoTime, kInOrder,
-                                   ZR3_OK},
-                    AcceptanceCase{"BlobTooLong", TagType::kBlob,
-                                   Of(TagType::kBlob, std::string(1001, 'x')), kNoTime, kInOrder,
-                                   ZR3_ERR_VALUE_TOO_LONG}),
+    testing::Values(
+        AcceptanceCase{"OfNoTag", std::nullopt, Of(kDouble, 1.0), kNoTime, kInOrder,
+                       ZR3_ERR_TAG_NOT_FOUND},
+        AcceptanceCase{"OfAnotherType", kInt8, Of(kDouble, 1.0), kNoTime, kInOrder,
+                       ZR3_ERR_TYPE_MISMATCH},
+        AcceptanceCase{"OfNoType", kDouble, Of(static_cast<TagType>(99), 1.0), kNoTime, kInOrder,
+                       ZR3_ERR_TYPE_MISMATCH},
+        AcceptanceCase{"LargestInt8", kInt8, Of(kInt8, 127), kNoTime, kInOrder, ZR3_OK},
+        AcceptanceCase{"IntegerOutsideItsType", kInt8, Of(kInt8, 128), kNoTime, kInOrder,
+                       ZR3_ERR_TYPE_MISMATCH},
+        AcceptanceCase{"LongestText", kText, Of(kText, std::string(kMaxStringBytes, 'x')), kNoTime,
+                       kInOrder, ZR3_OK},
+        AcceptanceCase{"TextTooLong", kText, Of(kText, std::string(kMaxStringBytes + 1, 'x')),
+                       kNoTime, kInOrder, ZR3_ERR_VALUE_TOO_LONG},
+        AcceptanceCase{"TextWithNul", kText, Of(kText, std::string("a\0b", 3)), kNoTime, kInOrder,
+                       ZR3_ERR_INVALID_TEXT},
+        AcceptanceCase{"LongestBlob", TagType::kBlob, Of(TagType::kBlob, std::string(1000, '\0')),
+                       kNoTime, kInOrder, ZR3_OK},
+        AcceptanceCase{"BlobTooLong", TagType::kBlob, Of(TagType::kBlob, std::string(1001, 'x')),
+                       kNoTime, kInOrder, ZR3_ERR_VALUE_TOO_LONG}),
     CaseName());
+
+TEST(StoredRecord, IsJudgedWithoutRegardToOrder) {
+  SampleColumns samples;
+  samples.Add(NumberAt(100));
+  samples.Add(NumberAt(-1));
+  EXPECT_EQ(JudgeStored(samples, 0, TagTraits{}), ZR3_OK);
+  EXPECT_EQ(JudgeStored(samples, 0, std::nullopt), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(JudgeStored(samples, 1, TagTraits{}), ZR3_ERR_INVALID_TIME);
+}
 
 TEST(CurrentTime, OnlyMovesForward) {
   EXPECT_TRUE(MovesForward(0, kNoTime));

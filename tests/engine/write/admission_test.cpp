@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/engine/records.h"
+#include "tests/engine/short_memory.h"
 
 namespace zervane {
 namespace {
@@ -22,10 +23,12 @@ class AdmissionTest : public testing::Test {
     }
   }
 
-  std::vector<std::int32_t> Admit(std::vector<TagSample> batch,
+  // A code for each record, also when all are accepted.
+  std::vector<std::int32_t> Admit(const std::vector<TagSample>& batch,
                                   WriteOrder order = WriteOrder::kInOrder) {
-    std::vector<std::int32_t> codes(batch.size(), -1);
-    admission_.Admit(batch, order, codes, accepted_);
+    std::vector<std::int32_t> codes;
+    admission_.Admit(BatchOf(batch), order, accepted_, codes);
+    if (codes.empty()) codes.resize(batch.size(), ZR3_OK);
     return codes;
   }
   std::int32_t AdmitAt(std::int64_t time_ms) { return Admit({{kTag, NumberAt(time_ms)}})[0]; }
@@ -34,7 +37,7 @@ class AdmissionTest : public testing::Test {
   TagIndex tags_;
   CurrentValues current_values_;
   Admission admission_{tags_, current_values_, [this] { return now_ms_; }};
-  std::vector<AcceptedSample> accepted_;
+  RecordBatch accepted_;
 };
 
 using Codes = std::vector<std::int32_t>;
@@ -47,7 +50,8 @@ TEST_F(AdmissionTest, JudgesABatchInItsOrder) {
                    {99, NumberAt(10)}}),
             (Codes{ZR3_OK, ZR3_ERR_OUT_OF_ORDER, ZR3_OK, ZR3_OK, ZR3_ERR_TAG_NOT_FOUND}));
   ASSERT_EQ(accepted_.size(), 3U);
-  EXPECT_EQ(accepted_[1].tag, kOtherTag);
+  EXPECT_EQ(accepted_.tags, (std::vector<TagId>{kTag, kOtherTag, kTag}));
+  EXPECT_EQ(accepted_.samples.At(1), NumberAt(9));
 }
 
 TEST_F(AdmissionTest, JudgesAgainstWhatIsStillQueued) {
@@ -57,7 +61,7 @@ TEST_F(AdmissionTest, JudgesAgainstWhatIsStillQueued) {
 }
 
 TEST_F(AdmissionTest, JudgesAgainstStoredCurrentValues) {
-  admission_.Know(kTag, 10);
+  admission_.NoteStored(kTag, 10);
   EXPECT_EQ(AdmitAt(9), ZR3_ERR_OUT_OF_ORDER);
   EXPECT_EQ(AdmitAt(10), ZR3_OK);
 }
@@ -77,7 +81,7 @@ TEST_F(AdmissionTest, KeepsTheNewestTimeWhenOrderIsFree) {
 
 TEST_F(AdmissionTest, GivesRecordsOfTimeZeroTheClock) {
   EXPECT_EQ(AdmitAt(0), ZR3_OK);
-  EXPECT_EQ(accepted_[0].sample.time_ms, 5000);
+  EXPECT_EQ(accepted_.samples.times()[0], 5000);
   EXPECT_EQ(AdmitAt(4999), ZR3_ERR_OUT_OF_ORDER);
 }
 
@@ -95,11 +99,62 @@ TEST_F(AdmissionTest, RefusesAClockOutsideTheRangeOfTimes) {
 
 TEST_F(AdmissionTest, ChangesNothingWhenItRunsOutOfMemory) {
   Admission admission(tags_, current_values_, []() -> std::int64_t { throw std::bad_alloc(); });
-  Codes codes(2);
-  std::vector<TagSample> batch = {{kTag, NumberAt(10)}, {kTag, NumberAt(0)}};
-  EXPECT_THROW(admission.Admit(batch, WriteOrder::kInOrder, codes, accepted_), std::bad_alloc);
+  Codes codes;
+  const SampleBatch batch = BatchOf({{kTag, NumberAt(10)}, {kTag, NumberAt(0)}});
+  EXPECT_THROW(admission.Admit(batch, WriteOrder::kInOrder, accepted_, codes), std::bad_alloc);
   EXPECT_TRUE(accepted_.empty());
+  EXPECT_TRUE(accepted_.samples.empty());
   EXPECT_FALSE(admission.HoldsRecords(kTag));
+}
+
+TEST_F(AdmissionTest, ChangesNothingWhicheverRequestForMemoryFails) {
+  const SampleBatch batch = BatchOf({{kTag, NumberAt(10)}, {kTag, NumberAt(5)}, {99, NumberAt(5)}});
+  bool has_failed = true;
+  for (std::uint64_t nth = 1; has_failed; ++nth) {
+    Admission admission(tags_, current_values_, [] { return 1; });
+    RecordBatch accepted;
+    Codes codes;
+    try {
+      const ShortMemory memory(nth, ShortMemory::Lack::kOne);
+      admission.Admit(batch, WriteOrder::kInOrder, accepted, codes);
+    } catch (const std::bad_alloc&) {
+      EXPECT_TRUE(accepted.tags.empty() && accepted.samples.empty() && codes.empty());
+      EXPECT_FALSE(admission.HoldsRecords(kTag));
+    }
+    has_failed = ShortMemory::Failed() > 0;
+    EXPECT_EQ(admission.HoldsRecords(kTag), !has_failed) << "request " << nth;
+  }
+}
+
+TEST_F(AdmissionTest, TellsCodesOnlyWhenSomeRecordIsRefused) {
+  Codes codes;
+  admission_.Admit(BatchOf(NumbersAt(kTag, {1, 2})), WriteOrder::kInOrder, accepted_, codes);
+  EXPECT_TRUE(codes.empty());
+  admission_.Admit(BatchOf(NumbersAt(kTag, {3, 2})), WriteOrder::kInOrder, accepted_, codes);
+  EXPECT_EQ(codes, (Codes{ZR3_OK, ZR3_ERR_OUT_OF_ORDER}));
+}
+
+TEST_F(AdmissionTest, KeepsTextsWithTheirRecordsBetweenRefusedOnes) {
+  tags_.Reserve(3);
+  tags_.Put(3, {TagType::kString, true});
+  Admit({{3, TextAt(1, "first")},
+         {kTag, TextAt(1, "of another type")},
+         {kTag, NumberAt(1)},
+         {3, TextAt(0, "by the clock")},
+         {3, TextAt(2, "too old")},
+         {3, TextAt(9000, "")}});
+  ASSERT_EQ(accepted_.size(), 4U);
+  EXPECT_EQ(accepted_.tags, (std::vector<TagId>{3, kTag, 3, 3}));
+  EXPECT_EQ(accepted_.samples.At(0), TextAt(1, "first"));
+  EXPECT_EQ(accepted_.samples.At(2), TextAt(5000, "by the clock"));
+  EXPECT_EQ(accepted_.samples.At(3), TextAt(9000, ""));
+}
+
+TEST_F(AdmissionTest, SpendsNoMemoryOnTagsThatAreNotThere) {
+  std::vector<TagSample> batch;
+  for (TagId tag = 4'000'000'000; tag < 4'000'001'000; ++tag) batch.push_back({tag, NumberAt(1)});
+  EXPECT_EQ(Admit(batch), Codes(1000, ZR3_ERR_TAG_NOT_FOUND));
+  EXPECT_TRUE(accepted_.empty());
 }
 
 TEST_F(AdmissionTest, KnowsWhichTagsHoldRecords) {
@@ -111,14 +166,14 @@ TEST_F(AdmissionTest, KnowsWhichTagsHoldRecords) {
 }
 
 TEST_F(AdmissionTest, FallsBackToWhatIsStoredAndQueued) {
-  current_values_.Reserve(kTag);
-  current_values_.Put(kTag, NumberAt(10));
-  admission_.Know(kTag, 10);
+  SampleColumns stored;
+  stored.Add(NumberAt(10));
+  Turn turn = Turn::Issue();
+  current_values_.Put(turn, current_values_.Prepare(turn, kTag, stored, 0));
+  admission_.NoteStored(kTag, 10);
   Admit({{kTag, NumberAt(30)}, {kOtherTag, NumberAt(30)}});
-  const std::vector<AcceptedSample> refused = std::move(accepted_);
-  const std::vector<AcceptedSample> queued = {Accepted(kTag, 20)};
-
-  admission_.FallBack(refused, queued);
+  admission_.FallBackToStored(accepted_);
+  admission_.CountQueued(UnmarkedOf({{kTag, NumberAt(20)}}));
   EXPECT_EQ(AdmitAt(19), ZR3_ERR_OUT_OF_ORDER);
   EXPECT_EQ(AdmitAt(20), ZR3_OK);
   EXPECT_FALSE(admission_.HoldsRecords(kOtherTag));

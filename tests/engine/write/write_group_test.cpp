@@ -3,75 +3,92 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
+#include "engine/write/record_batch.h"
 #include "tests/engine/records.h"
 
 namespace zervane {
 namespace {
 
-void AddBatch(WriteGroup& group, std::vector<AcceptedSample> records) {
+constexpr std::size_t kMore = WriteGroup::kMoreBytes;
+
+void AddBatch(WriteGroup& group, const std::vector<TagSample>& records, Ticket* ticket = nullptr) {
   const std::size_t begin = group.records.size();
   group.ReserveBatch();
-  for (AcceptedSample& record : records) group.records.push_back(std::move(record));
-  group.CloseBatch(begin, nullptr);
+  AddRange(group.records, UnmarkedOf(records), 0, records.size());
+  group.CloseBatch(begin, 1, ticket);
 }
 
 TEST(WriteGroup, KeepsBatchesApart) {
   WriteGroup group;
   EXPECT_TRUE(group.IsEmpty());
-  AddBatch(group, {Accepted(1, 10), Accepted(2, 10)});
-  AddBatch(group, {Accepted(3, 10)});
+  AddBatch(group, {{1, NumberAt(10)}, {2, NumberAt(10)}});
+  AddBatch(group, {{3, NumberAt(10)}});
   ASSERT_EQ(group.batches.size(), 2U);
-  EXPECT_EQ(group.RecordsOf(group.batches[0]).size(), 2U);
-  EXPECT_EQ(group.RecordsOf(group.batches[1])[0].tag, 3U);
+  EXPECT_EQ(group.batches[0].end, 2U);
+  EXPECT_EQ(group.batches[1].begin, 2U);
+  EXPECT_EQ(group.batches[1].end, 3U);
+  EXPECT_EQ(group.records.tags, (std::vector<TagId>{1, 2, 3}));
   EXPECT_FALSE(group.IsEmpty());
 }
 
 TEST(WriteGroup, CountsTheBytesOfItsTexts) {
   WriteGroup group;
-  AddBatch(group, {Accepted(1, 10)});
-  const std::size_t number_bytes = group.bytes;
-  EXPECT_GE(number_bytes, sizeof(AcceptedSample));
-  AddBatch(group, {{.tag = 1, .sample = TextAt(11, std::string(500, 'x'))}});
-  EXPECT_EQ(group.bytes, 2 * number_bytes + 500);
+  AddBatch(group, {{1, NumberAt(10)}});
+  EXPECT_EQ(group.Bytes(), WriteGroup::kRecordBytes);
+  AddBatch(group, {{1, TextAt(11, std::string(500, 'x'))}});
+  EXPECT_EQ(group.Bytes(), 2 * WriteGroup::kRecordBytes + 500);
 }
 
-TEST(WriteGroup, DropsTheRecordsOfOneTag) {
+TEST(WriteGroup, GrowsAsLongAsNobodyWaitsForIt) {
   WriteGroup group;
-  AddBatch(group, {Accepted(1, 10), Accepted(2, 11), Accepted(1, 12)});
-  AddBatch(group, {Accepted(1, 13)});
-  AddBatch(group, {Accepted(2, 14), Accepted(3, 15)});
-  const std::size_t bytes = group.bytes;
-
-  group.Drop(1);
-  ASSERT_EQ(group.batches.size(), 3U);
-  ASSERT_EQ(group.RecordsOf(group.batches[0]).size(), 1U);
-  EXPECT_EQ(group.RecordsOf(group.batches[0])[0].sample.time_ms, 11);
-  EXPECT_TRUE(group.RecordsOf(group.batches[1]).empty());
-  ASSERT_EQ(group.RecordsOf(group.batches[2]).size(), 2U);
-  EXPECT_EQ(group.RecordsOf(group.batches[2])[1].sample.time_ms, 15);
-  EXPECT_EQ(group.records.size(), 3U);
-  EXPECT_EQ(group.bytes, bytes / 2);
-
-  AddBatch(group, {Accepted(4, 16)});
-  EXPECT_EQ(group.RecordsOf(group.batches[3])[0].tag, 4U);
+  AddBatch(group, NumbersAt(1, std::vector<std::int64_t>(10'000, 1)));
+  EXPECT_TRUE(group.HasRoomFor(std::size_t{1} << 40));
 }
 
-TEST(WriteGroup, DropsNothingOfATagThatItDoesNotHave) {
+TEST(WriteGroup, HasLittleRoomBehindAFirstWaitingBatchThatIsSmall) {
   WriteGroup group;
-  group.Drop(1);
-  AddBatch(group, {Accepted(2, 11)});
-  group.Drop(1);
-  EXPECT_EQ(group.records.size(), 1U);
+  Ticket ticket;
+  Ticket next;
+  AddBatch(group, NumbersAt(1, std::vector<std::int64_t>(10'000, 1)));
+  AddBatch(group, {{1, NumberAt(2)}}, &ticket);
+  EXPECT_TRUE(group.HasRoomFor(kMore));
+  EXPECT_FALSE(group.HasRoomFor(kMore + 1));
+  AddBatch(group, {{1, NumberAt(3)}}, &next);  // another one who waits moves nothing
+  EXPECT_TRUE(group.HasRoomFor(kMore - WriteGroup::kRecordBytes));
+  EXPECT_FALSE(group.HasRoomFor(kMore - WriteGroup::kRecordBytes + 1));
 }
 
-TEST(WriteGroup, IsEmptyOnceCleared) {
+TEST(WriteGroup, GrowsBehindAFirstWaitingBatchThatIsGreat) {
   WriteGroup group;
-  AddBatch(group, {Accepted(1, 10)});
+  Ticket ticket;
+  Ticket next;
+  const std::size_t count = kMore / WriteGroup::kRecordBytes + 1;
+  AddBatch(group, NumbersAt(1, std::vector<std::int64_t>(count, 1)), &ticket);
+  AddBatch(group, {{1, NumberAt(2)}}, &next);
+  EXPECT_TRUE(group.HasRoomFor(std::size_t{1} << 40));
+}
+
+TEST(WriteGroup, HasLittleRoomBehindAChange) {
+  WriteGroup group;
+  Ticket ticket;
+  const std::function<Status(Turn&)> change = [](Turn&) { return Status(); };
+  group.AddChange(change, ticket);
+  EXPECT_TRUE(group.HasRoomFor(kMore));
+  EXPECT_FALSE(group.HasRoomFor(kMore + 1));
+}
+
+TEST(WriteGroup, IsEmptyAndFreeToGrowOnceCleared) {
+  WriteGroup group;
+  Ticket ticket;
+  AddBatch(group, {{1, TextAt(10, "x")}}, &ticket);
   group.Clear();
   EXPECT_TRUE(group.IsEmpty());
   EXPECT_TRUE(group.records.empty());
-  EXPECT_EQ(group.bytes, 0U);
+  EXPECT_EQ(group.Bytes(), 0U);
+  AddBatch(group, {{1, NumberAt(10)}});
+  EXPECT_TRUE(group.HasRoomFor(std::size_t{1} << 40));
 }
 
 }  // namespace

@@ -296,5 +296,28 @@ TEST(ScaledFloats, TakeEveryNumberOfTwoDecimals) {
   EXPECT_TRUE(scaled->exceptions.empty());
 }
 
+template <typename T, typename Bits>
+void ExpectUnscaledAsOne(const std::vector<std::int64_t>& counts) {
+  for (unsigned exponent = 0; exponent <= kMaxScaleExponent; ++exponent) {
+    std::vector<std::uint64_t> all(counts.begin(), counts.end());
+    UnscaleAll<T>(all, exponent);
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+      EXPECT_EQ(all[i], std::bit_cast<Bits>(Unscale<T>(counts[i], exponent))) << counts[i];
+    }
+  }
+}
+
+// All at once, as one by one: where all counts are small, and where one is not.
+TEST(ScaledFloats, AreUnscaledAtOnceAsOneByOne) {
+  constexpr std::int64_t kEdge = std::int64_t{1} << 50;
+  std::vector<std::int64_t> small = {0, 1, -1, 2137, -2137, kEdge - 1, -kEdge, (1 << 24) - 1};
+  for (int round = 0; round < 2; ++round) {
+    ExpectUnscaledAsOne<double, std::uint64_t>(small);
+    ExpectUnscaledAsOne<float, std::uint32_t>(small);
+    small.insert(small.end(), {kEdge, -kEdge - 1, std::numeric_limits<std::int64_t>::max(),
+                               std::numeric_limits<std::int64_t>::min()});
+  }
+}
+
 }  // namespace
 }  // namespace zervane::storage

@@ -53,7 +53,8 @@ TEST(PerThread, MayBeAskedAgainOnceThereIsMemory) {
   }).join();
 }
 
-// Compressing is what needs one: in a thread that has none yet, whichever of its requests fails.
+// Compressing is what needs one: in a thread that has none yet, whichever of its requests fails,
+// those of the C library, which notes what a thread is to clean up, among them.
 TEST(PerThread, OfTheCompressorCostsTheCallAloneWhenMemoryIsShort) {
   int failures = 0;
   for (std::uint64_t nth = 1; nth <= 12; ++nth) {
@@ -61,7 +62,8 @@ TEST(PerThread, OfTheCompressorCostsTheCallAloneWhenMemoryIsShort) {
       ByteWriter out(4096);
       const std::string bytes = std::string(500, 'x') + std::string(500, 'y');
       try {
-        const ShortMemory memory(nth);
+        const ShortMemory memory(nth, ShortMemory::Lack::kOne, ShortMemory::Whose::kThisThread,
+                                 ShortMemory::Asker::kCLibraryToo);
         WriteSection(bytes, &out);
       } catch (const std::bad_alloc&) {
         ++failures;

@@ -58,6 +58,7 @@ public final class Demo {
 
     Report report = new Report(catalogue.tags());
     report.printCatalogue();
+    report.printSearches();
     report.printCurrentValues();
     History history = new History(start);
     report.printHistory(history);

@@ -8,7 +8,10 @@ import java.util.List;
 import java.util.Locale;
 import java.util.stream.DoubleStream;
 
-/** Prints what the database holds: its tags, their current values and their history. */
+/**
+ * Prints what the database holds: its tags, some that a search finds, their current values and their
+ * history.
+ */
 final class Report {
   private static final int EARLIER_COLUMNS = 24;
   private static final int THIS_RUN_COLUMNS = 36;
@@ -33,6 +36,23 @@ final class Report {
           properties.m_engUnits,
           properties.m_span == 0 ? "" : String.valueOf((int) properties.m_span),
           properties.m_descriptor);
+    }
+  }
+
+  void printSearches() {
+    heading("Search");
+    printFound("named *.CPU.*", Search.named("*.CPU.*"));
+    row("%d tags in %%", Search.countInUnit("%"));
+    int behind = tags.get(tags.size() / 2).id();
+    printFound(
+        "in a page of 3 of HOST.* from identifier " + behind + " on",
+        Search.page("HOST.*", behind, 3));
+  }
+
+  private static void printFound(String how, List<Search.Found> found) {
+    row("%d tags %s", found.size(), how);
+    for (Search.Found tag : found) {
+      row("%4d  %-20s %s", tag.id(), tag.name(), tag.description());
     }
   }
 

@@ -2,6 +2,9 @@ package com.talvoro.zervane.demo;
 
 /** Statuses of native calls: 0 is success, and every other one ends the program. */
 final class Status {
+  /** What an iterator answers past its last item. */
+  static final int END_OF_ITERATION = 110192;
+
   private Status() {}
 
   /** A native call that did not succeed. */

@@ -1,7 +1,8 @@
 package com.talvoro.zervane.demo;
 
 /**
- * Numbers of the tag properties that the demo sets. Bit i of a property mask selects column i.
+ * Numbers of the tag properties that the demo sets and searches by. Bit i of a property mask selects
+ * column i.
  *
  * <p>Two properties travel in a field of another name when a tag is written: the span in {@code
  * m_excDev} and the minimum in {@code m_compDev}. Selecting their columns without those of the
@@ -20,6 +21,10 @@ enum TagColumn {
 
   TagColumn(int number) {
     this.number = number;
+  }
+
+  int number() {
+    return number;
   }
 
   static long mask(TagColumn... columns) {

@@ -256,7 +256,7 @@ public final class Jni_Zervane {
    *
    * @param condsArray conditions; each leaves its text allocated in native memory
    * @param condsCount number of conditions; 0 finds every tag
-   * @param TagClassMask tag classes
+   * @param TagClassMask tag classes: bit i is class i, bit 6 or -1 all of them
    * @param PropMask common properties that the items carry
    * @param tagIteHandle receives the iterator handle for {@link #getCommItemStep}
    * @return status
@@ -271,7 +271,7 @@ public final class Jni_Zervane {
   /**
    * Searches one page of the tags that {@link #queryTagsByConds} finds, in order of identifier.
    *
-   * @param tagclassmask tag classes
+   * @param tagclassmask tag classes: bit i is class i, bit 6 or -1 all of them
    * @param condArray conditions; each leaves its text allocated in native memory
    * @param condcount number of conditions; 0 finds every tag
    * @param commMask common properties that the items carry
@@ -308,7 +308,7 @@ public final class Jni_Zervane {
    *
    * @param IterHandle iterator handle of a search for point tags
    * @param tagprop receives the properties
-   * @return status; not 0 past the last item
+   * @return status; 110192 past the last item
    */
   public static native int getItemStep(long IterHandle, ZRJniTagProp tagprop);
 
@@ -317,7 +317,7 @@ public final class Jni_Zervane {
    *
    * @param IterHandle iterator handle of a search over tag classes
    * @param tagprop receives the properties
-   * @return status; not 0 past the last item
+   * @return status; 110192 past the last item
    */
   public static native int getCommItemStep(long IterHandle, ZRJniCommTagProp tagprop);
 
@@ -327,7 +327,7 @@ public final class Jni_Zervane {
    * Fetches the common properties of all tags of the selected classes into native memory, which one
    * {@link #getPropArray} must release.
    *
-   * @param TagClassMask tag classes
+   * @param TagClassMask tag classes: bit i is class i, bit 6 or -1 all of them
    * @param PropMask common properties that are fetched
    * @param TagCount receives the number of tags
    * @param PropArray receives the address of the properties

@@ -40,7 +40,7 @@ public final class Bench {
 
   private void run() throws IOException {
     if (options.isList()) {
-      Workloads.byId(options.largeRecords()).keySet().forEach(System.out::println);
+      Workloads.byId(options.largeRecords(), options.mostTags()).keySet().forEach(System.out::println);
       return;
     }
     Folders.delete(options.dataFolder());
@@ -56,6 +56,9 @@ public final class Bench {
       measureInOwnProcess(Subjects.OURS, LargeStore.Fill.ID, 1);
       measureInOwnProcess(Subjects.OURS, LargeStore.Open.ID, OPENINGS);
     }
+    for (int count : Workloads.searchedTags(options.mostTags())) {
+      measureTags(count);
+    }
     if (options.withPeers()) {
       Peers.all().keySet().forEach(this::measurePeer);
     }
@@ -68,6 +71,21 @@ public final class Bench {
     try (WorkerProcess floor = new WorkerProcess(Subjects.FLOOR, options);
         WorkerProcess ours = new WorkerProcess(Subjects.OURS, options)) {
       measureInTurn(Workloads.inRounds(), options.rounds(), List.of(floor, ours));
+    }
+  }
+
+  /** Ours and, as a peer, the store that people would search instead. */
+  private void measureTags(int count) throws IOException {
+    List<String> subjects =
+        options.withPeers() ? List.of(Subjects.OURS, Subjects.SQLITE) : List.of(Subjects.OURS);
+    for (String subject : subjects) {
+      measureInOwnProcess(subject, TagWorkload.Fill.id(count), 1);
+    }
+    measureInOwnProcess(Subjects.OURS, TagWorkload.Open.id(count), OPENINGS);
+    for (int round = 1; round <= PEER_ROUNDS; round++) {
+      for (String subject : subjects) {
+        measureInOwnProcess(subject, TagWorkload.Search.id(count), 1);
+      }
     }
   }
 

@@ -53,6 +53,7 @@ final class Marks {
                         "at most 2.5",
                         Format.number(bytes),
                         bytes <= 2.5)));
+    ofTags(marks, results);
     ofBestPeer(marks, results);
     return marks;
   }
@@ -69,6 +70,45 @@ final class Marks {
                         "at least " + Format.percent(goal) + " of the floor",
                         Format.percent(share),
                         share >= goal)));
+  }
+
+  /** Searches of a hundred thousand tags and of a million, and what a million take. */
+  private static void ofTags(List<Mark> marks, Results results) {
+    String searching = TagWorkload.Search.id(100_000);
+    String searchingAll = TagWorkload.Search.id(1_000_000);
+    String opening = TagWorkload.Open.id(1_000_000);
+    atMost(marks, results, "the first item, 100,000 tags", searching, Metric.FIRST_ITEM_MS, 50);
+    atMost(marks, results, "a page of 1,000, 100,000 tags", searching, Metric.PAGE_MS, 10);
+    atMost(marks, results, "counting *.PV, 100,000 tags", searching, Metric.COUNT_MS, 100);
+    atMost(marks, results, "counting *.PV, 1,000,000 tags", searchingAll, Metric.COUNT_MS, 1_000);
+    atMost(marks, results, "opening 1,000,000 tags", opening, Metric.OPEN_MS, 5_000);
+    atMost(marks, results, "memory of 1,000,000 tags", opening, Metric.BYTES_PER_TAG, 1_024);
+    String filling = TagWorkload.Fill.id(1_000_000);
+    OptionalDouble early = results.median(filling, Subjects.OURS, Metric.EARLY_ADD_MICROS);
+    OptionalDouble late = results.median(filling, Subjects.OURS, Metric.LATE_ADD_MICROS);
+    if (early.isPresent() && late.isPresent()) {
+      double times = late.getAsDouble() / early.getAsDouble();
+      marks.add(
+          new Mark(
+              "adding the millionth tag",
+              "at most twice the thousandth",
+              Format.number(times) + " times",
+              times <= 2));
+    }
+  }
+
+  private static void atMost(
+      List<Mark> marks, Results results, String what, String workload, Metric metric, double most) {
+    OptionalDouble median = results.median(workload, Subjects.OURS, metric);
+    if (median.isPresent()) {
+      String unit = " " + metric.unit().split(" ")[0];
+      marks.add(
+          new Mark(
+              what,
+              "at most " + Format.number(most) + unit,
+              Format.number(median.getAsDouble()) + unit,
+              median.getAsDouble() <= most));
+    }
   }
 
   private static void ofBestPeer(List<Mark> marks, Results results) {

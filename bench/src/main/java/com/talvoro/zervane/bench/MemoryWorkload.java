@@ -45,7 +45,7 @@ final class MemoryWorkload implements Workload {
   }
 
   /** A line of the kernel's account of this process, in MB. */
-  private static double ownMemoryMb(String label) throws IOException {
+  static double ownMemoryMb(String label) throws IOException {
     for (String line : Files.readAllLines(Path.of("/proc/self/status"))) {
       if (line.startsWith(label)) {
         return Long.parseLong(line.replaceAll("\\D", "")) * 1024 / 1e6;

@@ -9,7 +9,13 @@ enum Metric {
   EMPTY_STORE_MB("MB in an empty store"),
   RESIDENT_MB("MB resident"),
   PEAK_RESIDENT_MB("MB resident at most"),
-  OPEN_MS("ms to the first answer");
+  OPEN_MS("ms to the first answer"),
+  BYTES_PER_TAG("bytes of memory/tag"),
+  EARLY_ADD_MICROS("µs a tag behind the first 1,000"),
+  LATE_ADD_MICROS("µs a tag at the end"),
+  FIRST_ITEM_MS("ms to the first item of the slowest search"),
+  PAGE_MS("ms for a page of 1,000"),
+  COUNT_MS("ms to count *.PV");
 
   private final String unit;
 

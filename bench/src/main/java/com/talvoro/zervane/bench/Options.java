@@ -10,6 +10,7 @@ import java.util.regex.Pattern;
  * @param seconds how long a round is measured
  * @param warmUpSeconds how long a process runs a workload before its first round
  * @param largeRecords how many records the large database has; 0 for none
+ * @param mostTags how many tags the largest searched database has; 0 for no searches
  * @param withPeers whether peers are measured
  * @param isList whether the workloads are only to be listed
  * @param only what is found in the identifiers of the workloads that are to be measured
@@ -20,6 +21,7 @@ record Options(
     double seconds,
     double warmUpSeconds,
     long largeRecords,
+    int mostTags,
     boolean withPeers,
     boolean isList,
     Pattern only,
@@ -27,14 +29,15 @@ record Options(
   private static final String USAGE =
       """
       usage: scripts/bench [--quick] [--only PATTERN] [--rounds N] [--seconds S] [--no-peers]
-                           [--large RECORDS] [--list]
+                           [--large RECORDS] [--tags TAGS] [--list]
         --quick    about a minute: the workloads that the marks are on, two short rounds, no peers,
-                   no large database
+                   no large database, no searches
         --only     the workloads in whose identifiers the regular expression is found
         --rounds   rounds of ours and the floor (5)
         --seconds  how long a round is measured (1); the first is preceded by twice that
         --no-peers ours and the floor alone
         --large    how many records the large database has (100000000); 0 for none
+        --tags     how many tags the largest searched database has (1000000), from 40000; 0 for none
         --list     shows the identifiers of the workloads, and measures nothing
       A full run writes bench/README.md and bench/results.svg, every run build/bench/results.*
       """;
@@ -47,6 +50,7 @@ record Options(
     int rounds = 5;
     double seconds = 1;
     long largeRecords = 100_000_000;
+    int mostTags = 1_000_000;
     boolean withPeers = true;
     boolean isList = false;
     String only = "";
@@ -56,6 +60,7 @@ record Options(
           rounds = 2;
           withPeers = false;
           largeRecords = 0;
+          mostTags = 0;
           only = QUICK;
         }
         case "--no-peers" -> withPeers = false;
@@ -64,6 +69,7 @@ record Options(
         case "--rounds" -> rounds = Integer.parseInt(valueOf(arguments, ++i));
         case "--seconds" -> seconds = Double.parseDouble(valueOf(arguments, ++i));
         case "--large" -> largeRecords = Long.parseLong(valueOf(arguments, ++i));
+        case "--tags" -> mostTags = Integer.parseInt(valueOf(arguments, ++i));
         default -> throw new IllegalArgumentException(USAGE);
       }
     }
@@ -72,6 +78,7 @@ record Options(
         seconds,
         2 * seconds,
         largeRecords,
+        mostTags,
         withPeers,
         isList,
         Pattern.compile(only),
@@ -92,7 +99,7 @@ record Options(
 
   /** Whether this is a run whose results are published. */
   boolean isFull() {
-    return only.pattern().isEmpty() && withPeers && largeRecords > 0;
+    return only.pattern().isEmpty() && withPeers && largeRecords > 0 && mostTags > 0;
   }
 
   /** Where results and logs go. */

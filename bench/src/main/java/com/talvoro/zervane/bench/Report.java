@@ -6,7 +6,7 @@ import java.nio.file.Path;
 
 /** Writes a run down: figures for programs, tables and a plot for people. */
 final class Report {
-  private static final String BEGIN = "<!-- results: begin; written by make bench -->\n";
+  private static final String BEGIN = "<!-- results: begin; written by scripts/bench -->\n";
   private static final String END = "<!-- results: end -->\n";
 
   private final Options options;

@@ -76,6 +76,11 @@ public interface Subject extends AutoCloseable {
    */
   long readRaw(int tag, long fromMs, long toMs, int limit, Checksum checksum) throws Exception;
 
+  /** The store's tags, for those that are measured by searches. */
+  default TagCalls tags() throws Exception {
+    throw new UnsupportedOperationException(name() + " has no table of tags");
+  }
+
   /** Stores everything and releases every resource, processes that were started included. */
   @Override
   void close() throws Exception;

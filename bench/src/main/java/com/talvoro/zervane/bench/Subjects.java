@@ -10,6 +10,9 @@ final class Subjects {
   static final String FLOOR = "floor";
   static final String OURS = "zervane";
 
+  /** The peer that is searched, too. */
+  static final String SQLITE = "sqlite";
+
   private Subjects() {}
 
   static Map<String, Supplier<Subject>> all() {

@@ -30,6 +30,7 @@ final class Tables {
     againstFloor("Reading, in values per second", "read-", "current-");
     latencies();
     storage();
+    searches();
     peers();
     settings();
     failures();
@@ -102,7 +103,7 @@ final class Tables {
 
   private void storage() {
     List<List<String>> rows = new ArrayList<>();
-    for (Workload workload : Workloads.byId(options.largeRecords()).values()) {
+    for (Workload workload : Workloads.byId(options.largeRecords(), options.mostTags()).values()) {
       for (String subject : List.of(Subjects.OURS, Subjects.FLOOR)) {
         if (workload instanceof MemoryWorkload
             || subject.equals(Subjects.OURS) && isStorage(workload.id())) {
@@ -114,7 +115,9 @@ final class Tables {
   }
 
   private static boolean isStorage(String id) {
-    return List.of(DataSet.ID, LargeStore.Fill.ID, LargeStore.Open.ID).contains(id);
+    return List.of(DataSet.ID, LargeStore.Fill.ID, LargeStore.Open.ID).contains(id)
+        || id.startsWith("tags-fill-")
+        || id.startsWith("tags-open-");
   }
 
   private void figures(List<List<String>> rows, Workload workload, String subject) {
@@ -126,6 +129,23 @@ final class Tables {
     if (!figures.isEmpty()) {
       rows.add(List.of(workload.title(), nameOf(subject), figures));
     }
+  }
+
+  private void searches() {
+    List<List<String>> rows = new ArrayList<>();
+    for (int count : Workloads.searchedTags(options.mostTags())) {
+      String id = TagWorkload.Search.id(count);
+      for (Metric metric : results.metrics(id, Subjects.OURS)) {
+        rows.add(
+            List.of(
+                String.format("%,d tags: %s", count, metric.unit()),
+                median(id, Subjects.OURS, metric),
+                spread(id, Subjects.OURS, metric),
+                median(id, Subjects.SQLITE, metric),
+                spread(id, Subjects.SQLITE, metric)));
+      }
+    }
+    table("Finding tags", List.of("", "Zervane", "±", nameOf(Subjects.SQLITE), "±"), rows);
   }
 
   private void peers() {
@@ -151,12 +171,13 @@ final class Tables {
 
   private void settings() {
     Map<String, Supplier<Subject>> all = Subjects.all();
-    List<List<String>> rows = new ArrayList<>();
+    text.append("### Settings, and what is not equal\n\n");
     for (String id : results.subjects()) {
       Subject subject = all.get(id).get();
-      rows.add(List.of(subject.name(), subject.version(), subject.settings()));
+      text.append("- **").append(subject.name()).append("** ").append(subject.version());
+      text.append(": ").append(subject.settings()).append(".\n");
     }
-    table("Settings, and what is not equal", List.of("", "Version", "Settings"), rows);
+    text.append('\n');
   }
 
   private void failures() {

@@ -23,7 +23,7 @@ final class WorkerProcess implements AutoCloseable {
       List.of("-Xms2g", "-Xmx2g", "-XX:+UseSerialGC", "-Dfile.encoding=UTF-8");
 
   /** A round that takes longer than this is given up, and the process with it. */
-  private static final int ROUND_LIMIT_MINUTES = 10;
+  private static final int ROUND_LIMIT_MINUTES = 20;
 
   private static final int SECONDS_TO_END = 60;
 
@@ -67,6 +67,7 @@ final class WorkerProcess implements AutoCloseable {
     command.add("-Dzervane.library.path=" + options.libraryFolder(subject));
     command.addAll(List.of("-cp", System.getProperty("java.class.path"), Worker.class.getName()));
     command.addAll(List.of(subject, folder.toString(), Long.toString(options.largeRecords())));
+    command.add(Integer.toString(options.mostTags()));
     return command;
   }
 

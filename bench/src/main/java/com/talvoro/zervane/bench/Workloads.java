@@ -45,6 +45,9 @@ final class Workloads {
     if (workload instanceof DataSet) {
       return 1;
     }
+    if (workload instanceof TagWorkload.Search) {
+      return asked;
+    }
     return Marks.WORKLOADS.contains(workload.id()) ? asked : (asked + 1) / 2;
   }
 
@@ -72,13 +75,25 @@ final class Workloads {
     return workloads;
   }
 
+  /** How many tags are searched: a tenth of the most first. */
+  static List<Integer> searchedTags(int mostTags) {
+    return mostTags / 10 < TagWorkload.FEWEST_TAGS
+        ? List.of()
+        : List.of(mostTags / 10, mostTags);
+  }
+
   /** All, by their identifiers. */
-  static Map<String, Workload> byId(long largeRecords) {
+  static Map<String, Workload> byId(long largeRecords, int mostTags) {
     Map<String, Workload> workloads = new LinkedHashMap<>();
     inRounds().forEach(workload -> workloads.put(workload.id(), workload));
     ofMemory().forEach(workload -> workloads.put(workload.id(), workload));
     workloads.put(LargeStore.Fill.ID, new LargeStore.Fill(largeRecords));
     workloads.put(LargeStore.Open.ID, new LargeStore.Open(largeRecords));
+    for (int count : searchedTags(mostTags)) {
+      workloads.put(TagWorkload.Fill.id(count), new TagWorkload.Fill(count));
+      workloads.put(TagWorkload.Open.id(count), new TagWorkload.Open(count));
+      workloads.put(TagWorkload.Search.id(count), new TagWorkload.Search(count));
+    }
     return workloads;
   }
 }

@@ -189,6 +189,11 @@ final class ZervaneSubject implements Subject, ApiCalls {
   }
 
   @Override
+  public TagCalls tags() {
+    return new ZervaneTags();
+  }
+
+  @Override
   public void close() {
     check("disconnect", Jni_Zervane.disconnect());
   }

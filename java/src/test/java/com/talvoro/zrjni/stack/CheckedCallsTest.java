@@ -6,8 +6,10 @@ import static org.junit.jupiter.api.Assertions.assertFalse;
 import com.talvoro.zrjni.IntWrapper;
 import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.LongWrapper;
+import com.talvoro.zrjni.ZRJniCommTagProp;
 import com.talvoro.zrjni.ZRJniRecord;
 import com.talvoro.zrjni.ZRJniTagProp;
+import com.talvoro.zrsdk.common.ZRQueryTagCondition;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.extension.RegisterExtension;
@@ -43,6 +45,7 @@ class CheckedCallsTest {
       check(Jni_Zervane.connectEx(arguments[0], 0, null, 0));
       settings();
       int[] ids = lookups();
+      searching();
       writing(ids);
       reading(ids);
       for (int id : ids) {
@@ -75,6 +78,36 @@ class CheckedCallsTest {
       check(Jni_Zervane.queryTagIDsByNames(names, COUNT, ids, new int[COUNT]));
       check(Jni_Zervane.getNewlyTagVersion(new LongWrapper()));
       return ids;
+    }
+
+    private static void searching() {
+      ZRQueryTagCondition[] conditions = {Column.NAME.is(Relation.LIKE, "*")};
+      LongWrapper handle = new LongWrapper();
+      readPoint(Jni_Zervane.queryTagsCond("*", "", -1, -1));
+      check(Jni_Zervane.queryTagsCondEx("*", "", -1, -1, handle));
+      readPoint(handle.Value);
+      check(Jni_Zervane.queryBasicTagsByConds(conditions, 1, -1, -1, handle));
+      readPoint(handle.Value);
+      check(Jni_Zervane.queryTagsByConds(conditions, 1, -1, -1, handle));
+      readTag(handle.Value);
+      check(Jni_Zervane.querySpecifyPageTagsCond(-1, conditions, 1, -1, -1, 0, COUNT, handle));
+      readTag(handle.Value);
+      IntWrapper count = new IntWrapper();
+      check(Jni_Zervane.queryTagNumCond(0, conditions, 1, count));
+      check(Jni_Zervane.queryAllTagsProps(-1, -1, count, handle));
+      check(
+          Jni_Zervane.getPropArray(
+              count.Value, handle.Value, new ZRJniCommTagProp[count.Value]));
+    }
+
+    private static void readPoint(long handle) {
+      check(Jni_Zervane.getItemStep(handle, new ZRJniTagProp()));
+      check(Jni_Zervane.freeIterator(handle));
+    }
+
+    private static void readTag(long handle) {
+      check(Jni_Zervane.getCommItemStep(handle, new ZRJniCommTagProp()));
+      check(Jni_Zervane.freeIterator(handle));
     }
 
     private static void writing(int[] ids) {

@@ -7,10 +7,14 @@ final class Codes {
   static final int ALREADY_CONNECTED = 110101;
   static final int CONNECT_FAILED = 110102;
   static final int INVALID_ADDRESS = 110103;
+  static final int INVALID_COUNT = 110111;
   static final int INVALID_TEXT = 110112;
+  static final int INVALID_ARGUMENT = 110113;
+  static final int OUT_OF_MEMORY = 110120;
   static final int DATABASE_IN_USE = 110130;
   static final int STORAGE_FAILED = 110135;
   static final int INVALID_HANDLE = 110191;
+  static final int END_OF_ITERATION = 110192;
   static final int TAG_NOT_FOUND = 117801;
   static final int NAME_NOT_FOUND = 117802;
   static final int SOME_NAMES_FAILED = 117803;

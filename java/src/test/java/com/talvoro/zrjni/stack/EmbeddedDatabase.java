@@ -13,10 +13,25 @@ import org.junit.jupiter.api.extension.BeforeEachCallback;
 import org.junit.jupiter.api.extension.ExtensionContext;
 
 /**
- * Gives each test a database of its own in a folder that is gone afterwards, and connects to it.
+ * Gives each test a database of its own in a folder that is gone afterwards, and connects to it; or
+ * one in memory, for tests of so many tags that syncing each to the disk would take all their time.
  */
 final class EmbeddedDatabase implements BeforeEachCallback, AfterEachCallback {
+  private final boolean isInMemory;
   private Path folder;
+
+  EmbeddedDatabase() {
+    this(false);
+  }
+
+  private EmbeddedDatabase(boolean isInMemory) {
+    this.isInMemory = isInMemory;
+  }
+
+  /** One that closing empties. */
+  static EmbeddedDatabase inMemory() {
+    return new EmbeddedDatabase(true);
+  }
 
   @Override
   public void beforeEach(ExtensionContext context) throws IOException {
@@ -39,7 +54,7 @@ final class EmbeddedDatabase implements BeforeEachCallback, AfterEachCallback {
   }
 
   String address() {
-    return "embedded:" + folder;
+    return isInMemory ? "memory:" : "embedded:" + folder;
   }
 
   void open() {

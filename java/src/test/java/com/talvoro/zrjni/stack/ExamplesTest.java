@@ -107,6 +107,29 @@ class ExamplesTest {
     assertEquals("Demo: usage: Demo [SECONDS [ADDRESS]]\n", result.errors());
   }
 
+  @Test
+  void theDemoShowsASearchACountAndAPage() throws Exception {
+    ChildJvm.Result result = run(DEMO, "1", "memory:");
+
+    assertEquals(0, result.exitCode(), result.errors());
+    assertContains(
+        result,
+        """
+        Search
+          5 tags named *.CPU.*
+             1  HOST.CPU.BUSY        processor time that was used
+             2  HOST.CPU.USER        processor time of programs
+             3  HOST.CPU.SYSTEM      processor time of the kernel
+             4  HOST.CPU.WAIT        processor time waiting for disks
+             5  HOST.CPU.STATE       0 idle, 1 working, 2 busy
+          5 tags in %
+          3 tags in a page of 3 of HOST.* from identifier 12 on
+            12  HOST.MEM.SHARE       share of memory in use
+            13  HOST.TASKS.TOTAL     processes and threads
+            14  HOST.TASKS.RUNNING   tasks running or ready to run
+        """);
+  }
+
   private static void assertContains(ChildJvm.Result result, String text) {
     assertTrue(result.output().contains(text), () -> text + " is not in:\n" + result.output());
   }

@@ -22,72 +22,16 @@ import org.junit.jupiter.params.provider.ValueSource;
 class PointTagTest {
   @RegisterExtension final EmbeddedDatabase database = new EmbeddedDatabase();
 
-  /** A tag whose every property differs from its default. */
-  private static ZRJniTagProp complete(String name) {
-    ZRJniTagProp tag = new ZRJniTagProp();
-    tag.m_tagName = name;
-    tag.m_tagType = ValueType.STRING.number();
-    tag.m_archiving = false;
-    tag.m_scan = false;
-    tag.m_changeDate = 1_000_000_001;
-    tag.m_changer = "changer";
-    tag.m_creationDate = 1_000_000_002;
-    tag.m_creator = "creator";
-    tag.m_excMaxTime = 3;
-    tag.m_excDev = 4.5f;
-    tag.m_compDev = 5.5f;
-    tag.m_compMaxTime = 6;
-    tag.m_compType = 1;
-    tag.m_recAccess = 7;
-    tag.m_recOperateGroup = "record operators";
-    tag.m_recOwnerGroup = "record owners";
-    tag.m_tagAccess = -8;
-    tag.m_tagOperateGroup = "tag operators";
-    tag.m_tagOwnerGroup = "tag owners";
-    tag.m_span = 9;
-    tag.m_minValue = 10;
-    tag.m_digitalSet = "states";
-    tag.m_engUnits = "m³/h";
-    tag.m_descriptor = "Durchfluss, 流量";
-    tag.m_instrumentPoint = "PLC1:DB10.4";
-    tag.m_instrumentPointType = 11;
-    tag.m_CollectorName = "collector";
-    tag.m_CollectorID = -12;
-    tag.m_DeviceName = "device";
-    tag.m_DeviceID = 13;
-    tag.m_ScanGroupName = "scan group";
-    tag.m_ScanGroupID = 14;
-    tag.m_param1 = 15;
-    tag.m_param2 = 16;
-    tag.m_param3 = 17;
-    tag.m_param4 = 18;
-    tag.m_param5 = -19;
-    return tag;
-  }
-
-  /**
-   * What the database holds of such a tag: three properties come from another field, one from none.
-   */
-  private static ZRJniTagProp asStored(ZRJniTagProp tag, int id) {
-    ZRJniTagProp stored = complete(tag.m_tagName);
-    stored.m_tagID = id;
-    stored.m_creationDate = tag.m_changeDate;
-    stored.m_span = tag.m_excDev;
-    stored.m_minValue = tag.m_compDev;
-    stored.m_DeviceID = 0;
-    return stored;
-  }
-
   @Nested
   @DisplayName("being added")
   class Adding {
     @Test
     void keepsEveryPropertyButForTheFieldsThatAreNotRead() {
-      ZRJniTagProp tag = complete("FIC101.PV");
+      ZRJniTagProp tag = Tags.complete("FIC101.PV");
       assertEquals(Codes.OK, Jni_Zervane.addTag(tag, Columns.ALL, Columns.ALL));
       int id = Jni_Zervane.queryTagID("FIC101.PV");
 
-      assertEquals(Records.fieldsOf(asStored(tag, id)), Records.fieldsOf(Tags.get(id)));
+      assertEquals(Records.fieldsOf(Tags.asStored(tag, id)), Records.fieldsOf(Tags.get(id)));
     }
 
     @Test
@@ -102,7 +46,7 @@ class PointTagTest {
 
     @Test
     void takesDefaultsForPropertiesThatAreNotSelected() {
-      int id = Tags.add(complete("A"), Columns.TYPE);
+      int id = Tags.add(Tags.complete("A"), Columns.TYPE);
 
       ZRJniTagProp stored = Tags.get(id);
       assertAll(
@@ -122,7 +66,7 @@ class PointTagTest {
     @Test
     void isStampedWithTheTimeAndUserUnlessTheyAreGiven() {
       int before = (int) (System.currentTimeMillis() / 1000);
-      int id = Tags.add(complete("A"), Columns.TYPE);
+      int id = Tags.add(Tags.complete("A"), Columns.TYPE);
       int after = (int) (System.currentTimeMillis() / 1000);
 
       ZRJniTagProp stored = Tags.get(id);
@@ -156,11 +100,11 @@ class PointTagTest {
 
     @Test
     void acceptsAnyNodeName() {
-      ZRJniTagProp tag = complete("A");
+      ZRJniTagProp tag = Tags.complete("A");
 
       assertEquals(Codes.OK, Jni_Zervane.addTagWithNodeName(tag, Columns.ALL, Columns.ALL, "節點 1"));
       int id = Jni_Zervane.queryTagID("A");
-      assertEquals(Records.fieldsOf(asStored(tag, id)), Records.fieldsOf(Tags.get(id)));
+      assertEquals(Records.fieldsOf(Tags.asStored(tag, id)), Records.fieldsOf(Tags.get(id)));
     }
 
     @ParameterizedTest
@@ -265,7 +209,7 @@ class PointTagTest {
     @Test
     void changesTheSelectedPropertiesOfTheTagThatTheObjectNames() {
       int other = Tags.add("OTHER", ValueType.STRING);
-      int id = Tags.add(complete("A"), Columns.ALL);
+      int id = Tags.add(Tags.complete("A"), Columns.ALL);
       ZRJniTagProp changes = changes(id);
       changes.m_descriptor = "new";
       changes.m_engUnits = "not selected";
@@ -363,7 +307,7 @@ class PointTagTest {
     @ParameterizedTest(name = "identifier {0}")
     @ValueSource(ints = {0, Tags.UNKNOWN, -1})
     void leavesTheWholeObjectAloneWhenTheIdentifierIsUnknown(int id) {
-      ZRJniTagProp tag = complete("before");
+      ZRJniTagProp tag = Tags.complete("before");
       List<String> before = Records.fieldsOf(tag);
 
       assertEquals(Codes.TAG_NOT_FOUND, Jni_Zervane.getTag(id, tag));
@@ -419,13 +363,13 @@ class PointTagTest {
 
   @Test
   void isThereWithAllItsPropertiesAfterReopening() {
-    ZRJniTagProp tag = complete("FIC101.PV");
+    ZRJniTagProp tag = Tags.complete("FIC101.PV");
     assertEquals(Codes.OK, Jni_Zervane.addTag(tag, Columns.ALL, Columns.ALL));
     int id = Jni_Zervane.queryTagID("FIC101.PV");
 
     database.reopen();
 
     assertEquals(id, Jni_Zervane.queryTagID("FIC101.PV"));
-    assertEquals(Records.fieldsOf(asStored(tag, id)), Records.fieldsOf(Tags.get(id)));
+    assertEquals(Records.fieldsOf(Tags.asStored(tag, id)), Records.fieldsOf(Tags.get(id)));
   }
 }

@@ -2,6 +2,7 @@ package com.talvoro.zervane.bench.peers;
 
 import com.talvoro.zervane.bench.Batch;
 import com.talvoro.zervane.bench.Durability;
+import com.talvoro.zervane.bench.TagCalls;
 import java.nio.file.Path;
 import java.sql.DriverManager;
 import java.sql.PreparedStatement;
@@ -21,6 +22,7 @@ final class SqlitePeer extends JdbcPeer {
   };
 
   private PreparedStatement insert;
+  private SqliteTags tags;
   private Durability synced;
 
   @Override
@@ -78,6 +80,19 @@ final class SqlitePeer extends JdbcPeer {
     connection().commit();
   }
 
+  /** The table of tags is made by the first who asks for it. */
+  @Override
+  public TagCalls tags() throws SQLException {
+    if (tags == null) {
+      for (String statement : SqliteTags.SETUP) {
+        execute(statement);
+      }
+      connection().commit();
+      tags = new SqliteTags(connection());
+    }
+    return tags;
+  }
+
   /** Carries the journal into the database, and syncs both. */
   @Override
   public void flush() throws SQLException {
@@ -86,6 +101,9 @@ final class SqlitePeer extends JdbcPeer {
 
   @Override
   public void close() throws Exception {
+    if (tags != null) {
+      tags.close();
+    }
     if (insert != null) {
       insert.close();
     }

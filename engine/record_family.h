@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+
+#include "api/caller.h"
+#include "api/operations/history.h"
+#include "api/operations/values.h"
+#include "engine/catalogue/tag_index.h"
+#include "engine/storage/store.h"
+#include "engine/write/write_path.h"
+
+namespace zervane {
+
+// Carries out the operations that write and read records: current values and the archive.
+//
+// Threads: any.
+class RecordFamily {
+ public:
+  RecordFamily(Store& store, const TagIndex& tags, WritePath& writes)
+      : store_(store), tags_(tags), writes_(writes) {}
+
+  Result<WriteSamples::Reply> Handle(const Caller& caller, const WriteSamples& operation) {
+    return writes_.Write(caller, operation);
+  }
+  Result<Sample> Handle(const Caller& caller, const ReadCurrent& operation) const;
+  Result<ReadCurrentValues::Reply> Handle(const Caller& caller,
+                                          const ReadCurrentValues& operation) const;
+  Result<std::int64_t> Handle(const Caller& caller, const CountRecords& operation) const;
+  Result<SampleColumns> Handle(const Caller& caller, const ReadRecords& operation) const;
+
+ private:
+  // ZR3_ERR_TAG_NOT_FOUND.
+  Status CheckTag(TagId id) const;
+  // Adds the tag's value to the samples, or any one when it has none, which its status says.
+  ZR3_STATUS ReadCurrentInto(TagId id, SampleColumns& samples) const;
+
+  Store& store_;
+  const TagIndex& tags_;
+  WritePath& writes_;
+};
+
+}  // namespace zervane

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "api/words/samples.h"
+#include "api/words/status.h"
+#include "engine/storage/store.h"
+#include "engine/write/turn.h"
+
+namespace zervane {
+
+// A group's records as a stage sees them, marked already. It may change the marks of those that it
+// watches.
+struct StagedRecords {
+  std::span<const TagId> tags;
+  const SampleColumns& samples;
+  std::span<std::uint8_t> marks;
+  std::span<const std::uint32_t> watched;  // positions of the records of tags with a stage
+};
+
+// Something that looks at records, and at changes of tags, before they are stored, and adds to the
+// same batch: what it adds is stored with them or not at all.
+//
+// It works on copies of what it knows. Between the first call of Process, PrepareTagChange or
+// PrepareTagRemoval and the next Keep or Discard lies one batch.
+class Stage {
+ public:
+  virtual ~Stage() = default;
+
+  // Looks at the watched records of a group, in their order. Records that it adds to the batch go
+  // before all of the group's, so of equal times of a tag the group's one counts.
+  virtual Status Process(Turn& turn, const StagedRecords& group, StoreBatch& batch) = 0;
+
+  // The tag's properties are about to change, or the tag is about to go, with this batch.
+  virtual Status PrepareTagChange(Turn& turn, TagId tag, StoreBatch& batch) = 0;
+  virtual Status PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& batch) = 0;
+
+  // The batch is stored: the copies are what counts from now on. Or it is not: they are dropped.
+  virtual void Keep(Turn& turn) noexcept = 0;
+  virtual void Discard(Turn& turn) noexcept = 0;
+};
+
+}  // namespace zervane

@@ -1,0 +1,305 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iconv.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/storage/sqlite/sqlite_store.h"
+#include "engine/storage/tables.h"
+#include "tests/engine/storage/sqlite/write_faults.h"
+#include "tests/engine/storage/support.h"
+#include "tests/support/case_name.h"
+
+// Databases that earlier releases left (stored/make_layout_2.cpp) are brought over whole, with
+// every record, or are left as they are.
+namespace zervane::storage {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+// The text in UTF-8, by the C library; none when it is not of the encoding.
+std::optional<std::string> Utf8Of(const std::string& encoding, std::string_view text) {
+  const iconv_t converter = iconv_open("UTF-8", encoding.c_str());
+  if (converter == reinterpret_cast<iconv_t>(-1)) std::abort();
+  std::string bytes(text);
+  std::string utf8(4 * text.size() + 4, '\0');
+  char* from = bytes.data();
+  char* to = utf8.data();
+  std::size_t from_left = bytes.size();
+  std::size_t to_left = utf8.size();
+  const bool is_text = iconv(converter, &from, &from_left, &to, &to_left) == 0;
+  iconv_close(converter);
+  if (!is_text) return std::nullopt;
+  utf8.resize(utf8.size() - to_left);
+  return utf8;
+}
+
+// The encoding of a process that knows two more than UTF-8.
+TextEncoding EncodingOf(const std::string& name) {
+  return {.name = name, .decoder_of = [](std::string_view wanted) -> std::optional<TextDecoder> {
+            if (wanted == "UTF-8") return TextDecoder();
+            if (wanted != "GB18030" && wanted != "ISO-8859-1") return std::nullopt;
+            return [encoding = std::string(wanted)](std::string_view text) {
+              return Utf8Of(encoding, text);
+            };
+          }};
+}
+
+struct StoredFile {
+  const char* name;
+  const char* encoding;
+  const char* word;      // in its texts
+  const char* not_text;  // what has become of a\xFF\xFF z
+};
+
+const StoredFile kFiles[] = {
+    {"Gb18030", "GB18030", "\u6e29\u5ea6", "a\uFFFD\uFFFD z"},
+    {"Iso8859", "ISO-8859-1", "F\u00fcllstand", "a\u00ff\u00ff z"},
+};
+
+constexpr std::int64_t kLostBatch = 50'000;  // the time of the records of the damaged batch
+
+class Stored : public testing::Test {
+ protected:
+  fs::path Copied(const StoredFile& file) {
+    const fs::path folder = temp_.path() / std::to_string(++copies_);
+    fs::create_directory(folder);
+    fs::copy_file(
+        fs::path(ZERVANE_STORED_FILES) / ("layout_2_" + std::string(file.encoding) + ".db"),
+        folder / "zervane.db");
+    return folder;
+  }
+
+  TempFolder temp_;
+  int copies_ = 0;
+};
+
+class StoredFiles : public Stored, public testing::WithParamInterface<StoredFile> {
+ protected:
+  static std::vector<std::int64_t> TimesFrom(std::int64_t first_ms) {
+    std::vector<std::int64_t> times;
+    for (std::int64_t i = first_ms; i <= 60'000; i += 1000) {
+      if (i != kLostBatch) times.push_back(i);
+    }
+    return times;
+  }
+
+  static std::vector<std::int64_t> TimesOf(const std::vector<Sample>& records) {
+    std::vector<std::int64_t> times;
+    for (const Sample& record : records) times.push_back(record.time_ms);
+    return times;
+  }
+
+  static void ExpectTags(Store& store) {
+    const std::vector<Tag> tags = Tags(store);
+    ASSERT_EQ(tags.size(), 5U);
+    const std::string word = GetParam().word;
+    for (TagId id = 1; id <= 5; ++id) {
+      const Tag& tag = tags[id - 1];
+      EXPECT_EQ(tag.id, id);
+      EXPECT_EQ(tag.name, word + "." + std::to_string(id));
+      EXPECT_EQ(tag.descriptor, word + " " + word);
+      EXPECT_EQ(tag.point().instrument_address, "40001");
+      EXPECT_EQ(tag.span, static_cast<float>(id) + 0.5F);
+    }
+    EXPECT_EQ(SettingOf(store, std::string(kLastIdSetting)), Cell(std::int64_t{6}));
+    EXPECT_EQ(SettingOf(store, std::string(kCatalogueVersionSetting)), Cell(std::int64_t{7}));
+    EXPECT_EQ(SettingOf(store, std::string(kEncodingSetting)), Cell(GetParam().encoding));
+  }
+
+  static void ExpectRecords(Store& store) {
+    const std::string word = GetParam().word;
+    const std::vector<Sample> numbers = ReadAll(store, 1);
+    EXPECT_EQ(TimesOf(numbers), TimesFrom(1000));
+    for (const Sample& record : numbers) {
+      EXPECT_EQ(record.value, Value(0.0005 * static_cast<double>(record.time_ms)));
+    }
+    std::vector<Sample> texts = ReadAll(store, 2);
+    ASSERT_FALSE(texts.empty());
+    EXPECT_EQ(texts.back().time_ms, 61'000);
+    EXPECT_EQ(texts.back().value, Value(std::string(GetParam().not_text)));
+    texts.pop_back();
+    EXPECT_EQ(TimesOf(texts), TimesFrom(1000));
+    for (const Sample& record : texts) {
+      EXPECT_EQ(record.value, Value(word + std::to_string(record.time_ms / 1000)));
+    }
+    const std::vector<Sample> blobs = ReadAll(store, 3);
+    EXPECT_EQ(TimesOf(blobs), TimesFrom(1000));
+    for (const Sample& record : blobs) {
+      EXPECT_EQ(record.value,
+                Value(std::string("\xFF\0\xD6", 3) + std::to_string(record.time_ms / 1000)));
+    }
+    EXPECT_EQ(TryRead(store, 5, {1000, 8000}, Direction::kForward, 1).code(),
+              ZR3_ERR_STORAGE_DAMAGED);
+    EXPECT_EQ(TimesOf(ReadRange(store, 5, {9000, kMaxTimeMs}, Direction::kForward, SIZE_MAX)),
+              TimesFrom(9000));
+  }
+
+  static void ExpectCurrentAndHeld(Store& store) {
+    std::map<TagId, Sample> current;
+    for (const TagSample& value : CurrentValues(store)) current[value.tag] = value.sample;
+    EXPECT_EQ(current.size(), 5U);
+    EXPECT_EQ(current[1].value, Value(61'000.0));
+    EXPECT_EQ(current[2].value, Value(std::string(GetParam().not_text)));
+    EXPECT_EQ(current[3].value, Value(std::string("\xFF\0\xD6", 3) + "60"));
+    EXPECT_EQ(current[4].time_ms, 500);
+    EXPECT_EQ(current[5].time_ms, 60'000);
+    EXPECT_EQ(store.ReadHeld(4)->value().time_ms, 500);
+    EXPECT_EQ(store.ReadHeld(1)->value().time_ms, 61'000);
+    EXPECT_FALSE(store.ReadHeld(2)->has_value());
+  }
+
+  static void ExpectAll(Store& store) {
+    ExpectTags(store);
+    ExpectRecords(store);
+    ExpectCurrentAndHeld(store);
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, StoredFiles, testing::ValuesIn(kFiles), CaseName());
+
+TEST_P(StoredFiles, AreBroughtOverWithAllThatTheyHold) {
+  const fs::path folder = Copied(GetParam());
+  for (const std::string& encoding : {std::string(GetParam().encoding), std::string("UTF-8")}) {
+    SCOPED_TRACE(encoding);
+    const auto store = MustOpen(folder, kTinyOptions, EncodingOf(encoding));
+    EXPECT_EQ(StoreDriver(*store).last_commit(), 62);
+    ExpectAll(*store);
+    EXPECT_TRUE(store->Close().ok());
+  }
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 3);
+  EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM sqlite_schema WHERE name = 'catalogue'"), 0);
+  EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM damaged"), 2) << "the earlier, the batch";
+}
+
+// What was brought over takes records and tags like any other, and texts that are merged with them
+// are the same.
+TEST_P(StoredFiles, TakeNewRecords) {
+  const fs::path folder = Copied(GetParam());
+  {
+    const auto store = MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding));
+    for (std::int64_t i = 1; i <= 60; ++i) {
+      MarkedSample text = Record(2, 1000 * i + 1, 0, kArchive);
+      text.sample.type = TagType::kString;
+      text.sample.value = std::string("\u6e29 new");
+      EXPECT_TRUE(Append(*store, {text}).ok());
+    }
+    EXPECT_TRUE(PutTag(*store, TagNamed(7, "\u6e29")).ok());
+  }
+  const auto store = MustOpen(folder, kTinyOptions, EncodingOf("UTF-8"));
+  EXPECT_EQ(Tags(*store).back().name, "\u6e29");
+  std::vector<Sample> old;
+  for (const Sample& record : ReadAll(*store, 2)) {
+    if (record.time_ms % 1000 == 0) old.push_back(record);
+  }
+  EXPECT_EQ(old.size(), 60U);
+  for (const Sample& record : old) {
+    if (record.time_ms == 61'000) continue;
+    EXPECT_EQ(record.value, Value(GetParam().word + std::to_string(record.time_ms / 1000)));
+  }
+}
+
+// A process that is killed while it brings the file over leaves the old one or the new one.
+TEST_P(StoredFiles, AreOldOrNewWheneverTheProcessIsKilled) {
+  int killed = 0;
+  for (int writes = 1;; ++writes) {
+    SCOPED_TRACE(writes);
+    const fs::path folder = Copied(GetParam());
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      KillAtWrite(writes);
+      const auto store = OpenSqliteStore(folder, EncodingOf(GetParam().encoding), kTinyOptions);
+      _exit(store.ok() ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    const bool is_killed = WIFSIGNALED(status);
+    EXPECT_TRUE(is_killed || WEXITSTATUS(status) == 0);
+    const std::int64_t layout = NumberInFile(folder, "PRAGMA user_version");
+    EXPECT_TRUE(layout == 2 || layout == 3) << layout;
+    const auto store = MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding));
+    ExpectAll(*store);
+    if (!is_killed || HasFailure()) break;
+    ++killed;
+  }
+  EXPECT_GT(killed, 10) << "or hardly anything was tested";
+}
+
+// ---- what is refused ----
+
+TEST_P(StoredFiles, AreLeftAloneByAProcessOfAnotherEncoding) {
+  const fs::path folder = Copied(GetParam());
+  const auto refused = OpenSqliteStore(folder, EncodingOf("UTF-8"));
+  EXPECT_EQ(refused.code(), ZR3_ERR_INVALID_TEXT);
+  EXPECT_THAT(refused.status().message(), HasSubstr("ZERVANE_ENCODING"));
+  EXPECT_THAT(refused.status().message(), HasSubstr("tag 1"));
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 2);
+  EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM journal"), 13);
+  ExpectAll(*MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding)));
+}
+
+TEST_P(StoredFiles, NeedADecoderOfTheirEncodingLaterToo) {
+  const fs::path folder = Copied(GetParam());
+  MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding)).reset();
+  EXPECT_EQ(OpenSqliteStore(folder).code(), ZR3_ERR_INVALID_TEXT);
+  ExpectAll(*MustOpen(folder, kTinyOptions, EncodingOf("UTF-8")));
+}
+
+TEST_F(Stored, AreRefusedForOneTextOfTheCatalogueThatDoesNotConvert) {
+  const fs::path folder = Copied(kFiles[0]);
+  EditFile(folder, "UPDATE tag SET scan_group_name = x'ff41ff' WHERE id = 5");
+  const auto refused = OpenSqliteStore(folder, EncodingOf("GB18030"));
+  EXPECT_EQ(refused.code(), ZR3_ERR_INVALID_TEXT);
+  EXPECT_THAT(refused.status().message(), HasSubstr("tag 5"));
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 2);
+  EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM tag WHERE name = x'cec2b6c82e31'"), 1)
+      << "what had been converted is as it was";
+  EditFile(folder, "UPDATE tag SET scan_group_name = x'' WHERE id = 5");
+  EXPECT_EQ(Tags(*MustOpen(folder, kTinyOptions, EncodingOf("GB18030"))).size(), 5U);
+}
+
+TEST_F(Stored, AreRefusedForAnEncodingThatIsNotKnown) {
+  const fs::path folder = Copied(kFiles[0]);
+  EXPECT_EQ(OpenSqliteStore(folder, EncodingOf("KLINGON")).code(), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 2);
+}
+
+// ---- layout 1 ----
+
+// It had no table of records held back; else it is made of the same tables as layout 2.
+TEST_F(Stored, OfLayout1AreBroughtOverToo) {
+  const fs::path folder = Copied(kFiles[0]);
+  EditFile(folder, "DROP TABLE held; PRAGMA user_version = 1");
+  const auto store = MustOpen(folder, kTinyOptions, EncodingOf("GB18030"));
+  EXPECT_EQ(Tags(*store).size(), 5U);
+  EXPECT_EQ(ReadAll(*store, 1).size(), 59U);
+  EXPECT_FALSE(store->ReadHeld(4)->has_value());
+  EXPECT_TRUE(store->Close().ok());
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 3);
+}
+
+// More than are converted at a time.
+TEST_F(Stored, OfManyTagsAreConvertedEveryOne) {
+  const fs::path folder = Copied(kFiles[0]);
+  std::string sql;
+  for (int id = 10; id < 2510; ++id) {
+    sql += "CREATE TEMP TABLE t AS SELECT * FROM main.tag WHERE id = 1; UPDATE t SET id = " +
+           std::to_string(id) + "; INSERT INTO main.tag SELECT * FROM t; DROP TABLE t;";
+  }
+  EditFile(folder, "BEGIN;" + sql + "COMMIT");
+  const std::vector<Tag> tags = Tags(*MustOpen(folder, kTinyOptions, EncodingOf("GB18030")));
+  EXPECT_EQ(tags.size(), 2505U);
+  for (const Tag& tag : tags) EXPECT_THAT(tag.name, HasSubstr("\u6e29\u5ea6."));
+}
+
+}  // namespace
+}  // namespace zervane::storage
