@@ -49,10 +49,10 @@ void PutNumber(std::string_view name, std::int64_t number, StoreBatch& batch) {
   Table<Setting>::Put({.name = std::string(name), .value = number}, batch);
 }
 
-Status CheckLoaded(const TagImage& image, const Tag& tag) {
+// All rules but the one that names are unique.
+Status CheckLoaded(const Tag& tag, TagId last_id) {
   Status status = CheckProperties(tag);
-  if (status.ok()) status = CheckUnique(image, tag.name, tag.id);
-  if (status.ok() && tag.id != 0 && tag.id <= image.last_id()) return {};
+  if (status.ok() && tag.id != 0 && tag.id <= last_id) return {};
   return Damaged(fmt::format("the stored tag {} breaks a rule: {}", tag.id,
                              status.ok() ? "identifier out of bounds" : status.message()));
 }
@@ -69,27 +69,32 @@ Status Catalogue::Load() {
   const Result<std::int64_t> version =
       ReadNumber(store_, kCatalogueVersionSetting, std::numeric_limits<std::int64_t>::max() - 1);
   if (!version.ok()) return version.status();
-  auto image = std::make_shared<TagImage>();
-  image->SetLastId(static_cast<TagId>(*last_id));
-  image->SetVersion(*version);
-  if (Status status = LoadTags(*image); !status.ok()) return status;
-  Publish(image);
+  TagImageBuilder builder;
+  builder.image().SetLastId(static_cast<TagId>(*last_id));
+  builder.image().SetVersion(*version);
+  if (Status status = LoadTags(builder); !status.ok()) return status;
+  Publish(std::make_shared<const TagImage>(std::move(builder.image())));
   return {};
 }
 
-Status Catalogue::LoadTags(TagImage& image) {
+Status Catalogue::LoadTags(TagImageBuilder& builder) {
+  const TagId last_id = builder.image().last_id();
   Status fault;
   const auto take = [&](const Tag& tag) {
-    fault = CheckLoaded(image, tag);
+    fault = CheckLoaded(tag, last_id);
     if (!fault.ok()) return false;
-    image.Put(PackedTag::Pack(tag));
+    builder.Add(PackedTag::Pack(tag));
     tags_.Reserve(tag.id);
     tags_.Put(tag.id, TraitsOf(tag));
     return true;
   };
   Status status = Table<Tag>(store_).Visit({.table = TableId::kTag},
                                            std::numeric_limits<std::size_t>::max(), take);
-  return fault.ok() ? status : fault;
+  if (!fault.ok()) return fault;
+  if (!status.ok()) return status;
+  const PackedTag* const second = builder.IndexNames();
+  if (second == nullptr) return {};
+  return Damaged(fmt::format("the stored tag {} has the name of another", second->id()));
 }
 
 TagImagePtr Catalogue::image() const {

@@ -75,7 +75,7 @@ class Catalogue {
   void Adopt(const CatalogueChange& change) noexcept EXCLUDES(mutex_);
 
  private:
-  Status LoadTags(TagImage& image);
+  Status LoadTags(TagImageBuilder& builder);
   // Makes the change's image and puts its rows into the batch.
   Result<CatalogueChange> Plan(TagImagePtr image, std::optional<Tag> before,
                                std::optional<Tag> after, StoreBatch& batch);

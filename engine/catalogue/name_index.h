@@ -34,7 +34,7 @@ class NameIndex {
   static constexpr std::size_t kFanOut = std::size_t{1} << kBits;
   static constexpr unsigned kLevels = 32 / kBits;
   // A fuller bucket becomes a branch, unless no bits are left to tell its entries apart.
-  static constexpr std::size_t kBucketSize = 16;
+  static constexpr std::size_t kBucketSize = 64;
 
   struct Entry {
     std::uint32_t hash;
@@ -56,7 +56,7 @@ class NameIndex {
   };
 
   static constexpr std::size_t IndexOf(std::uint32_t hash, unsigned level) {
-    return (hash >> (kBits * level)) & (kFanOut - 1);
+    return (hash >> (kBits * (kLevels - 1 - level))) & (kFanOut - 1);
   }
 
   template <typename AnyNode>

@@ -1,5 +1,7 @@
 #include "engine/catalogue/tag_image.h"
 
+#include <algorithm>
+
 #include "api/words/ascii.h"
 #include "engine/assert.h"
 
@@ -30,6 +32,27 @@ void TagImage::Remove(TagId id) {
   names_.Remove(NameIndex::HashOf(tag->name()), id);
   --counts_[Index(tag->tag_class())];
   tags_.Remove(id);
+}
+
+// ---- many at once ----
+
+void TagImageBuilder::Add(const Ref<const PackedTag>& tag) {
+  ZERVANE_ASSERT(image_.Find(tag->id()) == nullptr);
+  hashes_.emplace_back(NameIndex::HashOf(tag->name()), tag->id());
+  ++image_.counts_[TagImage::Index(tag->tag_class())];
+  image_.tags_.Put(tag);
+}
+
+const PackedTag* TagImageBuilder::IndexNames() {
+  std::ranges::sort(hashes_);
+  for (const auto& [hash, id] : hashes_) {
+    const auto has_its_name = [&, tag = id](TagId other) {
+      return EqualsFolded(image_.Find(other)->name(), image_.Find(tag)->name());
+    };
+    if (image_.names_.Find(hash, has_its_name) != 0) return image_.Find(id);
+    image_.names_.Add(hash, id);
+  }
+  return nullptr;
 }
 
 }  // namespace zervane

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "engine/catalogue/name_index.h"
 #include "engine/catalogue/packed_tag.h"
@@ -38,6 +40,7 @@ class TagImage {
   void Remove(TagId id);
 
  private:
+  friend class TagImageBuilder;
   static std::size_t Index(std::int32_t tag_class) { return static_cast<std::size_t>(tag_class); }
 
   TagTree tags_;
@@ -48,5 +51,21 @@ class TagImage {
 };
 
 using TagImagePtr = std::shared_ptr<const TagImage>;
+
+// Makes an image of many tags in a fraction of the time that it takes to put them one by one: names
+// are indexed in order of their hashes, so that what is needed next is near in memory.
+class TagImageBuilder {
+ public:
+  // REQUIRES: no tag of that identifier was added, and nothing is indexed yet.
+  void Add(const Ref<const PackedTag>& tag);
+  // Called once, last. A tag that has the name of another; null when there is none.
+  const PackedTag* IndexNames();
+
+  TagImage& image() { return image_; }
+
+ private:
+  TagImage image_;
+  std::vector<std::pair<std::uint32_t, TagId>> hashes_;  // of the names
+};
 
 }  // namespace zervane

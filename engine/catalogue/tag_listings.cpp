@@ -49,9 +49,9 @@ Result<TagListings::Listing> TagListings::Begin(const Caller& caller, const List
   if (!status.ok()) return status;
   const Result<std::int64_t> total = CountMatches(*image, *matcher, StopFlag(false));
   if (!total.ok()) return total.status();
-  if (*total > kMaxListedTags) {
+  if (*total > limits_.tags) {
     LogWarning("{} tags are too many to list at once (at most {}): search for them by pages",
-               *total, kMaxListedTags);
+               *total, limits_.tags);
     return Status(ZR3_ERR_OUT_OF_MEMORY, fmt::format("{} tags at once", *total));
   }
   return Listing{.session = caller.session,
@@ -76,7 +76,7 @@ Result<std::uint64_t> TagListings::Keep(std::uint64_t snapshot, Listing listing)
   const std::int64_t now_ms = clock_();
   RemoveIdle(now_ms);
   if (snapshot == 0) {
-    if (listings_.size() >= kMaxListings) {
+    if (listings_.size() >= limits_.listings) {
       return Status(ZR3_ERR_OUT_OF_MEMORY, fmt::format("{} listings go on", listings_.size()));
     }
     snapshot = ++last_snapshot_;

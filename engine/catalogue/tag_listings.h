@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <utility>
 
 #include "api/caller.h"
 #include "api/operations/tags.h"
@@ -21,13 +22,17 @@ namespace zervane {
 // Threads: any.
 class TagListings {
  public:
-  static constexpr std::size_t kMaxListings = 16;
+  struct Limits {
+    std::int64_t tags = kMaxListedTags;  // of one listing
+    std::size_t listings = 16;           // that go on
+  };
   static constexpr std::int64_t kMaxIdleMs = 60'000;
 
-  explicit TagListings(Clock clock) : clock_(std::move(clock)) {}
+  explicit TagListings(Clock clock) : TagListings(std::move(clock), Limits()) {}
+  TagListings(Clock clock, const Limits& limits) : clock_(std::move(clock)), limits_(limits) {}
 
-  // ZR3_ERR_INVALID_MASK; ZR3_ERR_OUT_OF_MEMORY for more than kMaxListedTags, or while kMaxListings
-  // others go on; ZR3_ERR_INVALID_HANDLE for a snapshot that the session does not have (any more).
+  // ZR3_ERR_INVALID_MASK; ZR3_ERR_OUT_OF_MEMORY for more tags than may be, or while as many others
+  // go on; ZR3_ERR_INVALID_HANDLE for a snapshot that the session does not have (any more).
   Result<ListTags::Reply> List(const Caller& caller, const ListTags& operation,
                                const TagImagePtr& current, const StopFlag& is_stopped)
       EXCLUDES(mutex_);
@@ -55,6 +60,7 @@ class TagListings {
   void RemoveIdle(std::int64_t now_ms) REQUIRES(mutex_);
 
   const Clock clock_;
+  const Limits limits_;
   mutable Mutex mutex_;
   std::map<std::uint64_t, Listing> listings_ GUARDED_BY(mutex_);
   std::uint64_t last_snapshot_ GUARDED_BY(mutex_) = 0;

@@ -150,13 +150,14 @@ TEST_F(TagListingsTest, AreAtMostSixteenAtATime) {
   EXPECT_EQ(listings_.size(), 1U);
 }
 
-TEST_F(TagListingsTest, AreOfNoMoreTagsThanFitAtOnce) {
-  image_ = std::make_shared<TagImage>();
-  AddUpTo(kMaxListedTags);
-  EXPECT_EQ(List({})->total, kMaxListedTags);
-  AddUpTo(kMaxListedTags + 1);
-  EXPECT_EQ(List({}).code(), ZR3_ERR_OUT_OF_MEMORY);
-  EXPECT_EQ(List({.class_mask = 2})->total, 0) << "those of other classes do not count";
+TEST_F(TagListingsTest, AreOfNoMoreTagsThanMayBeAtOnce) {
+  EXPECT_EQ(TagListings::Limits().tags, 500'000);
+  TagListings few([] { return std::int64_t{0}; }, {.tags = 2'500});
+  EXPECT_EQ(few.List({}, {}, image_, is_stopped_)->total, 2'500);
+  AddUpTo(2'501);
+  EXPECT_EQ(few.List({}, {}, image_, is_stopped_).code(), ZR3_ERR_OUT_OF_MEMORY);
+  EXPECT_EQ(few.List({}, {.class_mask = 2}, image_, is_stopped_)->total, 0)
+      << "those of other classes do not count";
 }
 
 }  // namespace

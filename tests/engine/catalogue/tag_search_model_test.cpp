@@ -108,7 +108,7 @@ constexpr std::int32_t kClasses[] = {ZR3_TAG_CLASS_BASIC, ZR3_TAG_CLASS_ALARM, Z
 class SearchModel : public testing::Test {
  protected:
   SearchModel() {
-    for (TagId id = 1; id <= 400; ++id) {
+    for (TagId id = 1; id <= 200; ++id) {
       const std::int32_t tag_class = kClasses[random_() % 4];
       tags_[id] = RandomTag(random_() % 2 == 0 ? 0 : tag_class, id, random_);
       image_.Put(PackedTag::Pack(tags_[id]));
@@ -183,7 +183,7 @@ class SearchModel : public testing::Test {
 
 TEST_F(SearchModel, FindsCountsAndPagesWhatTheRulesSay) {
   std::size_t found = 0;
-  for (int round = 0; round < 2'000; ++round) {
+  for (int round = 0; round < 1'000; ++round) {
     const TagQuery query = RandomQuery();
     std::string described = "classes " + std::to_string(query.class_mask);
     for (const Condition& c : query.conditions) {
@@ -210,7 +210,7 @@ TEST_F(SearchModel, FindsCountsAndPagesWhatTheRulesSay) {
     ASSERT_EQ(paged, expected) << described;
     found += expected.size();
   }
-  EXPECT_GT(found, 20'000U) << "most searches find something";
+  EXPECT_GT(found, 5'000U) << "most searches find something";
 }
 
 }  // namespace
