@@ -111,16 +111,22 @@ bool StandardText::Lacks(std::string_view character) {
   return !codec_.Encode(character, Utf8Form::kStandard, out);
 }
 
+// An encoding may have a character only together with the one before it.
 std::string_view StandardText::WithoutWhatLacks(std::string_view utf8) {
   replaced_.clear();
-  while (!utf8.empty()) {
-    const std::size_t length = CharacterBytes(utf8);
-    if (length == 0 || Lacks(utf8.substr(0, length))) {
-      replaced_ += kReplacement;
+  std::size_t before = 0;  // bytes of the character before, when the encoding has that
+  for (std::size_t at = 0; at < utf8.size();) {
+    const std::size_t length = CharacterBytes(utf8.substr(at));
+    const bool is_there =
+        length > 0 && (!Lacks(utf8.substr(at, length)) ||
+                       (before > 0 && !Lacks(utf8.substr(at - before, before + length))));
+    if (is_there) {
+      replaced_ += utf8.substr(at, length);
     } else {
-      replaced_ += utf8.substr(0, length);
+      replaced_ += kReplacement;
     }
-    utf8.remove_prefix(length == 0 ? 1 : length);
+    before = is_there ? length : 0;
+    at += length == 0 ? 1 : length;
   }
   return replaced_;
 }
