@@ -38,8 +38,9 @@ WriteQueue::Outcome WriteQueue::Write(const Offer& offer, const Admit& admit) {
   const std::size_t bytes = group.Bytes();
   group.ReserveBatch();
   admit(group.records);
-  if (group.records.size() == begin)
+  if (group.records.size() == begin) {
     return {.status = {}, .lost = waits ? lost_.Tell(offer.session) : Status()};
+  }
   group.CloseBatch(begin, offer.session, waits ? &ticket : nullptr);
   waiting_records_ += group.records.size() - begin;
   waiting_bytes_ += group.Bytes() - bytes;
