@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -16,8 +17,17 @@ namespace zervane {
 // The tables, which docs/file-layout.md explains. Their columns and indexes are listed in tables.h.
 enum class TableId : std::uint8_t { kSettings, kTag, kProgress };
 
+// The bytes of a cell. They are a type of their own because libstdc++ 12 takes a variant of numbers and
+// std::string for one that always has a value, which it has not when copying a string has failed.
+class CellBytes : public std::string {
+ public:
+  using std::string::string;
+  CellBytes(std::string bytes)  // NOLINT(google-explicit-constructor): they are what they are made of
+      : std::string(std::move(bytes)) {}
+};
+
 // One cell: nothing, a whole number, a floating-point one, or bytes. A NaN is kept as nothing.
-using Cell = std::variant<std::monostate, std::int64_t, double, std::string>;
+using Cell = std::variant<std::monostate, std::int64_t, double, CellBytes>;
 // The same where the bytes are another's.
 using CellView = std::variant<std::monostate, std::int64_t, double, std::string_view>;
 

@@ -94,7 +94,7 @@ bool Suits(const Cell& cell, Kind kind) {
       return std::holds_alternative<double>(cell) || std::holds_alternative<std::monostate>(cell);
     case Kind::kText:
     case Kind::kBytes:
-      return std::holds_alternative<std::string>(cell);
+      return std::holds_alternative<CellBytes>(cell);
     case Kind::kAny:
       return true;
   }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <set>
+#include <utility>
 
 namespace zervane {
 namespace {
@@ -62,6 +63,12 @@ struct Records {
     statistics.pTimeRegions = &region;
   }
 };
+
+// Those that the functions are described with.
+Records& ProcessRecords() {
+  static Records records;
+  return records;
+}
 
 #define ZR3_DESCRIBE(function, ...) Describe(#function, function __VA_OPT__(, ) __VA_ARGS__)
 
@@ -204,7 +211,7 @@ std::vector<ApiFunction> DescribeSecurity(Records& r) {
 #undef ZR3_DESCRIBE
 
 std::vector<ApiFunction> DescribeAll() {
-  static Records records;
+  Records& records = ProcessRecords();
   std::vector<ApiFunction> all;
   for (const auto describe : {DescribeConnectionAndTags, DescribeValues, DescribeDerivedTags,
                               DescribeAlarms, DescribeSecurity}) {
@@ -303,6 +310,12 @@ bool TakesTexts(const std::string& name) {
       "sc3_query_auth_of_user",
   };
   return with_texts.contains(name);
+}
+
+void ReleaseHandedOut() {
+  Records& records = ProcessRecords();
+  (void)tag3_free_all_tags_prop(std::exchange(records.properties, nullptr));
+  (void)cc3_cmd_free(std::exchange(records.reply, nullptr));
 }
 
 bool Frees(const std::string& name) {

@@ -118,4 +118,7 @@ bool TakesTexts(const std::string& name);
 // Whether it only releases what another function handed out.
 bool Frees(const std::string& name);
 
+// Frees what calls of the functions with right arguments have handed out; between two of them.
+void ReleaseHandedOut();
+
 }  // namespace zervane

@@ -23,7 +23,10 @@ inline std::vector<ApiFunction> FunctionsThat(bool (*holds)(const ApiFunction&))
 // A test of one function.
 class FunctionTest : public testing::TestWithParam<ApiFunction> {
  protected:
-  void TearDown() override { (void)ProcessSession().Disconnect(); }
+  void TearDown() override {
+    (void)ProcessSession().Disconnect();
+    ReleaseHandedOut();
+  }
 
   // Connects to a database with tag 1, which has a value.
   void Connect() {

@@ -141,6 +141,7 @@ TEST_P(WithoutTexts, TakesNoNoticeOfOne) {
   Connect();
   const int32 status = GetParam().valid();
   (void)ProcessSession().Disconnect();
+  ReleaseHandedOut();
   Connect();
   FailToConvert();
   EXPECT_EQ(GetParam().valid(), status);

@@ -43,7 +43,7 @@ PackedRow::PackedRow(const Row& row) {
   for (const Cell& cell : row) {
     if (const auto* whole = std::get_if<std::int64_t>(&cell)) {
       Append(Packed::kInteger, *whole, &bytes_);
-    } else if (const auto* text = std::get_if<std::string>(&cell)) {
+    } else if (const auto* text = std::get_if<CellBytes>(&cell)) {
       Append(Packed::kBytes, text->size(), &bytes_);
       bytes_ += *text;
     } else if (const auto* real = std::get_if<double>(&cell);

@@ -136,7 +136,7 @@ void BindCell(const Cell& cell, Kind kind, Query* query) {
     query->Bind(*whole);
   } else if (const auto* real = std::get_if<double>(&cell); real != nullptr && !std::isnan(*real)) {
     query->Bind(*real);
-  } else if (const auto* bytes = std::get_if<std::string>(&cell)) {
+  } else if (const auto* bytes = std::get_if<CellBytes>(&cell)) {
     kind == Kind::kBytes ? query->Bind(*bytes) : query->BindText(*bytes);
   } else {
     query->BindNothing();

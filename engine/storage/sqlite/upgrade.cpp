@@ -81,7 +81,7 @@ class TagTexts {
     RowChange change{.table = TableId::kTag, .key = {CopyOf(row.front())}, .row = Row()};
     for (const CellView& cell : row) {
       Cell copy = CopyOf(cell);
-      if (auto* text = std::get_if<std::string>(&copy)) {
+      if (auto* text = std::get_if<CellBytes>(&copy)) {
         std::optional<std::string> converted = Converted(*text);
         if (!converted) return Refusal(row);
         *text = *std::move(converted);
