@@ -1,5 +1,6 @@
 #include "api/describe.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "api/operation_table.h"
+#include "api/words/utf8.h"
 
 namespace zervane {
 namespace {
@@ -18,9 +20,16 @@ constexpr std::size_t kMaxItems = 3;
 template <typename T>
 std::string TextOf(const T& value);
 
+// How many of the first bytes are whole characters.
+std::size_t WholeCharacters(std::string_view text, std::size_t max_bytes) {
+  std::size_t end = std::min(text.size(), max_bytes);
+  while (end > 0 && end < text.size() && IsUtf8Continuation(text[end])) --end;
+  return end;
+}
+
 std::string Quoted(std::string_view text) {
   std::string quoted = "'";
-  for (const char c : text.substr(0, kMaxText)) {
+  for (const char c : text.substr(0, WholeCharacters(text, kMaxText))) {
     const auto byte = static_cast<unsigned char>(c);
     quoted += byte < 0x20 || byte == 0x7F ? '?' : c;
   }

@@ -127,8 +127,11 @@ bool DecodeWord(protozero::pbf_reader in, SampleColumns* samples) {
   samples->Clear();
   samples->Reserve(count);
   const std::string_view texts(columns[kTexts].data(), columns[kTexts].size());
+  std::size_t text_bytes = 0;  // no two samples share a text, or a short message could ask for much
   for (std::size_t at = 0; at < count; ++at) {
+    if (IsText(types[at])) text_bytes += SampleColumns::LengthOf(values[at]);
     const bool is_well =
+        text_bytes <= texts.size() &&
         AddChecked(texts, types[at], values[at], times[at], qualities[at], samples);
     if (!is_well) return false;
   }

@@ -24,4 +24,6 @@ enum class OperationNumber : std::uint16_t {
   kReadClock,
 };
 
+constexpr OperationNumber kLastOperation = OperationNumber::kReadClock;
+
 }  // namespace zervane

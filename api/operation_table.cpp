@@ -30,7 +30,16 @@ constexpr OperationRow kTable[] = {
     {kReadRecords, "read records", kHistory, AuthorityItem::kRecords, 1, kReads},
     {kReadClock, "read clock", OperationFamily::kSystem, AuthorityItem::kSystem, 0, kReads},
 };
-static_assert(std::size(kTable) == AllOperations::kSize, "every operation has its row");
+static_assert(std::size(kTable) == static_cast<std::size_t>(kLastOperation),
+              "every number has its row");
+static_assert(AllOperations::kSize == std::size(kTable), "every row has its operation");
+
+template <typename... Op>
+constexpr bool AreInOrder(OperationList<Op...>) {
+  std::uint16_t number = 0;
+  return (... && (static_cast<std::uint16_t>(Op::kNumber) == ++number));
+}
+static_assert(AreInOrder(AllOperations()), "no number has two operations");
 
 constexpr bool IsInOrder() {
   for (std::size_t i = 0; i < std::size(kTable); ++i) {

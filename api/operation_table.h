@@ -30,6 +30,12 @@ struct OperationRow {
 
 // In order of number.
 std::span<const OperationRow> OperationTable();
+
+// Whether there is an operation of the number, which may come from anywhere.
+constexpr bool IsOperation(OperationNumber number) {
+  return number >= OperationNumber{1} && number <= kLastOperation;
+}
+// REQUIRES: IsOperation.
 const OperationRow& RowOf(OperationNumber number);
 
 template <typename... Op>

@@ -18,6 +18,7 @@ std::optional<std::int64_t> Authorised::HeardCatalogueVersion() const {
 
 Status Authorised::Carry(const Caller& caller, OperationNumber number, const void* operation,
                          void* reply) {
+  if (!IsOperation(number)) return {ZR3_ERR_NOT_SUPPORTED, {}};
   const OperationRow& row = RowOf(number);
   const int level = levels_(caller, row.item);
   if (level >= row.level) return database_->Carry(caller, number, operation, reply);

@@ -40,9 +40,8 @@ std::optional<std::int64_t> EmbeddedDatabase::HeardCatalogueVersion() const {
 Status EmbeddedDatabase::Carry(const Caller& caller, OperationNumber number, const void* operation,
                                void* reply) {
   if (is_closed_.load(std::memory_order_acquire)) return DatabaseClosed();
-  const auto at = static_cast<std::size_t>(number);
-  if (at >= kHandlers.size() || kHandlers[at] == nullptr) return {ZR3_ERR_NOT_SUPPORTED, {}};
-  return kHandlers[at](*engine_, caller, operation, reply);
+  if (!IsOperation(number)) return {ZR3_ERR_NOT_SUPPORTED, {}};
+  return kHandlers[static_cast<std::size_t>(number)](*engine_, caller, operation, reply);
 }
 
 Status EmbeddedDatabase::Close() {

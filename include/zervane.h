@@ -67,7 +67,9 @@ extern "C" {
  * when it is missing. nTimeout is in seconds, from 1; other values mean 3. Connected to the same
  * servers already: 0, and nothing changes. ZR3_ERR_ALREADY_CONNECTED when connected to others;
  * ZR3_ERR_CONNECT_FAILED, ZR3_ERR_INVALID_ADDRESS, ZR3_ERR_DATABASE_IN_USE,
- * ZR3_ERR_DATABASE_VERSION, ZR3_ERR_NOT_A_DATABASE, or a ZR3_ERR_STORAGE_... status. */
+ * ZR3_ERR_DATABASE_VERSION, ZR3_ERR_NOT_A_DATABASE, or a ZR3_ERR_STORAGE_... status;
+ * ZR3_ERR_INVALID_TEXT when a database of an earlier release has texts that are not in the
+ * process's encoding, and nothing is changed then. */
 int32 nt3_connect(const ZR3Connection* pConnection);
 
 /* Stores what is still queued and closes the session. Every handle and every pending change becomes

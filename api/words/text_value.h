@@ -8,7 +8,7 @@
 
 namespace zervane {
 
-// The bytes of a STRING or BLOB, which never change. They live elsewhere, so that a number, as
+// Bytes that never change: those of a STRING or BLOB, the message of a status. They live elsewhere, so that a number, as
 // nearly all values are, needs no more room than it has to; copies share them, so that copying
 // cannot fail.
 class TextValue {

@@ -76,7 +76,7 @@ class Value {
 
   Kind kind() const { return kind_; }
 
-  // Of the kind that it is. Asked for another one, a number is just any, and a text is empty.
+  // Of the kind that it is. Asked for another kind, it answers some number, or an empty text.
   std::int32_t integer() const { return static_cast<std::int32_t>(bits_); }
   float float32() const { return std::bit_cast<float>(static_cast<std::uint32_t>(bits_)); }
   double float64() const { return std::bit_cast<double>(bits_); }

@@ -29,6 +29,8 @@ TEST(Describe, TellsOnlyHowMuchOfWhatIsLong) {
   write.batch.tags = {1, 2, 3, 4};
   EXPECT_EQ(LineOf(write),
             "write samples(batch: (tags: 4 items, samples: 1 samples), order: 0, answer: 0)");
+  EXPECT_EQ(LineOf(FindTagId{std::string(39, 'x') + "\xE6\xB5\x8B"}),
+            "find tag identifier(name: '" + std::string(39, 'x') + "...')");
   EXPECT_EQ(LineOf(FindTagId{std::string(50, 'x')}),
             "find tag identifier(name: '" + std::string(40, 'x') + "...')");
 }

@@ -135,5 +135,17 @@ TEST(Message, RefusesATextThatPointsOutsideTheTexts) {
   EXPECT_FALSE(DecodeWord(protozero::pbf_reader(bytes), &received));
 }
 
+TEST(Message, RefusesTextsThatAreTheSameBytes) {
+  SampleColumns samples;
+  samples.AddText(1, 192, TagType::kString, "abc");
+  samples.AddText(2, 192, TagType::kString, "");
+  samples.values()[1] = samples.values()[0];
+  std::string bytes;
+  protozero::pbf_writer out(bytes);
+  EncodeWord(samples, out);
+  SampleColumns received;
+  EXPECT_FALSE(DecodeWord(protozero::pbf_reader(bytes), &received));
+}
+
 }  // namespace
 }  // namespace zervane

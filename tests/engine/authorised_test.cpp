@@ -63,6 +63,16 @@ TEST_F(AuthorisedTest, AsksForTheLevelOfTheCallerInTheOperationsItem) {
                        {"anna", AuthorityItem::kTags}, {"bert", AuthorityItem::kRecords}}));
 }
 
+TEST_F(AuthorisedTest, KnowsNoOperationOfAnotherNumber) {
+  Authorised database = WithLevel(kMaxLevel);
+  for (const int number : {0, static_cast<int>(kLastOperation) + 1, 65'535}) {
+    EXPECT_EQ(
+        database.Carry(Caller(), static_cast<OperationNumber>(number), nullptr, nullptr).code(),
+        ZR3_ERR_NOT_SUPPORTED);
+  }
+  EXPECT_TRUE(reached_.empty());
+}
+
 TEST_F(AuthorisedTest, PassesOnWhatNeedsNoRight) {
   Authorised database = WithLevel(0);
   EXPECT_EQ(database.HeardCatalogueVersion(), 42);
