@@ -136,8 +136,8 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp);
 /* The type of a tag of any class. ZR3_ERR_TAG_NOT_FOUND. */
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType);
 
-/* Searches point tags: *pIterator receives an iterator of ZR3PtTagProp, in order of identifier, with
- * the properties that the mask selects (the others zero or empty; identifier, name and class
+/* Searches point tags: *pIterator receives an iterator of ZR3PtTagProp, in order of identifier,
+ * with the properties that the mask selects (the others zero or empty; identifier, name and class
  * always). ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_ARGUMENT, ZR3_ERR_OUT_OF_MEMORY. */
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator);
@@ -219,9 +219,9 @@ int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRe
 
 /* The same, answered when the values are queued. They are stored in the order of the calls, become
  * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
- * refused. A later failure of the disk is logged; the first of a session that it was not told yet is
- * the status of its next call that waits to write, or of nt3_disconnect. No other session hears of
- * it. */
+ * refused. A later failure of the disk is logged; the first of a session that it was not told yet
+ * is the status of its next call that waits to write, or of nt3_disconnect. No other session hears
+ * of it. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
 
