@@ -68,8 +68,8 @@ extern "C" {
  * servers already: 0, and nothing changes. ZR3_ERR_ALREADY_CONNECTED when connected to others;
  * ZR3_ERR_CONNECT_FAILED, ZR3_ERR_INVALID_ADDRESS, ZR3_ERR_DATABASE_IN_USE,
  * ZR3_ERR_DATABASE_VERSION, ZR3_ERR_NOT_A_DATABASE, or a ZR3_ERR_STORAGE_... status;
- * ZR3_ERR_INVALID_TEXT when a database of an earlier release has texts that are not in the
- * process's encoding, and nothing is changed then. */
+ * ZR3_ERR_INVALID_TEXT when the texts of a database of an earlier release are not in the process's
+ * encoding, or the one that it keeps is not known. */
 int32 nt3_connect(const ZR3Connection* pConnection);
 
 /* Stores what is still queued and closes the session. Every handle and every pending change becomes
@@ -137,8 +137,8 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp);
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType);
 
 /* Searches point tags: *pIterator receives an iterator of ZR3PtTagProp, in order of identifier,
- * with the properties that the mask selects (the others zero or empty; identifier and name always).
- * ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_ARGUMENT, ZR3_ERR_OUT_OF_MEMORY. */
+ * with the properties that the mask selects (the others zero or empty; identifier, name and class
+ * always). ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_ARGUMENT, ZR3_ERR_OUT_OF_MEMORY. */
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator);
 
@@ -219,8 +219,9 @@ int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRe
 
 /* The same, answered when the values are queued. They are stored in the order of the calls, become
  * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
- * refused; a later failure of the disk is logged and is the status of the session's next call that
- * waits to write, or of nt3_disconnect. No other session hears of it. */
+ * refused. A later failure of the disk is logged; the first of a session that it was not told yet
+ * is the status of its next call that waits to write, or of nt3_disconnect. No other session hears
+ * of it. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
 

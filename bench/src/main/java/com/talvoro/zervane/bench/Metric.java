@@ -13,6 +13,8 @@ enum Metric {
   BYTES_PER_TAG("bytes of memory/tag"),
   EARLY_ADD_MICROS("µs a tag behind the first 1,000"),
   LATE_ADD_MICROS("µs a tag at the end"),
+  DISK_MOST_MB("MB on disk at most"),
+  DISK_MB("MB on disk when closed"),
   FIRST_ITEM_MS("ms to the first item of the slowest search"),
   PAGE_MS("ms for a page of 1,000"),
   COUNT_MS("ms to count *.PV");

@@ -22,7 +22,10 @@ final class TagWorkload {
     return "tags-store-" + count;
   }
 
-  /** Adds the tags; those behind the first thousand and the last thousand are timed one by one. */
+  /**
+   * Adds the tags; those behind the first thousand and the last thousand are timed one by one, and
+   * after each thousand the files are looked at.
+   */
   record Fill(int count) implements Workload {
     static String id(int count) {
       return "tags-fill-" + count;
@@ -41,14 +44,25 @@ final class TagWorkload {
     @Override
     public Map<Metric, Double> run(WorkSpace space, double seconds, double warmUpSeconds)
         throws Exception {
+      double early;
+      double late;
+      long most = 0;
       try (Subject subject = space.create(store(count), 0)) {
         TagCalls calls = subject.tags();
         calls.add(0, TIMED_TAGS);
-        double early = medianOfAdding(calls, TIMED_TAGS);
-        calls.add(2 * TIMED_TAGS, count - TIMED_TAGS);
-        double late = medianOfAdding(calls, count - TIMED_TAGS);
-        return Map.of(Metric.EARLY_ADD_MICROS, early, Metric.LATE_ADD_MICROS, late);
+        early = medianOfAdding(calls, TIMED_TAGS);
+        int last = count - TIMED_TAGS;
+        for (int from = 2 * TIMED_TAGS; from < last; from += TIMED_TAGS) {
+          calls.add(from, Math.min(last, from + TIMED_TAGS));
+          most = Math.max(most, space.sizeBytes(store(count)));
+        }
+        late = medianOfAdding(calls, last);
       }
+      return Map.of(
+          Metric.EARLY_ADD_MICROS, early,
+          Metric.LATE_ADD_MICROS, late,
+          Metric.DISK_MOST_MB, most / 1e6,
+          Metric.DISK_MB, space.sizeBytes(store(count)) / 1e6);
     }
 
     private static double medianOfAdding(TagCalls calls, int from) throws Exception {

@@ -62,7 +62,7 @@ final class WorkSpace {
     return subject;
   }
 
-  /** How large a store is that has been closed. */
+  /** How large a store is, with all its files. */
   long sizeBytes(String name) throws IOException {
     return Folders.sizeBytes(folder(name));
   }

@@ -36,6 +36,12 @@ final class Tags {
     return id;
   }
 
+  static void addNames(String... names) {
+    for (String name : names) {
+      add(name, ValueType.FLOAT64);
+    }
+  }
+
   static ZRJniTagProp get(int id) {
     ZRJniTagProp tag = new ZRJniTagProp();
     assertEquals(Codes.OK, Jni_Zervane.getTag(id, tag));
