@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 #include "api/caller.h"
 #include "api/operation_number.h"
@@ -26,10 +27,10 @@ class Database {
 
   template <typename Op>
   Result<typename Op::Reply> Do(const Caller& caller, const Op& operation) {
-    typename Op::Reply reply{};
-    Status status = Carry(caller, Op::kNumber, &operation, &reply);
-    if (!status.ok()) return status;
-    return reply;
+    Result<typename Op::Reply> result{typename Op::Reply{}};
+    Status status = Carry(caller, Op::kNumber, &operation, &*result);
+    if (!status.ok()) result = std::move(status);
+    return result;
   }
 
   // The catalogue's version as it was heard last, when that was no more than a second ago: for as

@@ -7,10 +7,8 @@
 
 namespace zervane {
 
-int EverythingIsAllowed(const Caller&, AuthorityItem) { return kMaxLevel; }
-
 Authorised::Authorised(std::unique_ptr<Database> database, Levels levels)
-    : database_(std::move(database)), levels_(std::move(levels)) {}
+    : database_(std::move(database)), levels_(std::move(levels)), allows_everything_(!levels_) {}
 
 std::optional<std::int64_t> Authorised::HeardCatalogueVersion() const {
   return database_->HeardCatalogueVersion();
@@ -18,6 +16,7 @@ std::optional<std::int64_t> Authorised::HeardCatalogueVersion() const {
 
 Status Authorised::Carry(const Caller& caller, OperationNumber number, const void* operation,
                          void* reply) {
+  if (allows_everything_) return database_->Carry(caller, number, operation, reply);
   if (!IsOperation(number)) return {ZR3_ERR_NOT_SUPPORTED, {}};
   const OperationRow& row = RowOf(number);
   const int level = levels_(caller, row.item);

@@ -2,17 +2,14 @@
 
 #include <spdlog/fmt/fmt.h>
 
-#include <optional>
-#include <utility>
-
 #include "engine/catalogue/rules.h"
 #include "engine/history/raw_records.h"
 
 namespace zervane {
 
 Result<Sample> RecordFamily::Handle(const Caller&, const ReadCurrent& operation) const {
-  std::optional<Sample> current = writes_.current_values().Find(operation.id);
-  if (current) return *std::move(current);
+  Result<Sample> current{Sample()};
+  if (writes_.current_values().FindInto(operation.id, &*current)) return current;
   if (Status status = CheckTag(operation.id); !status.ok()) return status;
   return Status(ZR3_ERR_NO_RECORD, fmt::format("tag {}", operation.id));
 }

@@ -59,7 +59,6 @@ Status AddNumber(const Header& header, std::uint64_t number, SampleColumns* samp
 
 // Integers stand in the low half.
 std::uint64_t BitsOfInteger(std::int32_t number) { return static_cast<std::uint32_t>(number); }
-std::int32_t IntegerOf(std::uint64_t bits) { return static_cast<std::int32_t>(bits); }
 
 Status AddValue(const Header& header, const ZR3RecordValue& value, StandardText& texts,
                 SampleColumns* samples) {
@@ -137,41 +136,6 @@ Status FillBlob(std::string_view bytes, ZR3StrBlob* buffer) {
   return status;
 }
 
-Status FillNumberValue(const SampleView& sample, ZR3RecordValue* value) {
-  const std::int32_t integer = IntegerOf(sample.number);
-  switch (sample.type) {
-    case TagType::kInt8:
-      value->nInt8 = static_cast<int8>(integer);
-      return {};
-    case TagType::kInt16:
-      value->nInt16 = static_cast<int16>(integer);
-      return {};
-    case TagType::kInt32:
-      value->nInt32 = integer;
-      return {};
-    case TagType::kFloat32:
-      value->fFloat32 = std::bit_cast<float>(static_cast<std::uint32_t>(sample.number));
-      return {};
-    case TagType::kFloat64:
-      value->fFloat64 = std::bit_cast<double>(sample.number);
-      return {};
-    case TagType::kDigital:
-      value->nDigital = static_cast<int8>(integer);
-      return {};
-    case TagType::kString:
-    case TagType::kBlob:
-      break;
-  }
-  return {ZR3_ERR_INTERNAL, "a sample of no type"};
-}
-
-void FillHeader(const SampleView& sample, ZR3Record* record) {
-  record->nSec = static_cast<int32>(static_cast<std::uint32_t>(sample.time_ms / kMsPerSecond));
-  record->nMsec = static_cast<int16>(sample.time_ms % kMsPerSecond);
-  record->nQuality = sample.quality;
-  record->nTagType = static_cast<ZR3_TAG_TYPE>(sample.type);
-}
-
 }  // namespace
 
 Result<std::int64_t> ReadTime(int32 seconds, int16 milliseconds) {
@@ -205,20 +169,6 @@ Status AddRecord(const ZR3Record& record, StandardText& texts, SampleColumns* sa
 
 bool NeedsBuffer(ZR3_TAG_TYPE type) {
   return type == ZR3_TAG_TYPE_STRING || type == ZR3_TAG_TYPE_BLOB;
-}
-
-SampleView ViewOf(const Sample& sample) {
-  return {.time_ms = sample.time_ms,
-          .quality = sample.quality,
-          .type = sample.type,
-          .number = BitsOf(sample.value),
-          .text = sample.value.text().str()};
-}
-
-Status FillNumber(const SampleView& sample, ZR3Record* record) {
-  Status status = FillNumberValue(sample, &record->value);
-  if (status.ok()) FillHeader(sample, record);
-  return status;
 }
 
 Status FillRecord(const SampleView& sample, StandardText& texts, ZR3Record* record) {

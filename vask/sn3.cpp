@@ -37,11 +37,10 @@ namespace {
 // The caller's nTagType tells whether the record has a buffer: in a record prepared for a number,
 // where the tag holds text by now, there may stand anything.
 Status FillSnapshot(const SampleView& sample, ZR3Record* record) {
-  const auto type = static_cast<ZR3_TAG_TYPE>(sample.type);
-  if (zervane::NeedsBuffer(type) && !zervane::NeedsBuffer(record->nTagType)) {
+  if (!zervane::IsText(sample.type)) return zervane::FillNumber(sample, record);
+  if (!zervane::NeedsBuffer(record->nTagType)) {
     return {ZR3_ERR_TYPE_MISMATCH, "a record without a buffer for a STRING or BLOB"};
   }
-  if (!zervane::IsText(sample.type)) return zervane::FillNumber(sample, record);
   return zervane::FillRecord(sample, zervane::TextsOfThisThread(), record);
 }
 

@@ -33,27 +33,6 @@ bool Fits(std::int32_t number) {
 
 }  // namespace
 
-std::uint64_t BitsOf(const Value& number) {
-  switch (number.kind()) {
-    case Value::Kind::kInteger:
-      return static_cast<std::uint32_t>(number.integer());
-    case Value::Kind::kFloat32:
-      return std::bit_cast<std::uint32_t>(number.float32());
-    case Value::Kind::kFloat64:
-      return std::bit_cast<std::uint64_t>(number.float64());
-    case Value::Kind::kText:
-      break;
-  }
-  return 0;
-}
-
-Value NumberOf(TagType type, std::uint64_t bits) {
-  if (type == TagType::kFloat64) return std::bit_cast<double>(bits);
-  const auto low = static_cast<std::uint32_t>(bits);
-  if (type == TagType::kFloat32) return std::bit_cast<float>(low);
-  return static_cast<std::int32_t>(low);
-}
-
 ValueFault CheckValue(const SampleColumns& samples, std::size_t at) {
   const auto number = static_cast<std::int32_t>(samples.values()[at]);
   switch (samples.types()[at]) {
@@ -80,8 +59,8 @@ ValueFault CheckValue(const SampleColumns& samples, std::size_t at) {
 Sample SampleColumns::At(std::size_t at) const {
   Sample sample{
       .time_ms = times_[at], .quality = qualities_[at], .type = types_[at], .value = Value()};
-  sample.value = IsText(types_[at]) ? Value(std::string(TextAt(at)))
-                                    : NumberOf(types_[at], values_[at]);
+  sample.value =
+      IsText(types_[at]) ? Value(std::string(TextAt(at))) : NumberOf(types_[at], values_[at]);
   return sample;
 }
 

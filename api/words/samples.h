@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -73,8 +74,8 @@ class SampleColumns {
   // Puts another sample in the place of one. The bytes of a text that was there stay.
   void ReplaceFrom(std::size_t at, const SampleColumns& from, std::size_t from_at);
 
-  // Makes it so many samples of the type and of good quality, whose times and values are any, and to
-  // be filled in; the texts are those given.
+  // Makes it so many samples of the type and of good quality, whose times and values are any, and
+  // to be filled in; the texts are those given.
   void Assign(std::size_t samples, TagType type, std::string texts = {});
 
   // The texts among which the values, which are to say where, have theirs.
@@ -131,8 +132,25 @@ class SampleColumns {
 constexpr bool IsText(TagType type) { return type == TagType::kString || type == TagType::kBlob; }
 
 // A number as the 8 bytes that columns hold, and back. `type` is one of numbers.
-std::uint64_t BitsOf(const Value& number);
-Value NumberOf(TagType type, std::uint64_t bits);
+inline std::uint64_t BitsOf(const Value& number) {
+  switch (number.kind()) {
+    case Value::Kind::kInteger:
+      return static_cast<std::uint32_t>(number.integer());
+    case Value::Kind::kFloat32:
+      return std::bit_cast<std::uint32_t>(number.float32());
+    case Value::Kind::kFloat64:
+      return std::bit_cast<std::uint64_t>(number.float64());
+    case Value::Kind::kText:
+      break;
+  }
+  return 0;
+}
+inline Value NumberOf(TagType type, std::uint64_t bits) {
+  if (type == TagType::kFloat64) return std::bit_cast<double>(bits);
+  const auto low = static_cast<std::uint32_t>(bits);
+  if (type == TagType::kFloat32) return std::bit_cast<float>(low);
+  return static_cast<std::int32_t>(low);
+}
 
 // The same for columns as CheckValue for a Value: whether sample `at` has a value that its type
 // allows.

@@ -9,15 +9,26 @@
 namespace zervane {
 
 std::optional<Sample> CurrentValues::Find(TagId tag) const {
+  std::optional<Sample> found(std::in_place);
+  if (!FindInto(tag, &*found)) found.reset();
+  return found;
+}
+
+bool CurrentValues::FindInto(TagId tag, Sample* sample) const {
   const Place* const place = places_.Find(tag);
-  if (place == nullptr) return std::nullopt;
+  if (place == nullptr) return false;
   const Number number = Read(*place);
-  if (number.time_ms == kNoTime) return std::nullopt;
-  if (IsText(number.type)) return FindText(tag, *place);
-  return Sample{.time_ms = number.time_ms,
-                .quality = number.quality,
-                .type = number.type,
-                .value = NumberOf(number.type, number.bits)};
+  if (number.time_ms == kNoTime) return false;
+  if (IsText(number.type)) {
+    std::optional<Sample> text = FindText(tag, *place);
+    if (text) *sample = *std::move(text);
+    return text.has_value();
+  }
+  sample->time_ms = number.time_ms;
+  sample->quality = number.quality;
+  sample->type = number.type;
+  sample->value = NumberOf(number.type, number.bits);
+  return true;
 }
 
 bool CurrentValues::AddTo(SampleColumns& columns, TagId tag) const {

@@ -35,6 +35,8 @@ class CurrentValues {
   };
 
   std::optional<Sample> Find(TagId tag) const;
+  // The same into a sample that is there, for those who ask very often; false when there is none.
+  bool FindInto(TagId tag, Sample* sample) const;
   // Adds it to the columns; false when there is none.
   bool AddTo(SampleColumns& columns, TagId tag) const;
   // The time of the current value, or kNoTime.
