@@ -217,7 +217,9 @@ CommitAnswer SqliteStore::Write(const StoreBatch& batch, std::string_view entry)
     is_uncertain_ = true;
     return Refused({ZR3_ERR_STORAGE_FAILED, "an earlier commit could not be brought to the disk"});
   }
-  Status status = WriteChanges(batch, entry);
+  // Want of memory does not tell what became of the file.
+  Status status =
+      Guarded([&]() REQUIRES(changing_, writer_.mutex) { return WriteChanges(batch, entry); });
   if (!status.ok() && writer_.connection->is_uncertain()) {
     is_uncertain_ = true;
     LogError(
