@@ -9,6 +9,8 @@
 // 'a' to 'z', every other byte stays. In UTF-8 a byte of that range is always the letter.
 namespace zervane {
 
+constexpr bool IsAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
+
 constexpr char FoldAscii(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }

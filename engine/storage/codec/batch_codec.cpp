@@ -172,7 +172,7 @@ Decoded<RecordBatch> DecodeBatch(std::string_view bytes, const TextDecoder& deco
   const Decoded<Block> block = OpenBlock(BlockKind::kBatch, bytes);
   if (!block.ok()) return block.damage();
   const BlockHead& head = block->head();
-  const bool is_encoded = head.format <= kEncodedTexts && decoder != nullptr;
+  const bool is_encoded = head.format <= kEncodedTexts;
   RecordBatch batch;
   batch.tags.reserve(head.count);
   batch.marks.reserve(head.count);

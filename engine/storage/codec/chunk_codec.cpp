@@ -56,7 +56,7 @@ bool TimesAreValid(std::span<const std::int64_t> times) {
   return ascends && previous <= kMaxTimeMs;
 }
 
-// Of STRINGs, whose bytes are those of the database's encoding.
+// Of STRINGs, whose bytes were taken as they came.
 void ConvertTexts(const TextDecoder& decoder, SampleColumns* samples) {
   std::string texts;
   for (std::size_t at = 0; at < samples->size(); ++at) {
@@ -111,7 +111,7 @@ Decoded<SampleColumns> DecodeChunk(std::string_view bytes, const TextDecoder& de
       in.AtEnd() && TimesAreValid(samples.times()) && ValuesAreValid(samples);
   if (!is_whole) return Damage{"the chunk's columns do not decode"};
   const bool is_encoded = type == TagType::kString && head.format < kUtf8Format;
-  if (is_encoded && decoder != nullptr) ConvertTexts(decoder, &samples);
+  if (is_encoded) ConvertTexts(decoder, &samples);
   return samples;
 }
 

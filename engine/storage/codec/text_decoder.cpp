@@ -4,15 +4,12 @@
 #include <cstddef>
 #include <utility>
 
+#include "api/words/ascii.h"
+#include "api/words/utf8.h"
 #include "api/words/value.h"
 
 namespace zervane::storage {
 namespace {
-
-bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x80; }
-
-// Whether a character of UTF-8 goes on with the byte.
-bool GoesOn(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
 std::string WithMarksForUnknown(std::string_view bytes) {
   constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
@@ -28,16 +25,19 @@ std::string WithMarksForUnknown(std::string_view bytes) {
   return text;
 }
 
+std::optional<std::string> CheckedUtf8(std::string_view bytes) {
+  return IsUtf8(bytes) ? std::optional(std::string(bytes)) : std::nullopt;
+}
+
 }  // namespace
 
 std::string TextOfStored(std::string_view bytes, const TextDecoder& decoder) {
-  if (decoder == nullptr) return std::string(bytes);
-  std::optional<std::string> decoded = decoder(bytes);
+  std::optional<std::string> decoded = decoder != nullptr ? decoder(bytes) : CheckedUtf8(bytes);
   std::string text = decoded ? *std::move(decoded) : WithMarksForUnknown(bytes);
   std::size_t size = std::min(text.size(), text.find('\0'));
   if (size > kMaxStringBytes) {
     size = kMaxStringBytes;
-    while (size > 0 && GoesOn(text[size])) --size;
+    while (size > 0 && IsUtf8Continuation(text[size])) --size;
   }
   text.resize(size);
   return text;

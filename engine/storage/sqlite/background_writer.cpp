@@ -162,7 +162,7 @@ Status BackgroundWriter::WriteGeneration() {
 // starts over instead of growing.
 Status BackgroundWriter::FoldLog() {
   if (Status status = reader_->FoldLog(); !status.ok()) return status;
-  const Turn turn(writer_.mutex);
+  const WriterHold hold(writer_.mutex);
   return reader_->FoldLog();
 }
 

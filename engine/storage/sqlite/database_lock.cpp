@@ -46,7 +46,7 @@ Inode InodeOf(const struct stat& file) { return {.device = file.st_dev, .number 
 
 }  // namespace
 
-Result<DatabaseLock> DatabaseLock::Take(const std::filesystem::path& file) {
+Result<DatabaseLock> DatabaseLock::Acquire(const std::filesystem::path& file) {
   OpenDatabases& open_ones = TheOpenDatabases();
   const MutexLock lock(open_ones.mutex);
   open_ones.files.reserve(open_ones.files.size() + 1);

@@ -29,7 +29,7 @@ class DatabaseLock {
  public:
   // Makes the file when it is missing. ZR3_ERR_DATABASE_IN_USE; ZR3_ERR_STORAGE_READ_ONLY when it
   // cannot be read or made, ZR3_ERR_STORAGE_FULL, ZR3_ERR_STORAGE_FAILED.
-  static Result<DatabaseLock> Take(const std::filesystem::path& file);
+  static Result<DatabaseLock> Acquire(const std::filesystem::path& file);
 
   DatabaseLock(DatabaseLock&&) noexcept = default;
   DatabaseLock& operator=(DatabaseLock&&) = delete;

@@ -5,23 +5,25 @@
 
 namespace zervane::storage {
 
-// A mutex for two threads: one that takes it again and again lets the other have it in between.
-// Among more than two, those that wait come in no order.
+// A mutex for two threads: one that locks it again and again lets the other have it in between,
+// since whoever waits keeps it from queuing up anew. Among more than two, those that wait come in
+// no order.
 class CAPABILITY("mutex") FairMutex {
  public:
   // What one of its mutexes is to the other is beyond analysis: the first is held only to wait for
   // the second.
   void Lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
-    const MutexLock turn(next_);
+    const MutexLock next(next_);
     held_.Lock();
   }
   void Unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { held_.Unlock(); }
 
  private:
-  Mutex next_;  // of the one who waits longest
-  Mutex held_;
+  Mutex next_;  // of the one who is next to have it
+  Mutex held_;  // of the one who has it
 };
 
-using Turn = BasicLock<FairMutex>;
+// Holds the writing connection.
+using WriterHold = BasicLock<FairMutex>;
 
 }  // namespace zervane::storage

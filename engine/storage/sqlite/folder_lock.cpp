@@ -70,11 +70,11 @@ Result<Descriptor> LockFileOf(const std::filesystem::path& folder) {
 
 }  // namespace
 
-Result<FolderLock> FolderLock::Take(const std::filesystem::path& folder) {
+Result<FolderLock> FolderLock::Acquire(const std::filesystem::path& folder) {
   if (Status status = MakeFolder(folder); !status.ok()) return status;
   Result<Descriptor> lock_file = LockFileOf(folder);
   if (!lock_file.ok()) return lock_file.status();
-  Result<DatabaseLock> database = DatabaseLock::Take(folder / kDatabaseFile);
+  Result<DatabaseLock> database = DatabaseLock::Acquire(folder / kDatabaseFile);
   if (!database.ok()) return database.status();
   NameHolder(lock_file->get());
   return FolderLock(*std::move(lock_file), *std::move(database));

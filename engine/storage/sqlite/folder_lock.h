@@ -22,7 +22,7 @@ class FolderLock {
   // Makes the folder (mode 0700) and the files when they are missing. ZR3_ERR_DATABASE_IN_USE,
   // which names the holder when it is known; ZR3_ERR_STORAGE_READ_ONLY, ZR3_ERR_STORAGE_FULL,
   // ZR3_ERR_STORAGE_FAILED.
-  static Result<FolderLock> Take(const std::filesystem::path& folder);
+  static Result<FolderLock> Acquire(const std::filesystem::path& folder);
 
   FolderLock(FolderLock&&) noexcept = default;
   FolderLock& operator=(FolderLock&&) = delete;

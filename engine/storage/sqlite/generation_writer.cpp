@@ -79,7 +79,7 @@ Status GenerationWriter::PlanTag(const PendingTags::value_type& tag, Slice* slic
 Status GenerationWriter::WriteSlice(const Slice& slice) {
   bool is_log_due = false;
   {
-    const Turn turn(writer_.mutex);
+    const WriterHold hold(writer_.mutex);
     if (Status status = WriteInTransaction(slice); !status.ok()) return status;
     is_log_due = writer_.IsLogDue();
   }
@@ -131,7 +131,7 @@ Status GenerationWriter::TrimJournal() {
   for (const std::int64_t cut : journal_cuts_) {
     bool is_log_due = false;
     {
-      const Turn turn(writer_.mutex);
+      const WriterHold hold(writer_.mutex);
       if (Status status = ClearJournal(*writer_.connection, cut); !status.ok()) return status;
       is_log_due = writer_.IsLogDue();
     }

@@ -28,11 +28,13 @@ class JournalEncoder {
 Status WriteJournal(Connection& connection, std::int64_t commit, std::string_view entry);
 
 // Hands the entries to `take` in their order, each with the number of its commit. An entry that
-// does not decode costs only itself: it is logged and moved to the table of damaged payloads.
+// does not decode costs only itself: it is logged and moved to the table of damaged payloads, and
+// its commit's number is kept.
 Status ReplayJournal(Connection& connection, const TextDecoder& decoder,
                      const std::function<void(std::int64_t commit, JournalEntry entry)>& take);
 
-// The number of the last commit that the journal has, or had.
+// The number of the last commit that the journal has, or had. ZR3_ERR_STORAGE_DAMAGED when there is
+// one that no commit can have.
 Result<std::int64_t> LastCommit(Connection& connection);
 
 // Removes the entries up to that of a commit, whose number is kept.

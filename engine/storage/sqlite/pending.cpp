@@ -9,10 +9,11 @@
 namespace zervane::storage {
 namespace {
 
-// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords
-// is rare, and its memory is given back.
+// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords,
+// or with more bytes of texts than kSpareTextBytes, is rare, and its memory is given back.
 constexpr std::size_t kSpares = 4;
 constexpr std::size_t kSpareRecords = 262'144;
+constexpr std::size_t kSpareTextBytes = 1 << 20;
 
 // The records of a batch go to the ends of as many series as there are tags: the memory of so many
 // of them is on its way at a time.
@@ -139,8 +140,10 @@ void Pending::SortBatches() {
 }
 
 void Pending::KeepMemory(RecordBatch batch) noexcept {
+  const bool is_large =
+      batch.samples.capacity() > kSpareRecords || batch.samples.texts().size() > kSpareTextBytes;
+  if (is_large) return;
   Clear(&batch);
-  if (batch.samples.capacity() > kSpareRecords) return;
   const MutexLock lock(intake_mutex_);
   if (spares_.size() < spares_.capacity()) spares_.push_back(std::move(batch));
 }

@@ -11,7 +11,7 @@
 // The rows of the table of settings that the store itself keeps.
 namespace zervane::storage {
 
-// The number of the last commit that was removed from the journal.
+// The highest number of a commit that was removed from the journal.
 constexpr std::string_view kLastCommitSetting = "last_commit";
 
 // Within the caller's transaction.

@@ -142,7 +142,7 @@ Query::~Query() {
 
 void Query::Check(int result) {
   if (status_.ok() && result != SQLITE_OK) {
-    result_ = result;
+    result_ = result;  // first: the text of the status needs memory
     status_ = SqliteStatus(result, connection_, sqlite3_sql(statement_));
   }
 }
@@ -250,11 +250,18 @@ Transaction::~Transaction() {
   if (status_.ok() && is_open) sqlite3_step(rollback_.get());
 }
 
+// A failure is noted also where there is no memory to tell of it.
 Status Transaction::Commit() {
   Query commit(connection_, "COMMIT");
-  Status status = commit.Run();
-  if (LeavesOpen(commit.result())) connection_.is_uncertain_ = true;
-  return status;
+  const auto note = [&] { connection_.is_uncertain_ |= LeavesOpen(commit.result()); };
+  try {
+    Status status = commit.Run();
+    note();
+    return status;
+  } catch (...) {
+    note();
+    throw;
+  }
 }
 
 }  // namespace zervane::storage

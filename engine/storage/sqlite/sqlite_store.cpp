@@ -1,7 +1,4 @@
-#include "engine/storage/sqlite/sqlite_store.h"
-
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -10,20 +7,15 @@
 #include <variant>
 #include <vector>
 
+#include "engine/assert.h"
 #include "engine/guard.h"
 #include "engine/log.h"
-#include "engine/storage/one_at_a_time.h"
 #include "engine/storage/record_check.h"
 #include "engine/storage/sqlite/archive_scan.h"
-#include "engine/storage/sqlite/background_writer.h"
-#include "engine/storage/sqlite/folder_lock.h"
-#include "engine/storage/sqlite/journal.h"
-#include "engine/storage/sqlite/pending.h"
-#include "engine/storage/sqlite/reader_pool.h"
 #include "engine/storage/sqlite/record_table.h"
 #include "engine/storage/sqlite/row_table.h"
-#include "engine/storage/sqlite/schema.h"
 #include "engine/storage/sqlite/sqlite.h"
+#include "engine/storage/sqlite/sqlite_store_internal.h"
 
 namespace zervane::storage {
 namespace {
@@ -59,136 +51,7 @@ TagId TagOf(const RowChange& change) {
   return static_cast<TagId>(std::get<std::int64_t>(change.key.front()));
 }
 
-// A commit is one row of the journal and changes of tables, durable at once in one transaction, and
-// its records join the pending ones in memory. When enough are pending, a thread of its own brings
-// them into chunks and trims the journal. So at any instant the chunks and the journal together
-// hold every answered record, whatever ends the process; opening replays the journal. A record that
-// is in both counts once, as the journal has it.
-class SqliteStore final : public Store {
- public:
-  SqliteStore(FolderLock lock, std::filesystem::path file, std::unique_ptr<Connection> writer,
-              TextDecoder decoder, const SqliteStoreOptions& options)
-      : lock_(std::move(lock)),
-        options_(options),
-        decoder_(std::move(decoder)),
-        writer_(std::move(writer), options.log_pages),
-        readers_(std::move(file)) {}
-  ~SqliteStore() override {
-    const Status closed = Close();
-    const bool is_news = !closed.ok() && closed.code() != ZR3_ERR_NOT_CONNECTED;
-    if (is_news) LogWarning("the database was closed untidily: {}", closed.message());
-  }
-
-  // Reads what a writer must know. Before anything else.
-  Status Start(const std::filesystem::path& file);
-
- private:
-  CommitAnswer DoCommit(StoreBatch& batch) override EXCLUDES(changing_);
-  Status DoScan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) override;
-  Result<std::optional<Sample>> DoReadHeld(TagId tag) override;
-  Result<SampleBatch> DoReadCurrent(TagId first, TagId last) override;
-  Status DoRows(const RowRange& range, std::size_t limit, const RowVisitor& visit) override;
-  Result<LeaseAnswer> DoLease(LeaseWish wish) override;
-  Status DoClose() override;
-
-  Status StartBackground(const std::filesystem::path& file);
-  Status LoadTags() REQUIRES(writer_.mutex);
-  Status LoadHeld() REQUIRES(writer_.mutex);
-  Status Replay() REQUIRES(changing_, writer_.mutex);
-  CommitAnswer Write(const StoreBatch& batch, std::string_view entry) REQUIRES(changing_);
-  Status WriteChanges(const StoreBatch& batch, std::string_view entry)
-      REQUIRES(changing_, writer_.mutex);
-  void AdoptTags(const StoreBatch& batch) noexcept REQUIRES(changing_, writer_.mutex);
-  void ReserveBatch(const std::vector<RowChange>& rows) REQUIRES(changing_);
-  void Adopt(RecordBatch& records, std::size_t bytes, std::int64_t commit) noexcept
-      REQUIRES(changing_);
-  Status MakeRoom() REQUIRES(changing_);
-  void BeginChunks() REQUIRES(changing_);
-  Status WriteAllChunks() EXCLUDES(changing_);
-  Status CutFreePages();
-  void Release();
-
-  std::optional<FolderLock> lock_;  // first, so that it is given back last
-  const SqliteStoreOptions options_;
-  const TextDecoder decoder_;
-
-  // Of the thread that changes.
-  OneAtATime changing_;
-  std::size_t unsorted_ GUARDED_BY(changing_) = 0;       // records, after the last commit
-  std::size_t busy_tags_ GUARDED_BY(changing_) = 0;      // of the last generation
-  std::size_t pending_bytes_ GUARDED_BY(changing_) = 0;  // of the active generation
-  std::size_t uncut_bytes_ GUARDED_BY(changing_) = 0;    // since the last of the cuts
-  // Where the journal may be trimmed, ascending.
-  std::vector<std::int64_t> journal_cuts_ GUARDED_BY(changing_);
-  JournalEncoder encoder_ GUARDED_BY(changing_);
-
-  // Of all threads.
-  std::atomic<std::int64_t> last_commit_ = 0;
-  std::atomic<bool> is_uncertain_ = false;  // the fate of a commit is unknown
-  Writer writer_;
-  ReaderPool readers_;
-  Pending pending_;
-
-  // Whether all of the journal is here, so that the chunks may be made of it.
-  bool is_started_ = false;
-
-  std::unique_ptr<BackgroundWriter> background_;  // last: its thread uses what stands above
-};
-
-// ---- opening ----
-
-Status SqliteStore::Start(const std::filesystem::path& file) {
-  if (Status status = StartBackground(file); !status.ok()) return status;
-  const Role changing(changing_);
-  const Turn turn(writer_.mutex);
-  if (Status status = LoadTags(); !status.ok()) return status;
-  if (Status status = LoadHeld(); !status.ok()) return status;
-  const Result<std::int64_t> last_commit = LastCommit(*writer_.connection);
-  if (!last_commit.ok()) return last_commit.status();
-  if (Status status = Replay(); !status.ok()) return status;
-  pending_.Sort();
-  last_commit_ = *last_commit;
-  is_started_ = true;
-  return {};
-}
-
-Status SqliteStore::StartBackground(const std::filesystem::path& file) {
-  Result<std::unique_ptr<Connection>> reader = Connection::Open(file);
-  if (!reader.ok()) return reader.status();
-  if (Status status = PrepareReader(**reader); !status.ok()) return status;
-  background_ = std::make_unique<BackgroundWriter>(writer_, *std::move(reader), pending_,
-                                                   options_.chunk_records, decoder_);
-  return {};
-}
-
-Status SqliteStore::LoadTags() {
-  Query rows(*writer_.connection, "SELECT id FROM tag");
-  while (rows.Next()) {
-    const auto id = static_cast<TagId>(rows.Integer(0));
-    pending_.ReserveTag(id);
-    pending_.AddTag(id);
-  }
-  return rows.status();
-}
-
-Status SqliteStore::LoadHeld() {
-  const auto note = [&](TagId tag, const Sample& held) {
-    pending_.NoteHeld(tag, held.time_ms);
-    background_->NoteHeldRow(tag);
-  };
-  return VisitRecords(*writer_.connection, RecordTable::kHeld, 0, std::numeric_limits<TagId>::max(),
-                      decoder_, note);
-}
-
-Status SqliteStore::Replay() {
-  const auto take = [&](std::int64_t commit, JournalEntry entry) REQUIRES(changing_) {
-    if (!entry.emptied.empty()) pending_.Sort();
-    for (const TagId tag : entry.emptied) pending_.EmptyTag(tag);
-    ReserveBatch({});
-    Adopt(entry.records, WeightOf(entry.records), commit);
-  };
-  return ReplayJournal(*writer_.connection, decoder_, take);
-}
+}  // namespace
 
 // ---- changing ----
 
@@ -205,19 +68,21 @@ CommitAnswer SqliteStore::DoCommit(StoreBatch& batch) {
   ReserveBatch(batch.rows);
   CommitAnswer answer = Write(batch, encoder_.Encode(batch.emptied, batch.records));
   if (answer.fate != CommitAnswer::Fate::kStored) return answer;
-  Adopt(batch.records, WeightOf(batch.records), batch.commit);
+  Adopt(batch.records, batch.commit);
   last_commit_ = batch.commit;
   if (unsorted_ >= kWorthSorting) background_->SortSoon();
   return answer;
 }
 
 CommitAnswer SqliteStore::Write(const StoreBatch& batch, std::string_view entry) {
-  const Turn turn(writer_.mutex);
+  const WriterHold hold(writer_.mutex);
   if (writer_.connection->is_uncertain()) {  // by a commit of the background's
     is_uncertain_ = true;
     return Refused({ZR3_ERR_STORAGE_FAILED, "an earlier commit could not be brought to the disk"});
   }
-  Status status = WriteChanges(batch, entry);
+  // Want of memory does not tell what became of the file.
+  Status status =
+      Guarded([&]() REQUIRES(changing_, writer_.mutex) { return WriteChanges(batch, entry); });
   if (!status.ok() && writer_.connection->is_uncertain()) {
     is_uncertain_ = true;
     LogError(
@@ -270,8 +135,9 @@ void SqliteStore::ReserveBatch(const std::vector<RowChange>& rows) {
   journal_cuts_.reserve(journal_cuts_.size() + 1);
 }
 
-// Makes the records of a commit pending, which weigh so much.
-void SqliteStore::Adopt(RecordBatch& records, std::size_t bytes, std::int64_t commit) noexcept {
+// Makes the records of a commit pending.
+void SqliteStore::Adopt(RecordBatch& records, std::int64_t commit) noexcept {
+  const std::size_t bytes = WeightOf(records);
   if (!records.empty()) unsorted_ = pending_.Adopt(records);
   pending_bytes_ += bytes;
   uncut_bytes_ += std::max(bytes, kMinCutBytes);
@@ -372,6 +238,12 @@ Status SqliteStore::WriteAllChunks() {
 
 // ---- closing ----
 
+SqliteStore::~SqliteStore() {
+  const Status closed = Close();
+  const bool is_news = !closed.ok() && closed.code() != ZR3_ERR_NOT_CONNECTED;
+  if (is_news) LogWarning("the database was closed untidily: {}", closed.message());
+}
+
 // What an opening that failed has seen of the journal is not all, and stays there.
 Status SqliteStore::DoClose() {
   Status written;
@@ -388,7 +260,7 @@ Status SqliteStore::DoClose() {
 }
 
 Status SqliteStore::CutFreePages() {
-  const Turn turn(writer_.mutex);
+  const WriterHold hold(writer_.mutex);
   if (writer_.connection->is_uncertain()) return {};
   return writer_.connection->Execute(kCutFreePages);
 }
@@ -398,45 +270,10 @@ void SqliteStore::Release() {
   background_ = nullptr;
   readers_.Clear();
   {
-    const Turn turn(writer_.mutex);
+    const WriterHold hold(writer_.mutex);
     writer_.connection = nullptr;
   }
   lock_.reset();
 }
 
-Result<std::unique_ptr<Store>> Open(const std::filesystem::path& folder,
-                                    const TextEncoding& encoding,
-                                    const SqliteStoreOptions& options) {
-  Result<FolderLock> lock = FolderLock::Take(folder);
-  if (!lock.ok()) return lock.status();
-  const std::filesystem::path file = folder / kDatabaseFile;
-  Result<std::unique_ptr<Connection>> writer = Connection::Open(file);
-  if (!writer.ok()) return writer.status();
-  Result<TextDecoder> decoder = PrepareWriter(**writer, encoding);
-  if (!decoder.ok()) {
-    return Status(decoder.code(), file.string() + ": " + decoder.status().message());
-  }
-  auto store = std::make_unique<SqliteStore>(*std::move(lock), file, *std::move(writer),
-                                             *std::move(decoder), options);
-  const Status status = store->Start(file);
-  if (!status.ok()) return Status(status.code(), file.string() + ": " + status.message());
-  return std::unique_ptr<Store>(std::move(store));
-}
-
-}  // namespace
 }  // namespace zervane::storage
-
-namespace zervane {
-
-Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
-                                               const TextEncoding& encoding) {
-  return OpenSqliteStore(folder, encoding, SqliteStoreOptions());
-}
-
-Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
-                                               const TextEncoding& encoding,
-                                               const SqliteStoreOptions& options) {
-  return Guarded([&] { return storage::Open(folder, encoding, options); });
-}
-
-}  // namespace zervane

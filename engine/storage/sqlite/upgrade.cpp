@@ -3,13 +3,17 @@
 #include <spdlog/fmt/fmt.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "api/words/ascii.h"
 #include "api/words/utf8.h"
+#include "engine/assert.h"
 #include "engine/log.h"
 #include "engine/storage/sqlite/row_table.h"
 #include "engine/storage/sqlite/settings.h"
@@ -38,8 +42,12 @@ DROP TABLE catalogue;
 // So many tags are in memory at a time.
 constexpr std::size_t kTagsAtOnce = 1'000;
 
-bool IsAscii(std::string_view text) {
-  return std::ranges::all_of(text, [](char c) { return static_cast<signed char>(c) >= 0; });
+// Where a tag's row has its name.
+std::size_t NameColumn() {
+  const auto& columns = InfoOf(TableId::kTag).columns;
+  const auto name = std::ranges::find(columns, std::string_view("name"), &TableColumn::name);
+  ZERVANE_ASSERT(name != columns.end());
+  return static_cast<std::size_t>(name - columns.begin());
 }
 
 // Converts tags' rows to UTF-8.
@@ -72,24 +80,33 @@ class TagTexts {
   }
 
  private:
+  // Plain ASCII too: such bytes are other characters in some encodings.
   Status ConvertRow(RowView row) {
-    const bool is_ascii = std::ranges::all_of(row, [](const CellView& cell) {
-      const auto* text = std::get_if<std::string_view>(&cell);
-      return text == nullptr || IsAscii(*text);
-    });
-    if (is_ascii) return {};
     RowChange change{.table = TableId::kTag, .key = {CopyOf(row.front())}, .row = Row()};
+    bool is_changed = false;
     for (const CellView& cell : row) {
       Cell copy = CopyOf(cell);
       if (auto* text = std::get_if<CellBytes>(&copy)) {
         std::optional<std::string> converted = Converted(*text);
-        if (!converted) return Refusal(row);
+        if (!converted) return NotInEncoding(IdOf(row));
+        is_changed |= *converted != *text;
         *text = *std::move(converted);
       }
       change.row->push_back(std::move(copy));
     }
-    changes_.push_back(std::move(change));
-    return {};
+    Status status = NoteName(IdOf(row), (*change.row)[name_column_]);
+    if (status.ok() && is_changed) changes_.push_back(std::move(change));
+    return status;
+  }
+
+  // Names of different bytes can be one text, of which a catalogue can have one only.
+  Status NoteName(std::int64_t id, const Cell& cell) {
+    const auto* name = std::get_if<CellBytes>(&cell);
+    if (name == nullptr) return {};
+    const auto [first, is_new] = ids_.try_emplace(FoldAscii(*name), id);
+    if (is_new) return {};
+    return Refusal(
+        fmt::format("the names of tags {} and {} are one in {}", first->second, id, encoding_));
   }
 
   std::optional<std::string> Converted(const std::string& text) const {
@@ -97,12 +114,20 @@ class TagTexts {
     return utf8 && IsUtf8(*utf8) ? utf8 : std::nullopt;
   }
 
-  Status Refusal(RowView row) const {
+  static std::int64_t IdOf(RowView row) {
     const auto* id = std::get_if<std::int64_t>(&row.front());
+    return id == nullptr ? 0 : *id;
+  }
+
+  Status NotInEncoding(std::int64_t id) const {
+    return Refusal(fmt::format("a text of tag {} is not in {}", id, encoding_));
+  }
+
+  static Status Refusal(std::string_view what) {
     std::string message = fmt::format(
-        "a text of tag {} is not in {}, which the texts of this database of an earlier "
-        "release are taken to be in; ZERVANE_ENCODING names another encoding",
-        id == nullptr ? 0 : *id, encoding_);
+        "{}, which the texts of this database of an earlier release are taken to be in; "
+        "ZERVANE_ENCODING names another encoding",
+        what);
     LogError("{}", message);
     return {ZR3_ERR_INVALID_TEXT, std::move(message)};
   }
@@ -110,7 +135,9 @@ class TagTexts {
   Connection& connection_;
   const std::string_view encoding_;
   const TextDecoder& decoder_;
+  const std::size_t name_column_ = NameColumn();
   std::vector<RowChange> changes_;
+  std::unordered_map<std::string, std::int64_t> ids_;  // of tags, by their names, folded
 };
 
 }  // namespace

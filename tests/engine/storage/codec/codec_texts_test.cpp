@@ -33,7 +33,8 @@ const TextDecoder kLatin = [](std::string_view bytes) -> std::optional<std::stri
 struct TextCase {
   const char* name;
   std::string stored;
-  std::string text;
+  std::string text;     // by kLatin
+  std::string as_utf8;  // without a decoder
 };
 
 std::string Times(std::size_t count, std::string_view text) {
@@ -43,12 +44,15 @@ std::string Times(std::size_t count, std::string_view text) {
 }
 
 const TextCase kTexts[] = {
-    {"Empty", "", ""},
-    {"Ascii", "FIC101", "FIC101"},
-    {"Converted", "M\xFCnchen", "M\xC3\xBCnchen"},
-    {"NotConvertible", "a\xFF\xFC", "a\xEF\xBF\xBD\xEF\xBF\xBD"},
-    {"LongestThatGrows", std::string(999, '\xFC'), Times(999, "\xC3\xBC")},
-    {"LongestThatDoesNotConvert", std::string(999, '\xFF'), Times(999, "\xEF\xBF\xBD")},
+    {"Empty", "", "", ""},
+    {"Ascii", "FIC101", "FIC101", "FIC101"},
+    {"Converted", "M\xFCnchen", "M\xC3\xBCnchen", "M\xEF\xBF\xBDnchen"},
+    {"Utf8", "\xC3\xBC", "\xC3\x83\xC2\xBC", "\xC3\xBC"},
+    {"NotConvertible", "a\xFF\xFC", "a\xEF\xBF\xBD\xEF\xBF\xBD", "a\xEF\xBF\xBD\xEF\xBF\xBD"},
+    {"LongestThatGrows", std::string(999, '\xFC'), Times(999, "\xC3\xBC"),
+     Times(999, "\xEF\xBF\xBD")},
+    {"LongestThatDoesNotConvert", std::string(999, '\xFF'), Times(999, "\xEF\xBF\xBD"),
+     Times(999, "\xEF\xBF\xBD")},
 };
 
 class EarlierTexts : public testing::TestWithParam<TextCase> {};
@@ -59,8 +63,8 @@ TEST_P(EarlierTexts, BecomeUtf8) {
   EXPECT_EQ(TextOfStored(GetParam().stored, kLatin), GetParam().text);
 }
 
-TEST_P(EarlierTexts, StayAsTheyAreWithoutADecoder) {
-  EXPECT_EQ(TextOfStored(GetParam().stored, nullptr), GetParam().stored);
+TEST_P(EarlierTexts, StayAsTheyAreWithoutADecoderWhereTheyAreUtf8) {
+  EXPECT_EQ(TextOfStored(GetParam().stored, nullptr), GetParam().as_utf8);
 }
 
 TEST(EarlierText, IsCutAfterAWholeCharacterWhereItIsTooLong) {
@@ -87,11 +91,14 @@ std::vector<Sample> Strings(const std::vector<std::string>& texts,
 const std::vector<std::string> kStored = {"", "plain", "\xFC", "\xFF", std::string(999, '\xFF')};
 const std::vector<std::string> kUtf8 = {"", "plain", "\xC3\xBC", "\xEF\xBF\xBD",
                                         Times(999, "\xEF\xBF\xBD")};
+// Where there is no decoder.
+const std::vector<std::string> kCheckedUtf8 = {"", "plain", "\xEF\xBF\xBD", "\xEF\xBF\xBD",
+                                               Times(999, "\xEF\xBF\xBD")};
 
 TEST(EarlierStrings, OfChunksOfFormat2AreConverted) {
   const std::string old = OfFormat(2, BlockKind::kChunk, Chunk(Strings(kStored)));
   EXPECT_EQ(SamplesIn(*DecodeChunk(old, kLatin)), Strings(kUtf8));
-  EXPECT_EQ(SamplesIn(*DecodeChunk(old, nullptr)), Strings(kStored));
+  EXPECT_EQ(SamplesIn(*DecodeChunk(old, nullptr)), Strings(kCheckedUtf8));
 }
 
 TEST(EarlierStrings, OfChunksOfFormat1AreConverted) {
@@ -111,7 +118,7 @@ TEST(EarlierStrings, OfBatchesOfFormat1AreConverted) {
   for (const Sample& sample : Strings(kStored)) records.push_back({.tag = 1, .sample = sample});
   const std::string old = OfFormat(1, BlockKind::kBatch, Batch(BatchOf(records)));
   EXPECT_EQ(SamplesIn(DecodeBatch(old, kLatin)->samples), Strings(kUtf8));
-  EXPECT_EQ(SamplesIn(DecodeBatch(old, nullptr)->samples), Strings(kStored));
+  EXPECT_EQ(SamplesIn(DecodeBatch(old, nullptr)->samples), Strings(kCheckedUtf8));
 }
 
 TEST(PresentStrings, AreNotConverted) {
@@ -125,10 +132,12 @@ TEST(PresentStrings, AreNotConverted) {
 TEST(EarlierBlobs, AreNeverConverted) {
   const std::vector<Sample> blobs = Strings(kStored, TagType::kBlob);
   EXPECT_EQ(SamplesIn(*DecodeChunk(Chunk(blobs), kLatin)), blobs);
+  EXPECT_EQ(SamplesIn(*DecodeChunk(Chunk(blobs), nullptr)), blobs);
   std::vector<MarkedSample> records;
   for (const Sample& sample : blobs) records.push_back({.tag = 1, .sample = sample});
   const std::string old = OfFormat(1, BlockKind::kBatch, Batch(BatchOf(records)));
   EXPECT_EQ(SamplesIn(DecodeBatch(old, kLatin)->samples), blobs);
+  EXPECT_EQ(SamplesIn(DecodeBatch(old, nullptr)->samples), blobs);
 }
 
 // All but STRINGs are written as the release before wrote them.

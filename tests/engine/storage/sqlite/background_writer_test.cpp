@@ -75,7 +75,7 @@ TEST_F(BackgroundWriting, FoldsTheLogWhileItWritesAGeneration) {
 TEST_F(BackgroundWriting, PassesOverATagThatIsRemovedBeforeItsPartIsWritten) {
   for (TagId tag = 1; tag <= 3; ++tag) Adopt(LongRecords(tag));
   {
-    const Turn turn(writer_.mutex);
+    const WriterHold hold(writer_.mutex);
     EXPECT_EQ(pending_.Freeze(), 3U);
     background_.Begin({0});
     pending_.RemoveTag(2);  // the generation cannot be written yet
@@ -90,7 +90,7 @@ TEST_F(BackgroundWriting, PassesOverATagThatIsRemovedBeforeItsPartIsWritten) {
 TEST_F(BackgroundWriting, WritesWhatATagGetsAfterItWasEmptied) {
   Adopt(LongRecords(1));
   {
-    const Turn turn(writer_.mutex);
+    const WriterHold hold(writer_.mutex);
     EXPECT_EQ(pending_.Freeze(), 1U);
     background_.Begin({0});
     pending_.EmptyTag(1);
@@ -109,7 +109,7 @@ TEST_F(BackgroundWriting, WritesWhatATagGetsAfterItWasEmptied) {
 TEST_F(BackgroundWriting, TrimsTheJournalOfWhatTheChunksHold) {
   Adopt(LongRecords(1));
   {
-    const Turn turn(writer_.mutex);
+    const WriterHold hold(writer_.mutex);
     for (const std::int64_t commit : {1, 2, 3}) {
       EXPECT_TRUE(WriteJournal(*writer_.connection, commit, "entry").ok());
     }

@@ -8,6 +8,7 @@
 
 #include "tests/engine/storage/columns.h"
 #include "tests/engine/storage/sqlite/archive_file.h"
+#include "tests/support/case_name.h"
 
 namespace zervane::storage {
 namespace {
@@ -62,6 +63,41 @@ TEST_F(Journal, SetsAnEntryAsideThatDoesNotDecode) {
   Query left(*file_, "SELECT count(*) FROM journal");
   ASSERT_TRUE(left.Next());
   EXPECT_EQ(left.Integer(0), 2);
+}
+
+// A number is never given twice, or what waits for its commit would take another for it.
+TEST_F(Journal, KeepsTheNumberOfTheLastCommitWhoseEntryIsSetAside) {
+  for (const std::int64_t commit : {1, 2, 3}) Write(commit, {}, BatchOf({Record(1, commit, 0)}));
+  EXPECT_TRUE(file_->Execute("UPDATE journal SET payload = x'00' WHERE seq = 3").ok());
+  EXPECT_EQ(Replay().size(), 2U);
+  EXPECT_EQ(*LastCommit(*file_), 3);
+  EXPECT_TRUE(ClearJournal(*file_, 2).ok());
+  EXPECT_EQ(*LastCommit(*file_), 3) << "nor is it forgotten with those before it";
+}
+
+// ---- numbers that no release has written ----
+
+struct NumberCase {
+  const char* name;
+  const char* sql;
+};
+
+const NumberCase kWrongNumbers[] = {
+    {"EntryBelowNothing", "UPDATE journal SET seq = -1 WHERE seq = 1"},
+    {"EntryWithNoneAfterIt", "UPDATE journal SET seq = 9223372036854775807 WHERE seq = 2"},
+    {"SettingBelowNothing", "INSERT INTO settings VALUES ('last_commit', -1)"},
+    {"SettingWithNoneAfterIt", "INSERT INTO settings VALUES ('last_commit', 9223372036854775807)"},
+};
+
+class WrongNumbers : public Journal, public testing::WithParamInterface<NumberCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, WrongNumbers, testing::ValuesIn(kWrongNumbers), CaseName());
+
+TEST_P(WrongNumbers, AreDamage) {
+  for (const std::int64_t commit : {1, 2}) Write(commit, {}, BatchOf({Record(1, commit, 0)}));
+  EXPECT_EQ(*LastCommit(*file_), 2);
+  EXPECT_TRUE(file_->Execute(GetParam().sql).ok());
+  EXPECT_EQ(LastCommit(*file_).code(), ZR3_ERR_STORAGE_DAMAGED);
 }
 
 }  // namespace

@@ -67,6 +67,26 @@ TEST(Pending, LeavesMemoryThatServedBefore) {
   EXPECT_TRUE(batch.empty() && batch.samples.empty() && batch.marks.empty());
 }
 
+// A few batches of long texts would else keep their memory for good.
+TEST(Pending, GivesTheMemoryOfManyTextsBack) {
+  Pending pending;
+  AddTags(pending, 1);
+  RecordBatch batch;
+  for (std::int64_t i = 0; i < 1'100; ++i) {
+    MarkedSample record = Record(1, 10 + i, 0);
+    record.sample.type = TagType::kBlob;
+    record.sample.value = std::string(1'000, 'x');
+    AddTo(batch, record);
+  }
+  pending.Reserve();
+  pending.Adopt(batch);
+  pending.Sort();
+  batch = BatchOf({Record(1, 5, 0)});
+  pending.Reserve();
+  pending.Adopt(batch);
+  EXPECT_EQ(batch.samples.capacity(), 0U);
+}
+
 TEST(Pending, TellsHowManyAreNotSorted) {
   Pending pending;
   AddTags(pending, 1);

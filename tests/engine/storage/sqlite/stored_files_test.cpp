@@ -4,11 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "engine/storage/sqlite/sqlite_store.h"
@@ -42,11 +45,16 @@ std::optional<std::string> Utf8Of(const std::string& encoding, std::string_view 
   return utf8;
 }
 
-// The encoding of a process that knows two more than UTF-8.
+constexpr std::string_view kKnownEncodings[] = {"GB18030", "ISO-8859-1", "SHIFT_JIS", "CP932",
+                                                "ISO-2022-JP"};
+
+// The encoding of a process that knows some more than UTF-8.
 TextEncoding EncodingOf(const std::string& name) {
   return {.name = name, .decoder_of = [](std::string_view wanted) -> std::optional<TextDecoder> {
             if (wanted == "UTF-8") return TextDecoder();
-            if (wanted != "GB18030" && wanted != "ISO-8859-1") return std::nullopt;
+            if (std::ranges::find(kKnownEncodings, wanted) == std::end(kKnownEncodings)) {
+              return std::nullopt;
+            }
             return [encoding = std::string(wanted)](std::string_view text) {
               return Utf8Of(encoding, text);
             };
@@ -273,6 +281,81 @@ TEST_F(Stored, AreRefusedForAnEncodingThatIsNotKnown) {
   EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 2);
 }
 
+// ---- encodings whose bytes look like ASCII ----
+
+// The texts of every tag are plain, so that any encoding takes them.
+fs::path WithPlainTexts(fs::path folder) {
+  EditFile(folder,
+           "UPDATE tag SET name = CAST('T' || id AS BLOB), descriptor = CAST('text' AS BLOB)");
+  return folder;
+}
+
+struct SevenBitCase {
+  const char* name;
+  const char* encoding;
+  const char* stored;  // as SQL writes it
+  const char* text;
+};
+
+const SevenBitCase kSevenBits[] = {
+    {"ShiftJis", "SHIFT_JIS", "x'417e5c42'", "A\u203E\u00A5B"},
+    {"Iso2022Jp", "ISO-2022-JP", "x'1b2442467c4b5c1b2842'", "\u65e5\u672c"},
+};
+
+class SevenBitTexts : public Stored, public testing::WithParamInterface<SevenBitCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, SevenBitTexts, testing::ValuesIn(kSevenBits), CaseName());
+
+TEST_P(SevenBitTexts, AreConvertedLikeAllOthers) {
+  const fs::path folder = WithPlainTexts(Copied(kFiles[0]));
+  const std::string stored = GetParam().stored;
+  EditFile(folder, "UPDATE tag SET name = " + stored + " WHERE id = 2;" +
+                       "UPDATE tag SET descriptor = " + stored + " WHERE id = 3");
+  const auto store = MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding));
+  const std::vector<Tag> tags = Tags(*store);
+  ASSERT_EQ(tags.size(), 5U);
+  EXPECT_EQ(tags[0].name, "T1");
+  EXPECT_EQ(tags[1].name, GetParam().text);
+  EXPECT_EQ(tags[2].name, "T3");
+  EXPECT_EQ(tags[2].descriptor, GetParam().text);
+}
+
+// ---- names that become one ----
+
+struct SameNamesCase {
+  const char* name;
+  const char* encoding;
+  const char* second;  // the stored names of tags 2 and 4, as SQL writes them
+  const char* fourth;
+};
+
+const SameNamesCase kSameNames[] = {
+    {"TwoCodesOfOneCharacter", "CP932", "x'81e0'", "x'8790'"},
+    {"EscapesAndCase", "ISO-2022-JP", "x'1b28424162'", "x'6142'"},
+};
+
+class SameNames : public Stored, public testing::WithParamInterface<SameNamesCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, SameNames, testing::ValuesIn(kSameNames), CaseName());
+
+// Such a catalogue could not be opened any more.
+TEST_P(SameNames, AreRefusedWhileTheFileIsAsItWas) {
+  const fs::path folder = WithPlainTexts(Copied(kFiles[0]));
+  const std::string second = GetParam().second;
+  const std::string fourth = GetParam().fourth;
+  EditFile(folder, "UPDATE tag SET name = " + second + " WHERE id = 2;" +
+                       "UPDATE tag SET name = " + fourth + " WHERE id = 4");
+  const auto refused = OpenSqliteStore(folder, EncodingOf(GetParam().encoding));
+  EXPECT_EQ(refused.code(), ZR3_ERR_INVALID_TEXT);
+  EXPECT_THAT(refused.status().message(), HasSubstr("tags 2 and 4"));
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 2);
+  EXPECT_EQ(NumberInFile(folder,
+                         "SELECT count(*) FROM tag WHERE name IN (" + second + "," + fourth + ")"),
+            2);
+  EditFile(folder, "UPDATE tag SET name = x'5a' WHERE id = 4");
+  EXPECT_EQ(Tags(*MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding)))[3].name, "Z");
+}
+
 // ---- layout 1 ----
 
 // It had no table of records held back; else it is made of the same tables as layout 2.
@@ -292,8 +375,13 @@ TEST_F(Stored, OfManyTagsAreConvertedEveryOne) {
   const fs::path folder = Copied(kFiles[0]);
   std::string sql;
   for (int id = 10; id < 2510; ++id) {
-    sql += "CREATE TEMP TABLE t AS SELECT * FROM main.tag WHERE id = 1; UPDATE t SET id = " +
-           std::to_string(id) + "; INSERT INTO main.tag SELECT * FROM t; DROP TABLE t;";
+    const std::string number = std::to_string(id);
+    sql +=
+        "CREATE TEMP TABLE t AS SELECT * FROM main.tag WHERE id = 1;"
+        "UPDATE t SET id = " +
+        number + ", name = CAST(name || '" + number +
+        "' AS BLOB);"
+        "INSERT INTO main.tag SELECT * FROM t; DROP TABLE t;";
   }
   EditFile(folder, "BEGIN;" + sql + "COMMIT");
   const std::vector<Tag> tags = Tags(*MustOpen(folder, kTinyOptions, EncodingOf("GB18030")));

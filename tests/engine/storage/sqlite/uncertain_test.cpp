@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "tests/engine/short_memory.h"
 #include "tests/engine/storage/sqlite/sync_faults.h"
 #include "tests/engine/storage/support.h"
 
@@ -94,6 +96,38 @@ TEST_F(Uncertain, IsToldByTheLeaseAfterAKillToo) {
   const auto store = MustOpen(killed.path(), {});
   const bool is_stored = StoreDriver(*store).last_commit() == 3;
   EXPECT_EQ(ReadAll(*store, 1).size(), is_stored ? 2U : 1U);
+}
+
+// A request for memory may fail at any place of the same commit, that for telling of the failure
+// too.
+TEST_F(Uncertain, IsACommitWhoseSyncFailedThoughMemoryIsShort) {
+  for (const auto lack : {ShortMemory::Lack::kOne, ShortMemory::Lack::kRest}) {
+    int synced_in_vain = 0;
+    bool is_short = true;
+    for (std::uint64_t nth = 1; is_short && !HasFailure(); ++nth) {
+      SCOPED_TRACE("request " + std::to_string(nth));
+      StoreBatch batch;
+      batch.commit = driver_->last_commit() + 1;
+      AddTo(batch.records, Record(1, 100, 1));
+      SyncFaults::Fail();
+      CommitAnswer answer;
+      {
+        const ShortMemory memory(nth, lack);
+        answer = store_->Commit(batch);
+      }
+      is_short = ShortMemory::Failed() > 0;
+      const bool is_left_open = SyncFaults::failed() > 0;
+      EXPECT_EQ(answer.fate, is_left_open ? Fate::kUnknown : Fate::kRefused);
+      if (is_left_open) {
+        EXPECT_EQ(store_->Commit(batch).status.code(), ZR3_ERR_STORAGE_FAILED);
+      }
+      synced_in_vain += is_short && is_left_open ? 1 : 0;
+      SyncFaults::Heal();
+      (void)store_->Close();
+      Open({});
+    }
+    EXPECT_GT(synced_in_vain, 0) << "or nothing was tested";
+  }
 }
 
 // The background's commits are no better than others': the journal is not trimmed of what they may
