@@ -21,7 +21,7 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       writes_(*store_, catalogue_.tags(), clock_),
       filters_(*store_, catalogue_.tags(), writes_.current_values(),
                [this](TagId id) { return SettingsOf(id); }),
-      tags_(catalogue_, clock_),
+      tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
       records_(*store_, catalogue_.tags(), writes_) {}
 

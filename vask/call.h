@@ -16,7 +16,7 @@ ZR3_STATUS Failed(const char* function, const Status& failure) noexcept;
 
 // The outcome of Status work() as a status, whatever happens in it.
 template <typename Work>
-int32 Guard(const char* function, Work&& work) noexcept {
+int32 StatusOfWork(const char* function, Work&& work) noexcept {
   const Status status = Guarded(std::forward<Work>(work));
   return status.ok() ? ZR3_OK : Failed(function, status);
 }
@@ -25,7 +25,7 @@ int32 Guard(const char* function, Work&& work) noexcept {
 // ZR3_ERR_NOT_CONNECTED, with wrong arguments their fault.
 template <typename Body>
 int32 Call(const char* function, const Arguments& arguments, Body&& body) noexcept {
-  return Guard(function, [&] {
+  return StatusOfWork(function, [&] {
     return ProcessSession().Hold([&](Session& session) -> Status {
       if (!arguments.ok()) return {arguments.fault(), {}};
       return body(session);

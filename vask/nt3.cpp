@@ -57,7 +57,7 @@ using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 
 int32 nt3_connect(const ZR3Connection* pConnection) {
-  return zervane::Guard(__func__, [&]() -> zervane::Status {
+  return zervane::StatusOfWork(__func__, [&]() -> zervane::Status {
     const Arguments arguments = ArgumentsWithTexts(ZR3_ERR_INVALID_ADDRESS)
                                     .Given(pConnection)
                                     .Text(pConnection, &ZR3Connection::szAddress)
@@ -70,5 +70,5 @@ int32 nt3_connect(const ZR3Connection* pConnection) {
 }
 
 int32 nt3_disconnect() {
-  return zervane::Guard(__func__, [] { return zervane::ProcessSession().Disconnect(); });
+  return zervane::StatusOfWork(__func__, [] { return zervane::ProcessSession().Disconnect(); });
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "api/words/page.h"
 #include "api/words/status.h"
@@ -57,9 +58,12 @@ class PagedIterator : public ItemIterator {
 
   void Forget() noexcept override {
     if (at_ < page_.items.size()) page_.next = functions_.key_of(page_.items[at_]);
-    page_.items = {};
+    std::vector<Item>().swap(page_.items);  // assigning an empty one would keep the memory
     at_ = 0;
   }
+
+  // For how many items it keeps memory.
+  std::size_t capacity() const { return page_.items.capacity(); }
 
  private:
   PagedIterator(Functions functions, Key from, std::int64_t limit)

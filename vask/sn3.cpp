@@ -44,11 +44,17 @@ Status FillSnapshot(const SampleView& sample, ZR3Record* record) {
   return zervane::FillRecord(sample, zervane::TextsOfThisThread(), record);
 }
 
-// What a thread needs for a batch. It keeps the memory, up to so many records, for the next one.
+// What a thread needs for a batch. It keeps the memory, up to so many records and bytes of their
+// texts, for the next one.
 struct Scratch {
   SampleBatch batch;
 };
 constexpr std::size_t kKeptRecords = 65'536;
+constexpr std::size_t kKeptTextBytes = std::size_t{1} << 20;
+
+bool IsWorthKeeping(const SampleBatch& batch) {
+  return batch.tags.capacity() <= kKeptRecords && batch.samples.texts().size() <= kKeptTextBytes;
+}
 
 // Not inline, or the compiler would look the thread's own up for every record.
 [[gnu::noinline]] Scratch& ScratchOfThread() {
@@ -87,7 +93,7 @@ Status WriteRecords(Session& session, int32 count, TagOf&& tag_of, const ZR3Reco
 
   const Result<WriteSamples::Reply> reply = session.Do(write);
   // The batch's memory is kept for the next one.
-  if (batch.tags.capacity() <= kKeptRecords) scratch.batch = std::move(batch);
+  if (IsWorthKeeping(batch)) scratch.batch = std::move(batch);
   if (!reply.ok()) return reply.status();
   if (codes != nullptr) SpreadCodes(*reply, count, codes);
   return reply->status == ZR3_OK ? all_read : Status(reply->status, {});

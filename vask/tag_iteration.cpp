@@ -57,7 +57,7 @@ Status Inconsistent(std::size_t filled, std::size_t total) {
 }
 
 // Gives a listing up that was not seen to its end, by asking for what is behind every tag; else the
-// database would keep it for a while, and few beside it.
+// database would keep the tags of that instant for a while. One whose page failed is over already.
 class ListingGuard {
  public:
   // `list` is what the next page is asked for with.

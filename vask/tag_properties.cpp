@@ -16,9 +16,7 @@ namespace zervane {
 namespace {
 
 // What the C records keep of a property: texts in arrays, flags in a byte, the others as they are.
-
-// A text that does not end within its array, or does not convert, is none.
-
+// Load answers false for a text that does not end within its array, or does not convert.
 template <typename T>
 bool Load(const char* from, const PropertyColumn&, StandardText&, T* to) {
   std::memcpy(to, from, sizeof *to);

@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "engine/storage/codec/text_decoder.h"
 #include "os/standard_text.h"
 
 // The frontier of encodings: a caller's texts are in the process's encoding, as libzrOS names it,
@@ -38,7 +38,7 @@ std::string ProcessEncoding();
 // What makes UTF-8 of texts in the encoding of that name, answering none for one that does not
 // convert; null for UTF-8, which stays as it is. None at all for a name that is no encoding's. May
 // throw std::bad_alloc, as the decoder may, which any number of threads may call at once.
-using TextDecoder = std::function<std::optional<std::string>(std::string_view)>;
+using storage::TextDecoder;
 std::optional<TextDecoder> TextDecoderOf(std::string_view encoding);
 
 }  // namespace zervane

@@ -17,7 +17,8 @@ namespace zervane {
 // An entry is one word, and its place is the identifier modulo the size of the table, which grows
 // when two entries want one place; so identifiers that were given one after the other, as they
 // mostly are, have places of their own. A table that was outgrown stays, for there may be a reader
-// in it; together these are smaller than the one in use.
+// in it; sizes double, but for the last step to the capacity, so that together these have less than
+// twice the places of the one in use.
 //
 // Threads: any number may Find at once, beside one at a time that does anything else.
 class TypeCache {

@@ -98,9 +98,9 @@ struct GetCatalogueVersion {
 };
 
 // The matches with identifiers from `from` on, in order of identifier, at most `limit` of them (and
-// at most kMaxPageItems). Their properties outside the mask are 0 or empty, but for identifier,
-// name and class. ZR3_ERR_INVALID_COUNT for a limit below 1, ZR3_ERR_INVALID_MASK, and
-// ZR3_ERR_INVALID_ARGUMENT for a condition that means nothing.
+// at most kMaxPageItems). Their properties outside the mask are 0 or empty, but for identifier and
+// name; the class too, which their own properties always tell. ZR3_ERR_INVALID_COUNT for a limit
+// below 1, ZR3_ERR_INVALID_MASK, and ZR3_ERR_INVALID_ARGUMENT for a condition that means nothing.
 struct FindTags {
   static constexpr OperationNumber kNumber = OperationNumber::kFindTags;
   using Reply = Page<Tag>;
@@ -129,8 +129,8 @@ struct CountTags {
 // The common properties of all tags of some classes, as they were at one instant, page by page in
 // order of identifier: the first page (`snapshot` 0) answers the number of tags and the snapshot
 // that the next ones are to be asked of. ZR3_ERR_OUT_OF_MEMORY when there are more than
-// kMaxListedTags; ZR3_ERR_INVALID_HANDLE for a snapshot that is gone, as it is with its last page,
-// and 60 s after a page was last asked of it.
+// kMaxListedTags, or 1,024 other snapshots; ZR3_ERR_INVALID_HANDLE for a snapshot that is gone, as
+// it is with its last page, with a page that fails, and 60 s after a page was last asked of it.
 struct ListTags {
   static constexpr OperationNumber kNumber = OperationNumber::kListTags;
   struct Reply {

@@ -1,14 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include "api/caller.h"
 #include "api/operations/tags.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/catalogue/tag_listings.h"
 #include "engine/catalogue/tag_search.h"
-#include "engine/clock.h"
 
 namespace zervane {
 
@@ -17,8 +15,8 @@ namespace zervane {
 // Threads: any.
 class CatalogueFamily {
  public:
-  CatalogueFamily(const Catalogue& catalogue, Clock clock)
-      : catalogue_(catalogue), listings_(std::move(clock)) {}
+  explicit CatalogueFamily(const Catalogue& catalogue)
+      : catalogue_(catalogue), listings_(SteadyClock()) {}
 
   Result<Tag> Handle(const Caller& caller, const GetTag& operation) const;
   Result<TagType> Handle(const Caller& caller, const GetTagType& operation) const;

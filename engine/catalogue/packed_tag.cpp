@@ -101,8 +101,7 @@ void PackedTag::Read(const PropertyPlace& place, Tag& tag) const {
 
 void PackedTag::Unpack(const PropertyMask& mask, Tag& tag) const {
   constexpr std::int64_t kAlways = std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_NAME |
-                                   std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAGID |
-                                   std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAG_CLASS;
+                                   std::int64_t{1} << ZR3_TAG_COL_COMM_PROP_TAGID;
   const TagLayout& layout = TagLayout::OfClass(tag_class_);
   ClearProperties(tag, tag_class_);
   for (std::size_t bit = 0; bit < layout.common().size(); ++bit) {

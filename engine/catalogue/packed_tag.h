@@ -33,7 +33,8 @@ class PackedTag : public Counted {
   }
   std::string_view Text(const PropertyPlace& place) const { return Text(place.at); }
 
-  // The selected properties, identifier, name and class, the others being 0 or empty.
+  // The selected properties, identifier and name, the others being 0 or empty. Which class the tag
+  // is of can always be told by its own properties.
   void Unpack(const PropertyMask& mask, Tag& tag) const;
   // All properties.
   Tag Unpack() const;

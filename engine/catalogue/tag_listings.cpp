@@ -2,8 +2,10 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <chrono>
 #include <utility>
 
+#include "engine/guard.h"
 #include "engine/log.h"
 
 namespace zervane {
@@ -15,22 +17,34 @@ Result<TagMatcher> MatcherOfClasses(std::int64_t class_mask) {
 
 }  // namespace
 
+Clock SteadyClock() {
+  return [] {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::int64_t{std::chrono::duration_cast<std::chrono::milliseconds>(now).count()};
+  };
+}
+
 Result<ListTags::Reply> TagListings::List(const Caller& caller, const ListTags& operation,
                                           const TagImagePtr& current, const StopFlag& is_stopped) {
   Result<Listing> listing = operation.snapshot == 0 ? Begin(caller, operation, current)
                                                     : GoOn(caller, operation.snapshot);
   if (!listing.ok()) return listing.status();
-  const Result<TagMatcher> matcher = MatcherOfClasses(listing->class_mask);
+  Result<ListTags::Reply> reply =
+      Guarded([&] { return ReadPage(operation, *std::move(listing), is_stopped); });
+  if (!reply.ok() || reply->snapshot == 0) End(operation.snapshot);
+  return reply;
+}
+
+Result<ListTags::Reply> TagListings::ReadPage(const ListTags& operation, Listing listing,
+                                              const StopFlag& is_stopped) {
+  const Result<TagMatcher> matcher = MatcherOfClasses(listing.class_mask);
   if (!matcher.ok()) return matcher.status();
   Result<Page<Tag>> page =
-      FindPage(*listing->image, *matcher, {listing->mask, 0}, operation.from, {}, is_stopped);
+      FindPage(*listing.image, *matcher, {listing.mask, 0}, operation.from, {}, is_stopped);
   if (!page.ok()) return page.status();
-  ListTags::Reply reply{.snapshot = 0, .total = listing->total, .page = *std::move(page)};
-  if (!reply.page.next) {
-    End(operation.snapshot);
-    return reply;
-  }
-  const Result<std::uint64_t> snapshot = Keep(operation.snapshot, *std::move(listing));
+  ListTags::Reply reply{.snapshot = 0, .total = listing.total, .page = *std::move(page)};
+  if (!reply.page.next) return reply;
+  const Result<std::uint64_t> snapshot = Keep(operation.snapshot, std::move(listing));
   if (!snapshot.ok()) return snapshot.status();
   reply.snapshot = *snapshot;
   return reply;
@@ -42,7 +56,11 @@ std::size_t TagListings::size() const {
 }
 
 Result<TagListings::Listing> TagListings::Begin(const Caller& caller, const ListTags& operation,
-                                                const TagImagePtr& image) const {
+                                                const TagImagePtr& image) {
+  {
+    const MutexLock lock(mutex_);
+    RemoveIdle(clock_());
+  }
   const Result<TagMatcher> matcher = MatcherOfClasses(operation.class_mask);
   if (!matcher.ok()) return matcher.status();
   Status status = CheckSearchMask({operation.mask, 0}, matcher->asked_classes());

@@ -15,19 +15,23 @@
 
 namespace zervane {
 
+// Milliseconds since some instant, of a clock that nobody sets.
+Clock SteadyClock();
+
 // Lists the tags of some classes, all as they were at one instant, page by page: the image that a
 // listing began with is kept from its first page to its last, and for a minute after a page was
-// last asked for. A listing belongs to the session that began it.
+// last asked for; a page that fails ends it. A listing belongs to the session that began it.
 //
 // Threads: any.
 class TagListings {
  public:
   struct Limits {
     std::int64_t tags = kMaxListedTags;  // of one listing
-    std::size_t listings = 16;           // that go on
+    std::size_t listings = 1'024;        // that go on; images share what they have in common
   };
   static constexpr std::int64_t kMaxIdleMs = 60'000;
 
+  // The clock is one that nobody sets, for it tells how long a listing has been idle.
   explicit TagListings(Clock clock) : TagListings(std::move(clock), Limits()) {}
   TagListings(Clock clock, const Limits& limits) : clock_(std::move(clock)), limits_(limits) {}
 
@@ -50,9 +54,12 @@ class TagListings {
     std::int64_t last_asked_ms = 0;
   };
 
-  Result<Listing> Begin(const Caller& caller, const ListTags& operation,
-                        const TagImagePtr& image) const;
+  Result<Listing> Begin(const Caller& caller, const ListTags& operation, const TagImagePtr& image)
+      EXCLUDES(mutex_);
   Result<Listing> GoOn(const Caller& caller, std::uint64_t snapshot) EXCLUDES(mutex_);
+  // The page of it that is asked for; when there is another one behind it, the listing is kept.
+  Result<ListTags::Reply> ReadPage(const ListTags& operation, Listing listing,
+                                   const StopFlag& is_stopped) EXCLUDES(mutex_);
   // Keeps the listing under the number, or a new one, which it answers.
   Result<std::uint64_t> Keep(std::uint64_t snapshot, Listing listing) EXCLUDES(mutex_);
   void End(std::uint64_t snapshot) EXCLUDES(mutex_);

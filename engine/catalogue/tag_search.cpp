@@ -2,6 +2,8 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <algorithm>
+
 #include "api/words/tag_columns.h"
 
 namespace zervane {

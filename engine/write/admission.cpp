@@ -1,6 +1,7 @@
 #include "engine/write/admission.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "engine/assert.h"
 #include "engine/write/acceptance.h"
@@ -8,7 +9,8 @@
 namespace zervane {
 namespace {
 
-// How many bytes the texts of the samples have in all; they may share some.
+// How many bytes the texts of the samples have in all; they may share some. Without any the texts
+// are all empty, since they lie among these.
 std::size_t TextBytes(const SampleColumns& samples) {
   if (samples.texts().empty()) return 0;
   std::size_t bytes = 0;
@@ -20,10 +22,22 @@ std::size_t TextBytes(const SampleColumns& samples) {
 
 }  // namespace
 
+bool HasAllTexts(const SampleColumns& samples) noexcept {
+  const std::span<const std::uint64_t> values = samples.values();
+  const std::uint64_t bytes = samples.texts().size();
+  for (std::size_t at = 0; at < samples.size(); ++at) {
+    if (!IsText(samples.types()[at])) continue;
+    const std::uint64_t offset = SampleColumns::OffsetOf(values[at]);
+    if (offset > bytes || SampleColumns::LengthOf(values[at]) > bytes - offset) return false;
+  }
+  return true;
+}
+
 void Admission::Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& accepted,
                       std::vector<std::int32_t>& codes) {
   ZERVANE_ASSERT(batch.tags.size() == batch.samples.size() && codes.empty());
   ZERVANE_ASSERT(accepted.tags.size() == accepted.samples.size());
+  ZERVANE_ASSERT(HasAllTexts(batch.samples));
   const std::size_t count = batch.size();
   const std::size_t begin = accepted.size();
   const auto times = batch.samples.times();

@@ -16,6 +16,10 @@
 
 namespace zervane {
 
+// Whether every text of the samples lies among their texts. Columns that a caller filled in himself
+// may say otherwise.
+bool HasAllTexts(const SampleColumns& samples) noexcept;
+
 // Lets records into the write queue, batch by batch. Order is judged against what was accepted
 // before, stored or still queued, so a batch that is answered when queued is judged all the same.
 // Threads: all calls under the mutex of the write queue.
@@ -30,7 +34,7 @@ class Admission {
   // Judges the batch in its order and appends the records that are accepted to `accepted`, whose
   // marks stay as they are. Records of time 0 take the clock. When some are refused, `codes`
   // becomes the status of each record; else it stays empty, as it must be. When it throws, nothing
-  // has changed.
+  // has changed. REQUIRES that the batch has all its texts.
   void Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& accepted,
              std::vector<std::int32_t>& codes);
 

@@ -56,7 +56,7 @@ Status Committer::Start(Turn& turn) {
 
 CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records) {
   turn.AssertHeld();
-  if (is_lost_) return {Fate::kRefused, StorageLost()};
+  if (is_lost()) return {Fate::kRefused, StorageLost()};
   StagedWork work(stages_, turn);
   BeginBatch();
   marks_.Mark(turn, records);
@@ -78,12 +78,13 @@ CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records) {
   work.Keep();
   PutCurrent(turn);
   feed_.Publish(last_commit_, news);
+  Clear(batch_.records);  // now, for the next batch may be long in coming
   return answer;
 }
 
 Status Committer::Change(Turn& turn, const Plan& plan, const Adopt& adopt) {
   turn.AssertHeld();
-  if (is_lost_) return StorageLost();
+  if (is_lost()) return StorageLost();
   StagedWork work(stages_, turn);
   BeginBatch();
   if (Status status = plan(turn, batch_); !status.ok()) return status;
@@ -159,10 +160,7 @@ Status Committer::PrepareTags(Turn& turn) {
                                  : stage->PrepareTagChange(turn, tag, batch_);
       if (!status.ok()) return status;
     }
-    std::vector<TagId>& emptied = batch_.emptied;
-    const bool is_to_be_emptied =
-        is_removed && std::find(emptied.begin(), emptied.end(), tag) == emptied.end();
-    if (is_to_be_emptied) emptied.push_back(tag);
+    if (is_removed && !Empties(tag)) batch_.emptied.push_back(tag);
   }
   return {};
 }
@@ -170,9 +168,16 @@ Status Committer::PrepareTags(Turn& turn) {
 std::vector<std::uint32_t> Committer::CurrentInBatch() const {
   std::vector<std::uint32_t> positions;
   for (std::uint32_t at = 0; at < batch_.records.size(); ++at) {
-    if ((batch_.records.marks[at] & kCurrent) != 0) positions.push_back(at);
+    if ((batch_.records.marks[at] & kCurrent) == 0) continue;
+    // Removing the tag's current value would take along what was prepared for this one.
+    ZERVANE_ASSERT(!Empties(batch_.records.tags[at]));
+    positions.push_back(at);
   }
   return positions;
+}
+
+bool Committer::Empties(TagId tag) const {
+  return std::find(batch_.emptied.begin(), batch_.emptied.end(), tag) != batch_.emptied.end();
 }
 
 std::shared_ptr<CommittedGroup> Committer::MakeNews(
@@ -208,7 +213,7 @@ CommitAnswer Committer::CommitBatch(Turn& turn) noexcept {
   if (answer.fate == Fate::kUnknown) {
     LogError("it is unknown whether commit {} is stored, so nothing more is: {} ({})",
              batch_.commit, zr3_status_text(answer.status.code()), answer.status.message());
-    is_lost_ = true;
+    is_lost_.store(true, std::memory_order_relaxed);
     answer.status = StorageLost();
   }
   return answer;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -51,8 +52,13 @@ class Committer {
   //
   // Stages hear of every tag whose row it puts or removes; with its row a tag's records go. The
   // current values follow by themselves: those of the batch's records that are marked, and those of
-  // emptied tags. A plan that changes nothing needs no commit.
+  // emptied tags. A plan that changes nothing needs no commit. REQUIRES that no marked record of
+  // the batch is to become the current value of a tag that it empties.
   Status Change(Turn& turn, const Plan& plan, const Adopt& adopt);
+
+  // Whether all that would change something is refused, the fate of a batch being unknown. Any
+  // thread may ask.
+  bool is_lost() const { return is_lost_.load(std::memory_order_relaxed); }
 
  private:
   class StagedWork;
@@ -68,6 +74,7 @@ class Committer {
   // Has stages add what the batch's changes of tags ask for, and empties tags that go.
   Status PrepareTags(Turn& turn);
   std::vector<std::uint32_t> CurrentInBatch() const;
+  bool Empties(TagId tag) const;
   // What the feed's consumers are to hear; null when there are none, or there is no memory for it.
   std::shared_ptr<CommittedGroup> MakeNews(const RecordBatch& records,
                                            std::span<const std::uint8_t> was_newest) const noexcept;
@@ -81,7 +88,7 @@ class Committer {
   GroupMarks marks_;
   std::vector<Stage*> stages_;
   std::int64_t last_commit_ = 0;
-  bool is_lost_ = false;  // the fate of a batch is unknown
+  std::atomic<bool> is_lost_ = false;  // the fate of a batch is unknown
 
   // Of the batch that is on its way.
   StoreBatch batch_;

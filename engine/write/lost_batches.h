@@ -18,8 +18,14 @@ class LostBatches {
  public:
   static constexpr std::size_t kMaxSessions = 256;
 
-  // A batch of so many records is lost. Logged, unless the session has one to be told already: a
-  // full disk loses every batch.
+  LostBatches() = default;
+  ~LostBatches();
+  LostBatches(const LostBatches&) = delete;
+  LostBatches& operator=(const LostBatches&) = delete;
+
+  // A batch of so many records is lost. A session's first is logged at once; those after it are
+  // logged as a sum when the session is told, is forgotten or has nobody left to tell, for a full
+  // disk loses every batch.
   void Note(SessionId session, std::size_t records, const Status& status) noexcept;
 
   // What is to be told to the session, which is told herewith; 0 when there is nothing.
@@ -32,6 +38,8 @@ class LostBatches {
   struct Loss {
     SessionId session = 0;
     Status status;
+    std::size_t more_batches = 0;  // after the first
+    std::size_t more_records = 0;  // of these
   };
 
   Status Remove(std::size_t at) noexcept;

@@ -34,8 +34,14 @@ inline void Exchange(RecordBatch& a, RecordBatch& b) noexcept {
   a.marks.swap(b.marks);
 }
 
-// Keeps the memory.
+// Keeps the memory for what comes next, unless the texts were more than those of most batches: one
+// batch of long texts would cost the process that much for as long as it runs.
+constexpr std::size_t kMostKeptTextBytes = std::size_t{1} << 20;
 inline void Clear(RecordBatch& records) noexcept {
+  if (records.samples.texts().size() > kMostKeptTextBytes) {
+    records = RecordBatch();
+    return;
+  }
   records.tags.clear();
   records.samples.Clear();
   records.marks.clear();

@@ -64,7 +64,7 @@ class WriteGroup {
 
   void AddChange(const std::function<Status(Turn&)>& run, Ticket& ticket);
 
-  // Keeps the memory for the next use.
+  // Keeps the memory for the next use, but for that of many texts.
   void Clear() noexcept;
 
  private:

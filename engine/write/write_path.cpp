@@ -19,6 +19,13 @@ std::size_t BytesOf(const SampleBatch& batch) {
   return batch.size() * WriteGroup::kRecordBytes + batch.samples.texts().size();
 }
 
+// The answer to a batch that is not stored: records that were refused keep their codes.
+void Fail(ZR3_STATUS code, std::size_t records, WriteSamples::Reply& reply) {
+  reply.status = code;
+  reply.codes.resize(records, ZR3_OK);
+  std::replace(reply.codes.begin(), reply.codes.end(), std::int32_t{ZR3_OK}, code);
+}
+
 // Looks for any record.
 class AnyRecord : public ScanVisitor {
  public:
@@ -77,7 +84,15 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
     return Status(ZR3_ERR_INVALID_COUNT,
                   fmt::format("{} tags, {} samples", batch.tags.size(), batch.samples.size()));
   }
+  if (!HasAllTexts(batch.samples)) {
+    return Status(ZR3_ERR_INVALID_ARGUMENT, "a text outside of its batch");
+  }
   WriteSamples::Reply reply;
+  // At once, so that a batch that is answered when queued is not promised what cannot be.
+  if (committer_.is_lost() && !batch.empty()) {
+    Fail(ZR3_ERR_STORAGE_FAILED, batch.size(), reply);
+    return reply;
+  }
   const auto admit = [&](RecordBatch& records) {
     queue_->mutex().AssertHeld();
     admission_.Admit(batch, write.order, records, reply.codes);
@@ -87,9 +102,7 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
   const auto [stored, lost] = queue_->Write(offer, std::cref(admit));
   if (stored.code() == ZR3_ERR_NOT_CONNECTED) return stored;
   if (!stored.ok()) {
-    reply.status = stored.code();
-    reply.codes.resize(batch.size(), ZR3_OK);
-    std::replace(reply.codes.begin(), reply.codes.end(), std::int32_t{ZR3_OK}, stored.code());
+    Fail(stored.code(), batch.size(), reply);
     return reply;
   }
   reply.status = reply.codes.empty() ? ZR3_OK : ZR3_ERR_SOME_RECORDS_FAILED;

@@ -41,7 +41,8 @@ class WritePath final : private WriteQueue::Owner {
   // accepted, ZR3_ERR_OUT_OF_MEMORY when there can be no thread.
   Status Start(Turn turn, const WriteQueue::Limits& limits = {});
 
-  // As WriteSamples says. ZR3_ERR_INVALID_COUNT when there is not one tag for each sample.
+  // As WriteSamples says. ZR3_ERR_INVALID_COUNT when there is not one tag for each sample,
+  // ZR3_ERR_INVALID_ARGUMENT when a text does not lie among the batch's.
   Result<WriteSamples::Reply> Write(const Caller& caller, const WriteSamples& write);
 
   // Carries out a change of the store in its turn; see Committer::Change.

@@ -111,6 +111,15 @@ TEST_F(PagedIteratorTest, SeesNothingTwiceAfterForgetting) {
   }
 }
 
+TEST_F(PagedIteratorTest, KeepsNoMemoryForAPageThatIsForgotten) {
+  const auto iterator = MakeIterator();
+  const auto& pages = static_cast<const Iterator&>(*iterator);
+  EXPECT_EQ(Drain(*iterator, 1), Numbers{2});
+  EXPECT_GE(pages.capacity(), 3U);
+  iterator->Forget();
+  EXPECT_EQ(pages.capacity(), 0U);
+}
+
 TEST_F(PagedIteratorTest, PassesOverWhatWentAndSeesWhatCameBehindItsPage) {
   const auto iterator = MakeIterator();
   EXPECT_EQ(Drain(*iterator, 3), (Numbers{2, 3, 5}));

@@ -33,7 +33,7 @@ class CatalogueFamilyTest : public CatalogueFixture {
     return family_.Handle(kCaller, CountTags{query});
   }
 
-  CatalogueFamily family_{*catalogue_, [] { return std::int64_t{0}; }};
+  CatalogueFamily family_{*catalogue_};
 };
 
 TagQuery Like(const std::string& pattern) {
@@ -175,7 +175,7 @@ INSTANTIATE_TEST_SUITE_P(
                     MaskCase{"MinusTwo", 1, {-2, 0}, ZR3_ERR_INVALID_MASK}),
     CaseName());
 
-TEST_F(CatalogueFamilyTest, GivesTheSelectedPropertiesWithIdentifierNameAndClass) {
+TEST_F(CatalogueFamilyTest, GivesTheSelectedPropertiesWithIdentifierAndName) {
   Tag tag = Named("a");
   tag.descriptor = "kept";
   tag.eng_units = "bar";

@@ -63,7 +63,6 @@ TEST_P(PackedTags, GiveTheSelectedPropertiesAlone) {
   ClearProperties(nothing, tag.tag_class);
   nothing.id = tag.id;
   nothing.name = tag.name;
-  nothing.tag_class = tag.tag_class;
 
   Tag found;
   packed->Unpack({0, 0}, found);

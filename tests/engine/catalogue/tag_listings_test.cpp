@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "api/words/tag_columns.h"
+#include "tests/engine/short_memory.h"
 
 namespace zervane {
 namespace {
@@ -44,9 +46,9 @@ class TagListingsTest : public testing::Test {
   }
 
   std::int64_t now_ms_ = 1'000'000;
-  TagListings listings_{[this] { return now_ms_; }};
+  TagListings listings_{[this] { return now_ms_; }, {.listings = 16}};
   TagImagePtr image_ = std::make_shared<TagImage>();
-  const StopFlag is_stopped_{false};
+  StopFlag is_stopped_{false};
 };
 
 TEST_F(TagListingsTest, ListAllTagsOfOneInstantPageByPage) {
@@ -137,7 +139,44 @@ TEST_F(TagListingsTest, BelongToTheSessionThatBeganThem) {
   EXPECT_EQ(GoOn(snapshot + 1, 7), ZR3_ERR_INVALID_HANDLE);
 }
 
-TEST_F(TagListingsTest, AreAtMostSixteenAtATime) {
+TEST_F(TagListingsTest, AreTakenAwayWhenTheyAreIdleAndAnotherBegins) {
+  (void)Begin();
+  now_ms_ += 60'001;
+  EXPECT_TRUE(List({.class_mask = 2}).ok());  // of one page, so that it is not kept itself
+  EXPECT_EQ(listings_.size(), 0U);
+}
+
+TEST_F(TagListingsTest, EndWithAPageThatFails) {
+  const std::uint64_t other = Begin(7).snapshot;
+  EXPECT_EQ(GoOn(other, 8), ZR3_ERR_INVALID_HANDLE);
+  EXPECT_EQ(listings_.size(), 1U) << "another session's goes on";
+
+  const std::uint64_t stopped = Begin().snapshot;
+  is_stopped_ = true;
+  EXPECT_EQ(GoOn(stopped), ZR3_ERR_NOT_CONNECTED);
+  is_stopped_ = false;
+  EXPECT_EQ(GoOn(stopped), ZR3_ERR_INVALID_HANDLE);
+
+  const std::uint64_t starved = Begin().snapshot;
+  ZR3_STATUS status = ZR3_OK;
+  {
+    const ShortMemory memory(1);
+    try {
+      status = GoOn(starved);
+    } catch (const std::bad_alloc&) {
+    }
+  }
+  EXPECT_EQ(status, ZR3_ERR_OUT_OF_MEMORY);
+  EXPECT_EQ(GoOn(starved), ZR3_ERR_INVALID_HANDLE);
+  EXPECT_EQ(listings_.size(), 1U);
+  EXPECT_EQ(GoOn(other, 7), ZR3_OK);
+}
+
+TEST_F(TagListingsTest, MayBeManyAtATimeForTheyShareTheirTags) {
+  EXPECT_EQ(TagListings::Limits().listings, 1'024U);
+}
+
+TEST_F(TagListingsTest, AreNoMoreThanMayBeAtATime) {
   std::uint64_t last = 0;
   for (int i = 0; i < 16; ++i) last = Begin().snapshot;
   EXPECT_EQ(List({}).code(), ZR3_ERR_OUT_OF_MEMORY);

@@ -263,6 +263,18 @@ TEST_F(CommitterTest, FollowsTheRecordsOfAPlan) {
   EXPECT_THAT(Archive(kTag), ElementsAre(NumberAt(5), NumberAt(10), NumberAt(20)));
 }
 
+#ifdef ZERVANE_ASSERTS
+TEST_F(CommitterTest, DoesNotMakeARecordCurrentOfATagThatItEmpties) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto plan = [](Turn&, StoreBatch& batch) {
+    batch.emptied.push_back(kTag);
+    AddRecord(batch.records, kTag, NumberAt(20), kArchive | kCurrent);
+    return Status();
+  };
+  EXPECT_DEATH((void)committer_.Change(turn_, plan, [](Turn&) {}), "does not hold: ");
+}
+#endif
+
 // ---- the feed ----
 
 TEST_F(CommitterTest, TellsTheFeedWhatWasAcceptedAndChanged) {
@@ -282,6 +294,19 @@ TEST_F(CommitterTest, TellsTheFeedWhatWasAcceptedAndChanged) {
   EXPECT_THAT(removal->group->emptied, ElementsAre(kOther));
   ASSERT_EQ(removal->group->rows.size(), 1U);
   EXPECT_FALSE(removal->group->rows[0].row.has_value());
+}
+
+// They were accepted while the tag was there, and another tag's record takes them into a batch.
+TEST_F(CommitterTest, TellsTheFeedOfRecordsOfATagThatHasGoneAsNeverTheNewest) {
+  auto consumer = *feed_.Register(100);
+  consumer->WatchAllTags(true);
+  EXPECT_TRUE(RemoveTag(kTag).ok());
+  (void)consumer->Poll();
+  MustCommit({{kTag, NumberAt(10)}, {kOther, NumberAt(10)}, {kTag, NumberAt(11)}});
+  const auto delivery = consumer->Poll();
+  ASSERT_TRUE(delivery && delivery->group);
+  EXPECT_THAT(delivery->group->tags, ElementsAre(kTag, kOther, kTag));
+  EXPECT_THAT(delivery->group->was_newest, ElementsAre(0, 1, 0));
 }
 
 TEST_F(CommitterTest, TellsTheFeedNothingThatIsNotStored) {

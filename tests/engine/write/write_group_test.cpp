@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
 #include "engine/write/record_batch.h"
 #include "tests/engine/records.h"
+#include "tests/engine/short_memory.h"
 
 namespace zervane {
 namespace {
@@ -89,6 +91,31 @@ TEST(WriteGroup, IsEmptyAndFreeToGrowOnceCleared) {
   EXPECT_EQ(group.Bytes(), 0U);
   AddBatch(group, {{1, NumberAt(10)}});
   EXPECT_TRUE(group.HasRoomFor(std::size_t{1} << 40));
+}
+
+// Whether records can have texts of so many bytes without a request for memory.
+bool HasMemoryForTexts(RecordBatch& records, std::size_t bytes) {
+  const ShortMemory memory(1);
+  try {
+    records.samples.Reserve(0, bytes);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
+}
+
+TEST(WriteGroup, KeepsTheMemoryOfTextsForTheNextUseUnlessTheyWereMany) {
+  const std::string text(1'024, 'x');
+  std::vector<TagSample> records(kMostKeptTextBytes / text.size(), {1, TextAt(10, text)});
+  WriteGroup group;
+  AddBatch(group, records);
+  group.Clear();
+  EXPECT_TRUE(HasMemoryForTexts(group.records, kMostKeptTextBytes));
+  records.push_back({1, TextAt(10, "x")});
+  AddBatch(group, records);
+  group.Clear();
+  EXPECT_TRUE(group.IsEmpty());
+  EXPECT_FALSE(HasMemoryForTexts(group.records, kMostKeptTextBytes));
 }
 
 }  // namespace

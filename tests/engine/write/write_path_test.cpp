@@ -135,9 +135,15 @@ TEST_F(OpenWritePathTest, RefusesABatchWithoutATagForEachSample) {
 TEST_F(OpenWritePathTest, ChangesNothingWhenATextLiesOutsideOfItsBatch) {
   tags_.Put(kTag, {.type = TagType::kString});
   WriteSamples write = {.batch = BatchOf({{kTag, TextAt(10, "on")}, {kTag, TextAt(11, "off")}})};
-  write.batch.samples.values()[1] = SampleColumns::PlaceOf(1000, 3);
-  EXPECT_THROW((void)path_->Write(CallerOf(1), write), std::exception);
-  EXPECT_EQ(Write({{kTag, TextAt(5, "x")}}).status, ZR3_OK);
+  using Place = std::pair<std::size_t, std::size_t>;
+  for (const auto& [offset, length] : std::vector<Place>{{1000, 3}, {6, 0}, {3, 3}, {0, 6}}) {
+    write.batch.samples.values()[1] = SampleColumns::PlaceOf(offset, length);
+    EXPECT_EQ(path_->Write(CallerOf(1), write).code(), ZR3_ERR_INVALID_ARGUMENT) << offset;
+  }
+  write.batch.samples.values()[1] = SampleColumns::PlaceOf(2, 3);
+  write.batch.samples.SetTexts({});
+  EXPECT_EQ(path_->Write(CallerOf(1), write).code(), ZR3_ERR_INVALID_ARGUMENT) << "no texts at all";
+  EXPECT_EQ(Write({{kTag, TextAt(5, "x")}, {kTag, TextAt(6, "")}}).status, ZR3_OK);
 }
 
 TEST_F(OpenWritePathTest, JudgesOrderAgainstCurrentValuesOfAnEarlierRun) {
@@ -161,6 +167,22 @@ TEST_F(WritePathTest, DoesNotStartWhenTheStoreCannotTellHowFarItIs) {
     EXPECT_EQ(path_->Start(Turn::Issue()).code(), ZR3_ERR_STORAGE_FAILED);
     EXPECT_TRUE(path_->Close().ok());
   }
+}
+
+// ---- a commit whose fate is unknown ----
+
+TEST_F(OpenWritePathTest, RefusesAllThatWouldChangeSomethingAtOnceAfterACommitOfUnknownFate) {
+  faults_->MakeUnknown(true);
+  EXPECT_EQ(WriteAt(kTag, 10), ZR3_ERR_STORAGE_FAILED);
+  faults_->Settle();
+  for (const WriteAnswer answer : {kQueued, kDurable}) {
+    const WriteSamples::Reply reply = Write({{kTag, NumberAt(11)}, {kOther, NumberAt(11)}}, answer);
+    EXPECT_EQ(reply.status, ZR3_ERR_STORAGE_FAILED);
+    EXPECT_EQ(reply.codes, (Codes{ZR3_ERR_STORAGE_FAILED, ZR3_ERR_STORAGE_FAILED}));
+    EXPECT_EQ(Write({}, answer).status, ZR3_OK) << "it would change nothing";
+  }
+  EXPECT_EQ(RemoveTag(kTag).code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_TRUE(path_->Close().ok()) << "nothing was lost after it was answered";
 }
 
 // ---- lost batches ----
