@@ -137,8 +137,8 @@ int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp);
 int32 pt3_query_tag_type(uint32 nTagID, ZR3_TAG_TYPE* pTagType);
 
 /* Searches point tags: *pIterator receives an iterator of ZR3PtTagProp, in order of identifier,
- * with the properties that the mask selects (the others zero or empty; identifier, name and class
- * always). ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_ARGUMENT, ZR3_ERR_OUT_OF_MEMORY. */
+ * with the properties that the mask selects (the others zero or empty; identifier and name always).
+ * ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_ARGUMENT, ZR3_ERR_OUT_OF_MEMORY. */
 int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask,
                           ZR3HANDLE* pIterator);
 
@@ -150,7 +150,7 @@ int32 tag3_delete_tag(uint32 nTagID);
 /* Searches tags of the selected classes (bit i is class i, bit 6 all classes, -1 too; 0 and other
  * bits are ZR3_ERR_INVALID_MASK): *pIterator receives an iterator of ZR3CommTagProp, in order of
  * identifier, with the common properties that nPropMask selects (the others zero or empty;
- * identifier, name and class always). Statuses as above. */
+ * identifier and name always). Statuses as above. */
 int32 tag3_query_tags_cond(int64 nTagClassMask, const ZR3FilterItemSet* pItemSet, int64 nPropMask,
                            ZR3HANDLE* pIterator);
 
