@@ -9,6 +9,7 @@
 // 'a' to 'z', every other byte stays. In UTF-8 a byte of that range is always the letter.
 namespace zervane {
 
+// Whether the byte is an ASCII character; in UTF-8 it stands for itself then.
 constexpr bool IsAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
 constexpr char FoldAscii(char c) {

@@ -12,10 +12,6 @@
 namespace zervane {
 namespace {
 
-CommitAnswer Refused(Status status) {
-  return {.fate = CommitAnswer::Fate::kRefused, .status = std::move(status)};
-}
-
 // Whether rows are as their tables want them, and records go with their tag.
 bool IsWholeBatch(const StoreBatch& batch) {
   const std::size_t records = batch.records.size();
@@ -37,7 +33,7 @@ auto Store::Call(Body&& body) noexcept {
   using Answer = std::invoke_result_t<Body>;
   const auto refused = [](Status status) {
     if constexpr (std::is_same_v<Answer, CommitAnswer>) {
-      return Refused(std::move(status));
+      return CommitAnswer::Refused(std::move(status));
     } else {
       return Answer(std::move(status));
     }

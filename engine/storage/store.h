@@ -9,11 +9,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "api/words/samples.h"
 #include "api/words/status.h"
 #include "api/words/value.h"
+#include "engine/assert.h"
 #include "engine/storage/codec/text_decoder.h"
 #include "engine/storage/row.h"
 
@@ -47,6 +50,12 @@ struct StoreBatch {
   RecordBatch records;          // of equal times of a tag the last one counts
 };
 
+// The tag whose row changes. REQUIRES a change of the table of tags.
+inline TagId TagOf(const RowChange& change) {
+  ZERVANE_ASSERT(change.table == TableId::kTag && !change.key.empty());
+  return static_cast<TagId>(std::get<std::int64_t>(change.key.front()));
+}
+
 // What became of a batch.
 struct CommitAnswer {
   enum class Fate : std::uint8_t {
@@ -55,6 +64,10 @@ struct CommitAnswer {
     // A sync failed, or a connection broke: from then on the store takes nothing until Lease tells.
     kUnknown,
   };
+
+  static CommitAnswer Refused(Status why) noexcept {
+    return {.fate = Fate::kRefused, .status = std::move(why)};
+  }
 
   Fate fate = Fate::kStored;
   Status status;  // why it is not stored
@@ -178,9 +191,9 @@ struct TextEncoding {
 // The store in `folder` (made when missing): one SQLite file, zervane.db, and the lock of the
 // process that has it open. A database of an earlier layout is brought to the present one, in which
 // texts are UTF-8; ZR3_ERR_INVALID_TEXT, and nothing is changed, when one of its tags has a text
-// that is not in the encoding. ZR3_ERR_DATABASE_IN_USE, ZR3_ERR_DATABASE_VERSION,
-// ZR3_ERR_NOT_A_DATABASE, ZR3_ERR_STORAGE_READ_ONLY, ZR3_ERR_STORAGE_FULL, ZR3_ERR_STORAGE_FAILED,
-// ZR3_ERR_STORAGE_DAMAGED.
+// that is not in the encoding, or two names would become one. ZR3_ERR_DATABASE_IN_USE,
+// ZR3_ERR_DATABASE_VERSION, ZR3_ERR_NOT_A_DATABASE, ZR3_ERR_STORAGE_READ_ONLY,
+// ZR3_ERR_STORAGE_FULL, ZR3_ERR_STORAGE_FAILED, ZR3_ERR_STORAGE_DAMAGED.
 Result<std::unique_ptr<Store>> OpenSqliteStore(const std::filesystem::path& folder,
                                                const TextEncoding& encoding = {});
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <utility>
-#include <variant>
 
 #include "engine/assert.h"
 #include "engine/log.h"
@@ -16,11 +15,6 @@ using Fate = CommitAnswer::Fate;
 
 // Without a text, which could fail: it is answered where nothing may.
 Status StorageLost() noexcept { return {ZR3_ERR_STORAGE_FAILED, {}}; }
-
-TagId TagOf(const RowChange& change) {
-  ZERVANE_ASSERT(change.table == TableId::kTag && !change.key.empty());
-  return static_cast<TagId>(std::get<std::int64_t>(change.key.front()));
-}
 
 }  // namespace
 

@@ -91,7 +91,7 @@ class MemoryStore final : public Store {
  private:
   CommitAnswer DoCommit(StoreBatch& batch) override EXCLUDES(mutex_) {
     if (Status status = CheckRecords(batch.records); !status.ok()) {
-      return {.fate = CommitAnswer::Fate::kRefused, .status = std::move(status)};
+      return CommitAnswer::Refused(std::move(status));
     }
     const WriteLock lock(mutex_);
     ZERVANE_ASSERT(batch.commit == last_commit_ + 1);

@@ -4,7 +4,6 @@
 #include <optional>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "engine/assert.h"
@@ -41,15 +40,7 @@ std::size_t WeightOf(const RecordBatch& records) {
          records.samples.texts().size();
 }
 
-CommitAnswer Refused(Status status) {
-  return {.fate = CommitAnswer::Fate::kRefused, .status = std::move(status)};
-}
-
 bool IsOfTags(const RowChange& change) { return change.table == TableId::kTag; }
-
-TagId TagOf(const RowChange& change) {
-  return static_cast<TagId>(std::get<std::int64_t>(change.key.front()));
-}
 
 }  // namespace
 
@@ -58,11 +49,13 @@ TagId TagOf(const RowChange& change) {
 CommitAnswer SqliteStore::DoCommit(StoreBatch& batch) {
   const Role changing(changing_);
   if (is_uncertain_) {
-    return Refused({ZR3_ERR_STORAGE_FAILED, "what became of an earlier commit is not known"});
+    return CommitAnswer::Refused(
+        {ZR3_ERR_STORAGE_FAILED, "what became of an earlier commit is not known"});
   }
   ZERVANE_ASSERT(batch.commit == last_commit_ + 1);
-  if (Status status = CheckRecords(batch.records); !status.ok()) return Refused(std::move(status));
-  if (Status status = MakeRoom(); !status.ok()) return Refused(std::move(status));
+  if (Status status = CheckRecords(batch.records); !status.ok())
+    return CommitAnswer::Refused(std::move(status));
+  if (Status status = MakeRoom(); !status.ok()) return CommitAnswer::Refused(std::move(status));
   // What can fail comes before the file's commit, so that the memory follows it for certain.
   if (!batch.emptied.empty()) pending_.Sort();
   ReserveBatch(batch.rows);
@@ -78,7 +71,8 @@ CommitAnswer SqliteStore::Write(const StoreBatch& batch, std::string_view entry)
   const WriterHold hold(writer_.mutex);
   if (writer_.connection->is_uncertain()) {  // by a commit of the background's
     is_uncertain_ = true;
-    return Refused({ZR3_ERR_STORAGE_FAILED, "an earlier commit could not be brought to the disk"});
+    return CommitAnswer::Refused(
+        {ZR3_ERR_STORAGE_FAILED, "an earlier commit could not be brought to the disk"});
   }
   // Want of memory does not tell what became of the file.
   Status status =
@@ -91,7 +85,7 @@ CommitAnswer SqliteStore::Write(const StoreBatch& batch, std::string_view entry)
         batch.commit, status.message());
     return {.fate = CommitAnswer::Fate::kUnknown, .status = std::move(status)};
   }
-  if (!status.ok()) return Refused(std::move(status));
+  if (!status.ok()) return CommitAnswer::Refused(std::move(status));
   AdoptTags(batch);
   if (writer_.IsLogDue()) background_->FoldLogSoon();
   return {};
