@@ -164,6 +164,23 @@ Attempt CountTag(World& world) {
           .done = [=] { EXPECT_EQ(search->count, 1); }};
 }
 
+struct AllTags {
+  int32 count = -1;
+  ZR3CommTagProp* tags = nullptr;
+};
+
+Attempt ListAllTags(World& world) {
+  const uint32 last = world.last_id();
+  auto all = std::make_shared<AllTags>();
+  return {.call = [=] { return tag3_query_all_tags_prop(-1, &all->count, -1, &all->tags, 0); },
+          .done =
+              [=] {
+                ASSERT_GT(all->count, 0);
+                EXPECT_EQ(all->tags[all->count - 1].nTagID, last);
+                EXPECT_EQ(tag3_free_all_tags_prop(all->tags), ZR3_OK);
+              }};
+}
+
 // ---- names ----
 
 struct Names {
@@ -461,6 +478,7 @@ std::vector<Deed> AllDeeds() {
       {"SearchTag", SearchTag},
       {"StepToTag", StepToTag},
       {"CountTag", CountTag},
+      {"ListAllTags", ListAllTags},
       {"FindName", FindName},
       {"FindNames", FindNames},
       {"ReadVersion", ReadVersion},
