@@ -169,7 +169,7 @@ int32 tag3_query_tag_num_cond(int32 nTagClass, const ZR3FilterItemSet* pItemSet,
  * selects, as above. The array is the caller's, also after the session's end, until
  * tag3_free_all_tags_prop releases it; that of no tags, too. nReserved is 0, else
  * ZR3_ERR_INVALID_ARGUMENT. ZR3_ERR_INVALID_MASK; ZR3_ERR_OUT_OF_MEMORY, also for more than 500,000
- * tags: search by pages. */
+ * tags (search by pages), and for more than 1,024 of these calls at a time. */
 int32 tag3_query_all_tags_prop(int64 nTagClassMask, int32* pNum, int64 nPropMask,
                                ZR3CommTagProp** ppProps, int32 nReserved);
 
@@ -219,9 +219,9 @@ int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRe
 
 /* The same, answered when the values are queued. They are stored in the order of the calls, become
  * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
- * refused. A later failure of the disk is logged; the first of a session that it was not told yet
- * is the status of its next call that waits to write, or of nt3_disconnect. No other session hears
- * of it. */
+ * refused. A later failure of the disk is logged, further ones of a session as a sum; the first that
+ * the session was not told yet is the status of its next call that waits to write, or of
+ * nt3_disconnect. No other session hears of it. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
 
