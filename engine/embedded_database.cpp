@@ -16,10 +16,8 @@ using Handler = Status (*)(Engine& engine, const Caller& caller, const void* ope
 // one does not compile.
 template <typename Op>
 Status HandleOperation(Engine& engine, const Caller& caller, const void* operation, void* reply) {
-  Result<typename Op::Reply> result = engine.Handle(caller, *static_cast<const Op*>(operation));
-  if (!result.ok()) return result.status();
-  *static_cast<typename Op::Reply*>(reply) = std::move(*result);
-  return {};
+  return engine.HandleInto(caller, *static_cast<const Op*>(operation),
+                           static_cast<typename Op::Reply*>(reply));
 }
 
 template <typename... Op>

@@ -47,6 +47,19 @@ class Engine final {
     }
   }
 
+  // The same into a reply that is there.
+  template <typename Op>
+  Status HandleInto(const Caller& caller, const Op& operation, typename Op::Reply* reply) {
+    if constexpr (requires { records_.HandleInto(caller, operation, reply); }) {
+      return records_.HandleInto(caller, operation, reply);
+    } else {
+      Result<typename Op::Reply> result = Handle(caller, operation);
+      if (!result.ok()) return result.status();
+      *reply = std::move(*result);
+      return {};
+    }
+  }
+
   std::int64_t catalogue_version() const { return catalogue_.version(); }
 
   // Ends searches, stores what is still queued and closes the store. The status of queued records

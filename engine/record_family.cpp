@@ -7,11 +7,10 @@
 
 namespace zervane {
 
-Result<Sample> RecordFamily::Handle(const Caller&, const ReadCurrent& operation) const {
-  Result<Sample> current{Sample()};
-  if (writes_.current_values().FindInto(operation.id, &*current)) return current;
+Status RecordFamily::HandleInto(const Caller&, const ReadCurrent& operation, Sample* reply) const {
+  if (writes_.current_values().FindInto(operation.id, reply)) return {};
   if (Status status = CheckTag(operation.id); !status.ok()) return status;
-  return Status(ZR3_ERR_NO_RECORD, fmt::format("tag {}", operation.id));
+  return {ZR3_ERR_NO_RECORD, fmt::format("tag {}", operation.id)};
 }
 
 Result<ReadCurrentValues::Reply> RecordFamily::Handle(const Caller&,

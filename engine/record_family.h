@@ -22,7 +22,8 @@ class RecordFamily {
   Result<WriteSamples::Reply> Handle(const Caller& caller, const WriteSamples& operation) {
     return writes_.Write(caller, operation);
   }
-  Result<Sample> Handle(const Caller& caller, const ReadCurrent& operation) const;
+  // Into the reply itself, since it is asked for millions of times.
+  Status HandleInto(const Caller& caller, const ReadCurrent& operation, Sample* reply) const;
   Result<ReadCurrentValues::Reply> Handle(const Caller& caller,
                                           const ReadCurrentValues& operation) const;
   Result<std::int64_t> Handle(const Caller& caller, const CountRecords& operation) const;

@@ -122,7 +122,7 @@ TagQuery Where(std::int32_t column, std::int32_t relation, std::string value) {
 }
 
 void MeasureSearches(const Catalogue& catalogue, TagId count) {
-  CatalogueFamily family(catalogue, [] { return std::int64_t{0}; });
+  CatalogueFamily family(catalogue);
   const Caller caller;
   const auto name_like = [](const char* pattern) {
     return Where(ZR3_TAG_COL_COMM_PROP_TAG_NAME, ZR3_RELATION_LIKE, pattern);

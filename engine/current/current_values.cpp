@@ -1,7 +1,6 @@
 #include "engine/current/current_values.h"
 
 #include <string>
-#include <thread>
 #include <utility>
 
 #include "engine/assert.h"
@@ -48,23 +47,6 @@ bool CurrentValues::AddTo(SampleColumns& columns, TagId tag) const {
 std::int64_t CurrentValues::TimeOf(TagId tag) const noexcept {
   const Place* const place = places_.Find(tag);
   return place == nullptr ? kNoTime : place->time_ms.load(std::memory_order_acquire);
-}
-
-// What was read belongs together when no change had begun before and none has since: every load
-// acquires what the writer released, so whoever has read something of a change sees its count too.
-CurrentValues::Number CurrentValues::Read(const Place& place) const noexcept {
-  constexpr int kTriesInARow = 64;
-  for (int tries = 1;; ++tries) {
-    const std::uint32_t before = place.changes.load(std::memory_order_acquire);
-    const Number number = {.quality = place.quality.load(std::memory_order_acquire),
-                           .type = place.type.load(std::memory_order_acquire),
-                           .time_ms = place.time_ms.load(std::memory_order_acquire),
-                           .bits = place.bits.load(std::memory_order_acquire)};
-    const std::uint32_t after = place.changes.load(std::memory_order_relaxed);
-    if (before == after && before % 2 == 0) return number;
-    // The writer may have lost its processor in the middle of a change.
-    if (tries % kTriesInARow == 0) std::this_thread::yield();
-  }
 }
 
 std::optional<Sample> CurrentValues::FindText(TagId tag, const Place& place) const {

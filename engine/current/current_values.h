@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <thread>
 #include <unordered_map>
 
 #include "api/words/samples.h"
@@ -86,5 +87,22 @@ class CurrentValues {
   SharedTagArray<Place> places_;
   std::array<TextPart, kTextParts> text_parts_;
 };
+
+// What was read belongs together when no change had begun before and none has since: every load
+// acquires what the writer released, so whoever has read something of a change sees its count too.
+inline CurrentValues::Number CurrentValues::Read(const Place& place) const noexcept {
+  constexpr int kTriesInARow = 64;
+  for (int tries = 1;; ++tries) {
+    const std::uint32_t before = place.changes.load(std::memory_order_acquire);
+    const Number number = {.quality = place.quality.load(std::memory_order_acquire),
+                           .type = place.type.load(std::memory_order_acquire),
+                           .time_ms = place.time_ms.load(std::memory_order_acquire),
+                           .bits = place.bits.load(std::memory_order_acquire)};
+    const std::uint32_t after = place.changes.load(std::memory_order_relaxed);
+    if (before == after && before % 2 == 0) return number;
+    // The writer may have lost its processor in the middle of a change.
+    if (tries % kTriesInARow == 0) std::this_thread::yield();
+  }
+}
 
 }  // namespace zervane
