@@ -127,7 +127,7 @@ void Committer::PrepareCurrent(Turn& turn, const RecordBatch& records,
 
 bool Committer::Compose(RecordBatch& records) {
   const std::vector<std::uint8_t>& marks = records.marks;
-  const bool all_go = std::memchr(marks.data(), 0, marks.size()) == nullptr;
+  const bool all_go = marks.empty() || std::memchr(marks.data(), 0, marks.size()) == nullptr;
   if (all_go && batch_.records.empty()) {
     Exchange(records, batch_.records);
     return true;
