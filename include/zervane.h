@@ -35,9 +35,10 @@
  * '*' is any run of characters, '?' any one, '\' takes the next as it is; it is for the whole text,
  * and an empty one matches everything. Numbers, enumerations and flags compare as numbers: those of
  * floating point with the value rounded to the column's type, all others exactly. A number is
- * [+-]digits[.digits][e[+-]digits]. ZR3_ERR_INVALID_ARGUMENT for a column that no class has, an
- * unknown relation, a text that is no number, LIKE on a number, and a pattern that ends in a lone
- * '\'. A condition on a column of one class (100 and up) matches tags of that class alone.
+ * [+-]digits[.digits][e[+-]digits], with a digit before or after the point.
+ * ZR3_ERR_INVALID_ARGUMENT for a column that no class has, an unknown relation, a text that is no
+ * number, LIKE on a number, and a pattern that ends in a lone '\'. A condition on a column of one
+ * class (100 and up) matches tags of that class alone.
  *
  * Ownership. All memory is the caller's, but for what cc3_cmd, tag3_query_all_tags_prop,
  * sn3_get_callback_sn and am3_get_callback_am hand out; each has its free function.

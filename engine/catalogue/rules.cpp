@@ -42,9 +42,9 @@ struct IsOutOfRange {
   }
 };
 
-bool IsText(const std::string& text) { return IsUtf8(text); }
+bool IsValidText(const std::string& text) { return IsUtf8(text); }
 template <typename T>
-bool IsText(T) {
+bool IsValidText(T) {
   return true;
 }
 
@@ -64,7 +64,7 @@ Status CheckColumns(const Tag& tag, std::span<const PropertyColumn> columns) {
     if (VisitProperty(column, tag, IsOutOfRange{column})) {
       return {FaultOf(column), fmt::format("'{}': {} is out of range", tag.name, column.name)};
     }
-    if (!VisitProperty(column, tag, [](const auto& property) { return IsText(property); })) {
+    if (!VisitProperty(column, tag, [](const auto& property) { return IsValidText(property); })) {
       return {ZR3_ERR_INVALID_TEXT, fmt::format("'{}': {} is not UTF-8", tag.name, column.name)};
     }
   }

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "engine/assert.h"
+#include "engine/storage/record_batch.h"
 #include "engine/write/acceptance.h"
-#include "engine/write/record_batch.h"
 
 namespace zervane {
 namespace {
@@ -15,7 +15,7 @@ namespace {
 class InstantReader : public ScanVisitor {
  public:
   Wants Offer(const RunSummary&) override { return Wants::kRecords; }
-  bool Take(const SampleColumns& records, std::size_t begin, std::size_t end) override {
+  bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override {
     if (begin < end) found_ = records.At(begin);
     return false;
   }

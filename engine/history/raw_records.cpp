@@ -23,7 +23,7 @@ void ReverseFrom(SampleColumns& samples, std::size_t begin) {
 
 }  // namespace
 
-bool RecordReader::Take(const SampleColumns& records, std::size_t begin, std::size_t end) {
+bool RecordReader::Show(const SampleColumns& records, std::size_t begin, std::size_t end) {
   const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(left_, end - begin));
   left_ -= count;
   if (direction_ == Direction::kForward) {

@@ -16,7 +16,7 @@ class RecordCounter final : public ScanVisitor {
     count_ += run.count;
     return Wants::kNext;
   }
-  bool Take(const SampleColumns&, std::size_t, std::size_t) override { return true; }
+  bool Show(const SampleColumns&, std::size_t, std::size_t) override { return true; }
 
   std::int64_t count() const { return count_; }
 
@@ -30,7 +30,7 @@ class RecordReader final : public ScanVisitor {
   RecordReader(Direction direction, std::uint64_t limit) : direction_(direction), left_(limit) {}
 
   Wants Offer(const RunSummary&) override { return left_ == 0 ? Wants::kStop : Wants::kRecords; }
-  bool Take(const SampleColumns& records, std::size_t begin, std::size_t end) override;
+  bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override;
 
   SampleColumns& records() { return records_; }
 

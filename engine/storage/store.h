@@ -87,7 +87,7 @@ class ScanVisitor {
  public:
   enum class Wants {
     kNext,     // the summary says enough
-    kRecords,  // Take is to be called for this run
+    kRecords,  // Show is to be called for this run
     kStop,
   };
 
@@ -95,7 +95,7 @@ class ScanVisitor {
   virtual Wants Offer(const RunSummary& run) = 0;
   // The run's records are elements begin to end of the columns, ascending in time whatever the
   // direction. Whether to go on.
-  virtual bool Take(const SampleColumns& records, std::size_t begin, std::size_t end) = 0;
+  virtual bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) = 0;
 };
 
 // Whether this process may write, and what is known of the last commits.

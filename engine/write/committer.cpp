@@ -6,7 +6,7 @@
 
 #include "engine/assert.h"
 #include "engine/log.h"
-#include "engine/write/record_batch.h"
+#include "engine/storage/record_batch.h"
 
 namespace zervane {
 namespace {

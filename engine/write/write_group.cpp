@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "engine/assert.h"
-#include "engine/write/record_batch.h"
+#include "engine/storage/record_batch.h"
 
 namespace zervane {
 

@@ -33,7 +33,7 @@ class AnyRecord : public ScanVisitor {
     is_found_ = is_found_ || run.count > 0;
     return is_found_ ? Wants::kStop : Wants::kNext;
   }
-  bool Take(const SampleColumns&, std::size_t, std::size_t) override { return false; }
+  bool Show(const SampleColumns&, std::size_t, std::size_t) override { return false; }
 
   bool is_found() const { return is_found_; }
 

@@ -4,7 +4,7 @@
 
 #include "engine/assert.h"
 #include "engine/guard.h"
-#include "engine/write/record_batch.h"
+#include "engine/storage/record_batch.h"
 
 namespace zervane {
 namespace {

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <new>
 
-#include "engine/storage/codec/per_thread.h"
+#include "os/thread_owned.h"
 
 namespace zervane::storage {
 namespace {
@@ -25,13 +27,26 @@ constexpr int kCompressionLevel = 1;
 
 // What a context allocates costs more to make than a section does to compress, so each thread keeps
 // its own, once there was memory for it.
-ZSTD_CCtx* MakeCompressor() { return ZSTD_createCCtx(); }
-void FreeCompressor(ZSTD_CCtx* context) { ZSTD_freeCCtx(context); }
-using Compressor = PerThread<ZSTD_CCtx, MakeCompressor, FreeCompressor>;
+template <typename Context, Context* (*kMake)(), std::size_t (*kFree)(Context*)>
+class ContextOfThread {
+ public:
+  static Context* Get() {
+    static os::ThreadOwned<ContextOfThread> contexts;
+    return contexts.OfThisThread([] { return std::make_unique<ContextOfThread>(); }).context_;
+  }
 
-ZSTD_DCtx* MakeDecompressor() { return ZSTD_createDCtx(); }
-void FreeDecompressor(ZSTD_DCtx* context) { ZSTD_freeDCtx(context); }
-using Decompressor = PerThread<ZSTD_DCtx, MakeDecompressor, FreeDecompressor>;
+  ContextOfThread() : context_(kMake()) {
+    if (context_ == nullptr) throw std::bad_alloc();
+  }
+  ContextOfThread(const ContextOfThread&) = delete;
+  ContextOfThread& operator=(const ContextOfThread&) = delete;
+  ~ContextOfThread() { kFree(context_); }
+
+ private:
+  Context* const context_;
+};
+using Compressor = ContextOfThread<ZSTD_CCtx, ZSTD_createCCtx, ZSTD_freeCCtx>;
+using Decompressor = ContextOfThread<ZSTD_DCtx, ZSTD_createDCtx, ZSTD_freeDCtx>;
 
 bool IsRepeated(std::string_view bytes) {
   return bytes.size() > 1 && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;

@@ -77,7 +77,7 @@ void ShowRuns(const SampleRun& records, Direction direction, ScanVisitor& visito
                                       .count = static_cast<std::int64_t>(run.size())});
     if (wants == ScanVisitor::Wants::kStop) return;
     if (wants == ScanVisitor::Wants::kNext) continue;
-    if (!visitor.Take(*run.samples, run.begin, run.end)) return;
+    if (!visitor.Show(*run.samples, run.begin, run.end)) return;
   }
 }
 

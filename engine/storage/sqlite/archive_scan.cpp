@@ -73,7 +73,7 @@ class ArchiveScan {
         {.first_ms = chunk.first_ms, .last_ms = chunk.last_ms, .count = chunk.count});
     if (wants != ScanVisitor::Wants::kRecords) return wants == ScanVisitor::Wants::kNext;
     if (Status status = Load(chunk); !status.ok()) return status;
-    return visitor_.Take(chunk_, 0, chunk_.size());
+    return visitor_.Show(chunk_, 0, chunk_.size());
   }
 
   bool ShowRun(const SampleRun& run) {
@@ -82,7 +82,7 @@ class ArchiveScan {
                                        .last_ms = run.times().back(),
                                        .count = static_cast<std::int64_t>(run.size())});
     if (wants != ScanVisitor::Wants::kRecords) return wants == ScanVisitor::Wants::kNext;
-    return visitor_.Take(*run.samples, run.begin, run.end);
+    return visitor_.Show(*run.samples, run.begin, run.end);
   }
 
   Status Load(const ChunkExtent& chunk) {

@@ -5,15 +5,15 @@
 #include <utility>
 
 #include "engine/assert.h"
+#include "engine/storage/record_batch.h"
 
 namespace zervane::storage {
 namespace {
 
-// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords,
-// or with more bytes of texts than kSpareTextBytes, is rare, and its memory is given back.
+// How many sorted batches leave their memory to those to come. A batch of more than kSpareRecords
+// is rare, and its memory is given back.
 constexpr std::size_t kSpares = 4;
 constexpr std::size_t kSpareRecords = 262'144;
-constexpr std::size_t kSpareTextBytes = 1 << 20;
 
 // The records of a batch go to the ends of as many series as there are tags: the memory of so many
 // of them is on its way at a time.
@@ -33,12 +33,6 @@ bool HasAny(std::span<const std::uint8_t> marks, RecordMark mark) {
   unsigned any = 0;
   for (const std::uint8_t marks_of_one : marks) any |= marks_of_one;
   return (any & mark) != 0;
-}
-
-void Clear(RecordBatch* batch) noexcept {
-  batch->tags.clear();
-  batch->samples.Clear();
-  batch->marks.clear();
 }
 
 // The last of the records that becomes the current value.
@@ -140,10 +134,8 @@ void Pending::SortBatches() {
 }
 
 void Pending::KeepMemory(RecordBatch batch) noexcept {
-  const bool is_large =
-      batch.samples.capacity() > kSpareRecords || batch.samples.texts().size() > kSpareTextBytes;
-  if (is_large) return;
-  Clear(&batch);
+  if (batch.samples.capacity() > kSpareRecords) return;
+  Clear(batch);
   const MutexLock lock(intake_mutex_);
   if (spares_.size() < spares_.capacity()) spares_.push_back(std::move(batch));
 }

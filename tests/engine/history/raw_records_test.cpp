@@ -92,14 +92,14 @@ TEST(RecordReader, TakesNoMoreOfARunThanThereIsRoomFor) {
   const SampleColumns run = TensUpTo(10);
   RecordReader forward(Direction::kForward, 3);
   EXPECT_EQ(forward.Offer({}), ScanVisitor::Wants::kRecords);
-  EXPECT_TRUE(forward.Take(run, 8, 10));
-  EXPECT_FALSE(forward.Take(run, 2, 6));
+  EXPECT_TRUE(forward.Show(run, 8, 10));
+  EXPECT_FALSE(forward.Show(run, 2, 6));
   EXPECT_EQ(forward.Offer({}), ScanVisitor::Wants::kStop);
   EXPECT_THAT(forward.records().times(), ElementsAre(90, 100, 30));
 
   RecordReader backward(Direction::kBackward, 3);
-  EXPECT_TRUE(backward.Take(run, 8, 10));
-  EXPECT_FALSE(backward.Take(run, 2, 6));
+  EXPECT_TRUE(backward.Show(run, 8, 10));
+  EXPECT_FALSE(backward.Show(run, 2, 6));
   EXPECT_THAT(backward.records().times(), ElementsAre(100, 90, 60));
 }
 

@@ -296,7 +296,7 @@ TEST_P(Conformance, StopsAScanWhereTheVisitorDoes) {
       ++offered;
       return wants_;
     }
-    bool Take(const SampleColumns&, std::size_t, std::size_t) override {
+    bool Show(const SampleColumns&, std::size_t, std::size_t) override {
       ++shown;
       return false;
     }

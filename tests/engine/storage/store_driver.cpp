@@ -32,7 +32,7 @@ class Collector : public ScanVisitor {
     return Wants::kRecords;
   }
 
-  bool Take(const SampleColumns& records, std::size_t begin, std::size_t end) override {
+  bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override {
     EXPECT_TRUE(offered_) << "a run was shown that was not wanted";
     offered_ = false;
     EXPECT_EQ(static_cast<std::int64_t>(end - begin), last_->count);
@@ -67,7 +67,7 @@ class Counter : public ScanVisitor {
     total_ += run.count;
     return Wants::kNext;
   }
-  bool Take(const SampleColumns&, std::size_t, std::size_t) override {
+  bool Show(const SampleColumns&, std::size_t, std::size_t) override {
     ADD_FAILURE() << "a run was shown that was not wanted";
     return true;
   }

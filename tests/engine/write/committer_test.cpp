@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/write/record_batch.h"
+#include "engine/storage/record_batch.h"
 #include "tests/engine/short_memory.h"
 #include "tests/engine/write/commit_fixture.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/write/record_batch.h"
+#include "engine/storage/record_batch.h"
 #include "tests/engine/records.h"
 #include "tests/engine/short_memory.h"
 

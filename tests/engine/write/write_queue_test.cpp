@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/write/record_batch.h"
+#include "engine/storage/record_batch.h"
 #include "tests/engine/records.h"
 #include "tests/engine/short_memory.h"
 #include "tests/engine/storage/faulty_store.h"

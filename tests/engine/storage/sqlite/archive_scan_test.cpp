@@ -47,7 +47,7 @@ class Keeper : public ScanVisitor {
     return wants_records_ ? Wants::kRecords : Wants::kNext;
   }
 
-  bool Take(const SampleColumns& records, std::size_t begin, std::size_t end) override {
+  bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override {
     EXPECT_EQ(static_cast<std::int64_t>(end - begin), last_.count);
     EXPECT_EQ(records.times()[begin], last_.first_ms);
     EXPECT_EQ(records.times()[end - 1], last_.last_ms);

@@ -1,9 +1,8 @@
-#include "engine/storage/codec/per_thread.h"
-
 #include <gtest/gtest.h>
 
-#include <atomic>
+#include <cstdint>
 #include <new>
+#include <string>
 #include <thread>
 
 #include "engine/storage/codec/section.h"
@@ -12,53 +11,12 @@
 namespace zervane::storage {
 namespace {
 
-struct Item {
-  static inline std::atomic<int> made = 0;
-  static inline std::atomic<int> freed = 0;
-  static inline bool is_short = false;
-};
-
-Item* MakeItem() {
-  if (Item::is_short) return nullptr;
-  ++Item::made;
-  return new Item;
-}
-void FreeItem(Item* item) {
-  ++Item::freed;
-  delete item;
-}
-using Items = PerThread<Item, MakeItem, FreeItem>;
-
-TEST(PerThread, KeepsOneForEachThreadUntilItEnds) {
-  Item* const mine = Items::Get();
-  EXPECT_EQ(Items::Get(), mine);
-  const int made = Item::made;
-  const int freed = Item::freed;
-  Item* others = nullptr;
-  std::thread([&] {
-    others = Items::Get();
-    EXPECT_EQ(Items::Get(), others);
-  }).join();
-  EXPECT_NE(others, mine);
-  EXPECT_EQ(Item::made, made + 1);
-  EXPECT_EQ(Item::freed, freed + 1);
-}
-
-TEST(PerThread, MayBeAskedAgainOnceThereIsMemory) {
-  std::thread([] {
-    Item::is_short = true;
-    EXPECT_THROW(Items::Get(), std::bad_alloc);
-    Item::is_short = false;
-    EXPECT_NE(Items::Get(), nullptr);
-  }).join();
-}
-
 // Under sanitizers what the compressor asks of malloc does not fail.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 // Compressing is what needs one: in a thread that has none yet, whichever of its requests fails,
 // those of the C library, which notes what a thread is to clean up, among them.
-TEST(PerThread, OfTheCompressorCostsTheCallAloneWhenMemoryIsShort) {
+TEST(Section, CostsTheCallAloneWhenThereIsNoMemoryToCompressIt) {
   int failures = 0;
   for (std::uint64_t nth = 1; nth <= 12; ++nth) {
     std::thread([&] {

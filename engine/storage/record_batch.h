@@ -6,7 +6,7 @@
 
 #include "engine/storage/store.h"
 
-// What the write path does with batches of records.
+// What is done with batches of records on their way.
 namespace zervane {
 
 inline void AddRecord(RecordBatch& records, TagId tag, const Sample& sample, std::uint8_t marks) {
