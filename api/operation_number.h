@@ -22,8 +22,12 @@ enum class OperationNumber : std::uint16_t {
   kCountRecords,
   kReadRecords,
   kReadClock,
+  kCorrectRecord,
+  kInterpolateTag,
+  kInterpolateTags,
+  kCalculateStatistic,
 };
 
-constexpr OperationNumber kLastOperation = OperationNumber::kReadClock;
+constexpr OperationNumber kLastOperation = OperationNumber::kCalculateStatistic;
 
 }  // namespace zervane

@@ -29,6 +29,10 @@ constexpr OperationRow kTable[] = {
     {kCountRecords, "count records", kHistory, AuthorityItem::kRecords, 1, kReads},
     {kReadRecords, "read records", kHistory, AuthorityItem::kRecords, 1, kReads},
     {kReadClock, "read clock", OperationFamily::kSystem, AuthorityItem::kSystem, 0, kReads},
+    {kCorrectRecord, "correct record", kHistory, AuthorityItem::kRecords, 2, kChanges},
+    {kInterpolateTag, "interpolate tag", kHistory, AuthorityItem::kRecords, 1, kReads},
+    {kInterpolateTags, "interpolate tags", kHistory, AuthorityItem::kRecords, 1, kReads},
+    {kCalculateStatistic, "calculate statistic", kHistory, AuthorityItem::kRecords, 1, kReads},
 };
 static_assert(std::size(kTable) == static_cast<std::size_t>(kLastOperation),
               "every number has its row");

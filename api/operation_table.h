@@ -52,6 +52,7 @@ struct OperationList {
 using AllOperations =
     OperationList<AddTag, ModifyTag, DeleteTag, GetTag, GetTagType, FindTagId, GetCatalogueVersion,
                   FindTags, CountTags, ListTags, WriteSamples, ReadCurrent, ReadCurrentValues,
-                  CountRecords, ReadRecords, ReadClock>;
+                  CountRecords, ReadRecords, ReadClock, CorrectRecord, InterpolateTag,
+                  InterpolateTags, CalculateStatistic>;
 
 }  // namespace zervane

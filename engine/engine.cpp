@@ -23,7 +23,8 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
                [this](TagId id) { return SettingsOf(id); }),
       tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
-      records_(*store_, catalogue_.tags(), writes_) {}
+      records_(*store_, catalogue_.tags(), writes_),
+      history_(*store_, catalogue_.tags(), writes_.current_values(), clock_) {}
 
 // The queue's thread uses the other parts.
 Engine::~Engine() { (void)writes_.Close(); }

@@ -12,6 +12,7 @@
 #include "engine/catalogue/filter_settings.h"
 #include "engine/clock.h"
 #include "engine/filters/filter_stage.h"
+#include "engine/history_family.h"
 #include "engine/record_family.h"
 #include "engine/storage/store.h"
 #include "engine/tag_changes.h"
@@ -42,6 +43,8 @@ class Engine final {
       return tag_changes_.Handle(caller, operation);
     } else if constexpr (requires { records_.Handle(caller, operation); }) {
       return records_.Handle(caller, operation);
+    } else if constexpr (requires { history_.Handle(caller, operation); }) {
+      return history_.Handle(caller, operation);
     } else {
       return HandleHere(operation);
     }
@@ -81,6 +84,7 @@ class Engine final {
   CatalogueFamily tags_;
   TagChanges tag_changes_;
   RecordFamily records_;
+  HistoryFamily history_;
 };
 
 }  // namespace zervane

@@ -32,6 +32,10 @@ Result<SampleColumns> RecordFamily::Handle(const Caller&, const ReadRecords& ope
   return ReadRaw(store_, operation.id, operation.range, operation.direction, operation.limit);
 }
 
+Result<Nothing> RecordFamily::Handle(const Caller&, const CorrectRecord&) {
+  return Status(ZR3_ERR_NOT_SUPPORTED, {});
+}
+
 Status RecordFamily::CheckTag(TagId id) const { return tags_.Find(id) ? Status() : NoSuchTag(id); }
 
 ZR3_STATUS RecordFamily::ReadCurrentInto(TagId id, SampleColumns& samples) const {

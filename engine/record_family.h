@@ -28,6 +28,7 @@ class RecordFamily {
                                           const ReadCurrentValues& operation) const;
   Result<std::int64_t> Handle(const Caller& caller, const CountRecords& operation) const;
   Result<SampleColumns> Handle(const Caller& caller, const ReadRecords& operation) const;
+  Result<Nothing> Handle(const Caller& caller, const CorrectRecord& operation);
 
  private:
   // ZR3_ERR_TAG_NOT_FOUND.

@@ -416,6 +416,8 @@ enum {
   X(ZR3_ERR_OUT_OF_ORDER, 119605, "the record is older than the current value")                    \
   X(ZR3_ERR_VALUE_TOO_LONG, 119606, "a STRING has up to 999 bytes, a BLOB up to 1,000")            \
   X(ZR3_ERR_BUFFER_TOO_SMALL, 119607, "the value does not fit the caller's buffer")                \
+  X(ZR3_ERR_INVALID_EXPRESSION, 119608, "the expression does not parse; the log says where")       \
+  X(ZR3_ERR_TOO_FEW_GOOD, 119609, "the share of good data is below the one asked for")             \
   X(ZR3_ERR_SOME_RECORDS_FAILED, 119610, "some records failed, the others were carried out")       \
   X(ZR3_ERR_SOME_INSTANTS_FAILED, 119611, "some instants failed; the per-instant codes tell why")  \
   X(ZR3_ERR_SOME_ALARMS_FAILED, 119624, "some alarm snapshots failed; the per-tag codes tell why") \

@@ -19,6 +19,7 @@
 #include "engine/assert.h"
 #include "engine/storage/codec/text_decoder.h"
 #include "engine/storage/row.h"
+#include "engine/storage/run_statistics.h"
 
 namespace zervane {
 
@@ -73,12 +74,15 @@ struct CommitAnswer {
   Status status;  // why it is not stored
 };
 
-// Some records of one tag, all of one chunk or of what is not in chunks yet, within the range that
-// was asked for.
+// Some records of one tag, all of one chunk or of what is not in chunks yet, or of a group of
+// chunks, within the range that was asked for.
 struct RunSummary {
   std::int64_t first_ms = 0;
   std::int64_t last_ms = 0;
   std::int64_t count = 0;
+  // Null where they are not known, so that whoever wants them has to look at the records. For as
+  // long as Offer runs.
+  const RunStatistics* statistics = nullptr;
 };
 
 // Looks at a tag's records, run by run in the direction's order; runs do not overlap. It asks
@@ -87,7 +91,7 @@ class ScanVisitor {
  public:
   enum class Wants {
     kNext,     // the summary says enough
-    kRecords,  // Show is to be called for this run
+    kRecords,  // Show is to be called for this run; of a group, its runs are offered one by one
     kStop,
   };
 

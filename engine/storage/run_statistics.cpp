@@ -1,0 +1,107 @@
+#include "engine/storage/run_statistics.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+
+#include "engine/assert.h"
+
+namespace zervane {
+namespace {
+
+// A good record and the one behind it, between which the value is known.
+struct Span {
+  RunStatistics::Point from;
+  std::int64_t to_ms = 0;
+  double to_value = 0;
+  bool is_to_good = false;
+};
+
+void AddSpan(const Span& span, RunStatistics& run) {
+  const std::int64_t length_ms = span.to_ms - span.from.time_ms;
+  run.good_ms += length_ms;
+  if (run.course == Course::kNone) return;
+  const bool is_line = run.course == Course::kLine && span.is_to_good;
+  // Halved first: the sum of two doubles may be none.
+  const double height = is_line ? span.from.value / 2 + span.to_value / 2 : span.from.value;
+  run.area.Add(height * static_cast<double>(length_ms));
+}
+
+void AddGood(const RunStatistics::Point& point, RunStatistics& run) {
+  if (run.good++ == 0) run.first_good = point;
+  run.last_good = point;
+  if (run.course == Course::kNone) return;
+  const bool is_only = run.good == 1;
+  run.least = is_only ? point.value : std::min(run.least, point.value);
+  run.greatest = is_only ? point.value : std::max(run.greatest, point.value);
+  run.sum.Add(point.value);
+  const double from_old_mean = point.value - run.mean;
+  run.mean += from_old_mean / static_cast<double>(run.good);
+  run.squares += from_old_mean * (point.value - run.mean);
+}
+
+}  // namespace
+
+double NumberAt(const SampleColumns& samples, std::size_t at) {
+  const std::uint64_t bits = samples.values()[at];
+  switch (samples.types()[at]) {
+    case TagType::kFloat64:
+      return std::bit_cast<double>(bits);
+    case TagType::kFloat32:
+      return std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+    case TagType::kString:
+    case TagType::kBlob:
+      return std::numeric_limits<double>::quiet_NaN();
+    default:
+      return static_cast<std::int32_t>(static_cast<std::uint32_t>(bits));
+  }
+}
+
+RunStatistics StatisticsOf(const SampleColumns& samples, std::size_t begin, std::size_t end) {
+  ZERVANE_ASSERT(begin < end && end <= samples.size());
+  RunStatistics run;
+  run.first_ms = samples.times()[begin];
+  run.last_ms = samples.times()[end - 1];
+  run.count = static_cast<std::int64_t>(end - begin);
+  run.course = CourseOf(samples.types()[begin]);
+  bool was_good = false;
+  for (std::size_t at = begin; at < end; ++at) {
+    const RunStatistics::Point point{samples.times()[at], NumberAt(samples, at)};
+    const bool is_good = IsGoodQuality(samples.qualities()[at]) &&
+                         (run.course == Course::kNone || std::isfinite(point.value));
+    if (was_good) AddSpan({run.last_good, point.time_ms, point.value, is_good}, run);
+    if (is_good) AddGood(point, run);
+    was_good = is_good;
+  }
+  return run;
+}
+
+void Append(RunStatistics& run, const RunStatistics& next) {
+  ZERVANE_ASSERT(run.course == next.course && run.last_ms < next.first_ms);
+  if (run.IsLastGood()) {
+    AddSpan({run.last_good, next.first_ms, next.first_good.value, next.IsFirstGood()}, run);
+  }
+  run.last_ms = next.last_ms;
+  run.count += next.count;
+  run.good_ms += next.good_ms;
+  run.area.Add(next.area);
+  if (next.good == 0) return;
+  if (run.good == 0) {
+    run.first_good = next.first_good;
+    run.least = next.least;
+    run.greatest = next.greatest;
+  }
+  run.last_good = next.last_good;
+  run.least = std::min(run.least, next.least);
+  run.greatest = std::max(run.greatest, next.greatest);
+  run.sum.Add(next.sum);
+  const auto good = static_cast<double>(run.good);
+  const auto more = static_cast<double>(next.good);
+  const double apart = next.mean - run.mean;
+  run.mean += apart * (more / (good + more));
+  run.squares += next.squares + apart * apart * (good * more / (good + more));
+  run.good += next.good;
+}
+
+}  // namespace zervane
