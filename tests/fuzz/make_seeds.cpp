@@ -11,7 +11,7 @@
 #include "tests/engine/storage/codec/codec_format_1_cases.h"
 
 // Writes the inputs that a fuzzer starts from, into FOLDER/<target>/: blocks of the records that
-// the suites of the codecs use.
+// the suites of the codecs use, and expressions.
 namespace zervane::storage {
 namespace {
 
@@ -106,6 +106,31 @@ Blocks Entries() {
   return blocks;
 }
 
+// Of every kind of operator, function and operand, and of texts that are none.
+Blocks Expressions() {
+  return {{"limits", "value > 50 && quality >= 192"},
+          {"or", "value<-1||value!=value||0"},
+          {"choice", "quality < 192 ? 0 : time > 1.7e9 ? 1 : 'LIC 7.SP' <= 3"},
+          {"precedence", "-2^2 + 3 * 4 / 5 - 6 == 7 >= +8"},
+          {"exponents", "2^-1^.5 + 3.^2 + 1.5E+2 + 4.9e-324"},
+          {"circle", "sin(_pi)*cos(1)+tan(1)+asin(1)+acos(1)+atan(1)+atan2(1,-2)"},
+          {"hyperbolas", "sinh(1)+cosh(1)+tanh(1)+asinh(1)+acosh(_e)+atanh(.5)"},
+          {"logarithms", "exp(1)+ln(2)+log(3)+log2(4)+log10(5)+sqrt(6)+cbrt(7)"},
+          {"steps", "abs(-1)+sign(value)+rint(2.5)+floor(1.5)+ceil(1.5)+trunc(-1.5)"},
+          {"lists", "min(1, value)+max(time)+sum(1,2,3)+avg(1,2,3,4)"},
+          {"tags", "'FIC101.PV' * 'it''s' - '\xc3\xa9'"},
+          {"brackets", "(((value)))/((0))"},
+          {"blanks", " \t( 1 )\r\n+ avg ( 1 , 2 ) "},
+          {"64-deep", std::string(64, '(') + "1" + std::string(64, ')')},
+          {"65-deep", std::string(65, '-') + "1"},
+          {"511-bytes", "1" + std::string(510, ' ')},
+          {"512-bytes", "1" + std::string(511, ' ')},
+          {"unknown-word", "value > limit"},
+          {"open-bracket", "max(1, (2"},
+          {"open-quote", "1 + 'FIC"},
+          {"out-of-range", "1e309 + 1e-400"}};
+}
+
 bool WriteAll(const std::filesystem::path& folder, const Blocks& blocks) {
   std::filesystem::create_directories(folder);
   for (const auto& [name, bytes] : blocks) {
@@ -121,6 +146,7 @@ bool WriteSeeds(const std::filesystem::path& folder) {
          WriteAll(folder / "batch_block", Batches()) &&
          WriteAll(folder / "batch_sealed", Batches()) &&
          WriteAll(folder / "entry_sealed", Entries()) &&
+         WriteAll(folder / "expression", Expressions()) &&
          WriteAll(folder / "records_to_chunks", Batches());
 }
 

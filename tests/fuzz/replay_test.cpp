@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/fuzz/support.h"
+#include "tests/fuzz/target.h"
 
-namespace zervane::storage {
+namespace zervane {
 namespace {
 
 std::vector<std::filesystem::path> Inputs() {
@@ -36,4 +36,4 @@ TEST(Corpus, IsReplayedWithoutAFault) {
 }
 
 }  // namespace
-}  // namespace zervane::storage
+}  // namespace zervane

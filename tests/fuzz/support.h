@@ -8,12 +8,9 @@
 
 #include "engine/storage/codec/block.h"
 #include "engine/storage/store.h"
+#include "tests/fuzz/target.h"
 
-// What the fuzz targets share. Each defines LLVMFuzzerTestOneInput, which takes any bytes and ends
-// the process when something is wrong with what came of them.
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
+// What the targets of the decoders share.
 namespace zervane::storage {
 
 inline std::string_view AsBytes(const std::uint8_t* data, std::size_t size) {

@@ -39,7 +39,7 @@ struct TagName : pegtl::star<pegtl::sor<pegtl::two<'\''>, pegtl::not_one<'\''>>>
 struct Tag : pegtl::seq<Quote, TagName, Quote> {};
 struct EndlessTag : Quote {};
 
-struct CallBegin : pegtl::seq<pegtl::identifier, Symbol<'('>> {};
+struct CallBegin : pegtl::seq<pegtl::identifier, Blanks, Symbol<'('>> {};
 struct ArgumentEnd : pegtl::success {};
 struct Argument : pegtl::seq<Conditional, ArgumentEnd> {};
 struct Arguments : pegtl::list<Argument, Symbol<','>> {};

@@ -34,7 +34,7 @@ struct ParsedExpression {
   std::vector<TagMention> mentions;
 };
 
-// Makes a program of an expression. Any bytes may come:
+// Makes a program of an expression; docs/expressions.md has the language. Any bytes may come:
 // ZR3_ERR_INVALID_EXPRESSION has in its message where the text is wrong, and why.
 Result<ParsedExpression> ParseExpression(std::string_view text, const ExpressionWords& words);
 
