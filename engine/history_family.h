@@ -5,6 +5,7 @@
 #include "engine/catalogue/tag_index.h"
 #include "engine/clock.h"
 #include "engine/current/current_values.h"
+#include "engine/history/points.h"
 #include "engine/storage/store.h"
 
 namespace zervane {
@@ -22,6 +23,9 @@ class HistoryFamily {
   Result<double> Handle(const Caller& caller, const CalculateStatistic& operation) const;
 
  private:
+  // ZR3_ERR_TAG_NOT_FOUND, or the status of the store.
+  Result<TagPoints> ReadPoints(TagId id) const;
+
   Store& store_;
   const TagIndex& tags_;
   const CurrentValues& current_values_;

@@ -18,6 +18,8 @@ class LicensesTest {
     "gcc, GCC Runtime Library Exception",
     "GPL-3, GNU GENERAL PUBLIC LICENSE",
     "libdeflate, Permission is hereby granted",
+    "pegtl, Permission is hereby granted",
+    "protozero, Redistribution and use in source and binary forms",
     "spdlog, Permission is hereby granted",
     "sqlite3, put on the public domain",
     "zstd, Redistribution and use in source and binary forms"
