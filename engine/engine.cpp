@@ -23,7 +23,7 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
                [this](TagId id) { return SettingsOf(id); }),
       tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
-      records_(*store_, catalogue_.tags(), writes_),
+      records_(*store_, catalogue_.tags(), writes_, [this](TagId id) { return ClassOf(id); }),
       history_(*store_, catalogue_.tags(), writes_.current_values(), clock_) {}
 
 // The queue's thread uses the other parts.
@@ -33,6 +33,11 @@ std::optional<FilterSettings> Engine::SettingsOf(TagId id) const {
   const Result<Tag> tag = catalogue_.Find(id);
   if (!tag.ok()) return std::nullopt;
   return FilterSettingsOf(*tag);
+}
+
+std::int32_t Engine::ClassOf(TagId id) const {
+  const Result<Tag> tag = catalogue_.Find(id);
+  return tag.ok() ? tag->tag_class : std::int32_t{ZR3_TAG_CLASS_BASIC};
 }
 
 Status Engine::Start(const WriteQueue::Limits& limits) {

@@ -2,8 +2,12 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <optional>
+
 #include "engine/catalogue/rules.h"
 #include "engine/history/raw_records.h"
+#include "engine/storage/record_batch.h"
+#include "engine/write/acceptance.h"
 
 namespace zervane {
 
@@ -32,8 +36,49 @@ Result<SampleColumns> RecordFamily::Handle(const Caller&, const ReadRecords& ope
   return ReadRaw(store_, operation.id, operation.range, operation.direction, operation.limit);
 }
 
-Result<Nothing> RecordFamily::Handle(const Caller&, const CorrectRecord&) {
-  return Status(ZR3_ERR_NOT_SUPPORTED, {});
+Result<Nothing> RecordFamily::Handle(const Caller&, const CorrectRecord& operation) {
+  const auto plan = [&](Turn&, StoreBatch& batch) { return PlanCorrection(operation, batch); };
+  if (Status status = writes_.Change(plan, [](Turn&) {}); !status.ok()) return status;
+  return Nothing{};
+}
+
+Status RecordFamily::PlanCorrection(const CorrectRecord& operation, StoreBatch& batch) const {
+  if (Status status = CheckCorrection(operation); !status.ok()) return status;
+  const Result<std::uint8_t> places = PlacesAt(operation.id, operation.sample.time_ms);
+  if (!places.ok()) return places.status();
+  if (*places == 0) {
+    return {ZR3_ERR_NO_RECORD,
+            fmt::format("tag {} at {} ms", operation.id, operation.sample.time_ms)};
+  }
+  AddRecord(batch.records, operation.id, operation.sample, *places);
+  return {};
+}
+
+// Within the turn, for until then the tag may go or change.
+Status RecordFamily::CheckCorrection(const CorrectRecord& operation) const {
+  const std::optional<TagTraits> traits = tags_.Find(operation.id);
+  if (!traits) return NoSuchTag(operation.id);
+  const std::int32_t tag_class = class_of_(operation.id);
+  if (tag_class != ZR3_TAG_CLASS_BASIC) {
+    return {ZR3_ERR_INVALID_TAG_CLASS,
+            fmt::format("tag {} of class {} has records of its own", operation.id, tag_class)};
+  }
+  const ZR3_STATUS code = JudgeSample(operation.sample, traits);
+  if (code == ZR3_OK) return {};
+  return {code, fmt::format("tag {} at {} ms", operation.id, operation.sample.time_ms)};
+}
+
+Result<std::uint8_t> RecordFamily::PlacesAt(TagId id, std::int64_t time_ms) const {
+  std::uint8_t places = 0;
+  if (writes_.current_values().TimeOf(id) == time_ms) places |= kCurrent;
+  const Result<std::optional<Sample>> held = store_.ReadHeld(id);
+  if (!held.ok()) return held.status();
+  if (*held && (*held)->time_ms == time_ms) places |= kHeld;
+  const Result<std::int64_t> archived =
+      CountRaw(store_, id, {.from_ms = time_ms, .to_ms = time_ms});
+  if (!archived.ok()) return archived.status();
+  if (*archived > 0) places |= kArchive;
+  return places;
 }
 
 Status RecordFamily::CheckTag(TagId id) const { return tags_.Find(id) ? Status() : NoSuchTag(id); }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <utility>
 
 #include "api/caller.h"
 #include "api/operations/history.h"
@@ -16,8 +18,11 @@ namespace zervane {
 // Threads: any.
 class RecordFamily {
  public:
-  RecordFamily(Store& store, const TagIndex& tags, WritePath& writes)
-      : store_(store), tags_(tags), writes_(writes) {}
+  // The class of a tag (ZR3_TAG_CLASS_...) that is there.
+  using ClassLookup = std::function<std::int32_t(TagId)>;
+
+  RecordFamily(Store& store, const TagIndex& tags, WritePath& writes, ClassLookup class_of)
+      : store_(store), tags_(tags), writes_(writes), class_of_(std::move(class_of)) {}
 
   Result<WriteSamples::Reply> Handle(const Caller& caller, const WriteSamples& operation) {
     return writes_.Write(caller, operation);
@@ -28,6 +33,7 @@ class RecordFamily {
                                           const ReadCurrentValues& operation) const;
   Result<std::int64_t> Handle(const Caller& caller, const CountRecords& operation) const;
   Result<SampleColumns> Handle(const Caller& caller, const ReadRecords& operation) const;
+  // In its turn, after all that was queued before.
   Result<Nothing> Handle(const Caller& caller, const CorrectRecord& operation);
 
  private:
@@ -36,9 +42,17 @@ class RecordFamily {
   // Adds the tag's value to the samples, or any one when it has none, which its status says.
   ZR3_STATUS ReadCurrentInto(TagId id, SampleColumns& samples) const;
 
+  // Adds the corrected record to the batch, marked for all places where the tag has one of its
+  // time.
+  Status PlanCorrection(const CorrectRecord& operation, StoreBatch& batch) const;
+  Status CheckCorrection(const CorrectRecord& operation) const;
+  // The marks of these places; none when there is no such record.
+  Result<std::uint8_t> PlacesAt(TagId id, std::int64_t time_ms) const;
+
   Store& store_;
   const TagIndex& tags_;
   WritePath& writes_;
+  const ClassLookup class_of_;
 };
 
 }  // namespace zervane

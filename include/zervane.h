@@ -272,23 +272,62 @@ int32 ar3_query_raw_records(uint32 nTagID, const ZR3TimeRegion* pRegion, int32* 
 int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8 bBackward,
                                      int32* pNum, ZR3Record* pRecords);
 
-/* Computes the values of a tag at the instants that the records' times give.
- * ZR3_ERR_SOME_INSTANTS_FAILED when some could not be computed; the codes tell which. */
+/* Computes the values of a tag at nNum instants (at most 10,000,000, else ZR3_ERR_INVALID_COUNT),
+ * which come in any order, the same one more than once if need be.
+ *
+ * In: the records' times alone, and for STRING and BLOB strBlob with a buffer and its capacity;
+ * nTagType is not looked at. Out: of an instant with a value the whole record, its time unchanged;
+ * of another nothing. A good record at exactly the instant is the answer, of its own quality. Else
+ * the value is that of the last good record before it or, in mode LINEAR and for numbers, on the
+ * line from there to the first good one after it, whole numbers rounded, halves away from zero; the
+ * quality is 192, or 88 (uncertain) where a record that is not good was passed over. What filters
+ * hold back counts as if it were archived.
+ *
+ * ZR3_ERR_SOME_INSTANTS_FAILED when some have no value, all of them included; the codes tell which:
+ * ZR3_ERR_NO_RECORD (no good record at the instant or before it, or the instant is later than both
+ * the database's clock and the tag's newest record), ZR3_ERR_INVALID_TIME, ZR3_ERR_TYPE_MISMATCH
+ * (STRING or BLOB without a buffer), ZR3_ERR_BUFFER_TOO_SMALL. ZR3_ERR_TAG_NOT_FOUND,
+ * ZR3_ERR_INVALID_ARGUMENT for another mode, ZR3_ERR_STORAGE_...: then nothing is written. */
 int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 nTagID, int32 nNum,
                                        ZR3Record* pRecords, int32* pErrCodes);
 
-/* The same with a tag for each instant. */
+/* The same with a tag for each instant, whose code may be ZR3_ERR_TAG_NOT_FOUND, or a
+ * ZR3_ERR_STORAGE_... status where its records cannot be read. */
 int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int32 nNum,
                                             const uint32* pTagIDs, ZR3Record* pRecords,
                                             int32* pErrCodes);
 
-/* Replaces quality and value of the archived record that stands at exactly the record's time.
- * ZR3_ERR_NO_RECORD. */
+/* Replaces quality and value of the record that a point tag has at exactly the record's time, in
+ * the archive, among what its filters hold back, and as the current value; durable once answered.
+ * It comes after all that was written before it, queued records too. Time 0.0 is the first instant,
+ * not the clock. Of what was computed from the record before, nothing changes.
+ *
+ * ZR3_ERR_NO_RECORD when there is none; ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TAG_CLASS,
+ * ZR3_ERR_TYPE_MISMATCH, ZR3_ERR_INVALID_TIME, ZR3_ERR_VALUE_TOO_LONG, ZR3_ERR_INVALID_TEXT,
+ * ZR3_ERR_STORAGE_.... */
 int32 ar3_modify_record(uint32 nTagID, const ZR3Record* pRecord);
 
 /* ==== st3: statistics and statistics tags ==== */
 
-/* Computes one statistic of a tag's archived values over the regions of *pParam into *pValue. */
+/* Computes one statistic of a tag's records over the regions of *pParam into *pValue; what filters
+ * hold back counts as if it were archived. docs/statistics.md has every formula.
+ *
+ * pTimeRegions: nTimeRegionNum of them, 1 to 100,000, ascending and not overlapping; an end belongs
+ * to its region when its flag is not 0. fPercentGood: 0 to 100, the least share of good time, 0 for
+ * any. nSampleType: the records themselves, or values computed at the left end plus nOffset seconds
+ * (0 or more) and then every nPeriod seconds (1 or more), at most 10,000,000 of them. szFilterExpr:
+ * an expression over value, quality and time (seconds) that drops records where it is 0; empty for
+ * none. nFilterFailMode: what becomes of a record for which it has no finite value. dExtParam1 and
+ * dExtParam2: the limits of the statistics that have some. bUseBadValue: not 0 has records of bad
+ * quality count, too. Sums of time are in seconds, integrals in units times seconds.
+ *
+ * ZR3_ERR_NO_RECORD when there is nothing to compute from; counts, times and the share of good are
+ * then 0. ZR3_ERR_TOO_FEW_GOOD below fPercentGood. ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_COUNT;
+ * ZR3_ERR_INVALID_TIME; ZR3_ERR_INVALID_REGION for regions reversed, empty, overlapping or out of
+ * order; ZR3_ERR_INVALID_ARGUMENT for an enumeration or a number outside its range;
+ * ZR3_ERR_INVALID_TEXT and ZR3_ERR_INVALID_EXPRESSION for a filter that is no text, or no
+ * expression; ZR3_ERR_TYPE_MISMATCH for a statistic that STRING and BLOB have not;
+ * ZR3_ERR_STORAGE_.... *pValue is then as it was. */
 int32 st3_tag_stats_calc(uint32 nTagID, const ZR3StRelatedParam* pParam, float64* pValue);
 
 /* Creates, changes and reads a statistics tag, as pt3_add_tag, pt3_modify_tag_prop and

@@ -2,18 +2,26 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <vector>
 
 #include "engine/assert.h"
 #include "vask/api.h"
+#include "vask/batch.h"
 #include "vask/call.h"
 #include "vask/records.h"
 
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 using zervane::Call;
+using zervane::CorrectRecord;
 using zervane::CountRecords;
 using zervane::Direction;
+using zervane::Interpolated;
+using zervane::InterpolateTag;
+using zervane::InterpolateTags;
+using zervane::InterpolationMode;
 using zervane::ReadRecords;
 using zervane::Result;
 using zervane::SampleColumns;
@@ -22,12 +30,11 @@ using zervane::StandardText;
 using zervane::Status;
 using zervane::TagId;
 using zervane::TimeRange;
-using zervane::Unsupported;
 
 namespace {
 
-constexpr ZR3_REC_INTERP_QUERY_MODE kFirstMode = ZR3_REC_INTERP_QUERY_MODE_LINEAR;
-constexpr ZR3_REC_INTERP_QUERY_MODE kLastMode = ZR3_REC_INTERP_QUERY_MODE_PREV;
+// Of one call; as many take some hundred megabytes.
+constexpr int32 kMaxInstants = 10'000'000;
 
 // *num: in, the capacity of `records`; out, how many were filled. Whether a record has a buffer is
 // told by the buffer alone here.
@@ -45,6 +52,37 @@ Status ReadArchive(Session& session, TagId id, TimeRange range, Direction direct
   }
   *num = static_cast<int32>(samples->size());
   return {};
+}
+
+// What every query at instants is checked for, once its pointers and counts are.
+Arguments& CheckInstants(Arguments& arguments, int32 count, ZR3_REC_INTERP_QUERY_MODE mode) {
+  return arguments.InRange(count, 0, kMaxInstants, ZR3_ERR_INVALID_COUNT)
+      .InRange(mode, ZR3_REC_INTERP_QUERY_MODE_LINEAR, ZR3_REC_INTERP_QUERY_MODE_PREV);
+}
+
+// The times of the records; kNoTime for one that is none, so that the database says so of it.
+std::vector<std::int64_t> InstantsOf(const ZR3Record* records, int32 count) {
+  std::vector<std::int64_t> times;
+  times.reserve(static_cast<std::size_t>(count));
+  for (int32 i = 0; i < count; ++i) {
+    const Result<std::int64_t> time_ms = zervane::ReadTime(records[i].nSec, records[i].nMsec);
+    times.push_back(time_ms.ok() ? *time_ms : zervane::kNoTime);
+  }
+  return times;
+}
+
+// Fills the records of the instants that have a value. The others stay as they are.
+Status FillInstants(const Result<Interpolated>& values, int32 count, ZR3Record* records,
+                    int32* codes) {
+  if (!values.ok()) return values.status();
+  ZERVANE_ASSERT(values->codes.size() == static_cast<std::size_t>(count));
+  ZERVANE_ASSERT(values->samples.size() == values->codes.size());
+  StandardText& texts = zervane::TextsOfThisThread();
+  return zervane::ForEach(count, codes, ZR3_ERR_SOME_INSTANTS_FAILED, [&](int32 i) -> Status {
+    const auto at = static_cast<std::size_t>(i);
+    if (values->codes[at] != ZR3_OK) return {values->codes[at], {}};
+    return zervane::FillRecord(zervane::ViewOf(values->samples, at), texts, &records[i]);
+  });
 }
 
 }  // namespace
@@ -85,23 +123,36 @@ int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8
   });
 }
 
-int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 /*nTagID*/,
-                                       int32 nNum, ZR3Record* pRecords, int32* /*pErrCodes*/) {
-  return Unsupported(__func__,
-                     Arguments().Batch(nNum, pRecords).InRange(nMode, kFirstMode, kLastMode));
+int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 nTagID, int32 nNum,
+                                       ZR3Record* pRecords, int32* pErrCodes) {
+  Arguments arguments = Arguments().Batch(nNum, pRecords);
+  return Call(__func__, CheckInstants(arguments, nNum, nMode), [&](Session& session) -> Status {
+    if (nNum == 0) return {};
+    return FillInstants(session.Do(InterpolateTag{.id = nTagID,
+                                                  .mode = static_cast<InterpolationMode>(nMode),
+                                                  .times_ms = InstantsOf(pRecords, nNum)}),
+                        nNum, pRecords, pErrCodes);
+  });
 }
 
 int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int32 nNum,
                                             const uint32* pTagIDs, ZR3Record* pRecords,
-                                            int32* /*pErrCodes*/) {
-  return Unsupported(
-      __func__, Arguments().Batch(nNum, pTagIDs, pRecords).InRange(nMode, kFirstMode, kLastMode));
+                                            int32* pErrCodes) {
+  Arguments arguments = Arguments().Batch(nNum, pTagIDs, pRecords);
+  return Call(__func__, CheckInstants(arguments, nNum, nMode), [&](Session& session) -> Status {
+    if (nNum == 0) return {};
+    return FillInstants(session.Do(InterpolateTags{.mode = static_cast<InterpolationMode>(nMode),
+                                                   .ids = {pTagIDs, pTagIDs + nNum},
+                                                   .times_ms = InstantsOf(pRecords, nNum)}),
+                        nNum, pRecords, pErrCodes);
+  });
 }
 
-int32 ar3_modify_record(uint32 /*nTagID*/, const ZR3Record* pRecord) {
-  return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session&) -> Status {
-    SampleColumns sample;
-    const Status read = zervane::AddRecord(*pRecord, zervane::TextsOfThisThread(), &sample);
-    return read.ok() ? Status(ZR3_ERR_NOT_SUPPORTED, {}) : read;
+int32 ar3_modify_record(uint32 nTagID, const ZR3Record* pRecord) {
+  return Call(__func__, ArgumentsWithTexts().Given(pRecord), [&](Session& session) -> Status {
+    SampleColumns samples;
+    Status read = zervane::AddRecord(*pRecord, zervane::TextsOfThisThread(), &samples);
+    if (!read.ok()) return read;
+    return session.Do(CorrectRecord{.id = nTagID, .sample = samples.At(0)}).status();
   });
 }

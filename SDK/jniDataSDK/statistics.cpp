@@ -14,9 +14,10 @@ namespace {
 
 // Which ends belong to the interval.
 enum class Ends {
-  kUnassigned,  // kept: the two flags stay as malloc returned them.
+  // kept: both ends count for getTagMax, getTagMin and getTagPercentGood, too, though none of their
+  // arguments says so; left unset, one and the same call could answer now this, now that.
   kBothClosed,
-  kLeftClosed
+  kLeftClosed,
 };
 
 // Parameters of raw samples over one region; everything else is 0.
@@ -41,10 +42,8 @@ jint Calculate(JNIEnv* env, jint tag_id, ZR3StRelatedParam* param, jobject start
   const auto region = MallocArray<ZR3TimeRegion>(1);
   region[0].left = left;
   region[0].right = right;
-  if (ends != Ends::kUnassigned) {
-    region[0].bLeftClosed = 1;
-    region[0].bRightClosed = ends == Ends::kBothClosed ? 1 : 0;
-  }
+  region[0].bLeftClosed = 1;
+  region[0].bRightClosed = ends == Ends::kBothClosed ? 1 : 0;
   param->nTimeRegionNum = 1;
   param->pTimeRegions = region.get();
   float64 value = 0;
@@ -65,13 +64,13 @@ ZR_NATIVE(jint, getTagMean)
 ZR_NATIVE(jint, getTagMax)
 (JNIEnv* env, jclass, jint tag_id, jobject start, jobject end, jfloat percent_good, jobject value) {
   ZR3StRelatedParam param = Parameters(ZR3_STATS_TYPE_MAX, percent_good);
-  return Calculate(env, tag_id, &param, start, end, Ends::kUnassigned, value);
+  return Calculate(env, tag_id, &param, start, end, Ends::kBothClosed, value);
 }
 
 ZR_NATIVE(jint, getTagMin)
 (JNIEnv* env, jclass, jint tag_id, jobject start, jobject end, jfloat percent_good, jobject value) {
   ZR3StRelatedParam param = Parameters(ZR3_STATS_TYPE_MIN, percent_good);
-  return Calculate(env, tag_id, &param, start, end, Ends::kUnassigned, value);
+  return Calculate(env, tag_id, &param, start, end, Ends::kBothClosed, value);
 }
 
 ZR_NATIVE(jint, getTagSum)
@@ -83,7 +82,7 @@ ZR_NATIVE(jint, getTagSum)
 ZR_NATIVE(jint, getTagPercentGood)
 (JNIEnv* env, jclass, jint tag_id, jobject start, jobject end, jobject value) {
   ZR3StRelatedParam param = Parameters(ZR3_STATS_TYPE_PCT_GOOD, 0);
-  return Calculate(env, tag_id, &param, start, end, Ends::kUnassigned, value);
+  return Calculate(env, tag_id, &param, start, end, Ends::kBothClosed, value);
 }
 
 // Any statistic, of samples that a filter may choose. Nothing is checked here.

@@ -28,12 +28,7 @@ class InstantReader : public ScanVisitor {
 
 // What a store holds was accepted once.
 Status CheckHeld(TagId tag, const Sample& held, const std::optional<TagTraits>& traits) {
-  SampleColumns columns;
-  columns.Add(held);
-  const bool has_kind =
-      CheckValue(held.type, held.value) != ValueFault::kWrongType;  // which columns do not keep
-  const ZR3_STATUS code =
-      has_kind ? JudgeStored(columns, 0, traits) : ZR3_STATUS{ZR3_ERR_TYPE_MISMATCH};
+  const ZR3_STATUS code = JudgeSample(held, traits);
   if (code == ZR3_OK) return {};
   return {ZR3_ERR_STORAGE_DAMAGED,
           fmt::format("what the store holds back of tag {}: {}", tag, zr3_status_text(code))};
@@ -59,20 +54,21 @@ Status FilterStage::Process(Turn& turn, const StagedRecords& group, StoreBatch& 
 
 Status FilterStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch& batch) {
   turn.AssertHeld();
-  if (!HasFilters(tag)) return {};
-  const Result<std::size_t> trial_at = Try(tag, batch);
-  if (!trial_at.ok()) return trial_at.status();
-  Trial& trial = trials_[*trial_at];
-  trial.filter.Release(released_);
-  ArchiveReleased(tag, batch);
-  trial.ends = true;
-  return {};
+  return HasFilters(tag) ? EndFilters(tag, batch) : Status();
 }
 
 Status FilterStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch&) {
   turn.AssertHeld();
   removed_.push_back(tag);
   return {};
+}
+
+Status FilterStage::PrepareRecord(Turn& turn, TagId tag, std::int64_t time_ms, std::uint8_t* marks,
+                                  StoreBatch& batch) {
+  turn.AssertHeld();
+  if (!HasFilters(tag) || !MattersToFilters(tag, time_ms, *marks)) return {};
+  *marks = static_cast<std::uint8_t>((*marks & ~kHeld) | kArchive);
+  return EndFilters(tag, batch);
 }
 
 void FilterStage::Keep(Turn& turn) noexcept {
@@ -98,6 +94,24 @@ void FilterStage::Discard(Turn& turn) noexcept {
 bool FilterStage::HasFilters(TagId tag) const {
   const std::optional<TagTraits> traits = tags_.Find(tag);
   return traits && traits->filtered;
+}
+
+// Without filters in memory, what the store holds back and the current value are all that they
+// would be made from.
+bool FilterStage::MattersToFilters(TagId tag, std::int64_t time_ms, std::uint8_t marks) const {
+  const auto entry = entries_.find(tag);
+  if (entry == entries_.end() || !entry->second.filter) return (marks & (kHeld | kCurrent)) != 0;
+  return time_ms >= entry->second.filter->last_archived_ms();
+}
+
+Status FilterStage::EndFilters(TagId tag, StoreBatch& batch) {
+  const Result<std::size_t> trial_at = Try(tag, batch);
+  if (!trial_at.ok()) return trial_at.status();
+  Trial& trial = trials_[*trial_at];
+  trial.filter.Release(released_);
+  ArchiveReleased(tag, batch);
+  trial.ends = true;
+  return {};
 }
 
 Status FilterStage::Filter(const StagedRecords& group, std::uint32_t at, StoreBatch& batch) {

@@ -25,7 +25,8 @@ namespace zervane {
 // the store holds back, and starts anew from the current value.
 //
 // Before a change of a tag's properties all that its filters hold is archived, in the same batch:
-// the tag may have none afterwards.
+// the tag may have none afterwards. So it is when the record from which they judge, or one that
+// they hold, is replaced: the next record starts them anew from the current value.
 class FilterStage final : public Stage {
  public:
   // The settings of a tag; none when there is no such tag.
@@ -39,6 +40,10 @@ class FilterStage final : public Stage {
   Status Process(Turn& turn, const StagedRecords& group, StoreBatch& batch) override;
   Status PrepareTagChange(Turn& turn, TagId tag, StoreBatch& batch) override;
   Status PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& batch) override;
+  // An older record than the newest archived one means nothing to the filters. Any other is
+  // archived behind all that they hold.
+  Status PrepareRecord(Turn& turn, TagId tag, std::int64_t time_ms, std::uint8_t* marks,
+                       StoreBatch& batch) override;
   void Keep(Turn& turn) noexcept override;
   void Discard(Turn& turn) noexcept override;
 
@@ -60,6 +65,11 @@ class FilterStage final : public Stage {
   };
 
   bool HasFilters(TagId tag) const;
+  // Whether a record of that time and these marks, one of those that the database has, is what the
+  // tag's filters hold or judge from.
+  bool MattersToFilters(TagId tag, std::int64_t time_ms, std::uint8_t marks) const;
+  // Archives all that the tag's filters hold, and forgets them.
+  Status EndFilters(TagId tag, StoreBatch& batch);
   Status Filter(const StagedRecords& group, std::uint32_t at, StoreBatch& batch);
   static void MarkHeld(const StagedRecords& group, std::uint32_t at, Filtered filtered,
                        Trial& trial);

@@ -45,6 +45,10 @@ class RecordFilter {
   // Whether compression holds a record: the last one that was Filtered::kHeld.
   bool HoldsOne() const { return door_.held().has_value(); }
 
+  // The time of the newest record that has entered the archive, from which the filters judge; all
+  // that they hold is newer. kNoTime before the first.
+  std::int64_t last_archived_ms() const { return door_.last_archived().time_ms; }
+
  private:
   const Point& Newest() const;
   bool AlwaysPasses(const Sample& sample, const Point& point) const;

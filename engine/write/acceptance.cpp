@@ -16,4 +16,13 @@ ZR3_STATUS StatusOf(ValueFault fault) {
   return ZR3_ERR_INTERNAL;
 }
 
+ZR3_STATUS JudgeSample(const Sample& sample, const std::optional<TagTraits>& tag) {
+  if (!tag) return ZR3_ERR_TAG_NOT_FOUND;
+  // Columns do not keep the kind of a value.
+  if (CheckValue(sample.type, sample.value) == ValueFault::kWrongType) return ZR3_ERR_TYPE_MISMATCH;
+  SampleColumns columns;
+  columns.Add(sample);
+  return JudgeStored(columns, 0, tag);
+}
+
 }  // namespace zervane

@@ -59,4 +59,7 @@ inline ZR3_STATUS JudgeStored(const SampleColumns& samples, std::size_t at,
   return JudgeRecord({samples, at, samples.times()[at]}, tag, kNoTime, WriteOrder::kAnyOrder);
 }
 
+// The same of a sample by itself, whose value may be of another kind than its type's.
+ZR3_STATUS JudgeSample(const Sample& sample, const std::optional<TagTraits>& tag);
+
 }  // namespace zervane

@@ -16,6 +16,16 @@ using Fate = CommitAnswer::Fate;
 // Without a text, which could fail: it is answered where nothing may.
 Status StorageLost() noexcept { return {ZR3_ERR_STORAGE_FAILED, {}}; }
 
+// For each record of a change whether it becomes current.
+std::vector<std::uint8_t> AreCurrent(const RecordBatch& planned) {
+  std::vector<std::uint8_t> are_current;
+  are_current.reserve(planned.size());
+  for (const std::uint8_t marks : planned.marks) {
+    are_current.push_back((marks & kCurrent) != 0 ? 1 : 0);
+  }
+  return are_current;
+}
+
 }  // namespace
 
 // The stages' work on one batch: it is discarded unless it was kept.
@@ -82,10 +92,13 @@ Status Committer::Change(Turn& turn, const Plan& plan, const Adopt& adopt) {
   StagedWork work(stages_, turn);
   BeginBatch();
   if (Status status = plan(turn, batch_); !status.ok()) return status;
+  RecordBatch planned;
+  if (!batch_.records.empty()) Exchange(planned, batch_.records);
   if (Status status = PrepareTags(turn); !status.ok()) return status;
+  if (Status status = PrepareRecords(turn, planned); !status.ok()) return status;
+  const CommittedGroupPtr news = MakeNews(planned, AreCurrent(planned));
+  AddRange(batch_.records, planned, 0, planned.size());
   PrepareCurrent(turn, batch_.records, CurrentInBatch());
-  const std::vector<std::uint8_t> was_newest(batch_.records.size(), 0);
-  const CommittedGroupPtr news = MakeNews(batch_.records, was_newest);
   const bool commits = !ChangesNothing();
   if (commits) {
     CommitAnswer answer = CommitBatch(turn);
@@ -155,6 +168,18 @@ Status Committer::PrepareTags(Turn& turn) {
       if (!status.ok()) return status;
     }
     if (is_removed && !Empties(tag)) batch_.emptied.push_back(tag);
+  }
+  return {};
+}
+
+Status Committer::PrepareRecords(Turn& turn, RecordBatch& planned) {
+  for (std::size_t at = 0; at < planned.size(); ++at) {
+    for (Stage* stage : stages_) {
+      Status status =
+          stage->PrepareRecord(turn, planned.tags[at], std::as_const(planned.samples).times()[at],
+                               &planned.marks[at], batch_);
+      if (!status.ok()) return status;
+    }
   }
   return {};
 }

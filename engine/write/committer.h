@@ -50,10 +50,10 @@ class Committer {
 
   // Carries out a change of the store: what the plan says and what stages add to it, or nothing.
   //
-  // Stages hear of every tag whose row it puts or removes; with its row a tag's records go. The
-  // current values follow by themselves: those of the batch's records that are marked, and those of
-  // emptied tags. A plan that changes nothing needs no commit. REQUIRES that no marked record of
-  // the batch is to become the current value of a tag that it empties.
+  // Stages hear of every tag whose row it puts or removes, and of every record; with its row a
+  // tag's records go. The current values follow by themselves: those of the batch's records that
+  // are marked, and those of emptied tags. A plan that changes nothing needs no commit. REQUIRES
+  // that no marked record of the batch is to become the current value of a tag that it empties.
   Status Change(Turn& turn, const Plan& plan, const Adopt& adopt);
 
   // Whether all that would change something is refused, the fate of a batch being unknown. Any
@@ -73,6 +73,8 @@ class Committer {
   bool Compose(RecordBatch& records);
   // Has stages add what the batch's changes of tags ask for, and empties tags that go.
   Status PrepareTags(Turn& turn);
+  // Has stages add what the records of a change ask for, which they may mark anew.
+  Status PrepareRecords(Turn& turn, RecordBatch& planned);
   std::vector<std::uint32_t> CurrentInBatch() const;
   bool Empties(TagId tag) const;
   // What the feed's consumers are to hear; null when there are none, or there is no memory for it.

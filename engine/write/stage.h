@@ -22,8 +22,8 @@ struct StagedRecords {
 // Something that looks at records, and at changes of tags, before they are stored, and adds to the
 // same batch: what it adds is stored with them or not at all.
 //
-// It works on copies of what it knows. Between the first call of Process, PrepareTagChange or
-// PrepareTagRemoval and the next Keep or Discard lies one batch.
+// It works on copies of what it knows. Between the first call of Process or of one that prepares,
+// and the next Keep or Discard, lies one batch.
 class Stage {
  public:
   virtual ~Stage() = default;
@@ -35,6 +35,12 @@ class Stage {
   // The tag's properties are about to change, or the tag is about to go, with this batch.
   virtual Status PrepareTagChange(Turn& turn, TagId tag, StoreBatch& batch) = 0;
   virtual Status PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& batch) = 0;
+
+  // A change puts a record of the tag, as a correction does, where its marks say and past all
+  // stages: what the stage knows of the tag may not be so any more. It may change the marks.
+  // Records that it adds to the batch go before those of the change.
+  virtual Status PrepareRecord(Turn& turn, TagId tag, std::int64_t time_ms, std::uint8_t* marks,
+                               StoreBatch& batch) = 0;
 
   // The batch is stored: the copies are what counts from now on. Or it is not: they are dropped.
   virtual void Keep(Turn& turn) noexcept = 0;

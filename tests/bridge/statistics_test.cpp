@@ -27,28 +27,27 @@ struct StatisticsMethod {
   const char* name;
   int32 type;
   float percent_good;
-  std::string region;  // as it is sent; ? is a flag that is not assigned
+  std::string region;  // as it is sent
   jint (*call)(const Ref& holder);
 };
 
 const std::string kClosed = "[10.250, 20.500]";
-const std::string kUnassigned = "?10.250, 20.500?";
 
 const StatisticsMethod kMean = {"getTagMean", 5, 80.5F, kClosed, [](const Ref& holder) {
                                   return Call(ZR(getTagMean), -1, Start(), End(), 1, 2, 80.5F,
                                               holder);
                                 }};
-const StatisticsMethod kMax = {"getTagMax", 0, 80.5F, kUnassigned, [](const Ref& holder) {
+const StatisticsMethod kMax = {"getTagMax", 0, 80.5F, kClosed, [](const Ref& holder) {
                                  return Call(ZR(getTagMax), -1, Start(), End(), 80.5F, holder);
                                }};
-const StatisticsMethod kMin = {"getTagMin", 1, 80.5F, kUnassigned, [](const Ref& holder) {
+const StatisticsMethod kMin = {"getTagMin", 1, 80.5F, kClosed, [](const Ref& holder) {
                                  return Call(ZR(getTagMin), -1, Start(), End(), 80.5F, holder);
                                }};
 const StatisticsMethod kSum = {"getTagSum", 2, 80.5F, kClosed, [](const Ref& holder) {
                                  return Call(ZR(getTagSum), -1, Start(), End(), 80.5F, holder);
                                }};
 const StatisticsMethod kPercentGood = {
-    "getTagPercentGood", 4, 0, kUnassigned,
+    "getTagPercentGood", 4, 0, kClosed,
     [](const Ref& holder) { return Call(ZR(getTagPercentGood), -1, Start(), End(), holder); }};
 
 std::string ApiLine(const std::string& region) {

@@ -73,6 +73,9 @@ class DatabaseClient {
     for (std::size_t at = 0; at < columns->size(); ++at) samples.push_back(columns->At(at));
     return samples;
   }
+  Status CorrectRecord(TagId id, const Sample& sample) {
+    return Do(zervane::CorrectRecord{id, sample}).status();
+  }
   Result<std::int64_t> ServerTimeMs() { return Do(ReadClock{}); }
   Status Close() { return database_->Close(); }
 

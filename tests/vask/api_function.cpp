@@ -260,6 +260,10 @@ bool IsOffered(const std::string& name) {
       "ar3_query_raw_records_number",
       "ar3_query_raw_records",
       "ar3_query_specify_num_raw_recs",
+      "ar3_query_interp_records_by_mode",
+      "ar3_query_tags_interp_records_by_mode",
+      "ar3_modify_record",
+      "st3_tag_stats_calc",
   };
   return offered.contains(name) || Frees(name);
 }

@@ -202,5 +202,194 @@ TEST_F(Archive, PassesTheDatabasesFailureOn) {
   EXPECT_EQ(ar3_query_raw_records(number, &kAll, &count, &record), ZR3_ERR_STORAGE_DAMAGED);
 }
 
+// ---- values at instants ----
+
+class Interpolation : public Archive {
+ protected:
+  static std::vector<ZR3Record> At(const std::vector<ZR3Time>& instants) {
+    std::vector<ZR3Record> records(instants.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      records[i].nSec = instants[i].nSec;
+      records[i].nMsec = instants[i].nMsec;
+      records[i].nTagType = kNoType;  // nothing but the time, and the buffer, is looked at
+    }
+    return records;
+  }
+
+  static constexpr int32 kNoType = 99;
+};
+
+TEST_F(Interpolation, FillsTheRecordsOfAllInstants) {
+  std::vector<ZR3Record> records = At({{4, 500}, {1, 0}, {4, 500}, {-1, 999}});
+  std::vector<int32> codes(4, -1);
+  ASSERT_EQ(ar3_query_interp_records_by_mode(1, number, 4, records.data(), codes.data()), ZR3_OK);
+  EXPECT_EQ(codes, std::vector<int32>(4, ZR3_OK));
+  EXPECT_EQ(database->last_mode(), InterpolationMode::kPrevious);
+  EXPECT_EQ(database->last_instants(),
+            (std::vector<std::int64_t>{4500, 1000, 4500, 4'294'967'295'999}));
+  const int32 values[] = {4, 1, 4, 5};
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    EXPECT_EQ(records[i].value.nInt32, values[i]);
+    EXPECT_EQ(records[i].nTagType, ZR3_TAG_TYPE_INT32);
+    EXPECT_EQ(records[i].nQuality, ZR3_QUALITY_GOOD);
+  }
+  EXPECT_EQ(records[0].nSec, 4);
+  EXPECT_EQ(records[0].nMsec, 500);
+  EXPECT_EQ(records[3].nSec, -1) << "seconds are unsigned";
+}
+
+TEST_F(Interpolation, TellsOfEachInstantWhatBecameOfIt) {
+  std::vector<ZR3Record> records = At({{0, 500}, {2, 0}, {2, 1000}, {2, -1}});
+  std::vector<int32> codes(4, -1);
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, number, 4, records.data(), codes.data()),
+            ZR3_ERR_SOME_INSTANTS_FAILED);
+  EXPECT_EQ(codes, (std::vector<int32>{ZR3_ERR_NO_RECORD, ZR3_OK, ZR3_ERR_INVALID_TIME,
+                                       ZR3_ERR_INVALID_TIME}));
+  EXPECT_EQ(database->last_mode(), InterpolationMode::kLinear);
+  EXPECT_EQ(records[1].value.nInt32, 2);
+  EXPECT_EQ(records[0].nTagType, kNoType) << "the record of an instant that failed is untouched";
+  EXPECT_EQ(records[2].nMsec, 1000);
+}
+
+TEST_F(Interpolation, FailsAsAWholeOnlyInItsStatusWhenEveryInstantDoes) {
+  std::vector<ZR3Record> records = At({{0, 1}, {0, 2}});
+  std::vector<int32> codes(2, -1);
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, number, 2, records.data(), codes.data()),
+            ZR3_ERR_SOME_INSTANTS_FAILED);
+  EXPECT_EQ(codes, std::vector<int32>(2, ZR3_ERR_NO_RECORD));
+}
+
+TEST_F(Interpolation, NeedsNoPlaceForCodes) {
+  std::vector<ZR3Record> records = At({{0, 500}, {2, 0}});
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, number, 2, records.data(), nullptr),
+            ZR3_ERR_SOME_INSTANTS_FAILED);
+  EXPECT_EQ(records[1].value.nInt32, 2);
+  const std::vector<uint32> ids(2, number);
+  EXPECT_EQ(ar3_query_tags_interp_records_by_mode(0, 2, ids.data(), records.data(), nullptr),
+            ZR3_ERR_SOME_INSTANTS_FAILED);
+}
+
+TEST_F(Interpolation, TakesATagForEachInstant) {
+  std::vector<ZR3Record> records = At({{2, 500}, {3, 0}, {4, 0}, {1, 0}});
+  std::string block(1000, '#');
+  records[1].value.strBlob = {block.data(), 1000};
+  const std::vector<uint32> ids = {number, text, 99, text};
+  std::vector<int32> codes(4, -1);
+  EXPECT_EQ(ar3_query_tags_interp_records_by_mode(1, 4, ids.data(), records.data(), codes.data()),
+            ZR3_ERR_SOME_INSTANTS_FAILED);
+  EXPECT_EQ(codes,
+            (std::vector<int32>{ZR3_OK, ZR3_OK, ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_TYPE_MISMATCH}))
+      << "of the last one, a text without a buffer";
+  EXPECT_EQ(records[0].value.nInt32, 2);
+  EXPECT_STREQ(records[1].value.strBlob.pBuf, "xxx");
+  EXPECT_EQ(records[1].value.strBlob.nLenBuf, 4);
+  EXPECT_EQ(database->last_mode(), InterpolationMode::kPrevious);
+}
+
+TEST_F(Interpolation, TellsByTheBufferAloneWhetherThereIsOne) {
+  std::vector<ZR3Record> records = At({{5, 0}, {5, 0}, {5, 0}});
+  std::string block(1000, '#');
+  records[0].value.strBlob = {block.data(), 1000};
+  records[1].value.strBlob = {&block[900], 5};  // without room for a terminator
+  records[2].nTagType = ZR3_TAG_TYPE_STRING;
+  std::vector<int32> codes(3, -1);
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, text, 3, records.data(), codes.data()),
+            ZR3_ERR_SOME_INSTANTS_FAILED);
+  EXPECT_EQ(codes, (std::vector<int32>{ZR3_OK, ZR3_ERR_BUFFER_TOO_SMALL, ZR3_ERR_TYPE_MISMATCH}));
+  EXPECT_STREQ(block.c_str(), "xxxxx");
+  EXPECT_EQ(block.substr(900), std::string(100, '#'));
+}
+
+TEST_F(Interpolation, OfNoInstantsSucceeds) {
+  const int calls = database->calls();
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, 99, 0, nullptr, nullptr), ZR3_OK);
+  EXPECT_EQ(ar3_query_tags_interp_records_by_mode(0, 0, nullptr, nullptr, nullptr), ZR3_OK);
+  EXPECT_EQ(database->calls(), calls);
+}
+
+TEST_F(Interpolation, RefusesCountsBeyondItsBound) {
+  ZR3Record record{};
+  const uint32 id = number;
+  for (const int32 count : {-1, 10'000'001, INT32_MAX}) {  // more than there is: not looked at
+    EXPECT_EQ(ar3_query_interp_records_by_mode(0, number, count, &record, nullptr),
+              ZR3_ERR_INVALID_COUNT);
+    EXPECT_EQ(ar3_query_tags_interp_records_by_mode(0, count, &id, &record, nullptr),
+              ZR3_ERR_INVALID_COUNT);
+  }
+}
+
+TEST_F(Interpolation, RefusesModesThatAreNone) {
+  ZR3Record record{};
+  const uint32 id = number;
+  for (const uint8 mode : {uint8{2}, uint8{255}}) {
+    EXPECT_EQ(ar3_query_interp_records_by_mode(mode, 1, 1, &record, nullptr),
+              ZR3_ERR_INVALID_ARGUMENT);
+    EXPECT_EQ(ar3_query_tags_interp_records_by_mode(mode, 1, &id, &record, nullptr),
+              ZR3_ERR_INVALID_ARGUMENT);
+  }
+}
+
+TEST_F(Interpolation, WritesNothingWhenTheWholeOfItFails) {
+  std::vector<ZR3Record> records = At({{2, 0}});
+  int32 code = -1;
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, 99, 1, records.data(), &code),
+            ZR3_ERR_TAG_NOT_FOUND);
+  database->on_call = [] { return Status(ZR3_ERR_STORAGE_DAMAGED, {}); };
+  EXPECT_EQ(ar3_query_interp_records_by_mode(0, number, 1, records.data(), &code),
+            ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_EQ(ar3_query_tags_interp_records_by_mode(0, 1, &number, records.data(), &code),
+            ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_EQ(code, -1);
+  EXPECT_EQ(records[0].nTagType, kNoType);
+}
+
+// ---- correction ----
+
+TEST_F(Archive, CorrectsTheRecordOfItsTime) {
+  ZR3Record record{};
+  record.nSec = 3;
+  record.nQuality = 7;
+  record.nTagType = ZR3_TAG_TYPE_INT32;
+  record.value.nInt32 = -5;
+  ASSERT_EQ(ar3_modify_record(number, &record), ZR3_OK);
+  const auto corrected = database->ReadRecords(number, {3000, 3000}, Direction::kForward, 1);
+  ASSERT_EQ(corrected->size(), 1U);
+  EXPECT_EQ(corrected->front().quality, 7);
+  EXPECT_EQ(corrected->front().value, Value(-5));
+  record.nMsec = 1;
+  EXPECT_EQ(ar3_modify_record(number, &record), ZR3_ERR_NO_RECORD);
+  EXPECT_EQ(ar3_modify_record(99, &record), ZR3_ERR_TAG_NOT_FOUND);
+  EXPECT_EQ(ar3_modify_record(text, &record), ZR3_ERR_TYPE_MISMATCH);
+  record.nSec = 0;
+  record.nMsec = 0;
+  EXPECT_EQ(ar3_modify_record(number, &record), ZR3_ERR_NO_RECORD) << "no clock";
+}
+
+TEST_F(Archive, CorrectsTextsWholeOrNotAtAll) {
+  std::string bytes(ZR3_LEN_VALUE + 1, 'y');
+  ZR3Record record{};
+  record.nSec = 3;
+  record.nTagType = ZR3_TAG_TYPE_STRING;
+  record.value.strBlob = {bytes.data(), 1001};
+  EXPECT_EQ(ar3_modify_record(text, &record), ZR3_ERR_INVALID_TEXT) << "no terminator";
+  bytes.back() = '\0';
+  EXPECT_EQ(ar3_modify_record(text, &record), ZR3_ERR_VALUE_TOO_LONG);
+  bytes[999] = '\0';
+  EXPECT_EQ(ar3_modify_record(text, &record), ZR3_OK);
+  const auto corrected = database->ReadRecords(text, {3000, 3000}, Direction::kForward, 1);
+  EXPECT_EQ(corrected->front().value, Value(std::string(999, 'y')));
+}
+
+TEST_F(Archive, RefusesACorrectionThatIsNoRecord) {
+  ZR3Record record{};
+  record.nTagType = 9;
+  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_TYPE_MISMATCH);
+  record.nTagType = ZR3_TAG_TYPE_STRING;
+  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_NULL_ARGUMENT);
+  record.nTagType = ZR3_TAG_TYPE_INT8;
+  record.nMsec = 1000;
+  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_INVALID_TIME);
+}
+
 }  // namespace
 }  // namespace zervane

@@ -163,6 +163,65 @@ Result<std::vector<Sample>> FakeDatabase::ReadRecords(TagId id, TimeRange range,
   return samples;
 }
 
+Status FakeDatabase::Correct(const CorrectRecord& correct) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  const Result<Kept*> tag = Find(correct.id);
+  if (!tag.ok()) return tag.status();
+  if ((*tag)->properties.type != static_cast<std::int32_t>(correct.sample.type)) {
+    return {ZR3_ERR_TYPE_MISMATCH, {}};
+  }
+  const auto record = (*tag)->records.find(correct.sample.time_ms);
+  if (record == (*tag)->records.end()) return {ZR3_ERR_NO_RECORD, {}};
+  record->second = correct.sample;
+  return {};
+}
+
+ZR3_STATUS FakeDatabase::FindBefore(TagId id, std::int64_t time_ms, Sample* sample) {
+  sample->time_ms = time_ms;
+  const Result<Kept*> tag = Find(id);
+  if (!tag.ok()) return tag.code();
+  if (time_ms == kNoTime) return ZR3_ERR_INVALID_TIME;
+  const auto& records = (*tag)->records;
+  const auto after = records.upper_bound(time_ms);
+  if (after == records.begin()) return ZR3_ERR_NO_RECORD;
+  *sample = std::prev(after)->second;
+  sample->time_ms = time_ms;
+  return ZR3_OK;
+}
+
+Result<Interpolated> FakeDatabase::Interpolate(const zervane::InterpolateTag& interpolate) {
+  const std::vector<TagId> ids(interpolate.times_ms.size(), interpolate.id);
+  Result<Interpolated> values = Interpolate(zervane::InterpolateTags{
+      .mode = interpolate.mode, .ids = ids, .times_ms = interpolate.times_ms});
+  if (!values.ok()) return values;
+  const std::lock_guard lock(mutex_);
+  if (const Result<Kept*> tag = Find(interpolate.id); !tag.ok()) return tag.status();
+  return values;
+}
+
+Result<Interpolated> FakeDatabase::Interpolate(const zervane::InterpolateTags& interpolate) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_mode_ = interpolate.mode;
+  last_instants_ = interpolate.times_ms;
+  Interpolated values;
+  for (std::size_t i = 0; i < interpolate.ids.size(); ++i) {
+    Sample sample;
+    values.codes.push_back(FindBefore(interpolate.ids[i], interpolate.times_ms[i], &sample));
+    values.samples.Add(sample);
+  }
+  return values;
+}
+
+Result<double> FakeDatabase::Calculate(const CalculateStatistic& calculate) {
+  if (Status status = Enter(); !status.ok()) return status;
+  const std::lock_guard lock(mutex_);
+  last_statistic_ = calculate.request;
+  if (const Result<Kept*> tag = Find(calculate.id); !tag.ok()) return tag.status();
+  return statistic_;
+}
+
 Result<std::int64_t> FakeDatabase::ServerTimeMs() {
   if (Status status = Enter(); !status.ok()) return status;
   return kNowMs;
@@ -276,6 +335,14 @@ Status FakeDatabase::Carry(const Caller&, OperationNumber number, const void* op
     }
     case OperationNumber::kReadClock:
       return answer(ServerTimeMs());
+    case OperationNumber::kCorrectRecord:
+      return Correct(as(static_cast<CorrectRecord*>(nullptr)));
+    case OperationNumber::kInterpolateTag:
+      return answer(Interpolate(as(static_cast<zervane::InterpolateTag*>(nullptr))));
+    case OperationNumber::kInterpolateTags:
+      return answer(Interpolate(as(static_cast<zervane::InterpolateTags*>(nullptr))));
+    case OperationNumber::kCalculateStatistic:
+      return answer(Calculate(as(static_cast<CalculateStatistic*>(nullptr))));
     default:
       return {ZR3_ERR_NOT_SUPPORTED, {}};
   }

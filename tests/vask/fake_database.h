@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "api/database.h"
@@ -41,6 +42,9 @@ class FakeDatabase : public Database {
   const zervane::FindTags& last_search() const { return last_search_; }
   const zervane::ListTags& last_list() const { return last_list_; }
   int searches() const { return searches_; }
+  const InterpolationMode& last_mode() const { return last_mode_; }
+  const std::vector<std::int64_t>& last_instants() const { return last_instants_; }
+  const StatisticRequest& last_statistic() const { return last_statistic_; }
 
   // How many tags a page has at most, and how many a listing says it has beside those it has.
   std::int32_t page_tags = kMaxPageItems;
@@ -48,6 +52,9 @@ class FakeDatabase : public Database {
 
   // The status that the next writes answer in place of storing anything.
   void FailWrites(ZR3_STATUS status) { write_status_ = status; }
+
+  // What statistics are from now on.
+  void AnswerStatistics(Result<double> answer) { statistic_ = std::move(answer); }
 
   // What CountRecords answers from now on.
   void CountAs(std::int64_t count) { count_ = count; }
@@ -66,6 +73,13 @@ class FakeDatabase : public Database {
   Result<std::vector<Sample>> ReadRecords(TagId id, TimeRange range, Direction direction,
                                           std::size_t limit);
   Result<std::int64_t> ServerTimeMs();
+  Status Correct(const CorrectRecord& correct);
+  // The last record at or before each instant, whatever the mode; that of the samples stays the
+  // instant's time.
+  Result<Interpolated> Interpolate(const zervane::InterpolateTag& interpolate);
+  Result<Interpolated> Interpolate(const zervane::InterpolateTags& interpolate);
+  // What AnswerStatistics says.
+  Result<double> Calculate(const CalculateStatistic& calculate);
   // The conditions are not looked at but for one of an equal name: every tag matches.
   Result<Page<Tag>> FindTags(const zervane::FindTags& find);
   Result<std::int64_t> CountTags(const zervane::CountTags& count);
@@ -89,6 +103,7 @@ class FakeDatabase : public Database {
   Status Enter();
   Result<Kept*> Find(TagId id);
   ZR3_STATUS Judge(const TagSample& record, WriteOrder order);
+  ZR3_STATUS FindBefore(TagId id, std::int64_t time_ms, Sample* sample);
 
   mutable std::mutex mutex_;  // guards the tags and their version
   std::map<TagId, Kept> tags_;
@@ -106,6 +121,10 @@ class FakeDatabase : public Database {
   zervane::FindTags last_search_;
   zervane::ListTags last_list_;
   std::atomic<int> searches_{0};
+  InterpolationMode last_mode_ = InterpolationMode::kLinear;
+  std::vector<std::int64_t> last_instants_;
+  StatisticRequest last_statistic_;
+  Result<double> statistic_ = 0.0;
 };
 
 }  // namespace zervane

@@ -140,65 +140,6 @@ TEST_F(LaterFunctions, KnowEveryTextOfTheExtensions) {
   refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szSourceTagName, 208);
 }
 
-// ---- statistics, interpolation, correction ----
-
-TEST_F(LaterFunctions, CheckTheParametersOfAStatistic) {
-  const ZR3TimeRegion right{{1, 0}, {2, 0}, 1, 1};
-  const ZR3TimeRegion wrong{{1, 0}, {2, 1000}, 1, 1};
-  const ZR3TimeRegion reversed{{2, 0}, {1, 0}, 1, 1};
-  const auto status_of = [&](const ZR3TimeRegion& region, auto&& change) {
-    ZR3TimeRegion regions[] = {right, region};
-    ZR3StRelatedParam param{};
-    param.nTimeRegionNum = 2;
-    param.pTimeRegions = regions;
-    change(param);
-    float64 value = 0;
-    return st3_tag_stats_calc(1, &param, &value);
-  };
-  using Param = ZR3StRelatedParam;
-  EXPECT_EQ(status_of(right, [](Param&) {}), ZR3_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(status_of(wrong, [](Param&) {}), ZR3_ERR_INVALID_TIME);
-  EXPECT_EQ(status_of(reversed, [](Param&) {}), ZR3_ERR_INVALID_REGION);
-  EXPECT_EQ(status_of(right, [](Param& p) { p.pTimeRegions = nullptr; }), ZR3_ERR_NULL_ARGUMENT);
-  EXPECT_EQ(status_of(right, [](Param& p) { p.nTimeRegionNum = -1; }), ZR3_ERR_INVALID_COUNT);
-  EXPECT_EQ(status_of(right, [](Param& p) { Overflow(p.szFilterExpr); }), ZR3_ERR_INVALID_TEXT);
-  for (const int32 type : {-1, 26}) {
-    EXPECT_EQ(status_of(right, [=](Param& p) { p.nStatsType = type; }), ZR3_ERR_INVALID_ARGUMENT);
-  }
-  for (const int32 type : {-1, 3}) {
-    EXPECT_EQ(status_of(right, [=](Param& p) { p.nSampleType = type; }), ZR3_ERR_INVALID_ARGUMENT);
-  }
-  for (const int32 mode : {-1, 2}) {
-    EXPECT_EQ(status_of(right, [=](Param& p) { p.nFilterFailMode = mode; }),
-              ZR3_ERR_INVALID_ARGUMENT);
-  }
-}
-
-TEST_F(LaterFunctions, CheckTheModeOfInterpolation) {
-  ZR3Record record{};
-  for (const uint8 mode : {uint8{0}, uint8{1}}) {
-    EXPECT_EQ(ar3_query_interp_records_by_mode(mode, 1, 1, &record, nullptr),
-              ZR3_ERR_NOT_SUPPORTED);
-  }
-  for (const uint8 mode : {uint8{2}, uint8{255}}) {
-    EXPECT_EQ(ar3_query_interp_records_by_mode(mode, 1, 1, &record, nullptr),
-              ZR3_ERR_INVALID_ARGUMENT);
-    EXPECT_EQ(ar3_query_tags_interp_records_by_mode(mode, 1, &id, &record, nullptr),
-              ZR3_ERR_INVALID_ARGUMENT);
-  }
-}
-
-TEST_F(LaterFunctions, CheckTheRecordOfACorrection) {
-  ZR3Record record{};
-  record.nTagType = 9;
-  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_TYPE_MISMATCH);
-  record.nTagType = ZR3_TAG_TYPE_STRING;
-  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_NULL_ARGUMENT);
-  record.nTagType = ZR3_TAG_TYPE_INT8;
-  record.nMsec = 1000;
-  EXPECT_EQ(ar3_modify_record(1, &record), ZR3_ERR_INVALID_TIME);
-}
-
 // ---- alarms ----
 
 TEST_F(LaterFunctions, CheckTheTimesOfAnAlarmQuery) {

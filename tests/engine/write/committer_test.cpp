@@ -41,11 +41,19 @@ class NotingStage : public Stage {
     notes.push_back("remove " + std::to_string(tag));
     return refusal;
   }
+  Status PrepareRecord(Turn&, TagId tag, std::int64_t time_ms, std::uint8_t* marks,
+                       StoreBatch& batch) override {
+    notes.push_back("record " + std::to_string(tag) + " at " + std::to_string(time_ms));
+    if (adds_records) AddRecord(batch.records, tag, NumberAt(time_ms, -1), kArchive);
+    *marks |= kArchive;
+    return refusal;
+  }
   void Keep(Turn&) noexcept override { notes.emplace_back("keep"); }
   void Discard(Turn&) noexcept override { notes.emplace_back("discard"); }
 
   Status refusal;
   bool keeps_records = true;
+  bool adds_records = false;
   std::vector<std::string> notes;
 };
 
@@ -57,6 +65,16 @@ class CommitterTest : public CommitTest {
     EXPECT_TRUE(PutTag(kOther, {.archiving = false}).ok());
     EXPECT_TRUE(PutTag(kWatched, {.filtered = true}).ok());
     stage_.notes.clear();
+  }
+
+  Status PutRecord(TagId tag, const Sample& sample, std::uint8_t marks) {
+    return committer_.Change(
+        turn_,
+        [&](Turn&, StoreBatch& batch) {
+          AddRecord(batch.records, tag, sample, marks);
+          return Status();
+        },
+        [](Turn&) {});
   }
 
   NotingStage stage_;
@@ -263,6 +281,24 @@ TEST_F(CommitterTest, FollowsTheRecordsOfAPlan) {
   EXPECT_THAT(Archive(kTag), ElementsAre(NumberAt(5), NumberAt(10), NumberAt(20)));
 }
 
+TEST_F(CommitterTest, HasStagesPrepareTheRecordsOfAPlanAndMarkThemAnew) {
+  MustCommit({{kOther, NumberAt(10)}});
+  stage_.notes.clear();
+  stage_.adds_records = true;
+  EXPECT_TRUE(PutRecord(kOther, NumberAt(10, 5), kCurrent).ok());
+  EXPECT_THAT(stage_.notes, ElementsAre("record 2 at 10", "keep"));
+  EXPECT_THAT(Archive(kOther), ElementsAre(NumberAt(10, 5))) << "behind what the stage added";
+  EXPECT_EQ(current_values_.Find(kOther), NumberAt(10, 5));
+}
+
+TEST_F(CommitterTest, StoresNothingOfAPlanWhoseRecordAStageRefuses) {
+  stage_.refusal = {ZR3_ERR_STORAGE_DAMAGED, {}};
+  const std::int64_t before = LastCommit();
+  EXPECT_EQ(PutRecord(kTag, NumberAt(10), kArchive).code(), ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_THAT(stage_.notes, ElementsAre("record 1 at 10", "discard"));
+  EXPECT_EQ(LastCommit(), before);
+}
+
 #ifdef ZERVANE_ASSERTS
 TEST_F(CommitterTest, DoesNotMakeARecordCurrentOfATagThatItEmpties) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -307,6 +343,22 @@ TEST_F(CommitterTest, TellsTheFeedOfRecordsOfATagThatHasGoneAsNeverTheNewest) {
   ASSERT_TRUE(delivery && delivery->group);
   EXPECT_THAT(delivery->group->tags, ElementsAre(kTag, kOther, kTag));
   EXPECT_THAT(delivery->group->was_newest, ElementsAre(0, 1, 0));
+}
+
+TEST_F(CommitterTest, TellsTheFeedTheRecordsOfAChangeAndNothingOfWhatStagesAdd) {
+  auto consumer = *feed_.Register(100);
+  consumer->WatchAllTags(true);
+  stage_.adds_records = true;
+  EXPECT_TRUE(PutRecord(kTag, NumberAt(10, 5), kArchive | kCurrent).ok());
+  EXPECT_TRUE(PutRecord(kTag, NumberAt(9, 4), kArchive).ok());
+  const auto current = consumer->Poll();
+  ASSERT_TRUE(current && current->group);
+  EXPECT_THAT(current->group->samples.times(), ElementsAre(10));
+  EXPECT_THAT(current->group->was_newest, ElementsAre(1));
+  const auto older = consumer->Poll();
+  ASSERT_TRUE(older && older->group);
+  EXPECT_THAT(older->group->samples.times(), ElementsAre(9));
+  EXPECT_THAT(older->group->was_newest, ElementsAre(0));
 }
 
 TEST_F(CommitterTest, TellsTheFeedNothingThatIsNotStored) {

@@ -28,12 +28,10 @@ class StatisticsTest extends BridgeTest {
         .set("fPercentGood", share);
   }
 
-  /** A region whose flags are these; where they are not assigned, as the allocator left them. */
+  /** A region whose flags are these. */
   private static Struct region(int left, int right) {
     return Times.region(START, END).set("bLeftClosed", left).set("bRightClosed", right);
   }
-
-  private static final int UNASSIGNED = AllocationProbe.FRESH;
 
   private static ExpectedCall calculate(Struct request, Struct region) {
     return call("st3_tag_stats_calc")
@@ -44,31 +42,31 @@ class StatisticsTest extends BridgeTest {
 
   /** The methods that compute one fixed statistic. */
   enum Method {
-    MEAN(5, SHARE, 1) {
+    MEAN(5, SHARE) {
       @Override
       int query(DoubleWrapper value) {
         return Jni_Zervane.getTagMean(TAG, START, END, 1, 1, SHARE, value);
       }
     },
-    MAX(0, SHARE, UNASSIGNED) {
+    MAX(0, SHARE) {
       @Override
       int query(DoubleWrapper value) {
         return Jni_Zervane.getTagMax(TAG, START, END, SHARE, value);
       }
     },
-    MIN(1, SHARE, UNASSIGNED) {
+    MIN(1, SHARE) {
       @Override
       int query(DoubleWrapper value) {
         return Jni_Zervane.getTagMin(TAG, START, END, SHARE, value);
       }
     },
-    SUM(2, SHARE, 1) {
+    SUM(2, SHARE) {
       @Override
       int query(DoubleWrapper value) {
         return Jni_Zervane.getTagSum(TAG, START, END, SHARE, value);
       }
     },
-    PERCENT_GOOD(4, 0, UNASSIGNED) {
+    PERCENT_GOOD(4, 0) {
       @Override
       int query(DoubleWrapper value) {
         return Jni_Zervane.getTagPercentGood(TAG, START, END, value);
@@ -77,18 +75,16 @@ class StatisticsTest extends BridgeTest {
 
     private final int type;
     private final float share;
-    private final int closed;
 
-    Method(int type, float share, int closed) {
+    Method(int type, float share) {
       this.type = type;
       this.share = share;
-      this.closed = closed;
     }
 
     abstract int query(DoubleWrapper value);
 
     ExpectedCall expected() {
-      return calculate(request(type, share), region(closed, closed));
+      return calculate(request(type, share), region(1, 1));
     }
   }
 
