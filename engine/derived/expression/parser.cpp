@@ -211,7 +211,7 @@ struct Action<grammar::Choice> {
 
 // What a text lacks where a rule that must match does not.
 template <typename Rule>
-constexpr std::string_view kExpected = "";
+constexpr std::string_view kExpected = {};
 template <>
 constexpr std::string_view kExpected<grammar::Operand> = "a value";
 template <>

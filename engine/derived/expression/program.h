@@ -62,8 +62,6 @@ class Program {
   // REQUIRES: there is an operand wherever an instruction asks for one.
   double Evaluate(std::span<const double> operands) const;
 
-  std::size_t size() const { return instructions_.size(); }
-
  private:
   std::vector<Instruction> instructions_;
 };
