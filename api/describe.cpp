@@ -70,6 +70,8 @@ std::string TextOf(const T& value) {
     return Quoted(value.name);
   } else if constexpr (std::is_same_v<T, SampleColumns>) {
     return std::to_string(value.size()) + " samples";
+  } else if constexpr (std::is_same_v<T, Sample>) {
+    return "one at " + std::to_string(value.time_ms) + " ms";
   } else if constexpr (HasFields<T>) {
     return FieldsOf(value);
   } else {

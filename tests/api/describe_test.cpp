@@ -39,5 +39,10 @@ TEST(Describe, LeavesOutWhatWouldBreakALine) {
   EXPECT_EQ(LineOf(FindTagId{"a\nb\x7F"}), "find tag identifier(name: 'a?b?')");
 }
 
+TEST(Describe, NamesASampleByItsTime) {
+  EXPECT_EQ(LineOf(CorrectRecord{.id = 7, .sample = {.time_ms = 1500, .value = 2.5}}),
+            "correct record(id: 7, sample: one at 1500 ms)");
+}
+
 }  // namespace
 }  // namespace zervane
