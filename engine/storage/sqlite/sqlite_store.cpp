@@ -97,9 +97,9 @@ Status SqliteStore::WriteChanges(const StoreBatch& batch, std::string_view entry
   if (!transaction.status().ok()) return transaction.status();
   if (Status status = WriteJournal(file, batch.commit, entry); !status.ok()) return status;
   for (const TagId tag : batch.emptied) {
-    for (const char* sql :
-         {"DELETE FROM current WHERE tag = ?", "DELETE FROM held WHERE tag = ?",
-          "DELETE FROM chunk WHERE tag = ?", "DELETE FROM damaged WHERE tag = ?"}) {
+    for (const char* sql : {"DELETE FROM current WHERE tag = ?", "DELETE FROM held WHERE tag = ?",
+                            "DELETE FROM chunk WHERE tag = ?", "DELETE FROM summary WHERE tag = ?",
+                            "DELETE FROM damaged WHERE tag = ?"}) {
       if (Status status = Query(file, sql, tag).Run(); !status.ok()) return status;
     }
   }

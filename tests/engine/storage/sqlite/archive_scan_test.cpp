@@ -98,7 +98,7 @@ class Scanning : public testing::Test {
     const auto edits = PlanMerge(*file_, kTag, AllOf(samples), kChunkRecords, nullptr);
     ASSERT_TRUE(edits.ok());
     Transaction transaction(*file_, Transaction::Kind::kWrite);
-    EXPECT_TRUE(ApplyEdits(*file_, *edits).ok());
+    EXPECT_TRUE(ApplyEdits(*file_, *edits, ids_).ok());
     EXPECT_TRUE(transaction.Commit().ok());
   }
   void AddChunks(std::int64_t from_ms, std::int64_t to_ms, std::int64_t step) {
@@ -136,6 +136,7 @@ class Scanning : public testing::Test {
   ArchiveFile archive_;
   std::unique_ptr<Connection> file_ = archive_.OpenWriter();
   std::unique_ptr<Connection> reader_ = archive_.OpenReader();
+  ChunkIds ids_ = *ChunkIds::Behind(*file_);
   Pending pending_;
 };
 
