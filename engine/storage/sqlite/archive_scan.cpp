@@ -19,14 +19,14 @@ constexpr std::size_t kLargestPiece = 65'536;
 
 class ArchiveScan {
  public:
-  ArchiveScan(Connection& connection, TagId tag, Direction direction, const TextDecoder& decoder,
-              ScanVisitor& visitor)
-      : connection_(connection),
+  ArchiveScan(const Archive& archive, TagId tag, Direction direction, ScanVisitor& visitor)
+      : connection_(archive.connection),
         tag_(tag),
         direction_(direction),
-        decoder_(decoder),
+        decoder_(archive.decoder),
         visitor_(visitor),
-        order_(direction) {}
+        order_(direction),
+        chunk_(archive.opening) {}
 
   // Shows what lies in the range of chunks and of the pending records, which were copied before.
   // Whether the visitor wants what comes behind it.
@@ -148,8 +148,8 @@ class ArchiveScan {
     if (!ShowRun(PassBefore(chunk.first_ms, chunk.last_ms))) return false;
     const SampleRun inside = PassPending({.from_ms = chunk.first_ms, .to_ms = chunk.last_ms});
     if (IsInRange(chunk) && inside.empty()) return ShowChunk(chunk);
-    if (Status status = Load(chunk); !status.ok()) return status;
-    const SampleRun in_range = Within(AllOf(chunk_), range_);
+    if (Status status = chunk_.Load(connection_, chunk, decoder_); !status.ok()) return status;
+    const SampleRun in_range = Within(AllOf(chunk_.records()), range_);
     if (inside.empty()) return ShowRun(in_range);
     merged_.Clear();
     Merge(inside, in_range, &merged_);
@@ -176,8 +176,8 @@ class ArchiveScan {
     if (!statistics.ok()) return statistics.status();
     const auto wants = Offer(chunk, *statistics);
     if (wants != ScanVisitor::Wants::kRecords) return wants == ScanVisitor::Wants::kNext;
-    if (Status status = Load(chunk); !status.ok()) return status;
-    return visitor_.Show(chunk_, 0, chunk_.size());
+    if (Status status = chunk_.Load(connection_, chunk, decoder_); !status.ok()) return status;
+    return visitor_.Show(chunk_.records(), 0, chunk_.records().size());
   }
 
   bool ShowRun(const SampleRun& run) {
@@ -198,15 +198,6 @@ class ArchiveScan {
                            .statistics = statistics});
   }
 
-  Status Load(const ChunkExtent& chunk) {
-    Result<Decoded<SampleColumns>> records =
-        LoadChunk(connection_, chunk, decoder_, std::move(chunk_));
-    if (!records.ok()) return records.status();
-    if (!records->ok()) return records->damage().status();
-    chunk_ = **std::move(records);
-    return {};
-  }
-
   Connection& connection_;
   const TagId tag_;
   const Direction direction_;
@@ -216,19 +207,19 @@ class ArchiveScan {
   ChunkOrder order_;                         // of what was shown of the range
   std::optional<ChunkSummaries> summaries_;  // of the chunks that are visited
   SampleRun pending_;                        // those that were not shown yet
-  SampleColumns chunk_;   // the chunk that was loaded last, whose memory serves the next
-  SampleColumns merged_;  // likewise
+  LoadedChunk chunk_;                        // the one that was wanted last
+  SampleColumns merged_;                     // its records with pending ones, likewise
 };
 
 }  // namespace
 
-Status ScanArchive(Connection& connection, Pending& pending, TagId tag, TimeRange range,
-                   Direction direction, const TextDecoder& decoder, ScanVisitor& visitor) {
-  ArchiveScan scan(connection, tag, direction, decoder, visitor);
+Status ScanArchive(const Archive& archive, TagId tag, TimeRange range, Direction direction,
+                   ScanVisitor& visitor) {
+  ArchiveScan scan(archive, tag, direction, visitor);
   const bool is_forward = direction == Direction::kForward;
   std::size_t limit = kFirstPiece;
   for (TimeRange rest = range; !rest.empty(); limit = std::min(4 * limit, kLargestPiece)) {
-    const SampleColumns copied = pending.Copy(tag, rest, direction, limit);
+    const SampleColumns copied = archive.pending.Copy(tag, rest, direction, limit);
     const bool is_last = copied.size() < limit;
     TimeRange piece = rest;
     if (!is_last && is_forward) piece.to_ms = copied.times().back();

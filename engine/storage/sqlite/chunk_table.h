@@ -24,6 +24,8 @@ struct ChunkExtent {
   std::int64_t first_ms = 0;
   std::int64_t last_ms = 0;
   std::int64_t count = 0;
+
+  friend bool operator==(const ChunkExtent&, const ChunkExtent&) = default;
 };
 
 // Chunks come one behind the other, in a direction, unless the file is damaged: then their records

@@ -118,7 +118,8 @@ class Scanning : public testing::Test {
   }
 
   Status Scan(TimeRange range, Direction direction, ScanVisitor& visitor) {
-    return ScanArchive(*reader_, pending_, kTag, range, direction, nullptr, visitor);
+    return ScanArchive({*reader_, pending_, decoder_, opening_ == 0 ? NumberOfOpening() : opening_},
+                       kTag, range, direction, visitor);
   }
 
   std::vector<std::pair<std::int64_t, std::int64_t>> Runs(TimeRange range, Direction direction) {
@@ -138,6 +139,8 @@ class Scanning : public testing::Test {
   std::unique_ptr<Connection> reader_ = archive_.OpenReader();
   ChunkIds ids_ = *ChunkIds::Behind(*file_);
   Pending pending_;
+  const TextDecoder decoder_;
+  std::uint64_t opening_ = 0;  // 0: each scan is one of a store of its own, which reads the file
 };
 
 TEST_F(Scanning, ShowsEachChunkAsARunInTheDirectionsOrder) {
