@@ -9,6 +9,7 @@
 #include "engine/catalogue/rules.h"
 #include "engine/history/interpolation.h"
 #include "engine/history/many_tags.h"
+#include "engine/history/statistics/calculate.h"
 
 namespace zervane {
 namespace {
@@ -46,8 +47,10 @@ Result<Interpolated> HistoryFamily::Handle(const Caller&, const InterpolateTags&
   return InterpolateMany(operation, [this](TagId id) { return ReadPoints(id); });
 }
 
-Result<double> HistoryFamily::Handle(const Caller&, const CalculateStatistic&) const {
-  return Status(ZR3_ERR_NOT_SUPPORTED, {});
+Result<double> HistoryFamily::Handle(const Caller&, const CalculateStatistic& operation) const {
+  const Result<TagPoints> points = ReadPoints(operation.id);
+  if (!points.ok()) return points.status();
+  return CalculateStatisticOf(*points, operation.request);
 }
 
 Result<TagPoints> HistoryFamily::ReadPoints(TagId id) const {
