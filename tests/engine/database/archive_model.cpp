@@ -57,6 +57,27 @@ std::vector<std::int32_t> ArchiveModel::Accept(const std::vector<TagSample>& bat
   return codes;
 }
 
+std::int32_t ArchiveModel::Correct(TagId id, const Sample& sample) {
+  const auto tag = tags_.find(id);
+  if (tag == tags_.end()) return ZR3_ERR_TAG_NOT_FOUND;
+  if (sample.type != tag->second.type) return ZR3_ERR_TYPE_MISMATCH;
+  if (!HasRecordAt(id, sample.time_ms)) return ZR3_ERR_NO_RECORD;
+  unstored_.push_back({{id, sample}});
+  return ZR3_OK;
+}
+
+// Of a tag without an archive there is the newest record alone.
+bool ArchiveModel::HasRecordAt(TagId id, std::int64_t time_ms) const {
+  const Tag& tag = tags_.at(id);
+  if (!tag.archiving) return time_ms == tag.newest_ms;
+  if (tag.archive.contains(time_ms)) return true;
+  return std::ranges::any_of(unstored_, [&](const std::vector<TagSample>& batch) {
+    return std::ranges::any_of(batch, [&](const TagSample& record) {
+      return record.tag == id && record.sample.time_ms == time_ms;
+    });
+  });
+}
+
 void ArchiveModel::StoreNext() {
   for (TagSample& record : unstored_.front()) {
     Tag& tag = tags_.at(record.tag);
@@ -93,6 +114,12 @@ std::int64_t ArchiveModel::Count(TagId id, TimeRange range) const {
   if (range.from_ms > range.to_ms) return 0;
   const auto& archive = tags_.at(id).archive;
   return std::distance(archive.lower_bound(range.from_ms), archive.upper_bound(range.to_ms));
+}
+
+std::vector<Sample> ArchiveModel::Points(TagId id) const {
+  std::vector<Sample> points;
+  for (const auto& [time_ms, record] : tags_.at(id).archive) points.push_back(record);
+  return points;
 }
 
 std::string FirstDifference(const std::vector<Sample>& expected,

@@ -33,6 +33,10 @@ class ArchiveModel {
   // Takes a batch in: the code of each record, as the database must answer them.
   std::vector<std::int32_t> Accept(const std::vector<TagSample>& batch, WriteOrder order);
 
+  // Takes a correction in, after all that was accepted before: its code. Where it is ZR3_OK it is
+  // the last of the accepted batches.
+  std::int32_t Correct(TagId id, const Sample& sample);
+
   // The accepted batches that may still be lost.
   std::size_t unstored() const { return unstored_.size(); }
   // The oldest one is stored; all are.
@@ -43,8 +47,13 @@ class ArchiveModel {
 
   std::vector<Sample> Read(TagId id, TimeRange range, Direction direction, std::size_t limit) const;
   std::int64_t Count(TagId id, TimeRange range) const;
+  // All records that answers about the past are made of: REQUIRES a tag without filters.
+  std::vector<Sample> Points(TagId id) const;
 
  private:
+  // Whether a record of that time is stored or accepted.
+  bool HasRecordAt(TagId id, std::int64_t time_ms) const;
+
   std::map<TagId, Tag> tags_;
   std::vector<std::vector<TagSample>> unstored_;  // of each batch what was accepted
 };

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -14,6 +16,7 @@
 
 #include "engine/embedded.h"
 #include "tests/engine/database/random_records.h"
+#include "tests/engine/history/oracle.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 #include "tests/support/database_client.h"
@@ -68,6 +71,15 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
     const auto near = archive.lower_bound(time_ms);
     if (near == archive.end() || random_.OneIn(2)) return time_ms;
     return near->first + (random_.OneIn(2) ? 0 : random_.Draw(-1, 1));
+  }
+
+  // Mostly that of a record that is there.
+  std::int64_t AnyRecordTime(TagId id) {
+    const ArchiveModel::Tag& tag = model_.tags()[id];
+    if (tag.current && random_.OneIn(5)) return tag.current->time_ms;
+    const std::int64_t time_ms = AnyTime(id);
+    const auto near = tag.archive.lower_bound(time_ms);
+    return near == tag.archive.end() || random_.OneIn(20) ? time_ms : near->first;
   }
 
   // Mostly a little newer than the tag's newest record; now and then years, as new or older.
@@ -186,6 +198,116 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
     ++operation_;
   }
 
+  // It is answered when it is stored, with all that was queued before. Now and then there is no
+  // such record, tag or type.
+  void Correct() {
+    const TagId id = random_.OneIn(100) ? deleted_ : AnyTag();
+    const bool is_there = model_.tags().contains(id);
+    TagType type = is_there ? model_.tags()[id].type : TagType::kFloat64;
+    if (random_.OneIn(50)) type = static_cast<TagType>(random_.Draw(0, 7));
+    const Sample sample = random_.AnySample(type, is_there ? AnyRecordTime(id) : kStartMs);
+    const std::int32_t expected = model_.Correct(id, sample);
+    EXPECT_EQ(database_->CorrectRecord(id, sample).code(), expected)
+        << "tag " << id << " at " << sample.time_ms << " ms";
+    model_.StoreAll();
+  }
+
+  // What was computed of the tag's records at instants near some of them.
+  void CompareInterpolation() {
+    Settle();
+    const TagId id = AnyTag();
+    const auto mode = random_.OneIn(2) ? InterpolationMode::kLinear : InterpolationMode::kPrevious;
+    std::vector<std::int64_t> times(3);
+    for (std::int64_t& time_ms : times) time_ms = AnyTime(id);
+    const auto values = database_->Do(InterpolateTag{.id = id, .mode = mode, .times_ms = times});
+    ASSERT_TRUE(values.ok()) << values.status().message();
+    const ArchiveModel::Tag& tag = model_.tags()[id];
+    const std::vector<Sample> points = model_.Points(id);
+    for (std::size_t at = 0; at < times.size(); ++at) {
+      ExpectValue(oracle::ValueAt(points, tag.type, mode, NowOf(tag), times[at]), *values, at);
+    }
+  }
+
+  static std::int64_t NowOf(const ArchiveModel::Tag& tag) {
+    return tag.current ? std::max(kStartMs, tag.current->time_ms) : kStartMs;
+  }
+
+  static void ExpectValue(const oracle::Answer& expected, const Interpolated& values,
+                          std::size_t at) {
+    SCOPED_TRACE(testing::Message() << "at " << values.samples.times()[at] << " ms");
+    ASSERT_EQ(values.codes[at], expected.code);
+    if (expected.code != ZR3_OK) return;
+    const Sample value = values.samples.At(at);
+    EXPECT_EQ(value.quality, expected.quality);
+    if (IsText(value.type)) {
+      EXPECT_EQ(value.value.text().str(), expected.text);
+    } else {
+      EXPECT_NEAR(NumberOf(value.value), expected.number, 1e-9 * (1 + std::abs(expected.number)));
+    }
+  }
+
+  static double NumberOf(const Value& value) {
+    switch (value.kind()) {
+      case Value::Kind::kInteger:
+        return value.integer();
+      case Value::Kind::kFloat32:
+        return value.float32();
+      case Value::Kind::kFloat64:
+        return value.float64();
+      case Value::Kind::kText:
+        break;
+    }
+    return 0;
+  }
+
+  // What a statistic of the points may differ by for the order in which its terms are added: so
+  // many units in the last place of the sum of their amounts.
+  static double RoundingOf(const std::vector<Sample>& points, const StatisticRequest& request) {
+    double amounts = 1;
+    for (const Sample& point : points) {
+      const double number = std::abs(NumberOf(point.value));
+      if (std::isfinite(number)) amounts = std::max(amounts, number);
+    }
+    const TimeRegion& region = request.regions.front();
+    const double seconds = static_cast<double>(region.right_ms - region.left_ms) / 1000;
+    const bool is_area = request.type == StatisticType::kIntegral;
+    return 1e-12 * amounts * (is_area ? seconds + 1 : static_cast<double>(points.size()) + 1);
+  }
+
+  // Texts have no others.
+  StatisticType AnyStatistic(TagType type) {
+    constexpr std::array kOfTexts = {StatisticType::kCount, StatisticType::kCountOfChanges,
+                                     StatisticType::kPercentGood, StatisticType::kTimeDuration};
+    if (IsText(type)) return kOfTexts[static_cast<std::size_t>(random_.Draw(0, 3))];
+    return static_cast<StatisticType>(random_.Draw(0, ZR3_STATS_TYPE_LIMIT_MAX));
+  }
+
+  // A statistic over one region, of which the ends come as they may.
+  void CompareStatistic() {
+    Settle();
+    const TagId id = AnyTag();
+    const ArchiveModel::Tag& tag = model_.tags()[id];
+    StatisticRequest request;
+    request.type = AnyStatistic(tag.type);
+    const auto [from_ms, to_ms] = std::minmax({AnyTime(id), AnyTime(id)});
+    request.regions = {{.left_ms = from_ms,
+                        .right_ms = to_ms + 1,
+                        .is_left_closed = random_.OneIn(2),
+                        .is_right_closed = random_.OneIn(2)}};
+    request.parameter_1 = static_cast<double>(random_.Draw(-50'000, 0)) / 100;
+    request.parameter_2 = static_cast<double>(random_.Draw(0, 50'000)) / 100;
+    request.uses_bad_values = random_.OneIn(4);
+    const auto actual = database_->Do(CalculateStatistic{.id = id, .request = request});
+    const std::vector<Sample> points = model_.Points(id);
+    const oracle::Answer expected = oracle::StatisticOf(points, tag.type, request, {}, NowOf(tag));
+    SCOPED_TRACE(testing::Message()
+                 << "tag " << id << ", statistic " << static_cast<int>(request.type) << ", "
+                 << from_ms << " to " << to_ms + 1 << " ms");
+    ASSERT_EQ(actual.code(), expected.code) << actual.status().message();
+    if (!actual.ok()) return;
+    EXPECT_NEAR(*actual, expected.number, RoundingOf(points, request));
+  }
+
   void CompareRead() {
     Settle();
     const TagId id = AnyTag();
@@ -242,6 +364,9 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
     if (kind == 1) return random_.OneIn(2) ? Reopen() : Crash();
     if (kind <= 20) return ReplaceTag();
     if (kind <= 2'000) return WriteSome();
+    if (kind <= 2'200) return Correct();
+    if (kind <= 2'250) return CompareInterpolation();
+    if (kind <= 2'300) return CompareStatistic();
     if (kind <= 14'000) return CompareRead();
     if (kind <= 17'000) return CompareCount();
     CompareCurrent();

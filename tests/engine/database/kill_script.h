@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -9,8 +11,8 @@
 #include "api/operations/values.h"
 #include "api/words/tag.h"
 
-// What the writing process of the kill test does: one write a step, known from the step's number
-// alone, so that the testing process knows what each answer vouches for.
+// What the writing process of the kill test does: one write or correction a step, known from the
+// step's number alone, so that the testing process knows what each answer vouches for.
 namespace zervane {
 
 constexpr TagId kPlainTags = 5;
@@ -43,10 +45,37 @@ struct KillStep {
   std::vector<TagSample> batch;
   WriteOrder order = WriteOrder::kInOrder;
   WriteAnswer answer = WriteAnswer::kDurable;
+  std::optional<TagSample> correction;  // in place of the write
 };
 
 constexpr std::int64_t kFirstStepMs = 1'000'000'000'000;
 constexpr std::int64_t kStepMs = 1000;
+
+inline KillStep StepOf(unsigned seed, std::int64_t number);
+
+// The newest record of the tag that a step before this one writes in order.
+inline std::optional<TagSample> NewestBefore(unsigned seed, std::int64_t number, TagId tag) {
+  while (number-- > 0) {
+    const KillStep step = StepOf(seed, number);
+    if (step.order != WriteOrder::kInOrder) continue;
+    const auto newest = std::find_if(step.batch.rbegin(), step.batch.rend(),
+                                     [&](const TagSample& record) { return record.tag == tag; });
+    if (newest != step.batch.rend()) return *newest;
+  }
+  return std::nullopt;
+}
+
+// A correction of a record that was written, if there is one. Of a tag with filters it is the
+// current value and keeps its value, so that the lines between archived values still err by no more
+// than the tolerance; of others it is anything.
+inline std::optional<TagSample> CorrectionOf(unsigned seed, std::int64_t number, TagId tag,
+                                             std::int64_t before) {
+  std::optional<TagSample> record = NewestBefore(seed, tag <= kPlainTags ? before : number, tag);
+  if (!record) return record;
+  record->sample.quality = ZR3_QUALITY_UNCERTAIN;
+  if (tag <= kPlainTags) record->sample.value = static_cast<double>(-number);
+  return record;
+}
 
 inline KillStep StepOf(unsigned seed, std::int64_t number) {
   std::mt19937_64 random(seed + static_cast<std::uint64_t>(number));
@@ -55,6 +84,11 @@ inline KillStep StepOf(unsigned seed, std::int64_t number) {
     return std::uniform_int_distribution(from, to)(random);
   };
   KillStep step;
+  if (draw(0, 7) == 0) {
+    const auto tag = static_cast<TagId>(draw(1, kLastTag));
+    step.correction = CorrectionOf(seed, number, tag, draw(0, number));
+    if (step.correction) return step;
+  }
   if (draw(0, 1) == 0) step.answer = WriteAnswer::kQueued;
   if (draw(0, 2) == 0) step.order = WriteOrder::kAnyOrder;
   step.batch.resize(static_cast<std::size_t>(draw(1, 30)));

@@ -42,6 +42,11 @@ class KilledDatabase : public storage::KillFixture {
 
   void Accept(std::int64_t number) {
     const KillStep step = StepOf(seed_.value(), number);
+    if (step.correction) {
+      ASSERT_EQ(model_.Correct(step.correction->tag, step.correction->sample), ZR3_OK);
+      ++corrections_;
+      return;
+    }
     for (const std::int32_t code : model_.Accept(step.batch, step.order)) ASSERT_EQ(code, ZR3_OK);
   }
 
@@ -83,11 +88,13 @@ class KilledDatabase : public storage::KillFixture {
   }
 
   ArchiveModel model_;
+  int corrections_ = 0;
 };
 
 TEST_F(KilledDatabase, LosesNothingThatItAnsweredNorTearsABatch) {
   RunRounds(50);
   if (!HasFailure()) ExpectNothingHeldIsLost();
+  EXPECT_GT(corrections_, 0);
 }
 
 }  // namespace

@@ -34,14 +34,19 @@ Status AddMissingTags(DatabaseClient& database) {
   return {};
 }
 
+Status Perform(DatabaseClient& database, const zervane::KillStep& step) {
+  if (step.correction) return database.CorrectRecord(step.correction->tag, step.correction->sample);
+  std::vector<std::int32_t> codes(step.batch.size());
+  return database.Write(step.batch, step.order, step.answer, codes);
+}
+
 // Goes on with step `number`.
 Status Work(DatabaseClient& database, unsigned seed, std::int64_t& number) {
   if (Status status = AddMissingTags(database); !status.ok()) return status;
   for (int i = 0; i < kStepsPerOpen; ++i, ++number) {
-    zervane::KillStep step = zervane::StepOf(seed, number);
-    std::vector<std::int32_t> codes(step.batch.size());
-    Status status = database.Write(std::move(step.batch), step.order, step.answer, codes);
-    if (!status.ok()) return status;
+    if (Status status = Perform(database, zervane::StepOf(seed, number)); !status.ok()) {
+      return status;
+    }
     if (write(kAnswers, &number, sizeof(number)) != sizeof(number)) {
       return {ZR3_ERR_INTERNAL, "nobody listens"};
     }

@@ -62,6 +62,8 @@ public final class Demo {
     report.printCurrentValues();
     History history = new History(start);
     report.printHistory(history);
+    report.printStatistics(history);
+    report.printOneAxis(history);
     printSummary(catalogue, history, recorder.recordsWritten());
     System.out.println("The database is " + Address.describe(address) + ".");
     Status.check("disconnect", Jni_Zervane.disconnect());

@@ -9,12 +9,14 @@ import java.util.Locale;
 import java.util.stream.DoubleStream;
 
 /**
- * Prints what the database holds: its tags, some that a search finds, their current values and their
- * history.
+ * Prints what the database holds: its tags, some that a search finds, their current values, their
+ * history, and what the history says together.
  */
 final class Report {
   private static final int EARLIER_COLUMNS = 24;
   private static final int THIS_RUN_COLUMNS = 36;
+  private static final int AXIS_ROWS = 6;
+  private static final List<String> ON_ONE_AXIS = List.of("HOST.CPU.BUSY", "HOST.MEM.USED");
 
   private final List<Catalogue.Tag> tags;
 
@@ -115,6 +117,63 @@ final class Report {
           Sparkline.draw(before, EARLIER_COLUMNS, least, greatest),
           Sparkline.draw(now, THIS_RUN_COLUMNS, least, greatest));
     }
+  }
+
+  /** Prints what the records of this run say together, of a text only how much of it is good. */
+  void printStatistics(History history) {
+    heading("Statistics of this run");
+    statisticsRow("TAG", "MEAN", "LEAST", "GREATEST", "MEAN BY TIME", "UNIT", "GOOD");
+    for (Catalogue.Tag tag : tags) {
+      Statistics statistics = new Statistics(tag, history.ofThisRun(tag));
+      String name = tag.measurement().tagName();
+      String unit = tag.measurement().unit();
+      String good = decimal(statistics.percentGood()) + " %";
+      if (tag.measurement().type().isNumeric()) {
+        statisticsRow(
+            name,
+            decimal(statistics.mean()),
+            decimal(statistics.least()),
+            decimal(statistics.greatest()),
+            decimal(statistics.timeWeightedMean()),
+            unit,
+            good);
+      } else {
+        statisticsRow(name, "", "", "", "", unit, good);
+      }
+    }
+  }
+
+  private static void statisticsRow(Object... cells) {
+    row("%-20s %12s %12s %12s %14s %-6s %8s", cells);
+  }
+
+  /** Prints two tags at the same instants, computed on the lines between their records. */
+  void printOneAxis(History history) {
+    List<Catalogue.Tag> pair = List.of(named(ON_ONE_AXIS.get(0)), named(ON_ONE_AXIS.get(1)));
+    heading("Two tags on one time axis");
+    row("%-23s %20s %20s", "TIME", ON_ONE_AXIS.get(0), ON_ONE_AXIS.get(1));
+    ZRJniRecord[] run = history.ofThisRun(pair.get(0));
+    TimeAxis axis =
+        new TimeAxis(Text.instant(run[0]), Text.instant(run[run.length - 1]), AXIS_ROWS);
+    ZRJniRecord[] records = axis.read(pair);
+    for (int i = 0; i < AXIS_ROWS; i++) {
+      row(
+          "%-23s %20s %20s",
+          Text.preciseTime(axis.instants().get(i)),
+          Text.withUnit(pair.get(0).measurement(), records[2 * i]),
+          Text.withUnit(pair.get(1).measurement(), records[2 * i + 1]));
+    }
+  }
+
+  private Catalogue.Tag named(String name) {
+    return tags.stream()
+        .filter(tag -> tag.measurement().tagName().equals(name))
+        .findFirst()
+        .orElseThrow();
+  }
+
+  private static String decimal(double value) {
+    return Text.value(TagType.FLOAT64, value);
   }
 
   private static String lastText(ZRJniRecord[] records) {

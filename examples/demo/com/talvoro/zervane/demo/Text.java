@@ -11,6 +11,9 @@ final class Text {
   private static final DateTimeFormatter TIME =
       DateTimeFormatter.ofPattern("yyyy-MM-dd HH:mm:ss").withZone(ZoneId.systemDefault());
 
+  private static final DateTimeFormatter PRECISE_TIME =
+      DateTimeFormatter.ofPattern("yyyy-MM-dd HH:mm:ss.SSS").withZone(ZoneId.systemDefault());
+
   private Text() {}
 
   static String value(TagType type, Object value) {
@@ -28,6 +31,11 @@ final class Text {
 
   static String time(Instant time) {
     return TIME.format(time);
+  }
+
+  /** With milliseconds. */
+  static String preciseTime(Instant time) {
+    return PRECISE_TIME.format(time);
   }
 
   static Instant instant(ZRJniRecord record) {

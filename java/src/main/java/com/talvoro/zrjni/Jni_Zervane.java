@@ -672,7 +672,8 @@ public final class Jni_Zervane {
   // ==== correction of history ====
 
   /**
-   * Replaces quality and value of the archived record that stands at exactly the record's time.
+   * Replaces quality and value of the record that a tag has at exactly the record's time, archived
+   * or held back by its filters; the current value follows when it is that record.
    *
    * @param nTagID tag identifier
    * @param nTagType type that selects the value field; it must be the tag's, which is not looked up
@@ -706,8 +707,7 @@ public final class Jni_Zervane {
       DoubleWrapper meanValue);
 
   /**
-   * Computes the maximum of a tag's raw records in an interval. Whether its ends are included is
-   * not defined.
+   * Computes the maximum of a tag's raw records in an interval, both ends included.
    *
    * @param tagID tag identifier
    * @param startTime start
@@ -724,8 +724,7 @@ public final class Jni_Zervane {
       DoubleWrapper maxValueWrapper);
 
   /**
-   * Computes the minimum of a tag's raw records in an interval. Whether its ends are included is
-   * not defined.
+   * Computes the minimum of a tag's raw records in an interval, both ends included.
    *
    * @param tagID tag identifier
    * @param startTime start
@@ -759,8 +758,7 @@ public final class Jni_Zervane {
       DoubleWrapper sumValueWrapper);
 
   /**
-   * Computes the share of good values of a tag in an interval. Whether its ends are included is not
-   * defined.
+   * Computes the share of an interval's time, up to now, in which a tag was good.
    *
    * @param tagID tag identifier
    * @param startTime start

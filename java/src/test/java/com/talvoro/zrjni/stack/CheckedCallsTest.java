@@ -3,12 +3,14 @@ package com.talvoro.zrjni.stack;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 
+import com.talvoro.zrjni.DoubleWrapper;
 import com.talvoro.zrjni.IntWrapper;
 import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.LongWrapper;
 import com.talvoro.zrjni.ZRJniCommTagProp;
 import com.talvoro.zrjni.ZRJniRecord;
 import com.talvoro.zrjni.ZRJniTagProp;
+import com.talvoro.zrjni.ZRJniTime;
 import com.talvoro.zrsdk.common.ZRQueryTagCondition;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
@@ -48,6 +50,7 @@ class CheckedCallsTest {
       searching();
       writing(ids);
       reading(ids);
+      asking(ids);
       for (int id : ids) {
         check(Jni_Zervane.deleteTag(id));
       }
@@ -137,6 +140,33 @@ class CheckedCallsTest {
             Jni_Zervane.querySpecifyNumRawRecords(
                 id, (byte) 0, Records.END, Records.BACKWARD, 5, history));
       }
+    }
+
+    private static void asking(int[] ids) {
+      int[] errors = new int[COUNT];
+      check(Jni_Zervane.queryTagsInterpRecordsByMode(1, ids, COUNT, records(20), errors));
+      for (ValueType type : ValueType.values()) {
+        int id = ids[type.ordinal()];
+        ZRJniRecord[] instants = {Records.at(15, 500), Records.at(20, 0)};
+        check(Jni_Zervane.queryInterpRecords(id, (byte) 0, 2, instants, new int[2]));
+        check(Jni_Zervane.queryInterpRecordsByMode(id, (byte) 0, 2, instants, new int[2], 1));
+        check(Jni_Zervane.modifyRecord(id, type.number(), record(type, 20)));
+        statistics(id);
+      }
+    }
+
+    private static void statistics(int id) {
+      DoubleWrapper value = new DoubleWrapper();
+      ZRJniTime from = Records.time(10, 0);
+      ZRJniTime to = Records.time(20, 0);
+      check(Jni_Zervane.getTagPercentGood(id, from, to, value));
+      check(
+          Jni_Zervane.getTagStats(id, 24, from, to, 0, 0, 0, 0, 0, "quality >= 0", 0, 1, value));
+      // Of texts there are none of these: what they answer does not matter here.
+      Jni_Zervane.getTagMean(id, from, to, 0, 0, 0, value);
+      Jni_Zervane.getTagMax(id, from, to, 0, value);
+      Jni_Zervane.getTagMin(id, from, to, 0, value);
+      Jni_Zervane.getTagSum(id, from, to, 0, value);
     }
 
     private static ZRJniRecord record(ValueType type, int second) {

@@ -28,9 +28,13 @@ final class Codes {
   static final int INVALID_TIME = 119601;
   static final int INVALID_REGION = 119602;
   static final int NO_RECORD = 119603;
+  static final int TYPE_MISMATCH = 119604;
   static final int OUT_OF_ORDER = 119605;
   static final int VALUE_TOO_LONG = 119606;
+  static final int INVALID_EXPRESSION = 119608;
+  static final int TOO_FEW_GOOD = 119609;
   static final int SOME_RECORDS_FAILED = 119610;
+  static final int SOME_INSTANTS_FAILED = 119611;
 
   private Codes() {}
 }

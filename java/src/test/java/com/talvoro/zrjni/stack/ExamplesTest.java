@@ -130,6 +130,37 @@ class ExamplesTest {
         """);
   }
 
+  @Test
+  void theDemoSumsUpItsRunAndShowsTwoTagsOnOneAxis() throws Exception {
+    ChildJvm.Result result = run(DEMO, "1", "memory:");
+
+    assertEquals(0, result.exitCode(), result.errors());
+    String number = " +-?[\\d,]+\\.\\d\\d";
+    List<String> statistics = linesOf(result, "Statistics of this run");
+    assertEquals(23, statistics.size(), "a heading and a line for each tag");
+    for (String line : statistics.subList(1, 23)) {
+      String numbers = line.contains("TOP") || line.contains("UPTIME") ? "" : number.repeat(4);
+      assertTrue(line.matches("  HOST\\.[A-Z0-9.]+" + numbers + "( [^ ]+)? +100\\.00 %"), line);
+    }
+    List<String> axis = linesOf(result, "Two tags on one time axis");
+    assertEquals(7, axis.size());
+    String time = "  \\d{4}-\\d\\d-\\d\\d [\\d:]{8}\\.\\d{3}";
+    for (String line : axis.subList(1, 7)) {
+      assertTrue(line.matches(time + number + " %" + number + " MiB"), line);
+    }
+  }
+
+  /** The lines below a heading, up to the next empty one. */
+  private static List<String> linesOf(ChildJvm.Result result, String heading) {
+    return result
+        .output()
+        .lines()
+        .dropWhile(line -> !line.equals(heading))
+        .skip(1)
+        .takeWhile(line -> !line.isEmpty())
+        .toList();
+  }
+
   private static void assertContains(ChildJvm.Result result, String text) {
     assertTrue(result.output().contains(text), () -> text + " is not in:\n" + result.output());
   }
