@@ -4,8 +4,10 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "engine/assert.h"
+#include "engine/storage/good_numbers.h"
 
 namespace zervane {
 namespace {
@@ -41,6 +43,24 @@ void AddGood(const RunStatistics::Point& point, RunStatistics& run) {
   run.squares += from_old_mean * (point.value - run.mean);
 }
 
+RunStatistics StatisticsOneByOne(const SampleColumns& samples, std::size_t begin, std::size_t end) {
+  RunStatistics run;
+  run.first_ms = samples.times()[begin];
+  run.last_ms = samples.times()[end - 1];
+  run.count = static_cast<std::int64_t>(end - begin);
+  run.course = CourseOf(samples.types()[begin]);
+  bool was_good = false;
+  for (std::size_t at = begin; at < end; ++at) {
+    const RunStatistics::Point point{samples.times()[at], NumberAt(samples, at)};
+    const bool is_good = IsGoodQuality(samples.qualities()[at]) &&
+                         (run.course == Course::kNone || std::isfinite(point.value));
+    if (was_good) AddSpan({run.last_good, point.time_ms, point.value, is_good}, run);
+    if (is_good) AddGood(point, run);
+    was_good = is_good;
+  }
+  return run;
+}
+
 }  // namespace
 
 double NumberAt(const SampleColumns& samples, std::size_t at) {
@@ -60,21 +80,18 @@ double NumberAt(const SampleColumns& samples, std::size_t at) {
 
 RunStatistics StatisticsOf(const SampleColumns& samples, std::size_t begin, std::size_t end) {
   ZERVANE_ASSERT(begin < end && end <= samples.size());
-  RunStatistics run;
-  run.first_ms = samples.times()[begin];
-  run.last_ms = samples.times()[end - 1];
-  run.count = static_cast<std::int64_t>(end - begin);
-  run.course = CourseOf(samples.types()[begin]);
-  bool was_good = false;
-  for (std::size_t at = begin; at < end; ++at) {
-    const RunStatistics::Point point{samples.times()[at], NumberAt(samples, at)};
-    const bool is_good = IsGoodQuality(samples.qualities()[at]) &&
-                         (run.course == Course::kNone || std::isfinite(point.value));
-    if (was_good) AddSpan({run.last_good, point.time_ms, point.value, is_good}, run);
-    if (is_good) AddGood(point, run);
-    was_good = is_good;
+  std::optional<RunStatistics> run;
+  for (std::size_t from = begin; from < end; from += kPieceRecords) {
+    const std::size_t to = std::min(end, from + kPieceRecords);
+    std::optional<RunStatistics> piece = StatisticsOfGoodNumbers(samples, from, to);
+    if (!piece) piece = StatisticsOneByOne(samples, from, to);
+    if (run) {
+      Append(*run, *piece);
+    } else {
+      run = piece;
+    }
   }
-  return run;
+  return *run;
 }
 
 void Append(RunStatistics& run, const RunStatistics& next) {
@@ -87,20 +104,23 @@ void Append(RunStatistics& run, const RunStatistics& next) {
   run.good_ms += next.good_ms;
   run.area.Add(next.area);
   if (next.good == 0) return;
+  run.last_good = next.last_good;
+  run.sum.Add(next.sum);
   if (run.good == 0) {
     run.first_good = next.first_good;
     run.least = next.least;
     run.greatest = next.greatest;
+    run.mean = next.mean;
+    run.squares = next.squares;
+  } else {
+    run.least = std::min(run.least, next.least);
+    run.greatest = std::max(run.greatest, next.greatest);
+    const auto good = static_cast<double>(run.good);
+    const auto more = static_cast<double>(next.good);
+    const double apart = next.mean - run.mean;
+    run.mean += apart * (more / (good + more));
+    run.squares += next.squares + apart * apart * (good * more / (good + more));
   }
-  run.last_good = next.last_good;
-  run.least = std::min(run.least, next.least);
-  run.greatest = std::max(run.greatest, next.greatest);
-  run.sum.Add(next.sum);
-  const auto good = static_cast<double>(run.good);
-  const auto more = static_cast<double>(next.good);
-  const double apart = next.mean - run.mean;
-  run.mean += apart * (more / (good + more));
-  run.squares += next.squares + apart * apart * (good * more / (good + more));
   run.good += next.good;
 }
 

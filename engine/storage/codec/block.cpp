@@ -24,6 +24,8 @@ std::uint8_t LatestFormat(BlockKind kind) {
       return kBatchFormat;
     case BlockKind::kChunk:
       return kChunkFormat;
+    case BlockKind::kSummary:
+      return kSummaryFormat;
     case BlockKind::kEmptied:
       break;
   }

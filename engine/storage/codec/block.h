@@ -14,7 +14,7 @@
 // and a body. docs/file-layout.md shows it byte by byte.
 namespace zervane::storage {
 
-enum class BlockKind : std::uint8_t { kBatch = 'B', kChunk = 'C', kEmptied = 'E' };
+enum class BlockKind : std::uint8_t { kBatch = 'B', kChunk = 'C', kEmptied = 'E', kSummary = 'S' };
 
 // The latest formats of each kind. Earlier ones are read for ever.
 //
@@ -23,6 +23,7 @@ enum class BlockKind : std::uint8_t { kBatch = 'B', kChunk = 'C', kEmptied = 'E'
 constexpr std::uint8_t kBatchFormat = 2;
 constexpr std::uint8_t kChunkFormat = 3;
 constexpr std::uint8_t kEmptiedFormat = 1;
+constexpr std::uint8_t kSummaryFormat = 1;
 
 constexpr std::size_t kBlockHeaderBytes = 20;
 
@@ -34,7 +35,7 @@ static_assert(kMaxStringBytes >= kMaxBlobBytes);
 struct BlockHead {
   std::uint8_t format = 0;
   std::uint8_t type = 0;  // of a chunk's values; 0 in others
-  std::size_t count = 0;  // records, or tags
+  std::size_t count = 0;  // records, or tags; of a summary 1
 };
 
 // A block that was opened, beside the bytes that it was opened from.

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstdint>
+
 #include "api/words/status.h"
 #include "api/words/value.h"
 #include "engine/storage/codec/text_decoder.h"
+#include "engine/storage/sqlite/loaded_chunk.h"
 #include "engine/storage/sqlite/pending.h"
 #include "engine/storage/sqlite/sqlite.h"
 #include "engine/storage/store.h"
@@ -15,10 +18,18 @@
 // pending this goes on piece by piece of the range, so that little is copied that nobody wants.
 namespace zervane::storage {
 
+// What is read.
+struct Archive {
+  Connection& connection;  // no part of a transaction
+  Pending& pending;
+  const TextDecoder& decoder;
+  std::uint64_t opening;  // the store's (NumberOfOpening)
+};
+
 // Shows the archived records of the range to the visitor (Store::Scan). A chunk is decoded only
 // where its records are wanted, where it crosses the range's ends or where pending records fall
-// into it. `connection` is no part of a transaction.
-Status ScanArchive(Connection& connection, Pending& pending, TagId tag, TimeRange range,
-                   Direction direction, const TextDecoder& decoder, ScanVisitor& visitor);
+// into it.
+Status ScanArchive(const Archive& archive, TagId tag, TimeRange range, Direction direction,
+                   ScanVisitor& visitor);
 
 }  // namespace zervane::storage

@@ -17,11 +17,12 @@ constexpr std::chrono::milliseconds kLongestPause{10'000};
 }  // namespace
 
 BackgroundWriter::BackgroundWriter(Writer& writer, std::unique_ptr<Connection> reader,
-                                   Pending& pending, std::size_t chunk_records, TextDecoder decoder)
+                                   Pending& pending, ArchiveSizes sizes, ChunkIds ids,
+                                   TextDecoder decoder)
     : writer_(writer),
       reader_(std::move(reader)),
       pending_(pending),
-      generation_(writer, *reader_, pending, chunk_records, std::move(decoder),
+      generation_(writer, *reader_, pending, sizes, ids, std::move(decoder),
                   [this](bool is_log_due) {
                     if (is_log_due) FoldLogSoon();
                     DoSmallTasks();

@@ -29,7 +29,7 @@ class BackgroundWriter {
  public:
   // `reader` is a connection of its own. STRINGs of earlier formats are converted by the decoder.
   BackgroundWriter(Writer& writer, std::unique_ptr<Connection> reader, Pending& pending,
-                   std::size_t chunk_records, TextDecoder decoder);
+                   ArchiveSizes sizes, ChunkIds ids, TextDecoder decoder);
   BackgroundWriter(const BackgroundWriter&) = delete;
   BackgroundWriter& operator=(const BackgroundWriter&) = delete;
   ~BackgroundWriter();  // finishes what was begun

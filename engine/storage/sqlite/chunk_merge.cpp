@@ -8,9 +8,13 @@
 
 #include "engine/assert.h"
 #include "engine/storage/codec/block.h"
+#include "engine/storage/sqlite/summary_table.h"
 
 namespace zervane::storage {
 namespace {
+
+// The last chunk of an archive gets a summary when it has one of so many parts of a full one.
+constexpr std::size_t kSummaryShare = 8;
 
 // A tag's records go in by groups: a group is those that lie before the next chunk's start, hence
 // in or behind one chunk.
@@ -96,6 +100,10 @@ class ChunkMerge {
       piece.end = EndOfPiece(rest, size);
       edits_.added.push_back(EncodeForTable(tag_, piece));
       rest.begin = piece.end;
+      const bool will_grow =
+          ends_archive && rest.empty() && piece.size() * kSummaryShare < chunk_records_;
+      if (will_grow) continue;
+      edits_.added.back().statistics = StatisticsOf(*piece.samples, piece.begin, piece.end);
     }
     ZERVANE_ASSERT(planned_to_ms_ < first_ms());
     planned_to_ms_ = run_.times().back();
@@ -129,17 +137,47 @@ Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, const SampleRun&
   return ChunkMerge(connection, tag, chunk_records, decoder).Plan(records);
 }
 
-Status ApplyEdits(Connection& connection, const ChunkEdits& edits) {
+namespace {
+
+Status DeleteSummaryOf(Connection& connection, const ChunkExtent& chunk) {
+  return DeleteSummary(connection, chunk.tag, SummaryLevel::kChunk, chunk.first_ms);
+}
+
+Status AddChunk(Connection& connection, const EncodedChunk& chunk, std::int64_t id) {
+  Status status = InsertChunk(connection, id, chunk);
+  if (!status.ok() || !chunk.statistics) return status;
+  return PutSummary(
+      connection,
+      {.tag = chunk.tag, .level = SummaryLevel::kChunk, .member = id, .run = *chunk.statistics});
+}
+
+Status ApplyGroups(Connection& connection, TagId tag, const ChunkEdits& edits) {
+  for (const std::int64_t first_ms : edits.dropped_groups) {
+    Status status = DeleteSummary(connection, tag, SummaryLevel::kGroup, first_ms);
+    if (!status.ok()) return status;
+  }
+  for (const Summary& group : edits.groups) {
+    if (Status status = PutSummary(connection, group); !status.ok()) return status;
+  }
+  return {};
+}
+
+}  // namespace
+
+Status ApplyEdits(Connection& connection, const ChunkEdits& edits, ChunkIds& ids) {
   for (const ChunkSetAside& chunk : edits.damaged) {
     if (Status status = SetChunkAside(connection, chunk.extent); !status.ok()) return status;
+    if (Status status = DeleteSummaryOf(connection, chunk.extent); !status.ok()) return status;
   }
   for (const ChunkExtent& chunk : edits.replaced) {
     if (Status status = DeleteChunk(connection, chunk); !status.ok()) return status;
+    if (Status status = DeleteSummaryOf(connection, chunk); !status.ok()) return status;
   }
   for (const EncodedChunk& chunk : edits.added) {
-    if (Status status = InsertChunk(connection, chunk); !status.ok()) return status;
+    if (Status status = AddChunk(connection, chunk, ids.Next()); !status.ok()) return status;
   }
-  return {};
+  // Every chunk that goes has others in its place.
+  return edits.added.empty() ? Status() : ApplyGroups(connection, edits.added.front().tag, edits);
 }
 
 }  // namespace zervane::storage

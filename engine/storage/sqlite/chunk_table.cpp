@@ -2,6 +2,7 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -10,33 +11,6 @@
 
 namespace zervane::storage {
 namespace {
-
-// What a query answers that a sound index would not.
-Status DamagedIndex(TagId tag) {
-  return Status(ZR3_ERR_STORAGE_DAMAGED, fmt::format("the chunks of tag {} are out of order", tag));
-}
-
-// Chunks come one behind the other, in a direction, unless the file is damaged: then their records
-// would come out of order, or twice.
-class ChunkOrder {
- public:
-  explicit ChunkOrder(Direction direction)
-      : direction_(direction), end_ms_(direction == Direction::kForward ? -1 : kMaxTimeMs + 1) {}
-
-  // Whether the chunk comes behind those that were passed.
-  bool IsNext(const ChunkExtent& chunk) const {
-    const bool follows =
-        direction_ == Direction::kForward ? chunk.first_ms > end_ms_ : chunk.last_ms < end_ms_;
-    return follows && chunk.first_ms <= chunk.last_ms;
-  }
-  void Pass(const ChunkExtent& chunk) {
-    end_ms_ = direction_ == Direction::kForward ? chunk.last_ms : chunk.first_ms;
-  }
-
- private:
-  const Direction direction_;
-  std::int64_t end_ms_;  // of what was passed
-};
 
 // The chunks of tag ?1 that overlap [?2, ?3]. Since chunks do not overlap each other, the search
 // starts at the last one that begins by ?2 and needs no other.
@@ -77,6 +51,10 @@ Decoded<SampleColumns> DecodeRow(const ChunkExtent& extent, std::string_view pay
 
 }  // namespace
 
+Status DamagedIndex(TagId tag) {
+  return Status(ZR3_ERR_STORAGE_DAMAGED, fmt::format("the chunks of tag {} are out of order", tag));
+}
+
 Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId tag,
                                                    std::int64_t time_ms) {
   Query row(connection,
@@ -109,22 +87,37 @@ Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId
 
 Status VisitExtents(Connection& connection, TagId tag, TimeRange range, Direction direction,
                     const ExtentVisitor& visit) {
+  ChunkOrder order(direction);
+  return VisitExtents(connection, tag, range, direction, order, visit);
+}
+
+Status VisitExtents(Connection& connection, TagId tag, TimeRange range, Direction direction,
+                    ChunkOrder& order, const ExtentVisitor& visit) {
   const bool is_forward = direction == Direction::kForward;
   Query rows(connection, is_forward ? kAscendingSql : kDescendingSql, tag, range.from_ms,
              range.to_ms);
-  ChunkOrder order(direction);
   while (rows.Next()) {
     const ChunkExtent extent = ReadExtent(rows);
-    if (!order.IsNext(extent)) return DamagedIndex(tag);
-    order.Pass(extent);
+    if (!order.IsNext(extent.first_ms, extent.last_ms)) return DamagedIndex(tag);
     if (extent.count < 1 || std::cmp_greater(extent.count, kMaxBlockRecords)) {
       return DamagedChunk(extent, "no chunk has as many").status();
     }
     const Result<bool> goes_on = visit(extent);
     if (!goes_on.ok()) return goes_on.status();
     if (!*goes_on) return {};
+    order.Pass(extent.first_ms, extent.last_ms);
   }
   return rows.status();
+}
+
+Result<std::int64_t> CountChunksAfter(Connection& connection, TagId tag, std::int64_t time_ms,
+                                      std::int64_t limit) {
+  Query row(connection,
+            "SELECT count(*) FROM "
+            "(SELECT 1 FROM chunk WHERE tag = ? AND first_time > ? LIMIT ?)",
+            tag, time_ms, limit);
+  if (row.Next()) return row.Integer(0);
+  return row.status();
 }
 
 Result<Decoded<SampleColumns>> LoadChunk(Connection& connection, const ChunkExtent& extent,
@@ -140,14 +133,25 @@ EncodedChunk EncodeForTable(TagId tag, const SampleRun& records) {
           .first_ms = records.times().front(),
           .last_ms = records.times().back(),
           .count = records.size(),
-          .payload = EncodeChunk(*records.samples, records.begin, records.end)};
+          .payload = EncodeChunk(*records.samples, records.begin, records.end),
+          .statistics = {}};
 }
 
-Status InsertChunk(Connection& connection, const EncodedChunk& chunk) {
+// Where the last of them cannot be read, or is no number that was ever given, those behind all that
+// are given: a file lasts for 2^62 chunks.
+Result<ChunkIds> ChunkIds::Behind(Connection& connection) {
+  constexpr std::int64_t kEnd = std::int64_t{1} << 62;
+  Query row(connection, "SELECT max(id) FROM chunk");
+  if (row.Next()) return ChunkIds(std::clamp<std::int64_t>(row.Integer(0), 0, kEnd));
+  if (row.status().code() == ZR3_ERR_STORAGE_DAMAGED) return ChunkIds(kEnd);
+  return row.status();
+}
+
+Status InsertChunk(Connection& connection, std::int64_t id, const EncodedChunk& chunk) {
   return Query(connection,
-               "INSERT INTO chunk (tag, first_time, last_time, count, payload) "
-               "VALUES (?, ?, ?, ?, ?)",
-               chunk.tag, chunk.first_ms, chunk.last_ms, chunk.count, chunk.payload)
+               "INSERT INTO chunk (id, tag, first_time, last_time, count, payload) "
+               "VALUES (?, ?, ?, ?, ?, ?)",
+               id, chunk.tag, chunk.first_ms, chunk.last_ms, chunk.count, chunk.payload)
       .Run();
 }
 

@@ -15,22 +15,28 @@ namespace {
 // that those who append hardly notice it.
 constexpr std::size_t kSliceBytes = 512 << 10;
 constexpr std::size_t kRowBytes = 64;  // of a row without its payload
+constexpr std::size_t kSummaryBytes = 200;
 
 std::size_t WeightOf(const ChunkEdits& edits) {
   std::size_t bytes = (edits.replaced.size() + edits.damaged.size()) * kRowBytes;
-  for (const EncodedChunk& chunk : edits.added) bytes += kRowBytes + chunk.payload.size();
+  for (const EncodedChunk& chunk : edits.added) {
+    bytes += kRowBytes + chunk.payload.size() + (chunk.statistics ? kSummaryBytes : 0);
+  }
+  bytes += (edits.dropped_groups.size() + edits.groups.size()) * kSummaryBytes;
   return bytes;
 }
 
 }  // namespace
 
 GenerationWriter::GenerationWriter(Writer& writer, Connection& reader, Pending& pending,
-                                   std::size_t chunk_records, TextDecoder decoder,
+                                   ArchiveSizes sizes, ChunkIds ids, TextDecoder decoder,
                                    AfterEach after_each)
     : writer_(writer),
       reader_(reader),
       pending_(pending),
-      chunk_records_(chunk_records),
+      sizes_(sizes),
+      ids_(ids),
+      groups_(reader, sizes.group_chunks),
       decoder_(std::move(decoder)),
       after_each_(std::move(after_each)) {}
 
@@ -41,6 +47,17 @@ void GenerationWriter::Begin(std::vector<std::int64_t> journal_cuts) {
 }
 
 Status GenerationWriter::Write() {
+  // What was planned last may not have been written.
+  if (is_begun_) groups_.ForgetCounts();
+  is_begun_ = true;
+  if (Status status = WriteTags(); !status.ok()) return status;
+  if (Status status = TrimJournal(); !status.ok()) return status;
+  pending_.DropFrozen();
+  is_begun_ = false;
+  return {};
+}
+
+Status GenerationWriter::WriteTags() {
   Slice slice;
   for (const auto* tag : TagsToWrite()) {
     if (Status status = PlanTag(*tag, &slice); !status.ok()) return status;
@@ -49,10 +66,7 @@ Status GenerationWriter::Write() {
     if (Status status = WriteSlice(slice); !status.ok()) return status;
     slice = {};
   }
-  if (Status status = WriteSlice(slice); !status.ok()) return status;
-  if (Status status = TrimJournal(); !status.ok()) return status;
-  pending_.DropFrozen();
-  return {};
+  return WriteSlice(slice);
 }
 
 // In order, so that the chunks of a tag lie near those of its neighbours.
@@ -68,9 +82,10 @@ std::vector<const PendingTags::value_type*> GenerationWriter::TagsToWrite() cons
 
 Status GenerationWriter::PlanTag(const PendingTags::value_type& tag, Slice* slice) {
   SampleColumns merged;
-  Result<ChunkEdits> edits =
-      PlanMerge(reader_, tag.first, tag.second.archive.All(&merged), chunk_records_, decoder_);
+  Result<ChunkEdits> edits = PlanMerge(reader_, tag.first, tag.second.archive.All(&merged),
+                                       sizes_.chunk_records, decoder_);
   if (!edits.ok()) return edits.status();
+  if (Status status = groups_.Plan(tag.first, &*edits); !status.ok()) return status;
   slice->weight += 2 * kRowBytes + WeightOf(*edits);
   slice->tags.push_back({&tag, *std::move(edits)});
   return {};
@@ -109,7 +124,7 @@ Status GenerationWriter::WriteInTransaction(const Slice& slice) {
 Status GenerationWriter::WriteTag(const TagEdits& edits) {
   Connection& file = *writer_.connection;
   const auto& [id, tag] = *edits.tag;
-  if (Status status = ApplyEdits(file, edits.chunks); !status.ok()) return status;
+  if (Status status = ApplyEdits(file, edits.chunks, ids_); !status.ok()) return status;
   if (tag.current) {
     Status status = PutRecord(file, RecordTable::kCurrent, id, *tag.current);
     if (!status.ok()) return status;

@@ -9,12 +9,19 @@
 #include "api/words/status.h"
 #include "engine/storage/codec/text_decoder.h"
 #include "engine/storage/sqlite/chunk_merge.h"
+#include "engine/storage/sqlite/chunk_table.h"
+#include "engine/storage/sqlite/group_planner.h"
 #include "engine/storage/sqlite/pending.h"
 #include "engine/storage/sqlite/sqlite.h"
 #include "engine/storage/sqlite/writer.h"
 #include "engine/thread_annotations.h"
 
 namespace zervane::storage {
+
+struct ArchiveSizes {
+  std::size_t chunk_records;  // of a full chunk
+  std::size_t group_chunks;   // of the least group
+};
 
 // Brings a frozen generation of pending records into chunks: reading and encoding go on beside
 // those who append; only the finished chunks are written in turn with them, some at a time. Then
@@ -34,8 +41,8 @@ class GenerationWriter {
   // called after each tag and each transaction, without a lock, with whether SQLite's log should be
   // folded.
   using AfterEach = std::function<void(bool is_log_due)>;
-  GenerationWriter(Writer& writer, Connection& reader, Pending& pending, std::size_t chunk_records,
-                   TextDecoder decoder, AfterEach after_each);
+  GenerationWriter(Writer& writer, Connection& reader, Pending& pending, ArchiveSizes sizes,
+                   ChunkIds ids, TextDecoder decoder, AfterEach after_each);
 
   // The tags whose held-back record stands in the file. Before the first generation.
   void NoteHeldRow(TagId tag) { held_rows_.insert(tag); }
@@ -60,6 +67,7 @@ class GenerationWriter {
 
   std::vector<const PendingTags::value_type*> TagsToWrite() const;
   Status PlanTag(const PendingTags::value_type& tag, Slice* slice);
+  Status WriteTags();
   Status WriteSlice(const Slice& slice);
   Status WriteInTransaction(const Slice& slice) REQUIRES(writer_.mutex);
   Status WriteTag(const TagEdits& edits) REQUIRES(writer_.mutex);
@@ -69,12 +77,15 @@ class GenerationWriter {
   Writer& writer_;
   Connection& reader_;
   Pending& pending_;
-  const std::size_t chunk_records_;
+  const ArchiveSizes sizes_;
+  ChunkIds ids_;
+  GroupPlanner groups_;
   const TextDecoder decoder_;
   const AfterEach after_each_;
   std::unordered_set<TagId> held_rows_;
   std::vector<std::int64_t> journal_cuts_;
-  TagId written_to_ = 0;  // tags of the generation up to this one are written
+  bool is_begun_ = false;  // and was not written to its end
+  TagId written_to_ = 0;   // tags of the generation up to this one are written
 };
 
 }  // namespace zervane::storage

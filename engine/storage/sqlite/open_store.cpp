@@ -28,8 +28,11 @@ Status SqliteStore::StartBackground(const std::filesystem::path& file) {
   Result<std::unique_ptr<Connection>> reader = Connection::Open(file);
   if (!reader.ok()) return reader.status();
   if (Status status = PrepareReader(**reader); !status.ok()) return status;
-  background_ = std::make_unique<BackgroundWriter>(writer_, *std::move(reader), pending_,
-                                                   options_.chunk_records, decoder_);
+  const Result<ChunkIds> ids = ChunkIds::Behind(**reader);
+  if (!ids.ok()) return ids.status();
+  const ArchiveSizes sizes{options_.chunk_records, options_.group_chunks};
+  background_ = std::make_unique<BackgroundWriter>(writer_, *std::move(reader), pending_, sizes,
+                                                   *ids, decoder_);
   return {};
 }
 

@@ -310,6 +310,12 @@ SampleBatch Pending::CurrentValues(TagId first, TagId last) {
   return values;
 }
 
+bool Pending::HoldsBack(TagId id) {
+  const SortedLock lock(*this);
+  const Place* const place = places_.Find(id);
+  return place != nullptr && place->held_ms != kNoTime;
+}
+
 std::optional<HeldChange> Pending::Held(TagId id) {
   const SortedLock lock(*this);
   for (const PendingTag* const tag : {FindActive(id), FindFrozen(id)}) {

@@ -85,6 +85,8 @@ class Pending {
       EXCLUDES(mutex_);
   // Those of tags from `first` to `last` that have one here, in order of tag.
   SampleBatch CurrentValues(TagId first, TagId last) EXCLUDES(mutex_);
+  // Whether a record of the tag is held back, here or in the file.
+  bool HoldsBack(TagId id) EXCLUDES(mutex_);
   // None when what is held back of the tag is what the file says.
   std::optional<HeldChange> Held(TagId id) EXCLUDES(mutex_);
 

@@ -8,6 +8,7 @@
 
 #include "engine/storage/sqlite/row_table.h"
 #include "engine/storage/sqlite/settings.h"
+#include "engine/storage/sqlite/summary_table.h"
 #include "engine/storage/sqlite/upgrade.h"
 #include "engine/storage/tables.h"
 
@@ -128,6 +129,7 @@ Status MakeTables(Connection& connection) {
   Transaction transaction(connection, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
   std::string sql = kCreateTables;
+  sql += kCreateSummaries;
   for (const TableInfo& table : AllTables()) sql += CreateTable(table);
   Status status = connection.Execute(sql.c_str());
   if (status.ok()) status = PutSetting(connection, kEncodingSetting, "UTF-8");

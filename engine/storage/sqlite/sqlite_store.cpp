@@ -97,9 +97,9 @@ Status SqliteStore::WriteChanges(const StoreBatch& batch, std::string_view entry
   if (!transaction.status().ok()) return transaction.status();
   if (Status status = WriteJournal(file, batch.commit, entry); !status.ok()) return status;
   for (const TagId tag : batch.emptied) {
-    for (const char* sql :
-         {"DELETE FROM current WHERE tag = ?", "DELETE FROM held WHERE tag = ?",
-          "DELETE FROM chunk WHERE tag = ?", "DELETE FROM damaged WHERE tag = ?"}) {
+    for (const char* sql : {"DELETE FROM current WHERE tag = ?", "DELETE FROM held WHERE tag = ?",
+                            "DELETE FROM chunk WHERE tag = ?", "DELETE FROM summary WHERE tag = ?",
+                            "DELETE FROM damaged WHERE tag = ?"}) {
       if (Status status = Query(file, sql, tag).Run(); !status.ok()) return status;
     }
   }
@@ -145,10 +145,13 @@ void SqliteStore::Adopt(RecordBatch& records, std::int64_t commit) noexcept {
 Status SqliteStore::DoScan(TagId tag, TimeRange range, Direction direction, ScanVisitor& visitor) {
   const Result<ReaderPool::Loan> reader = readers_.Borrow();
   if (!reader.ok()) return reader.status();
-  return ScanArchive(**reader, pending_, tag, range, direction, decoder_, visitor);
+  const Archive archive{
+      .connection = **reader, .pending = pending_, .decoder = decoder_, .opening = opening_};
+  return ScanArchive(archive, tag, range, direction, visitor);
 }
 
 Result<std::optional<Sample>> SqliteStore::DoReadHeld(TagId tag) {
+  if (!pending_.HoldsBack(tag)) return std::optional<Sample>();  // most tags; asked often
   std::optional<HeldChange> pending = pending_.Held(tag);
   if (pending) return std::move(pending->sample);
   const Result<ReaderPool::Loan> reader = readers_.Borrow();

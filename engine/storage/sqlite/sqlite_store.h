@@ -25,6 +25,10 @@ struct SqliteStoreOptions {
   // Records of a full chunk: its header and row weigh little beside them, and reaching one of them
   // costs some tens of microseconds.
   std::size_t chunk_records = 1'000;
+
+  // Chunks of a group, which can be summed up together: ten years of one-second data are 1,200 of
+  // them, and what a range has at its ends beside them is as many chunks at the most.
+  std::size_t group_chunks = 256;
 };
 
 constexpr std::size_t kPendingRecordBytes = 64;  // what one takes in memory, by and large

@@ -14,6 +14,7 @@
 #include "engine/storage/sqlite/background_writer.h"
 #include "engine/storage/sqlite/folder_lock.h"
 #include "engine/storage/sqlite/journal.h"
+#include "engine/storage/sqlite/loaded_chunk.h"
 #include "engine/storage/sqlite/pending.h"
 #include "engine/storage/sqlite/reader_pool.h"
 #include "engine/storage/sqlite/sqlite_store.h"
@@ -69,6 +70,7 @@ class SqliteStore final : public Store {
   std::optional<FolderLock> lock_;  // first, so that it is given back last
   const SqliteStoreOptions options_;
   const TextDecoder decoder_;
+  const std::uint64_t opening_ = NumberOfOpening();
 
   // Of the thread that changes.
   OneAtATime changing_;

@@ -17,6 +17,7 @@
 #include "engine/log.h"
 #include "engine/storage/sqlite/row_table.h"
 #include "engine/storage/sqlite/settings.h"
+#include "engine/storage/sqlite/summary_table.h"
 #include "engine/storage/tables.h"
 
 namespace zervane::storage {
@@ -142,7 +143,10 @@ class TagTexts {
 
 }  // namespace
 
-Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
+namespace {
+
+// From layouts 1 and 2 to 3.
+Status BringToUtf8(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
   const Result<TextDecoder> decoder = DecoderOf(encoding, encoding.name);
   if (!decoder.ok()) return decoder.status();
   std::string sql = layout < 2 ? kFromLayout1 : "";
@@ -152,6 +156,16 @@ Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& 
   Status status = PutSetting(connection, kEncodingSetting, encoding.name);
   if (!status.ok()) return status;
   return TagTexts(connection, encoding.name, *decoder).Convert();
+}
+
+}  // namespace
+
+// Layout 3 knew no summaries. Chunks get theirs when they are written again.
+Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
+  if (layout < 3) {
+    if (Status status = BringToUtf8(connection, layout, encoding); !status.ok()) return status;
+  }
+  return connection.Execute(kCreateSummaries);
 }
 
 Result<TextDecoder> DecoderOf(const TextEncoding& encoding, std::string_view name) {

@@ -19,7 +19,7 @@ const StoreKind kStores[] = {
      [](const std::filesystem::path& folder) { return MustOpen(folder); }},
     {"SqliteWithChunksForEachCommit", true,
      [](const std::filesystem::path& folder) {
-       return MustOpen(folder, {.pending_bytes = 1, .chunk_records = 3});
+       return MustOpen(folder, {.pending_bytes = 1, .chunk_records = 3, .group_chunks = 2});
      }},
 };
 

@@ -313,7 +313,8 @@ TEST_P(Conformance, StopsAScanWhereTheVisitorDoes) {
     EXPECT_EQ(at_once.shown, 0);
     Stopper after_one(ScanVisitor::Wants::kRecords);
     EXPECT_TRUE(store_->Scan(1, {}, direction, after_one).ok());
-    EXPECT_EQ(after_one.offered, 1);
+    EXPECT_GE(after_one.offered, 1);
+    EXPECT_LE(after_one.offered, 2) << "a group of chunks, and the first of them";
     EXPECT_EQ(after_one.shown, 1);
   }
 }

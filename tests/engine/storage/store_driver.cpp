@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "engine/storage/table.h"
@@ -18,31 +20,32 @@ class Collector : public ScanVisitor {
       : range_(range), direction_(direction), limit_(limit) {}
 
   Wants Offer(const RunSummary& run) override {
-    EXPECT_FALSE(offered_) << "a run that was wanted was not shown";
+    if (wanted_) EnterGroup(run);
     EXPECT_LE(run.first_ms, run.last_ms);
     EXPECT_TRUE(range_.Holds(run.first_ms) && range_.Holds(run.last_ms));
     EXPECT_GT(run.count, 0);
     const bool follows =
-        !last_ || (direction_ == Direction::kForward ? last_->last_ms < run.first_ms
-                                                     : run.last_ms < last_->first_ms);
+        !passed_ || (direction_ == Direction::kForward ? passed_->last_ms < run.first_ms
+                                                       : run.last_ms < passed_->first_ms);
     EXPECT_TRUE(follows) << "a run at " << run.first_ms << " is out of order";
-    last_ = run;
     if (found_.size() >= limit_) return Wants::kStop;
-    offered_ = true;
+    wanted_ = run;
+    statistics_ = run.statistics == nullptr ? std::nullopt : std::optional(*run.statistics);
     return Wants::kRecords;
   }
 
   bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override {
-    EXPECT_TRUE(offered_) << "a run was shown that was not wanted";
-    offered_ = false;
-    EXPECT_EQ(static_cast<std::int64_t>(end - begin), last_->count);
+    EXPECT_TRUE(wanted_) << "a run was shown that was not wanted";
+    EXPECT_EQ(static_cast<std::int64_t>(end - begin), wanted_->count);
     std::vector<Sample> run;
     for (std::size_t at = begin; at < end; ++at) run.push_back(records.At(at));
     EXPECT_TRUE(std::ranges::is_sorted(run, {}, &Sample::time_ms));
     if (!run.empty()) {
-      EXPECT_EQ(run.front().time_ms, last_->first_ms);
-      EXPECT_EQ(run.back().time_ms, last_->last_ms);
+      EXPECT_EQ(run.front().time_ms, wanted_->first_ms);
+      EXPECT_EQ(run.back().time_ms, wanted_->last_ms);
+      if (statistics_) ExpectSame(*statistics_, StatisticsOf(records, begin, end));
     }
+    passed_ = std::exchange(wanted_, std::nullopt);
     if (direction_ == Direction::kBackward) std::ranges::reverse(run);
     for (Sample& sample : run) {
       if (found_.size() < limit_) found_.push_back(std::move(sample));
@@ -56,8 +59,17 @@ class Collector : public ScanVisitor {
   const TimeRange range_;
   const Direction direction_;
   const std::size_t limit_;
-  bool offered_ = false;
-  std::optional<RunSummary> last_;
+  // What was wanted last was no chunk but a group, whose chunks come now.
+  void EnterGroup(const RunSummary& first) {
+    const bool is_inside = wanted_->first_ms <= first.first_ms && first.last_ms <= wanted_->last_ms;
+    EXPECT_TRUE(is_inside && first.count <= wanted_->count)
+        << "a run that was wanted was not shown";
+    wanted_.reset();
+  }
+
+  std::optional<RunSummary> wanted_;  // and not shown yet
+  std::optional<RunStatistics> statistics_;
+  std::optional<RunSummary> passed_;
   std::vector<Sample> found_;
 };
 
@@ -79,6 +91,29 @@ class Counter : public ScanVisitor {
 };
 
 }  // namespace
+
+void ExpectSame(const RunStatistics& given, const RunStatistics& wanted) {
+  const auto near = [](double a, double b) {
+    return a == b || (std::isnan(a) && std::isnan(b)) ||
+           std::abs(a - b) <= 1e-9 * std::max(std::abs(a), std::abs(b));
+  };
+  EXPECT_EQ(given.first_ms, wanted.first_ms);
+  EXPECT_EQ(given.last_ms, wanted.last_ms);
+  EXPECT_EQ(given.count, wanted.count);
+  EXPECT_EQ(given.course, wanted.course);
+  EXPECT_EQ(given.good, wanted.good);
+  EXPECT_EQ(given.good_ms, wanted.good_ms);
+  EXPECT_EQ(given.first_good.time_ms, wanted.first_good.time_ms);
+  EXPECT_TRUE(near(given.first_good.value, wanted.first_good.value));
+  EXPECT_EQ(given.last_good.time_ms, wanted.last_good.time_ms);
+  EXPECT_TRUE(near(given.last_good.value, wanted.last_good.value));
+  EXPECT_EQ(given.least, wanted.least);
+  EXPECT_EQ(given.greatest, wanted.greatest);
+  EXPECT_TRUE(near(given.sum.Value(), wanted.sum.Value()));
+  EXPECT_TRUE(near(given.mean, wanted.mean)) << given.mean << " " << wanted.mean;
+  EXPECT_TRUE(near(given.squares, wanted.squares)) << given.squares << " " << wanted.squares;
+  EXPECT_TRUE(near(given.area.Value(), wanted.area.Value()));
+}
 
 Tag TagNamed(TagId id, std::string name) {
   Tag tag;

@@ -49,6 +49,9 @@ class StoreDriver {
   std::int64_t last_commit_ = 0;
 };
 
+// Expects equal statistics; sums may differ by what they are rounded to.
+void ExpectSame(const RunStatistics& given, const RunStatistics& wanted);
+
 // One batch each, numbered behind the store's last one: the status of its answer.
 Status Append(Store& store, const std::vector<MarkedSample>& records);
 Status PutTag(Store& store, const Tag& tag);

@@ -11,6 +11,7 @@
 
 #include "engine/storage/codec/chunk_codec.h"
 #include "engine/storage/codec/journal_entry.h"
+#include "engine/storage/codec/summary_codec.h"
 #include "engine/storage/sqlite/sqlite.h"
 
 namespace zervane::storage {
@@ -23,6 +24,36 @@ std::unique_ptr<Connection> OpenFile(const fs::path& folder) {
   EXPECT_TRUE(connection.ok()) << connection.status().message();
   if (!connection.ok()) std::abort();
   return *std::move(connection);
+}
+
+// What the chunks of a file say, by tag and first time.
+using ChunkStatistics = std::map<std::pair<std::int64_t, std::int64_t>, RunStatistics>;
+
+// Every summary is that of the chunk, or of the chunks, whose times it has.
+void ExpectTrueSummaries(Connection& file, const ChunkStatistics& chunks) {
+  Query rows(file, "SELECT tag, level, first_time, payload FROM summary");
+  while (rows.Next()) {
+    const Decoded<Summary> summary = DecodeSummary(rows.Bytes(3));
+    ASSERT_TRUE(summary.ok()) << summary.damage().what;
+    EXPECT_EQ(summary->tag, rows.Integer(0));
+    EXPECT_EQ(static_cast<std::int64_t>(summary->level), rows.Integer(1));
+    EXPECT_EQ(summary->run.first_ms, rows.Integer(2));
+    auto chunk = chunks.find({summary->tag, summary->run.first_ms});
+    ASSERT_NE(chunk, chunks.end()) << "a summary of no chunk";
+    RunStatistics run = chunk->second;
+    std::int64_t members = 1;
+    while (++chunk != chunks.end() && chunk->first.first == summary->tag &&
+           chunk->second.last_ms <= summary->run.last_ms) {
+      ASSERT_EQ(chunk->second.course, run.course);
+      Append(run, chunk->second);
+      ++members;
+    }
+    ExpectSame(summary->run, run);
+    if (summary->level == SummaryLevel::kGroup) {
+      EXPECT_EQ(summary->member, members);
+    }
+  }
+  EXPECT_TRUE(rows.status().ok());
 }
 
 }  // namespace
@@ -88,6 +119,7 @@ void ExpectWholeFile(const fs::path& folder) {
   ASSERT_TRUE(check.Next());
   EXPECT_EQ(check.Bytes(0), "ok");
   std::map<std::int64_t, std::int64_t> last_ms;
+  ChunkStatistics statistics;
   Query chunks(*file,
                "SELECT tag, first_time, last_time, count, payload FROM chunk "
                "ORDER BY tag, first_time");
@@ -102,7 +134,9 @@ void ExpectWholeFile(const fs::path& folder) {
       EXPECT_LT(last_ms[tag], chunks.Integer(1)) << "of tag " << tag;
     }
     last_ms[tag] = chunks.Integer(2);
+    statistics[{tag, chunks.Integer(1)}] = StatisticsOf(*records, 0, records->size());
   }
+  ExpectTrueSummaries(*file, statistics);
   Query batches(*file, "SELECT payload FROM journal");
   while (batches.Next()) EXPECT_TRUE(DecodeEntry(batches.Bytes(0), {}).ok());
   Query values(*file, "SELECT payload FROM current");

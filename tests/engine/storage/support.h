@@ -17,8 +17,8 @@
 namespace zervane::storage {
 
 // Bounds so small that every test runs into them.
-constexpr SqliteStoreOptions kTinyOptions{.pending_bytes = 40 * kPendingRecordBytes,
-                                          .chunk_records = 8};
+constexpr SqliteStoreOptions kTinyOptions{
+    .pending_bytes = 40 * kPendingRecordBytes, .chunk_records = 8, .group_chunks = 3};
 
 // The store in the folder; fails the test when it does not open.
 std::unique_ptr<Store> MustOpen(const std::filesystem::path& folder,

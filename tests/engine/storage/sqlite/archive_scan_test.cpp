@@ -98,7 +98,7 @@ class Scanning : public testing::Test {
     const auto edits = PlanMerge(*file_, kTag, AllOf(samples), kChunkRecords, nullptr);
     ASSERT_TRUE(edits.ok());
     Transaction transaction(*file_, Transaction::Kind::kWrite);
-    EXPECT_TRUE(ApplyEdits(*file_, *edits).ok());
+    EXPECT_TRUE(ApplyEdits(*file_, *edits, ids_).ok());
     EXPECT_TRUE(transaction.Commit().ok());
   }
   void AddChunks(std::int64_t from_ms, std::int64_t to_ms, std::int64_t step) {
@@ -118,7 +118,8 @@ class Scanning : public testing::Test {
   }
 
   Status Scan(TimeRange range, Direction direction, ScanVisitor& visitor) {
-    return ScanArchive(*reader_, pending_, kTag, range, direction, nullptr, visitor);
+    return ScanArchive({*reader_, pending_, decoder_, opening_ == 0 ? NumberOfOpening() : opening_},
+                       kTag, range, direction, visitor);
   }
 
   std::vector<std::pair<std::int64_t, std::int64_t>> Runs(TimeRange range, Direction direction) {
@@ -136,7 +137,10 @@ class Scanning : public testing::Test {
   ArchiveFile archive_;
   std::unique_ptr<Connection> file_ = archive_.OpenWriter();
   std::unique_ptr<Connection> reader_ = archive_.OpenReader();
+  ChunkIds ids_ = *ChunkIds::Behind(*file_);
   Pending pending_;
+  const TextDecoder decoder_;
+  std::uint64_t opening_ = 0;  // 0: each scan is one of a store of its own, which reads the file
 };
 
 TEST_F(Scanning, ShowsEachChunkAsARunInTheDirectionsOrder) {

@@ -21,7 +21,9 @@ class BackgroundWriting : public testing::Test {
  protected:
   BackgroundWriting()
       : writer_(archive_.OpenWriter(), kMaxLogPages),
-        background_(writer_, archive_.OpenReader(), pending_, 100, nullptr) {}
+        background_(writer_, archive_.OpenReader(), pending_,
+                    {.chunk_records = 100, .group_chunks = 10},
+                    *ChunkIds::Behind(*archive_.OpenReader()), nullptr) {}
 
   // Records of the tag whose values do not compress, of some 100 KB altogether.
   static RecordBatch LongRecords(TagId tag) {

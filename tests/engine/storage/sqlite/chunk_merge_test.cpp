@@ -37,7 +37,7 @@ class ChunkMerging : public testing::Test {
     const auto edits = PlanMerge(*file_, kTag, AllOf(ascending), kChunkRecords, decoder);
     ASSERT_TRUE(edits.ok()) << edits.status().message();
     Transaction transaction(*file_, Transaction::Kind::kWrite);
-    EXPECT_TRUE(ApplyEdits(*file_, *edits).ok());
+    EXPECT_TRUE(ApplyEdits(*file_, *edits, ids_).ok());
     EXPECT_TRUE(transaction.Commit().ok());
   }
 
@@ -87,6 +87,7 @@ class ChunkMerging : public testing::Test {
 
   ArchiveFile archive_;
   std::unique_ptr<Connection> file_ = archive_.OpenWriter();
+  ChunkIds ids_ = *ChunkIds::Behind(*file_);
 };
 
 TEST_F(ChunkMerging, FillsChunksAndLeavesTheRestInALastOne) {

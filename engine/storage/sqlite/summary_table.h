@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "api/words/status.h"
+#include "api/words/value.h"
+#include "engine/storage/codec/summary_codec.h"
+#include "engine/storage/sqlite/chunk_table.h"
+#include "engine/storage/sqlite/sqlite.h"
+
+// The table of summaries: of chunks, and of groups of chunks.
+//
+// No answer rests on a summary that is not whole: one that does not decode, or is not that of its
+// row or its chunk, counts as none, and so does to a reader all that SQLite reports as corrupt.
+namespace zervane::storage {
+
+// What makes the table.
+inline constexpr char kCreateSummaries[] = R"(
+CREATE TABLE summary (
+  tag INTEGER NOT NULL,
+  level INTEGER NOT NULL,
+  first_time INTEGER NOT NULL,
+  last_time INTEGER NOT NULL,
+  payload BLOB NOT NULL,
+  PRIMARY KEY (tag, level, first_time)
+) WITHOUT ROWID;
+)";
+
+// Adds the summary, or puts it in the place of that of its tag, level and first time.
+Status PutSummary(Connection& connection, const Summary& summary);
+Status DeleteSummary(Connection& connection, TagId tag, SummaryLevel level, std::int64_t first_ms);
+
+// The group with which the direction begins, of those that lie in the range.
+Result<std::optional<Summary>> NextGroup(Connection& connection, TagId tag, TimeRange range,
+                                         Direction direction);
+
+// The times of a group, as its row has them.
+struct GroupExtent {
+  std::int64_t first_ms = 0;
+  std::int64_t last_ms = 0;
+};
+
+// The last group that starts at or before the time, and the first one that starts after it, whole
+// or not: for one who changes what they are of, and must miss none.
+Result<std::optional<GroupExtent>> GroupStartingBy(Connection& connection, TagId tag,
+                                                   std::int64_t time_ms);
+Result<std::optional<GroupExtent>> GroupStartingAfter(Connection& connection, TagId tag,
+                                                      std::int64_t time_ms);
+
+// The summaries of a tag's chunks, for one who visits the chunks of a range in a direction.
+class ChunkSummaries {
+ public:
+  ChunkSummaries(Connection& connection, TagId tag, TimeRange range, Direction direction)
+      : connection_(connection), tag_(tag), range_(range), direction_(direction) {}
+
+  // That of the chunk, which comes behind those that were asked for before; null when it has none.
+  // Until the next call.
+  Result<const RunStatistics*> Find(const ChunkExtent& chunk);
+
+ private:
+  void Open(const ChunkExtent& first);
+  bool IsBefore(const ChunkExtent& chunk) const;
+
+  Connection& connection_;
+  const TagId tag_;
+  const TimeRange range_;
+  const Direction direction_;
+  std::optional<Query> rows_;
+  bool has_row_ = false;
+  RunStatistics found_;
+};
+
+}  // namespace zervane::storage
