@@ -5,104 +5,19 @@
 
 #include <cmath>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "engine/filters/record_filter.h"
 #include "engine/history/statistics/calculate.h"
 #include "tests/engine/history/history_fixture.h"
 #include "tests/engine/history/oracle.h"
-#include "tests/engine/history/random_series.h"
+#include "tests/engine/history/random_requests.h"
 #include "tests/support/seed.h"
 
 namespace zervane {
 namespace {
-
-struct FilterCase {
-  const char* text;
-  oracle::Filter filter;
-};
-
-const FilterCase kFilters[] = {
-    {"", {}},
-    {"value > 1",
-     [](double value, double, double) {
-       return std::isnan(value) ? value : static_cast<double>(value > 1);
-     }},
-    {"quality >= 193", [](double, double quality, double) { return quality >= 193 ? 1.0 : 0.0; }},
-    {"time - 20", [](double, double, double time) { return time - 20; }},
-    {"1 / value", [](double value, double, double) { return 1 / value; }},
-};
-
-class Drawer : public SeriesDrawer {
- public:
-  using SeriesDrawer::SeriesDrawer;
-
-  StatisticRequest Request(const std::vector<Sample>& records, TagType type) {
-    StatisticRequest request;
-    do {
-      request.type = static_cast<StatisticType>(Draw(0, 25));
-    } while (IsText(type) && !SuitsTexts(request.type));
-    request.regions = Regions(records);
-    if (OneIn(4)) request.least_percent_good = static_cast<float>(Draw(0, 100));
-    if (OneIn(3)) request.source = static_cast<SampleSource>(Draw(1, 2));
-    request.uses_bad_values = OneIn(4);
-    request.filter_failure = static_cast<FilterFailure>(Draw(0, 1));
-    request.parameter_1 = static_cast<double>(Draw(-8, 8)) / 8;
-    // Not where a value on a line may lie just beside it.
-    if (request.source == SampleSource::kLinear) request.parameter_1 += 0.0123;
-    request.parameter_2 = request.parameter_1 + static_cast<double>(Draw(0, 12)) / 8;
-    request.offset_s = static_cast<std::int32_t>(OneIn(2) ? 0 : Draw(0, 9));
-    request.period_s = static_cast<std::int32_t>(Draw(1, 7));
-    return request;
-  }
-
-  std::vector<TimeRegion> Regions(const std::vector<Sample>& records) {
-    std::vector<std::int64_t> ends;
-    for (auto count = 2 * Draw(1, OneIn(3) ? 6 : 2); count > 0; --count) {
-      ends.push_back(TimeNear(records));
-    }
-    std::sort(ends.begin(), ends.end());
-    std::vector<TimeRegion> regions;
-    for (std::size_t at = 0; at + 1 < ends.size(); at += OneIn(3) ? 1 : 2) {
-      TimeRegion region{ends[at], ends[at + 1], !OneIn(3), OneIn(2)};
-      const bool touches = !regions.empty() && regions.back().right_ms == region.left_ms;
-      if (touches && regions.back().is_right_closed) region.is_left_closed = false;
-      const bool is_instant = region.left_ms == region.right_ms;
-      if (is_instant) region.is_right_closed = true;
-      if (!is_instant || region.is_left_closed) regions.push_back(region);
-    }
-    if (regions.empty()) regions.push_back({ends[0], ends[0] + Draw(1, 9000), true, false});
-    return regions;
-  }
-
- private:
-  static bool SuitsTexts(StatisticType type) {
-    return type == StatisticType::kCount || type == StatisticType::kCountOfChanges ||
-           type == StatisticType::kPercentGood || type == StatisticType::kTimeDuration;
-  }
-};
-
-std::string Describe(const StatisticRequest& request) {
-  std::string text =
-      "type " + std::to_string(static_cast<int>(request.type)) + ", source " +
-      std::to_string(static_cast<int>(request.source)) + ", bad " +
-      std::to_string(request.uses_bad_values) + ", filter '" + request.filter + "', failure " +
-      std::to_string(static_cast<int>(request.filter_failure)) + ", p " +
-      std::to_string(request.parameter_1) + " " + std::to_string(request.parameter_2) + ", grid " +
-      std::to_string(request.offset_s) + " " + std::to_string(request.period_s) + ", regions";
-  for (const TimeRegion& region : request.regions) {
-    text += std::string(region.is_left_closed ? " [" : " (") + std::to_string(region.left_ms) +
-            "," + std::to_string(region.right_ms) + (region.is_right_closed ? "]" : ")");
-  }
-  return text;
-}
-
-// Sums of floating-point numbers are rounded in another order; the rest is what it is.
-bool IsRounded(StatisticType type) {
-  return type == StatisticType::kSum || type == StatisticType::kArithmeticMean ||
-         type == StatisticType::kTimeWeightedMean || type == StatisticType::kIntegral ||
-         type == StatisticType::kStandardDeviation || type == StatisticType::kPercentGood;
-}
 
 class AnyStatistic : public testing::TestWithParam<TagType> {
  protected:
@@ -115,22 +30,6 @@ class AnyStatistic : public testing::TestWithParam<TagType> {
     if (!records.empty()) PutCurrent(values, 1, records.back());
     return CalculateStatisticOf(PointsIn(store, GetParam(), now_ms, values), request);
   }
-
-  // The rounding of a sum is that of its terms, which may be far greater than it.
-  static double RoundingOf(const std::vector<Sample>& records, const StatisticRequest& request) {
-    const bool has_lines = request.source == SampleSource::kLinear;
-    if (!IsRounded(request.type) && !has_lines) return 0;
-    double greatest = 1;
-    for (const Sample& sample : records) {
-      SampleColumns column;
-      column.Add(sample);
-      const double number = NumberAt(column, 0);
-      if (std::isfinite(number)) greatest = std::max(greatest, std::abs(number));
-    }
-    const bool is_total =
-        request.type == StatisticType::kSum || request.type == StatisticType::kIntegral;
-    return 1e-12 * greatest * (is_total ? 1000 : 1);
-  }
 };
 
 INSTANTIATE_TEST_SUITE_P(Of, AnyStatistic,
@@ -140,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(Of, AnyStatistic,
 
 TEST_P(AnyStatistic, IsAsAPlainCalculationHasIt) {
   const Seed seed;
-  Drawer draw(seed.value());
+  RequestDrawer draw(seed.value());
   for (int round = 0; round < 250; ++round) {
     const std::vector<Sample> records = draw.Series(GetParam());
     const std::int64_t clock_ms = draw.TimeNear(records);
@@ -148,7 +47,7 @@ TEST_P(AnyStatistic, IsAsAPlainCalculationHasIt) {
         records.empty() ? clock_ms : std::max(clock_ms, records.back().time_ms);
     for (int i = 0; i < 4; ++i) {
       StatisticRequest request = draw.Request(records, GetParam());
-      const FilterCase& filter = kFilters[draw.OneIn(2) ? 0 : draw.Draw(1, 4)];
+      const FilterCase& filter = draw.Filter();
       request.filter = filter.text;
       const oracle::Answer expected =
           oracle::StatisticOf(records, GetParam(), request, filter.filter, now_ms);
@@ -163,6 +62,161 @@ TEST_P(AnyStatistic, IsAsAPlainCalculationHasIt) {
       }
     }
   }
+}
+
+// ---- what holds between statistics ----
+
+using Type = StatisticType;
+
+class Identities : public testing::Test {
+ protected:
+  // A series in a store, and what is asked of it but the type.
+  void DrawSeries() {
+    records_ = draw_.Series(TagType::kFloat64);
+    store_.emplace(RunShape{.chunk_records = static_cast<std::size_t>(draw_.Draw(1, 9))});
+    store_->Put(1, records_);
+    request_ = draw_.Request(records_, TagType::kFloat64);
+    request_.least_percent_good = 0;
+    request_.filter = draw_.OneIn(3) ? "value < 1.5" : "";
+  }
+
+  Result<double> Ask(Type type) { return Ask(type, request_); }
+  Result<double> Ask(Type type, StatisticRequest request) {
+    request.type = type;
+    const std::int64_t now_ms = records_.empty() ? 0 : records_.back().time_ms + 20'000;
+    const CurrentValues none;
+    return CalculateStatisticOf(PointsIn(*store_, TagType::kFloat64, now_ms, none), request);
+  }
+  // 0 where there is nothing to calculate it from.
+  double ValueOf(Type type, const StatisticRequest& request) {
+    const Result<double> value = Ask(type, request);
+    EXPECT_TRUE(value.ok() || value.code() == ZR3_ERR_NO_RECORD);
+    return value.ok() ? *value : 0;
+  }
+
+  const Seed seed_;
+  RequestDrawer draw_{seed_.value()};
+  std::vector<Sample> records_;
+  std::optional<RunStore> store_;
+  StatisticRequest request_;
+};
+
+TEST_F(Identities, HoldBetweenTheTypes) {
+  for (int round = 0; round < 500; ++round) {
+    DrawSeries();
+    SCOPED_TRACE(Describe(request_));
+    const double duration = *Ask(Type::kTimeDuration);
+    EXPECT_NEAR(*Ask(Type::kTimeGreater) + *Ask(Type::kTimeLessOrEqual), duration, 1e-9);
+    EXPECT_NEAR(*Ask(Type::kTimeGreaterOrEqual) + *Ask(Type::kTimeLess), duration, 1e-9);
+    EXPECT_NEAR(*Ask(Type::kTimeEqual) + *Ask(Type::kTimeNotEqual), duration, 1e-9);
+    EXPECT_NEAR(*Ask(Type::kTimeInRange) + *Ask(Type::kTimeNotInRange), duration, 1e-9);
+    const double count = *Ask(Type::kCount);
+    EXPECT_EQ(*Ask(Type::kCountInRange) + *Ask(Type::kCountNotInRange), count);
+    const Result<double> mean = Ask(Type::kArithmeticMean);
+    ASSERT_EQ(mean.ok(), count > 0);
+    if (mean.ok()) {
+      EXPECT_NEAR(*Ask(Type::kSum), *mean * count, 1e-9);
+      EXPECT_EQ(*Ask(Type::kRange), *Ask(Type::kMax) - *Ask(Type::kMin));
+    }
+    const Result<double> weighted = Ask(Type::kTimeWeightedMean);
+    ASSERT_EQ(weighted.ok(), duration > 0);
+    if (weighted.ok()) {
+      EXPECT_NEAR(*Ask(Type::kIntegral), *weighted * duration, 1e-9);
+    }
+    if (HasFailure()) return;
+  }
+}
+
+// Of records: a sample of a region that begins elsewhere is another one.
+TEST_F(Identities, HoldBetweenRegionsThatTouch) {
+  const Type types[] = {Type::kCount,         Type::kCountOfChanges, Type::kCountOfRises,
+                        Type::kCountOfFalls,  Type::kCountInRange,   Type::kSum,
+                        Type::kIntegral,      Type::kTimeDuration,   Type::kTimeGreater,
+                        Type::kTimeNotInRange};
+  for (int round = 0; round < 500; ++round) {
+    DrawSeries();
+    const std::int64_t left_ms = draw_.TimeNear(records_);
+    const std::int64_t right_ms = left_ms + draw_.Draw(2, 30'000);
+    const std::int64_t middle_ms = draw_.Draw(left_ms + 1, right_ms - 1);
+    const bool has_middle = draw_.OneIn(2);  // the former one has it
+    const TimeRegion former = {left_ms, middle_ms, true, has_middle};
+    const TimeRegion latter = {middle_ms, right_ms, !has_middle, false};
+    request_.source = SampleSource::kRecords;
+    StatisticRequest whole = request_;
+    StatisticRequest first = request_;
+    StatisticRequest second = request_;
+    whole.regions = {{left_ms, right_ms, true, false}};
+    first.regions = {former};
+    second.regions = {latter};
+    request_.regions = {former, latter};
+    for (const Type type : types) {
+      SCOPED_TRACE(testing::Message()
+                   << "type " << static_cast<int>(type) << Describe(whole) << " at " << middle_ms);
+      const double expected = ValueOf(type, whole);
+      ASSERT_NEAR(ValueOf(type, first) + ValueOf(type, second), expected, 1e-9);
+      ASSERT_NEAR(ValueOf(type, request_), expected, 1e-9);
+    }
+  }
+}
+
+// ---- compression ----
+
+// What compression lets go of a series, and what it holds at its end.
+struct Compressed {
+  std::vector<Sample> archived;
+  bool holds_last = false;
+};
+
+Compressed Compress(const std::vector<Sample>& records, double deviation) {
+  RecordFilter filter({.compression_deviation = deviation});
+  Compressed compressed;
+  for (const Sample& record : records) {
+    const Filtered filtered = filter.Filter(record, compressed.archived);
+    if (filtered == Filtered::kArchived) compressed.archived.push_back(record);
+    compressed.holds_last = filtered != Filtered::kArchived;
+  }
+  return compressed;
+}
+
+TEST(CompressedSeries, HasMeansAndAreasWithinTheDeviation) {
+  const Seed seed;
+  RequestDrawer draw(seed.value());
+  int dropped = 0;
+  for (int round = 0; round < 300; ++round) {
+    const double deviation = static_cast<double>(draw.Draw(1, 40)) / 10;
+    std::vector<Sample> records;
+    double value = 0;
+    std::int64_t time_ms = 1000;
+    for (int i = 0; i < 200; ++i) {
+      records.push_back(FloatAt(time_ms, value));
+      time_ms += draw.Draw(1, 3000);
+      value += static_cast<double>(draw.Draw(-100, 100)) / 100;
+    }
+    const Compressed compressed = Compress(records, deviation);
+    dropped += static_cast<int>(records.size() - compressed.archived.size());
+    RunStore whole({.chunk_records = 50});
+    whole.Put(1, records);
+    RunStore corners({.chunk_records = 7});
+    corners.Put(1, compressed.archived);
+    if (compressed.holds_last) corners.PutHeld(1, records.back());
+    CurrentValues values;
+    PutCurrent(values, 1, records.back());
+    StatisticRequest request;
+    const std::int64_t left_ms = draw.Draw(1000, time_ms - 2);
+    request.regions = {{left_ms, draw.Draw(left_ms + 1, time_ms), true, false}};
+    const double seconds =
+        static_cast<double>(request.regions[0].right_ms - request.regions[0].left_ms) / 1000;
+    const auto ask = [&](Store& store, Type type) {
+      request.type = type;
+      const TagPoints points = PointsIn(store, TagType::kFloat64, time_ms, values, true);
+      return *CalculateStatisticOf(points, request);
+    };
+    EXPECT_NEAR(ask(corners, Type::kTimeWeightedMean), ask(whole, Type::kTimeWeightedMean),
+                deviation + 1e-9);
+    EXPECT_NEAR(ask(corners, Type::kIntegral), ask(whole, Type::kIntegral),
+                (deviation + 1e-9) * seconds);
+  }
+  EXPECT_GT(dropped, 10'000);  // else nothing was compressed
 }
 
 }  // namespace
