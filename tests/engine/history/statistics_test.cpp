@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -247,6 +248,51 @@ TEST(Statistic, HasWhatTheFiltersHoldBack) {
   request.type = Type::kIntegral;
   const TagPoints points = PointsIn(store, TagType::kFloat64, kNowMs, values, true);
   EXPECT_EQ(*CalculateStatisticOf(points, request), 20 + 25 + 20);
+}
+
+// A record every ten seconds, one of them bad, one uncertain, in intervals that they do not fit:
+// such as OPC UA Part 13 likes to show its aggregates on.
+struct Interval {
+  int from_s;
+  int to_s;
+  double count;
+  double mean;
+  double difference;
+  double percent_good;
+  double weighted_mean;
+};
+
+TEST(Statistic, OfIntervalsThatRecordsDoNotFit) {
+  const std::vector<Sample> records = {At(10, 10),
+                                       At(20, 20),
+                                       At(30, 30),
+                                       At(40, 40, kBad),
+                                       At(50, 50),
+                                       At(60, 60),
+                                       At(70, 70, kUncertain),
+                                       At(80, 80),
+                                       At(90, 90)};
+  const Interval intervals[] = {
+      {0, 16, 1, 10, 0, 37.5, 13},         {16, 32, 2, 25, 10, 100, (23.0 * 14 + 30 * 2) / 16},
+      {32, 48, 0, kNone, kNone, 50, 30},   {48, 64, 2, 55, 10, 87.5, (55.0 * 10 + 60 * 4) / 14},
+      {64, 80, 0, kNone, kNone, 37.5, 60}, {80, 96, 2, 85, 10, 100, (85.0 * 10 + 90 * 6) / 16},
+      {96, 100, 0, kNone, kNone, 100, 90},
+  };
+  for (const Interval& interval : intervals) {
+    SCOPED_TRACE(interval.from_s);
+    const auto ask = [&](Type type) {
+      StatisticRequest request = Of({From(interval.from_s, interval.to_s)});
+      request.type = type;
+      const Result<double> value = Calculate(records, request);
+      return value.ok() ? *value : kNone;
+    };
+    const auto is = [](double expected) { return testing::NanSensitiveDoubleEq(expected); };
+    EXPECT_THAT(ask(Type::kCount), is(interval.count));
+    EXPECT_THAT(ask(Type::kArithmeticMean), is(interval.mean));
+    EXPECT_THAT(ask(Type::kDifference), is(interval.difference));
+    EXPECT_THAT(ask(Type::kPercentGood), is(interval.percent_good));
+    EXPECT_THAT(ask(Type::kTimeWeightedMean), is(interval.weighted_mean));
+  }
 }
 
 }  // namespace
