@@ -291,8 +291,8 @@ int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8
 int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 nTagID, int32 nNum,
                                        ZR3Record* pRecords, int32* pErrCodes);
 
-/* The same with a tag for each instant, whose code may be ZR3_ERR_TAG_NOT_FOUND, or a
- * ZR3_ERR_STORAGE_... status where its records cannot be read. */
+/* The same with a tag for each instant, whose code may be ZR3_ERR_TAG_NOT_FOUND, or the status that
+ * says why its records cannot be read. */
 int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int32 nNum,
                                             const uint32* pTagIDs, ZR3Record* pRecords,
                                             int32* pErrCodes);

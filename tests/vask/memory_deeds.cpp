@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -344,6 +345,32 @@ Attempt SaveFiltered(World& world) {
   return attempt;
 }
 
+Attempt Correct(uint32 id, const Sample& sample, std::function<void()> done) {
+  auto block = std::make_shared<RecordBlock>();
+  block->Add(id, sample);
+  return {.call = [=] { return ar3_modify_record(id, block->records); },
+          .done = std::move(done),
+          .tags = {id}};
+}
+
+Attempt CorrectCurrentText(World& world) {
+  const uint32 id = world.AddTag(TagType::kString);
+  world.Write(id, {Text(1000), Text(2000), Text(3000)});
+  Sample corrected = Text(3000);
+  corrected.value = std::string(950, 'u');
+  return Correct(id, corrected, [=, &world] { world.Tag(id).Wrote(corrected); });
+}
+
+// What the filters hold is archived before it.
+Attempt CorrectHeldBack(World& world) {
+  const uint32 id = world.AddHoldingTag();
+  const Sample corrected = Number(3000, 70);
+  return Correct(id, corrected, [=, &world] {
+    for (const Sample& held : World::HeldRecords()) world.Tag(id).archive[held.time_ms] = held;
+    world.Tag(id).Wrote(corrected);
+  });
+}
+
 // ---- reading ----
 
 // A tag with records in chunks and behind them, in their order.
@@ -431,6 +458,73 @@ Attempt ReadRecordsBackward(World& world) {
               }};
 }
 
+Attempt ReadAtInstants(World& world) {
+  std::vector<Sample> samples;
+  const uint32 id = AddTagWithRecords(world, &samples);
+  auto block = std::make_shared<RecordBlock>();
+  block->Empty();
+  for (int32 i = 0; i < 20; ++i) block->records[i].nSec = 20 - i;
+  return {
+      .call =
+          [=] { return ar3_query_interp_records_by_mode(0, id, 20, block->records, block->codes); },
+      .done =
+          [=] {
+            for (std::size_t i = 0; i < 20; ++i) {
+              EXPECT_EQ(block->codes[i], ZR3_OK);
+              EXPECT_EQ(block->Read(i), samples[19 - i]);
+            }
+          }};
+}
+
+// A tag for which there was no memory fails alone.
+int32 StatusOfInstants(int32 status, const RecordBlock& block, std::size_t count) {
+  if (status != ZR3_ERR_SOME_INSTANTS_FAILED) return status;
+  for (const int32 code : std::span(block.codes).first(count)) {
+    if (code != ZR3_OK && code != ZR3_ERR_OUT_OF_MEMORY) return status;
+  }
+  return ZR3_ERR_OUT_OF_MEMORY;
+}
+
+Attempt ReadManyAtInstants(World& world) {
+  std::vector<Sample> samples;
+  const uint32 text = AddTagWithRecords(world, &samples);
+  const uint32 number = world.AddTag();
+  world.Write(number, {Number(1000, 1), Number(3000, 3)});
+  auto block = std::make_shared<RecordBlock>();
+  block->Empty();
+  for (int32 i = 0; i < 10; ++i) {
+    block->ids[i] = i % 2 == 0 ? text : number;
+    block->records[i].nSec = 2;
+  }
+  return {.call =
+              [=] {
+                const int32 status = ar3_query_tags_interp_records_by_mode(
+                    0, 10, block->ids, block->records, block->codes);
+                return StatusOfInstants(status, *block, 10);
+              },
+          .done =
+              [=] {
+                for (std::size_t i = 0; i < 10; ++i) {
+                  EXPECT_EQ(block->codes[i], ZR3_OK);
+                  EXPECT_EQ(block->Read(i), i % 2 == 0 ? samples[1] : Number(2000, 2));
+                }
+              }};
+}
+
+Attempt CalculateStatistic(World& world) {
+  const uint32 id = world.AddTag();
+  world.Write(id, {Number(1000, 1), Number(2000, 2), Number(3000, 6), Number(4000, 9)});
+  auto region = std::make_shared<ZR3TimeRegion>(ZR3TimeRegion{{1, 0}, {4, 0}, 1, 1});
+  auto param = std::make_shared<ZR3StRelatedParam>();
+  param->nStatsType = ZR3_STATS_TYPE_ARITH_MEAN;
+  param->nTimeRegionNum = 1;
+  param->pTimeRegions = region.get();
+  std::strcpy(param->szFilterExpr, "value < max(3, 6, 5) + 1");
+  auto value = std::make_shared<float64>(0);
+  return {.call = [=] { return st3_tag_stats_calc(id, param.get(), value.get()); },
+          .done = [=, region = region] { EXPECT_EQ(*value, 3); }};
+}
+
 // ---- the rest ----
 
 Attempt ReadServerTime(World&) {
@@ -491,12 +585,17 @@ std::vector<Deed> AllDeeds() {
       {"QueueBatch", QueueBatch},
       {"SaveBatchPartlyRefused", SaveBatchPartlyRefused},
       {"SaveFiltered", SaveFiltered},
+      {"CorrectCurrentText", CorrectCurrentText},
+      {"CorrectHeldBack", CorrectHeldBack},
       {"ReadCurrent", ReadCurrent},
       {"ReadCurrentOfNoTag", ReadCurrentOfNoTag},
       {"ReadCurrentOfMany", ReadCurrentOfMany},
       {"CountRecords", CountRecords},
       {"ReadRecords", ReadRecords},
       {"ReadRecordsBackward", ReadRecordsBackward},
+      {"ReadAtInstants", ReadAtInstants},
+      {"ReadManyAtInstants", ReadManyAtInstants},
+      {"CalculateStatistic", CalculateStatistic},
       {"ReadServerTime", ReadServerTime},
       {"SetCacheCapacity", SetCacheCapacity},
       {"AskForAnUnknownHandle", AskForAnUnknownHandle},
