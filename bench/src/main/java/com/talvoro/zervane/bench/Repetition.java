@@ -27,17 +27,20 @@ final class Repetition {
    */
   static double median(double seconds, double warmUpSeconds, Call call) throws Exception {
     double slowest = 0;
-    for (double spent = 0; spent == 0 || spent < warmUpSeconds; ) {
+    double spent = 0;
+    do {
       double taken = time(call);
       spent += taken;
       slowest = Math.max(slowest, taken);
+    } while (spent < warmUpSeconds);
+    if (slowest > LONG_SECONDS) {
+      return time(call);
     }
-    int fewest = slowest > LONG_SECONDS ? 1 : FEWEST_RUNS;
     List<Double> runs = new ArrayList<>();
-    double spent = 0;
-    while (runs.size() < fewest || spent < seconds && runs.size() < MOST_RUNS && fewest > 1) {
-      runs.add(time(call));
-      spent += runs.get(runs.size() - 1);
+    for (spent = 0; runs.size() < FEWEST_RUNS || spent < seconds && runs.size() < MOST_RUNS; ) {
+      double taken = time(call);
+      spent += taken;
+      runs.add(taken);
     }
     return Statistics.median(runs.stream().mapToDouble(Double::doubleValue).toArray());
   }
