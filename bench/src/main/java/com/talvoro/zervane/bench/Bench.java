@@ -6,17 +6,21 @@ import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
+import java.util.HashSet;
 import java.util.List;
 import java.util.Locale;
 import java.util.Map;
+import java.util.Set;
+import java.util.concurrent.ConcurrentHashMap;
 
 /** Measures what the command line asks for, and writes the results down. */
 public final class Bench {
-  /** Rounds after the first find everything compiled; the stores are new, though. */
+  /** A process's rounds after its first find everything compiled; the stores are new, though. */
   private static final double SHORT_WARM_UP_SECONDS = 0.3;
 
   private static final int PEER_ROUNDS = 3;
   private static final int OPENINGS = 5;
+  private static final double LONG_ROUND_SECONDS = 20;
 
   private final Options options;
   private final Results results = new Results();
@@ -40,7 +44,7 @@ public final class Bench {
 
   private void run() throws IOException {
     if (options.isList()) {
-      Workloads.byId(options.largeRecords(), options.mostTags()).keySet().forEach(System.out::println);
+      Workloads.byId(options.sizes()).keySet().forEach(System.out::println);
       return;
     }
     Folders.delete(options.dataFolder());
@@ -58,6 +62,9 @@ public final class Bench {
     }
     for (int count : Workloads.searchedTags(options.mostTags())) {
       measureTags(count);
+    }
+    for (History history : History.all(options.historyRecords())) {
+      measureHistory(history);
     }
     if (options.withPeers()) {
       Peers.all().keySet().forEach(this::measurePeer);
@@ -85,6 +92,73 @@ public final class Bench {
     for (int round = 1; round <= PEER_ROUNDS; round++) {
       for (String subject : subjects) {
         measureInOwnProcess(subject, TagWorkload.Search.id(count), 1);
+      }
+    }
+  }
+
+  /** Fills the stores of a history, asks what there is to ask, and deletes them. */
+  private void measureHistory(History history) throws IOException {
+    List<Workload> questions =
+        history.questions().stream().filter(each -> options.asksFor(each.id())).toList();
+    List<String> subjects = history.subjects(options.withPeers());
+    if (!questions.isEmpty()) {
+      fill(history, subjects);
+    }
+    for (Workload question : questions) {
+      ask(
+          question,
+          subjects.stream()
+              .filter(subject -> !results.hasFailed(history.fill().id(), subject))
+              .toList());
+    }
+    for (String subject : subjects) {
+      Folders.delete(options.dataFolder().resolve(subject).resolve(history.set().store()));
+    }
+  }
+
+  /** Nothing of it is timed, so all may have the machine at the same time. */
+  private void fill(History history, List<String> subjects) {
+    String id = history.fill().id();
+    System.out.printf("bench: %-26s %s%n", id, String.join(", ", subjects));
+    Map<String, Map<Metric, Double>> figures = new ConcurrentHashMap<>();
+    Map<String, String> failures = new ConcurrentHashMap<>();
+    subjects.parallelStream()
+        .forEach(
+            subject -> {
+              try (WorkerProcess worker = new WorkerProcess(subject, options)) {
+                figures.put(subject, worker.run(id, options.seconds(), 0));
+              } catch (Failure | IOException e) {
+                failures.put(subject, String.valueOf(e.getMessage()));
+              }
+            });
+    for (String subject : subjects) { // in their order
+      if (figures.containsKey(subject)) {
+        results.add(id, subject, figures.get(subject));
+      } else {
+        results.addFailure(id, subject, failures.get(subject));
+      }
+    }
+  }
+
+  /**
+   * Ours and the peers in turn, each round in a process of its own. What takes long is measured
+   * once.
+   */
+  private void ask(Workload question, List<String> subjects) throws IOException {
+    Set<String> done = new HashSet<>();
+    for (int round = 1; round <= PEER_ROUNDS; round++) {
+      for (String subject : subjects) {
+        if (done.contains(subject)) {
+          continue;
+        }
+        long start = System.nanoTime();
+        try (WorkerProcess worker = new WorkerProcess(subject, options)) {
+          measure(worker, question.id(), round, PEER_ROUNDS);
+        }
+        boolean isLong = (System.nanoTime() - start) / 1e9 > LONG_ROUND_SECONDS;
+        if (isLong || results.hasFailed(question.id(), subject)) {
+          done.add(subject);
+        }
       }
     }
   }
@@ -136,7 +210,8 @@ public final class Bench {
     System.out.printf("bench: %-26s %d/%d  %-10s ", workload, round, rounds, worker.subject());
     System.out.flush();
     try {
-      double warmUp = round == 1 ? options.warmUpSeconds() : SHORT_WARM_UP_SECONDS;
+      double warmUp =
+          worker.hasRun(workload) ? SHORT_WARM_UP_SECONDS : options.warmUpSeconds();
       Map<Metric, Double> figures = worker.run(workload, options.seconds(), warmUp);
       results.add(workload, worker.subject(), figures);
       System.out.println(Format.figures(figures) + floorShare(worker, workload, figures));

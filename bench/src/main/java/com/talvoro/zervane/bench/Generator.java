@@ -3,9 +3,9 @@ package com.talvoro.zervane.bench;
 /**
  * Makes the records that are written: the same ones for the same seed and number of tags.
  *
- * <p>All tags are measured once a second, in turn. A time errs by up to {@value #JITTER_MS} ms to
- * either side. A value walks by up to {@value #STEP_HUNDREDTHS} hundredths at a time and has two
- * decimals. Quality is good, but for rare runs of bad.
+ * <p>All tags are measured once in a period (a second), in turn. A time errs by up to {@value
+ * #JITTER_MS} ms to either side. A value walks by up to {@value #STEP_HUNDREDTHS} hundredths at a
+ * time and has two decimals. Quality is good, but for rare runs of bad.
  */
 public final class Generator {
   /** Where the times begin: 2023-01-01 UTC. */
@@ -31,17 +31,26 @@ public final class Generator {
 
   private static final int BAD_RUN_LENGTH = 12;
 
+  private static final int SECOND_MS = 1000;
+
   private final int tagCount;
+  private final int periodMs;
   private final int[] hundredths;
   private final byte[] badLeft;
   private final int[] lateCount;
   private long random;
   private int nextTag;
-  private long second;
+  private long round;
 
   /** Makes a generator that begins at {@link #START_MS} with the first tag. */
   public Generator(long seed, int tagCount) {
+    this(seed, tagCount, SECOND_MS);
+  }
+
+  /** Makes one whose tags are measured less or more often than once a second. */
+  Generator(long seed, int tagCount, int periodMs) {
     this.tagCount = tagCount;
+    this.periodMs = periodMs;
     random = seed;
     hundredths = new int[tagCount];
     badLeft = new byte[tagCount];
@@ -77,12 +86,12 @@ public final class Generator {
     hundredths[tag] += below(bits, 2 * STEP_HUNDREDTHS + 1) - STEP_HUNDREDTHS;
     batch.tag[i] = tag;
     batch.timeMs[i] =
-        START_MS + second * 1000 + below(bits >>> 16, 2 * JITTER_MS + 1) - JITTER_MS;
+        START_MS + round * periodMs + below(bits >>> 16, 2 * JITTER_MS + 1) - JITTER_MS;
     batch.value[i] = hundredths[tag] / 100.0;
     batch.quality[i] = quality(tag, bits >>> 32);
     if (++nextTag == tagCount) {
       nextTag = 0;
-      second++;
+      round++;
     }
   }
 

@@ -21,6 +21,17 @@ final class Marks {
           RawReadWorkload.id(Call.RANGE, 10_000),
           RawReadWorkload.id(Call.FROM, 10_000));
 
+  /** What a hundred million records are asked for. */
+  private static final List<Metric> HISTORY =
+      List.of(
+          Metric.MEAN_MS,
+          Metric.LEAST_MS,
+          Metric.GREATEST_MS,
+          Metric.SUM_MS,
+          Metric.AREA_MS,
+          Metric.GOOD_SHARE_MS,
+          Metric.SHORT_FORM_MS);
+
   private Marks() {}
 
   /**
@@ -54,6 +65,7 @@ final class Marks {
                         Format.number(bytes),
                         bytes <= 2.5)));
     ofTags(marks, results);
+    ofHistories(marks, results);
     ofBestPeer(marks, results);
     return marks;
   }
@@ -94,6 +106,51 @@ final class Marks {
               "at most twice the thousandth",
               Format.number(times) + " times",
               times <= 2));
+    }
+  }
+
+  /** A hundred million records of a tag, and a thousand tags' week. */
+  private static void ofHistories(List<Mark> marks, Results results) {
+    HistorySet whole = HistorySet.ofOneTag(100_000_000);
+    String statistics = HistoryStatistics.id(whole, false);
+    for (Metric metric : HISTORY) {
+      String what = metric.unit().replace("ms for ", "") + ", 100,000,000 records";
+      atMost(marks, results, what, statistics, metric, 200);
+    }
+    String windows = HistoryWindows.id(HistorySet.ofTags(1000));
+    String means = "1,000 tags' hourly means of a day, a call each";
+    atMost(marks, results, means, windows, Metric.WINDOW_MEANS_MS, 1000);
+    atMost(
+        marks, results, means + ", weighted by time", windows, Metric.WINDOW_TIME_MEANS_MS, 1000);
+    String instants = "10,000 instants among ";
+    String shorter = HistoryInterpolation.id(HistorySet.ofOneTag(1_000_000));
+    atMost(
+        marks, results, instants + "1,000,000 records", shorter, Metric.INTERPOLATION_MS, 20);
+    String longer = HistoryInterpolation.id(whole);
+    atMost(
+        marks, results, instants + "100,000,000 records", longer, Metric.INTERPOLATION_MS, 20);
+    String decoding = HistoryStatistics.id(HistorySet.ofOneTag(10_000_000), true);
+    atLeast(
+        marks, results, "time above a value", decoding, Metric.TIME_ABOVE_CORE_RATE, 20e6);
+    atLeast(marks, results, "count in a range", decoding, Metric.COUNT_BETWEEN_CORE_RATE, 20e6);
+  }
+
+  private static void atLeast(
+      List<Mark> marks,
+      Results results,
+      String what,
+      String workload,
+      Metric metric,
+      double least) {
+    OptionalDouble median = results.median(workload, Subjects.OURS, metric);
+    if (median.isPresent()) {
+      String unit = " " + metric.unit().split(",")[0];
+      marks.add(
+          new Mark(
+              what,
+              "at least " + Format.number(least) + unit,
+              Format.number(median.getAsDouble()) + unit,
+              median.getAsDouble() >= least));
     }
   }
 

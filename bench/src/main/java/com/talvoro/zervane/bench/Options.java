@@ -11,6 +11,7 @@ import java.util.regex.Pattern;
  * @param warmUpSeconds how long a process runs a workload before its first round
  * @param largeRecords how many records the large database has; 0 for none
  * @param mostTags how many tags the largest searched database has; 0 for no searches
+ * @param historyRecords how many records the longest history of a tag has; 0 for no histories
  * @param withPeers whether peers are measured
  * @param isList whether the workloads are only to be listed
  * @param only what is found in the identifiers of the workloads that are to be measured
@@ -22,6 +23,7 @@ record Options(
     double warmUpSeconds,
     long largeRecords,
     int mostTags,
+    long historyRecords,
     boolean withPeers,
     boolean isList,
     Pattern only,
@@ -29,15 +31,17 @@ record Options(
   private static final String USAGE =
       """
       usage: scripts/bench [--quick] [--only PATTERN] [--rounds N] [--seconds S] [--no-peers]
-                           [--large RECORDS] [--tags TAGS] [--list]
+                           [--large RECORDS] [--tags TAGS] [--history RECORDS] [--list]
         --quick    about a minute: the workloads that the marks are on, two short rounds, no peers,
-                   no large database, no searches
+                   no large database, no searches, no histories
         --only     the workloads in whose identifiers the regular expression is found
         --rounds   rounds of ours and the floor (5)
         --seconds  how long a round is measured (1); the first is preceded by twice that
         --no-peers ours and the floor alone
         --large    how many records the large database has (100000000); 0 for none
         --tags     how many tags the largest searched database has (1000000), from 40000; 0 for none
+        --history  how many records the longest history of a tag has (100000000), from 1000000; the
+                   others have shares of it; 0 for none
         --list     shows the identifiers of the workloads, and measures nothing
       A full run writes bench/README.md and bench/results.svg, every run build/bench/results.*
       """;
@@ -51,6 +55,7 @@ record Options(
     double seconds = 1;
     long largeRecords = 100_000_000;
     int mostTags = 1_000_000;
+    long historyRecords = 100_000_000;
     boolean withPeers = true;
     boolean isList = false;
     String only = "";
@@ -61,6 +66,7 @@ record Options(
           withPeers = false;
           largeRecords = 0;
           mostTags = 0;
+          historyRecords = 0;
           only = QUICK;
         }
         case "--no-peers" -> withPeers = false;
@@ -70,6 +76,7 @@ record Options(
         case "--seconds" -> seconds = Double.parseDouble(valueOf(arguments, ++i));
         case "--large" -> largeRecords = Long.parseLong(valueOf(arguments, ++i));
         case "--tags" -> mostTags = Integer.parseInt(valueOf(arguments, ++i));
+        case "--history" -> historyRecords = Long.parseLong(valueOf(arguments, ++i));
         default -> throw new IllegalArgumentException(USAGE);
       }
     }
@@ -79,6 +86,7 @@ record Options(
         2 * seconds,
         largeRecords,
         mostTags,
+        historyRecords,
         withPeers,
         isList,
         Pattern.compile(only),
@@ -99,7 +107,16 @@ record Options(
 
   /** Whether this is a run whose results are published. */
   boolean isFull() {
-    return only.pattern().isEmpty() && withPeers && largeRecords > 0 && mostTags > 0;
+    return only.pattern().isEmpty()
+        && withPeers
+        && largeRecords > 0
+        && mostTags > 0
+        && historyRecords > 0;
+  }
+
+  /** How much there is of what can be had in different sizes. */
+  Sizes sizes() {
+    return new Sizes(largeRecords, mostTags, historyRecords);
   }
 
   /** Where results and logs go. */

@@ -81,6 +81,15 @@ public interface Subject extends AutoCloseable {
     throw new UnsupportedOperationException(name() + " has no table of tags");
   }
 
+  /**
+   * The store's history, for those that are asked about it.
+   *
+   * @param tagCount how many tags it has, or will have
+   */
+  default HistoryCalls history(int tagCount) throws Exception {
+    throw new UnsupportedOperationException(name() + " answers no questions about a history");
+  }
+
   /** Stores everything and releases every resource, processes that were started included. */
   @Override
   void close() throws Exception;

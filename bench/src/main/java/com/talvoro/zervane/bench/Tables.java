@@ -5,6 +5,8 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
+import java.util.TreeSet;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
 
@@ -31,6 +33,7 @@ final class Tables {
     latencies();
     storage();
     searches();
+    histories();
     peers();
     settings();
     failures();
@@ -103,7 +106,7 @@ final class Tables {
 
   private void storage() {
     List<List<String>> rows = new ArrayList<>();
-    for (Workload workload : Workloads.byId(options.largeRecords(), options.mostTags()).values()) {
+    for (Workload workload : Workloads.byId(options.sizes()).values()) {
       for (String subject : List.of(Subjects.OURS, Subjects.FLOOR)) {
         if (workload instanceof MemoryWorkload
             || subject.equals(Subjects.OURS) && isStorage(workload.id())) {
@@ -117,7 +120,8 @@ final class Tables {
   private static boolean isStorage(String id) {
     return List.of(DataSet.ID, LargeStore.Fill.ID, LargeStore.Open.ID).contains(id)
         || id.startsWith("tags-fill-")
-        || id.startsWith("tags-open-");
+        || id.startsWith("tags-open-")
+        || id.startsWith("history-fill-");
   }
 
   private void figures(List<List<String>> rows, Workload workload, String subject) {
@@ -148,6 +152,33 @@ final class Tables {
     table("Finding tags", List.of("", "Zervane", "±", nameOf(Subjects.SQLITE), "±"), rows);
   }
 
+  private void histories() {
+    for (History history : History.all(options.historyRecords())) {
+      for (Workload workload : history.questions()) {
+        histories(workload, history.subjects(true));
+      }
+    }
+  }
+
+  private void histories(Workload workload, List<String> subjects) {
+    String id = workload.id();
+    Set<Metric> metrics = new TreeSet<>();
+    List<String> header = new ArrayList<>(List.of(""));
+    for (String subject : subjects) {
+      metrics.addAll(results.metrics(id, subject));
+      header.addAll(List.of(nameOf(subject).split(" ")[0], "±"));
+    }
+    List<List<String>> rows = new ArrayList<>();
+    for (Metric metric : metrics) {
+      List<String> row = new ArrayList<>(List.of(metric.unit()));
+      for (String subject : subjects) {
+        row.addAll(List.of(median(id, subject, metric), spread(id, subject, metric)));
+      }
+      rows.add(row);
+    }
+    table("History: " + workload.title(), header, rows);
+  }
+
   private void peers() {
     List<Workload> workloads =
         Workloads.ofPeers().stream().filter(each -> !(each instanceof DataSet)).toList();
@@ -156,7 +187,9 @@ final class Tables {
     header.add("bytes/record");
     List<List<String>> rows = new ArrayList<>();
     for (String subject : results.subjects()) {
-      if (!subject.equals(Subjects.FLOOR)) {
+      boolean isMeasured =
+          workloads.stream().anyMatch(each -> !results.metrics(each.id(), subject).isEmpty());
+      if (isMeasured && !subject.equals(Subjects.FLOOR)) {
         List<String> row = new ArrayList<>(List.of(nameOf(subject)));
         workloads.forEach(
             workload -> row.add(median(workload.id(), subject, Metric.VALUES_PER_SECOND)));

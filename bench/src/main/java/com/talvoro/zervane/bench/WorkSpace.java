@@ -67,6 +67,11 @@ final class WorkSpace {
     return Folders.sizeBytes(folder(name));
   }
 
+  /** Has everything written down that the system still holds back of a store. */
+  void sync(String name) throws Exception {
+    Folders.sync(folder(name));
+  }
+
   /** How large a store is that has these tags and no records. */
   long emptySizeBytes(int tagCount) throws Exception {
     return Folders.sizeBytes(template(tagCount));

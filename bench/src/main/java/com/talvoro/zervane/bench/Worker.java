@@ -26,10 +26,7 @@ final class Worker {
 
   private Worker() {}
 
-  /**
-   * Arguments: the subject, its folder, how many records the large store and how many tags
-   * the largest searched one has.
-   */
+  /** Arguments: the subject, its folder, the sizes. */
   public static void main(String[] arguments) throws InterruptedException {
     PrintStream answers = System.out;
     System.setOut(System.err);
@@ -37,7 +34,7 @@ final class Worker {
     WorkSpace space =
         new WorkSpace(
             Path.of(arguments[1]), Subjects.all().get(name), !name.equals(Subjects.FLOOR));
-    Map<String, Workload> workloads = Workloads.byId(Long.parseLong(arguments[2]), Integer.parseInt(arguments[3]));
+    Map<String, Workload> workloads = Workloads.byId(Sizes.parse(arguments[2]));
     BlockingQueue<String> orders = new LinkedBlockingQueue<>();
     Thread reader = new Thread(() -> readOrders(orders), "orders");
     reader.setDaemon(true);

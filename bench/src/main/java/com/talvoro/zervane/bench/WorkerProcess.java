@@ -10,8 +10,10 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.EnumMap;
+import java.util.HashSet;
 import java.util.List;
 import java.util.Map;
+import java.util.Set;
 import java.util.Timer;
 import java.util.TimerTask;
 import java.util.concurrent.TimeUnit;
@@ -32,6 +34,7 @@ final class WorkerProcess implements AutoCloseable {
   private final Process process;
   private final PrintWriter orders;
   private final BufferedReader answers;
+  private final Set<String> asked = new HashSet<>();
 
   /** A round that did not succeed. */
   static final class Failure extends Exception {
@@ -66,14 +69,19 @@ final class WorkerProcess implements AutoCloseable {
     command.addAll(Subjects.all().get(subject).get().virtualMachineOptions());
     command.add("-Dzervane.library.path=" + options.libraryFolder(subject));
     command.addAll(List.of("-cp", System.getProperty("java.class.path"), Worker.class.getName()));
-    command.addAll(List.of(subject, folder.toString(), Long.toString(options.largeRecords())));
-    command.add(Integer.toString(options.mostTags()));
+    command.addAll(List.of(subject, folder.toString(), options.sizes().toString()));
     return command;
+  }
+
+  /** Whether a round of the workload has been asked for. */
+  boolean hasRun(String workload) {
+    return asked.contains(workload);
   }
 
   /** Has a round measured. */
   Map<Metric, Double> run(String workload, double seconds, double warmUpSeconds)
       throws IOException, Failure {
+    asked.add(workload);
     orders.println(workload + " " + seconds + " " + warmUpSeconds);
     Watchdog watchdog = new Watchdog();
     String answer = readAnswer();

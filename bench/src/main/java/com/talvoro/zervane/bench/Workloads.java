@@ -83,16 +83,20 @@ final class Workloads {
   }
 
   /** All, by their identifiers. */
-  static Map<String, Workload> byId(long largeRecords, int mostTags) {
+  static Map<String, Workload> byId(Sizes sizes) {
     Map<String, Workload> workloads = new LinkedHashMap<>();
     inRounds().forEach(workload -> workloads.put(workload.id(), workload));
     ofMemory().forEach(workload -> workloads.put(workload.id(), workload));
-    workloads.put(LargeStore.Fill.ID, new LargeStore.Fill(largeRecords));
-    workloads.put(LargeStore.Open.ID, new LargeStore.Open(largeRecords));
-    for (int count : searchedTags(mostTags)) {
+    workloads.put(LargeStore.Fill.ID, new LargeStore.Fill(sizes.largeRecords()));
+    workloads.put(LargeStore.Open.ID, new LargeStore.Open(sizes.largeRecords()));
+    for (int count : searchedTags(sizes.mostTags())) {
       workloads.put(TagWorkload.Fill.id(count), new TagWorkload.Fill(count));
       workloads.put(TagWorkload.Open.id(count), new TagWorkload.Open(count));
       workloads.put(TagWorkload.Search.id(count), new TagWorkload.Search(count));
+    }
+    for (History history : History.all(sizes.historyRecords())) {
+      workloads.put(history.fill().id(), history.fill());
+      history.questions().forEach(workload -> workloads.put(workload.id(), workload));
     }
     return workloads;
   }

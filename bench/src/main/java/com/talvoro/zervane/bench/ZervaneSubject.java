@@ -194,6 +194,11 @@ final class ZervaneSubject implements Subject, ApiCalls {
   }
 
   @Override
+  public HistoryCalls history(int tagCount) {
+    return new ZervaneHistory(this, ids);
+  }
+
+  @Override
   public void close() {
     check("disconnect", Jni_Zervane.disconnect());
   }

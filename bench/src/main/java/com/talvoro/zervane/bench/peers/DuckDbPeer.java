@@ -2,6 +2,7 @@ package com.talvoro.zervane.bench.peers;
 
 import com.talvoro.zervane.bench.Batch;
 import com.talvoro.zervane.bench.Durability;
+import com.talvoro.zervane.bench.HistoryCalls;
 import java.nio.file.Path;
 import java.sql.DriverManager;
 import java.sql.SQLException;
@@ -62,6 +63,11 @@ final class DuckDbPeer extends JdbcPeer {
   public void flush() throws SQLException {
     appender.flush();
     connection().commit();
+  }
+
+  @Override
+  public HistoryCalls history(int tagCount) throws SQLException {
+    return new DuckDbHistory(connection(), tagCount);
   }
 
   @Override

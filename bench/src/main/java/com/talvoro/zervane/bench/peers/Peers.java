@@ -2,6 +2,7 @@ package com.talvoro.zervane.bench.peers;
 
 import com.talvoro.zervane.bench.Subject;
 import java.util.LinkedHashMap;
+import java.util.List;
 import java.util.Map;
 import java.util.function.Supplier;
 
@@ -15,6 +16,16 @@ public final class Peers {
     peers.put("postgresql", PostgresPeer::new);
     peers.put("influxdb", InfluxPeer::new);
     return peers;
+  }
+
+  /** Those that are asked about a history; QuestDB's table is the same in both of its ways. */
+  public static List<String> ofHistory() {
+    return List.of("duckdb", "questdb-direct", "postgresql");
+  }
+
+  /** Those that can load and be asked about a hundred million records within minutes. */
+  public static List<String> ofLongHistory() {
+    return List.of("duckdb", "questdb-direct");
   }
 
   /** Those that need their archive alone; the others need what scripts/bench-peers unpacks. */

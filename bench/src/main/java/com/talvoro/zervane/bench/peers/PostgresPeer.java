@@ -2,7 +2,7 @@ package com.talvoro.zervane.bench.peers;
 
 import com.talvoro.zervane.bench.Batch;
 import com.talvoro.zervane.bench.Durability;
-import java.nio.ByteBuffer;
+import com.talvoro.zervane.bench.HistoryCalls;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.sql.DriverManager;
@@ -22,19 +22,9 @@ final class PostgresPeer extends JdbcPeer {
     "CREATE INDEX IF NOT EXISTS record_by_tag ON record (tag, time)",
   };
 
-  // The binary COPY format: a signature, no flags, no extension; rows of fields, each after its
-  // length; -1 for the end.
-  private static final byte[] SIGNATURE = {
-    'P', 'G', 'C', 'O', 'P', 'Y', '\n', (byte) 0xFF, '\r', '\n', 0, 0, 0, 0, 0, 0, 0, 0, 0
-  };
-  private static final short FIELDS = 4;
-  private static final int VALUES_BYTES = Long.BYTES + Double.BYTES + Integer.BYTES + Short.BYTES;
-  private static final int ROW_BYTES = Short.BYTES + FIELDS * Integer.BYTES + VALUES_BYTES;
-  private static final short END = -1;
-
   private ServerProcess server;
   private CopyManager copies;
-  private ByteBuffer rows = ByteBuffer.allocate(0);
+  private final BinaryRows rows = new BinaryRows();
   private Durability synced = Durability.DURABLE;
 
   @Override
@@ -78,28 +68,12 @@ final class PostgresPeer extends JdbcPeer {
     }
   }
 
-  private void encode(Batch batch) {
-    int length = SIGNATURE.length + batch.size * ROW_BYTES + Short.BYTES;
-    if (rows.capacity() < length) {
-      rows = ByteBuffer.allocate(length);
-    }
-    rows.clear().put(SIGNATURE);
-    for (int i = 0; i < batch.size; i++) {
-      rows.putShort(FIELDS);
-      rows.putInt(Long.BYTES).putLong(batch.timeMs[i]);
-      rows.putInt(Double.BYTES).putDouble(batch.value[i]);
-      rows.putInt(Integer.BYTES).putInt(batch.tag[i]);
-      rows.putInt(Short.BYTES).putShort((short) batch.quality[i]);
-    }
-    rows.putShort(END);
-  }
-
   @Override
   void write(Batch batch, Durability durability) throws SQLException {
     synchronize(durability);
-    encode(batch);
+    rows.clear(batch.size).begin().add(batch).end();
     CopyIn copy = copies.copyIn(COPY);
-    copy.writeToCopy(rows.array(), 0, rows.position());
+    copy.writeToCopy(rows.array(), 0, rows.length());
     copy.endCopy();
   }
 
@@ -108,6 +82,11 @@ final class PostgresPeer extends JdbcPeer {
   public void flush() throws SQLException {
     synchronize(Durability.DURABLE);
     execute("SELECT pg_logical_emit_message(true, 'bench', 'flush')");
+  }
+
+  @Override
+  public HistoryCalls history(int tagCount) throws SQLException {
+    return new PostgresHistory(connection());
   }
 
   @Override

@@ -3,6 +3,7 @@ package com.talvoro.zervane.bench.peers;
 import com.talvoro.zervane.bench.Batch;
 import com.talvoro.zervane.bench.Checksum;
 import com.talvoro.zervane.bench.Durability;
+import com.talvoro.zervane.bench.HistoryCalls;
 import com.talvoro.zervane.bench.Prepared;
 import io.questdb.cairo.CairoEngine;
 import io.questdb.cairo.CommitMode;
@@ -176,6 +177,12 @@ final class QuestDbPeer extends Peer {
       }
     }
     return count;
+  }
+
+  /** Its queries may use the second core as well, as in its server. */
+  @Override
+  public HistoryCalls history(int tagCount) throws SqlException {
+    return new QuestDbHistory(engine, context, bindings, tagCount);
   }
 
   @Override
