@@ -410,7 +410,7 @@ enum {
   X(ZR3_ERR_TAG_IDS_EXHAUSTED, 117811, "no tag identifier is left")                                \
   /* 119xxx: records, statistics and alarms */                                                     \
   X(ZR3_ERR_INVALID_TIME, 119601, "milliseconds are outside 0 to 999")                             \
-  X(ZR3_ERR_INVALID_REGION, 119602, "the region's start is after its end")                         \
+  X(ZR3_ERR_INVALID_REGION, 119602, "regions are none, reversed, empty or overlapping")            \
   X(ZR3_ERR_NO_RECORD, 119603, "the tag has no record there")                                      \
   X(ZR3_ERR_TYPE_MISMATCH, 119604, "the record's type is not the tag's")                           \
   X(ZR3_ERR_OUT_OF_ORDER, 119605, "the record is older than the current value")                    \
