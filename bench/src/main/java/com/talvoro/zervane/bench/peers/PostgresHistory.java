@@ -8,8 +8,8 @@ import org.postgresql.copy.CopyIn;
 
 /**
  * A history in PostgreSQL: loaded by one COPY in the transaction that makes the table, which needs
- * no journal; then an index by tag and time that has the other columns, too, so that a question is
- * answered from the index alone.
+ * no journal; then an index by tag and time that has the other columns, too, so that a question
+ * about a tag is answered from the index alone, and one of blocks by time, for all tags together.
  */
 final class PostgresHistory extends JdbcHistory {
   private static final String INTERPOLATION =
@@ -60,6 +60,7 @@ final class PostgresHistory extends JdbcHistory {
     connection.commit();
     connection.setAutoCommit(true);
     execute("CREATE INDEX history_by_tag ON history (tag, time) INCLUDE (value, quality)");
+    execute("CREATE INDEX history_by_time ON history USING brin (time)");
     execute("VACUUM (ANALYZE) history");
   }
 

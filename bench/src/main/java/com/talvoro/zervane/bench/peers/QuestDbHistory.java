@@ -31,7 +31,7 @@ final class QuestDbHistory implements HistoryCalls {
   private static final long MICROS_PER_MS = 1000;
   private static final List<String> PARAMETERS = List.of("tag", "from", "to", "low", "high");
 
-  /** Windows over more records than this take minutes. */
+  /** Windows over more records than this take too long to be asked for over and over. */
   private static final long MOST_SPANS = 20_000_000;
 
   /** Rows that are committed together. */
