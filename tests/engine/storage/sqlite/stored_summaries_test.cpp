@@ -152,6 +152,33 @@ TEST_F(StoredSummaries, GiveWayToRecordsThatComeLate) {
   EXPECT_EQ(Sum(), 5050 - 45 + 1'000);
 }
 
+// Whatever is written meanwhile, by whom ever.
+TEST_F(StoredSummaries, AreOfOneStateOfTheFile) {
+  Fill(150);
+  const auto file = *Connection::Open(folder_.path() / "zervane.db");
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    for (const TimeRange range : {TimeRange{}, TimeRange{5, 148}}) {
+      const double expected = Sum(range);
+      int offered = 0;
+      Looker looker([&](const RunSummary&) {
+        EXPECT_TRUE(file->Execute(offered++ == 0
+                                      ? "CREATE TABLE chunks AS SELECT * FROM chunk;"
+                                        "CREATE TABLE summaries AS SELECT * FROM summary;"
+                                        "DELETE FROM chunk; DELETE FROM summary"
+                                      : "SELECT 1")
+                        .ok());
+        return offered == 3;
+      });
+      EXPECT_TRUE(store_->Scan(kTag, range, direction, looker).ok());
+      EXPECT_EQ(looker.sum(), expected);
+      EXPECT_GT(offered, 3);
+      EXPECT_TRUE(file->Execute("INSERT INTO chunk SELECT * FROM chunks; DROP TABLE chunks;"
+                                "INSERT INTO summary SELECT * FROM summaries; DROP TABLE summaries")
+                      .ok());
+    }
+  }
+}
+
 TEST_F(StoredSummaries, GoWithTheirTag) {
   Fill(100);
   StoreBatch batch;
