@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -75,6 +76,34 @@ std::int64_t Count(DatabaseClient& database, TimeRange range, std::int64_t expec
   return kBeyondCount;
 }
 
+// Of all records but three at each end, all of which are 1.
+std::int64_t Calculate(DatabaseClient& database, std::int64_t records, StatisticType type,
+                       double expected, const char* filter = "",
+                       SampleSource source = SampleSource::kRecords) {
+  CalculateStatistic operation;
+  operation.id = kTag;
+  operation.request.type = type;
+  operation.request.regions = {{TimeOf(3), TimeOf(records - 4), true, true}};
+  operation.request.filter = filter;
+  operation.request.source = source;
+  operation.request.period_s = 1;
+  const auto value = database.Do(operation);
+  EXPECT_TRUE(value.ok() && *value == expected);
+  return kBeyondCount;
+}
+
+// At instants all over the archive, in the middle between records.
+std::int64_t Interpolate(DatabaseClient& database, std::int64_t records, std::int64_t instants) {
+  InterpolateTag operation;
+  operation.id = kTag;
+  for (std::int64_t i = 0; i < instants; ++i) {
+    operation.times_ms.push_back(TimeOf(i * 7919 % (records - 1)) + 500);
+  }
+  const auto reply = database.Do(operation);
+  EXPECT_TRUE(reply.ok() && std::ranges::count(reply->codes, ZR3_OK) == instants);
+  return instants * 40 + kBeyondCount;
+}
+
 constexpr ReadCase kReads[] = {
     {"FirstTen",
      [](auto& database, auto) { return Read(database, {}, Direction::kForward, 10, 0); }},
@@ -97,6 +126,22 @@ constexpr ReadCase kReads[] = {
      [](auto& database, auto n) {
        return Count(database, {TimeOf(3), TimeOf(n - 4)}, n - 6);
      }},
+    {"Area",
+     [](auto& database, auto n) {
+       return Calculate(database, n, StatisticType::kIntegral, static_cast<double>(n - 7));
+     }},
+    {"StatisticOfFilteredRecords",
+     [](auto& database, auto n) {
+       return Calculate(database, n, StatisticType::kCount, static_cast<double>(n - 6),
+                        "value == 1");
+     }},
+    {"StatisticOfSamples",
+     [](auto& database, auto n) {
+       return Calculate(database, n, StatisticType::kSum, static_cast<double>(n - 6), "",
+                        SampleSource::kLinear);
+     }},
+    {"TenInstants", [](auto& database, auto n) { return Interpolate(database, n, 10); }},
+    {"ThousandInstants", [](auto& database, auto n) { return Interpolate(database, n, 1000); }},
 };
 
 class BoundedRead : public testing::TestWithParam<ReadCase> {

@@ -305,7 +305,7 @@ TEST_P(AnySeries, IsInterpolatedAsItsRecordsSay) {
       store.Put(1, records);
       CurrentValues values;
       if (!records.empty()) PutCurrent(values, 1, records.back());
-      const TagPoints points = PointsIn(store, GetParam(), now_ms, values);
+      const TagPoints points = PointsIn(store, GetParam(), now_ms, values, shape.unarchived > 0);
       for (const InterpolationMode mode : {kLinear, kPrevious}) {
         const Result<Interpolated> reply = Interpolate(points, mode, times);
         ASSERT_TRUE(reply.ok());

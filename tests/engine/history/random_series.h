@@ -50,8 +50,8 @@ class SeriesDrawer {
   static std::vector<RunShape> Shapes() {
     return {{.chunk_records = 1000},
             {.chunk_records = 1, .group_chunks = 3},
-            {.chunk_records = 7},
-            {.chunk_records = 3, .group_chunks = 4},
+            {.chunk_records = 7, .unarchived = 1},
+            {.chunk_records = 3, .group_chunks = 4, .unarchived = 2},
             {.chunk_records = 4, .has_statistics = false}};
   }
 

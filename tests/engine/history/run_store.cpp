@@ -6,9 +6,11 @@
 namespace zervane {
 
 void RunStore::Put(TagId tag, const std::vector<Sample>& records) {
+  const std::size_t unarchived = std::min(shape_.unarchived, records.size());
   SampleColumns columns;
-  for (const Sample& sample : records) columns.Add(sample);
+  for (std::size_t at = 0; at + unarchived < records.size(); ++at) columns.Add(records[at]);
   records_[tag] = std::move(columns);
+  if (unarchived > 1) PutHeld(tag, records[records.size() - 2]);
 }
 
 Result<std::optional<Sample>> RunStore::DoReadHeld(TagId tag) {

@@ -18,6 +18,9 @@ struct RunShape {
   std::size_t chunk_records = 3;  // chunk i has the records from i * chunk_records on
   std::size_t group_chunks = 0;   // so many chunks are offered as one run; 0: none are
   bool has_statistics = true;
+  // So many of a tag's last records are not archived yet: the last one is current, the one before
+  // held.
+  std::size_t unarchived = 0;
 };
 
 // A store that holds the records that a test gives it, in runs of any shape, and counts what a scan

@@ -46,8 +46,9 @@ inline Result<double> Calculate(const std::vector<Sample>& records, const Statis
                                 const RunShape& shape = {}, TagType type = TagType::kFloat64) {
   RunStore store(shape);
   store.Put(1, records);
-  const CurrentValues none;
-  return CalculateStatisticOf(PointsIn(store, type, kNowMs, none), request);
+  CurrentValues values;
+  if (!records.empty()) PutCurrent(values, 1, records.back());
+  return CalculateStatisticOf(PointsIn(store, type, kNowMs, values, shape.unarchived > 0), request);
 }
 
 }  // namespace zervane

@@ -28,7 +28,8 @@ class AnyStatistic : public testing::TestWithParam<TagType> {
     store.Put(1, records);
     CurrentValues values;
     if (!records.empty()) PutCurrent(values, 1, records.back());
-    return CalculateStatisticOf(PointsIn(store, GetParam(), now_ms, values), request);
+    const TagPoints points = PointsIn(store, GetParam(), now_ms, values, shape.unarchived > 0);
+    return CalculateStatisticOf(points, request);
   }
 };
 

@@ -24,12 +24,14 @@ namespace {
 struct StoreCase {
   const char* name;
   std::unique_ptr<Store> (*open)(const std::filesystem::path& folder);
+  bool is_reopened = false;  // so that all records stand in chunks
 };
 
-template <std::size_t kChunkRecords>
+template <std::size_t kChunkRecords, std::size_t kGroupChunks = 256>
 std::unique_ptr<Store> OpenWithChunks(const std::filesystem::path& folder) {
-  return storage::MustOpen(
-      folder, {.pending_bytes = 400 * kPendingRecordBytes, .chunk_records = kChunkRecords});
+  return storage::MustOpen(folder, {.pending_bytes = 400 * kPendingRecordBytes,
+                                    .chunk_records = kChunkRecords,
+                                    .group_chunks = kGroupChunks});
 }
 
 class HistoryOf : public testing::TestWithParam<StoreCase> {
@@ -64,6 +66,9 @@ class HistoryOf : public testing::TestWithParam<StoreCase> {
       if (!batch.empty()) driver.Append(batch);
       if (turn->second == records.size()) written.erase(turn);
     }
+    if (!GetParam().is_reopened) return;
+    ASSERT_TRUE(store_->Close().ok());
+    store_ = GetParam().open(folder_.path());
   }
 
   TagPoints PointsOf(TagId id, std::int64_t now_ms) {
@@ -79,15 +84,16 @@ class HistoryOf : public testing::TestWithParam<StoreCase> {
   std::map<TagId, Series> series_;
 };
 
-INSTANTIATE_TEST_SUITE_P(Store, HistoryOf,
-                         testing::Values(StoreCase{"Memory",
-                                                   [](const std::filesystem::path&) {
-                                                     return OpenMemoryStore();
-                                                   }},
-                                         StoreCase{"ChunksOf1", OpenWithChunks<1>},
-                                         StoreCase{"ChunksOf7", OpenWithChunks<7>},
-                                         StoreCase{"ChunksOf1000", OpenWithChunks<1000>}),
-                         CaseName());
+INSTANTIATE_TEST_SUITE_P(
+    Store, HistoryOf,
+    testing::Values(StoreCase{"Memory",
+                              [](const std::filesystem::path&) { return OpenMemoryStore(); }},
+                    StoreCase{"ChunksOf1", OpenWithChunks<1>},
+                    StoreCase{"ChunksOf1InGroupsOf4", OpenWithChunks<1, 4>, true},
+                    StoreCase{"ChunksOf7InGroupsOf2", OpenWithChunks<7, 2>, true},
+                    StoreCase{"ChunksOf7", OpenWithChunks<7>},
+                    StoreCase{"ChunksOf1000", OpenWithChunks<1000>}),
+    CaseName());
 
 TEST_P(HistoryOf, HasTheStatisticsOfItsRecords) {
   WriteAll();
