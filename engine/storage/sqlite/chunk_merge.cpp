@@ -28,12 +28,14 @@ class ChunkMerge {
 
   Result<ChunkEdits> Plan(SampleRun records) {
     ZERVANE_ASSERT(std::ranges::is_sorted(records.times()));
+    edits_.is_first = true;
     while (!records.empty()) {
       const auto next_start = NextChunkStart(connection_, tag_, records.times().front());
       if (!next_start.ok()) return next_start.status();
       run_ = *next_start ? Within(records, {.from_ms = 0, .to_ms = **next_start - 1}) : records;
       records.begin = run_.end;
       if (Status status = JoinChunks(); !status.ok()) return status;
+      edits_.is_first = edits_.is_first && !*next_start;
       Write(!*next_start);
     }
     return std::move(edits_);
@@ -49,6 +51,7 @@ class ChunkMerge {
       if (!before.ok()) return before.status();
       if (!*before) return {};
       const ChunkExtent& chunk = **before;
+      edits_.is_first = false;
       const bool is_overlapped = chunk.last_ms >= first_ms();
       if (!is_overlapped && !IsWorthJoining(chunk)) return {};
       Result<Decoded<SampleColumns>> records = LoadChunk(connection_, chunk, decoder_);

@@ -27,6 +27,7 @@ struct ChunkEdits {
   std::vector<ChunkExtent> replaced;   // their records are in the added ones
   std::vector<ChunkSetAside> damaged;  // to be set aside
   std::vector<EncodedChunk> added;
+  bool is_first = false;  // the tag had no chunks
   // Groups of chunks: the first times of those that are no more, and those that are new.
   std::vector<std::int64_t> dropped_groups;
   std::vector<Summary> groups;

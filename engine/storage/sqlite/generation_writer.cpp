@@ -48,7 +48,7 @@ void GenerationWriter::Begin(std::vector<std::int64_t> journal_cuts) {
 
 Status GenerationWriter::Write() {
   // What was planned last may not have been written.
-  if (is_begun_) groups_.ForgetCounts();
+  if (is_begun_) groups_.Forget();
   is_begun_ = true;
   if (Status status = WriteTags(); !status.ok()) return status;
   if (Status status = TrimJournal(); !status.ok()) return status;

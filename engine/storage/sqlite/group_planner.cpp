@@ -250,40 +250,55 @@ GroupPlanner::GroupPlanner(Connection& connection, std::size_t group_chunks)
 
 Status GroupPlanner::Plan(TagId tag, ChunkEdits* edits) {
   if (edits->added.empty()) return {};
-  const auto last = GroupStartingBy(connection_, tag, kMaxTimeMs);
-  if (!last.ok()) return last.status();
-  const bool is_behind_groups = !*last || (*last)->last_ms < ChangesOf(*edits).front().from_ms;
-  if (is_behind_groups) {
-    const Result<bool> has_few = HasFewBehind(tag, *last ? (*last)->last_ms : kNoTime, *edits);
-    if (!has_few.ok()) return has_few.status();
-    if (*has_few) return {};
+  Known& known = tags_.At(tag);
+  std::int64_t group_end_ms = kNoTime;
+  const Result<bool> fall_into_groups = FallIntoGroups(*edits, tag, &group_end_ms);
+  if (!fall_into_groups.ok()) return fall_into_groups.status();
+  if (*fall_into_groups) {
+    known.is_counted = false;
   } else {
-    counts_.At(tag) = 0;
+    if (Status status = CountBehind(*edits, tag, group_end_ms); !status.ok()) return status;
+    if (known.chunks_behind <= group_chunks_) return {};
   }
   Planning planning(connection_, group_chunks_, tag, edits);
   if (Status status = planning.Run(); !status.ok()) return status;
+  if (!edits->groups.empty()) known.has_no_groups = known.is_counted = false;
   if (planning.count_behind()) {
-    counts_.At(tag) = static_cast<std::uint16_t>(1 + std::min(*planning.count_behind(), many()));
-  } else if (!edits->groups.empty()) {
-    counts_.At(tag) = 0;
+    known.chunks_behind = static_cast<std::uint16_t>(std::min(*planning.count_behind(), many()));
+    known.is_counted = true;
   }
   return {};
 }
 
-Result<bool> GroupPlanner::HasFewBehind(TagId tag, std::int64_t group_end_ms,
-                                        const ChunkEdits& edits) {
-  std::uint16_t& kept = counts_.At(tag);
-  std::int64_t count = std::int64_t{kept} - 1;
-  if (kept == 0) {
+// Whether some of what changes lies before the end of the last group.
+Result<bool> GroupPlanner::FallIntoGroups(const ChunkEdits& edits, TagId tag,
+                                          std::int64_t* group_end_ms) {
+  Known& known = tags_.At(tag);
+  if (known.has_no_groups) return false;
+  const auto last = GroupStartingBy(connection_, tag, kMaxTimeMs);
+  if (!last.ok()) return last.status();
+  known.has_no_groups = !*last;
+  if (!*last) return false;
+  *group_end_ms = (*last)->last_ms;
+  return *group_end_ms >= ChangesOf(edits).front().from_ms;
+}
+
+Status GroupPlanner::CountBehind(const ChunkEdits& edits, TagId tag, std::int64_t group_end_ms) {
+  Known& known = tags_.At(tag);
+  std::int64_t count = known.chunks_behind;
+  if (!known.is_counted && !edits.is_first) {
     const auto counted = CountChunksAfter(connection_, tag, group_end_ms, many());
     if (!counted.ok()) return counted.status();
     count = *counted;
   }
-  if (count < many()) {
+  if (edits.is_first) {
+    count = std::ssize(edits.added);
+  } else if (count < many()) {
     count += std::ssize(edits.added) - std::ssize(edits.replaced) - std::ssize(edits.damaged);
   }
-  kept = static_cast<std::uint16_t>(1 + std::clamp<std::int64_t>(count, 0, many()));
-  return count <= group_chunks_;
+  known.chunks_behind = static_cast<std::uint16_t>(std::clamp<std::int64_t>(count, 0, many()));
+  known.is_counted = true;
+  return {};
 }
 
 }  // namespace zervane::storage

@@ -19,7 +19,8 @@ namespace zervane::storage {
 // ungrouped, they are grouped anew, evenly. Where the archive ends, groups have exactly
 // `group_chunks`, and the last chunk, which is the one that changes, stays out of them.
 //
-// A tag that has few chunks behind its last group costs one query.
+// A tag that has no group yet costs one query once, and one that has few chunks behind its last
+// group one each time.
 //
 // Threads: one at a time.
 class GroupPlanner {
@@ -31,21 +32,28 @@ class GroupPlanner {
   Status Plan(TagId tag, ChunkEdits* edits);
 
   // Some edits that were planned may not have been carried out.
-  void ForgetCounts() { counts_ = {}; }
+  void Forget() { tags_ = {}; }
 
  private:
   struct Window;
   class Planning;
 
-  // Whether there are too few chunks behind the last group for another one. It may overestimate.
-  Result<bool> HasFewBehind(TagId tag, std::int64_t group_end_ms, const ChunkEdits& edits);
+  // What is known of a tag.
+  struct Known {
+    // How many chunks it has behind its last group. It may have fewer, and where it says that there
+    // are many() it may have more.
+    std::uint16_t chunks_behind = 0;
+    bool is_counted = false;
+    bool has_no_groups = false;  // for certain
+  };
+
+  Result<bool> FallIntoGroups(const ChunkEdits& edits, TagId tag, std::int64_t* group_end_ms);
+  Status CountBehind(const ChunkEdits& edits, TagId tag, std::int64_t group_end_ms);
   std::int64_t many() const { return 2 * group_chunks_ + 1; }
 
   Connection& connection_;
   const std::int64_t group_chunks_;
-  // How many chunks a tag has behind its last group, and one; 0 when that is not known. Those who
-  // have many have many() at least.
-  TagArray<std::uint16_t> counts_;
+  TagArray<Known> tags_;
 };
 
 }  // namespace zervane::storage
