@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <string>
 #include <vector>
 
 #include "engine/assert.h"
@@ -54,10 +55,13 @@ Status ReadArchive(Session& session, TagId id, TimeRange range, Direction direct
   return {};
 }
 
-// What every query at instants is checked for, once its pointers and counts are.
-Arguments& CheckInstants(Arguments& arguments, int32 count, ZR3_REC_INTERP_QUERY_MODE mode) {
-  return arguments.InRange(count, 0, kMaxInstants, ZR3_ERR_INVALID_COUNT)
-      .InRange(mode, ZR3_REC_INTERP_QUERY_MODE_LINEAR, ZR3_REC_INTERP_QUERY_MODE_PREV);
+// What every query at instants is checked for, once its pointers are.
+Status CheckInstants(int32 count, ZR3_REC_INTERP_QUERY_MODE mode) {
+  if (count > kMaxInstants) return {ZR3_ERR_INVALID_COUNT, std::to_string(count) + " instants"};
+  if (mode > ZR3_REC_INTERP_QUERY_MODE_PREV) {
+    return {ZR3_ERR_INVALID_ARGUMENT, "mode " + std::to_string(mode)};
+  }
+  return {};
 }
 
 // The times of the records; kNoTime for one that is none, so that the database says so of it.
@@ -125,9 +129,9 @@ int32 ar3_query_specify_num_raw_recs(uint32 nTagID, const ZR3Time* pStart, bool8
 
 int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 nTagID, int32 nNum,
                                        ZR3Record* pRecords, int32* pErrCodes) {
-  Arguments arguments = Arguments().Batch(nNum, pRecords);
-  return Call(__func__, CheckInstants(arguments, nNum, nMode), [&](Session& session) -> Status {
-    if (nNum == 0) return {};
+  return Call(__func__, Arguments().Batch(nNum, pRecords), [&](Session& session) -> Status {
+    Status status = CheckInstants(nNum, nMode);
+    if (!status.ok() || nNum == 0) return status;
     return FillInstants(session.Do(InterpolateTag{.id = nTagID,
                                                   .mode = static_cast<InterpolationMode>(nMode),
                                                   .times_ms = InstantsOf(pRecords, nNum)}),
@@ -138,9 +142,10 @@ int32 ar3_query_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, uint32 n
 int32 ar3_query_tags_interp_records_by_mode(ZR3_REC_INTERP_QUERY_MODE nMode, int32 nNum,
                                             const uint32* pTagIDs, ZR3Record* pRecords,
                                             int32* pErrCodes) {
-  Arguments arguments = Arguments().Batch(nNum, pTagIDs, pRecords);
-  return Call(__func__, CheckInstants(arguments, nNum, nMode), [&](Session& session) -> Status {
-    if (nNum == 0) return {};
+  const Arguments arguments = Arguments().Batch(nNum, pTagIDs, pRecords);
+  return Call(__func__, arguments, [&](Session& session) -> Status {
+    Status status = CheckInstants(nNum, nMode);
+    if (!status.ok() || nNum == 0) return status;
     return FillInstants(session.Do(InterpolateTags{.mode = static_cast<InterpolationMode>(nMode),
                                                    .ids = {pTagIDs, pTagIDs + nNum},
                                                    .times_ms = InstantsOf(pRecords, nNum)}),

@@ -38,8 +38,7 @@ Arguments CheckParam(const ZR3StRelatedParam* param, const float64* value) {
   Arguments arguments = ArgumentsWithTexts();
   arguments.Given(param, value);
   if (!arguments.ok()) return arguments;
-  return arguments.Batch(param->nTimeRegionNum, param->pTimeRegions)
-      .InRange(param->nTimeRegionNum, 1, kMaxRegions, ZR3_ERR_INVALID_COUNT);
+  return arguments.Batch(param->nTimeRegionNum, param->pTimeRegions);
 }
 
 Status CheckEnumeration(const char* called, int32 number, int32 first, int32 last) {
@@ -85,6 +84,9 @@ Result<std::vector<TimeRegion>> ReadRegions(std::span<const ZR3TimeRegion> regio
 
 // What the parameters ask for; what the numbers among them mean is for the database to judge.
 Result<StatisticRequest> ReadRequest(const ZR3StRelatedParam& param) {
+  if (param.nTimeRegionNum < 1 || param.nTimeRegionNum > kMaxRegions) {
+    return Status(ZR3_ERR_INVALID_COUNT, std::to_string(param.nTimeRegionNum) + " regions");
+  }
   Result<std::string> filter = ReadFilter(param);
   if (!filter.ok()) return filter.status();
   if (Status status = CheckEnumerations(param); !status.ok()) return status;

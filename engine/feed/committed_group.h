@@ -17,7 +17,8 @@ struct CommittedGroup {
   std::int64_t commit = 0;
 
   // The records as they were accepted, in their order, whatever became of them on their way to the
-  // archive; for each whether it was its tag's newest when its turn came. Those of a tag that went
+  // archive; for each whether it was its tag's newest when its turn came, as the correction of a
+  // current value is. What filters let go for a change is not among them. Those of a tag that went
   // between their acceptance and their turn are among them, though stored nowhere: never the
   // newest. A commit that changes nothing, as one of such records alone, is not told at all.
   std::vector<TagId> tags;

@@ -7,13 +7,6 @@
 namespace zervane {
 namespace {
 
-// Whether a run's statistics say what there is to know of it: where all are good, asking for bad
-// ones, too, changes nothing.
-bool Serves(const RunSummary& run, const StatisticNeeds& needs, bool uses_bad_values) {
-  if (!needs.takes_runs || run.statistics == nullptr) return false;
-  return !uses_bad_values || run.statistics->good == run.statistics->count;
-}
-
 PassedPoint FirstOf(const RunStatistics& run) {
   const bool is_good = run.IsFirstGood();
   return {run.first_ms, is_good ? run.first_good.value : 0, is_good, is_good};
@@ -33,19 +26,22 @@ std::size_t PlaceOf(const PointBlock& block, std::size_t from, std::int64_t time
 // ---- before a region ----
 
 ScanVisitor::Wants PointsBefore::Offer(const RunSummary& run) {
-  const bool serves = !needs_.previous && Serves(run, needs_, uses_bad_values_);
-  if (!serves) return Wants::kRecords;
-  last_ = LastOf(*run.statistics);
-  return Wants::kStop;
+  if (run.statistics == nullptr || !needs_.AdmitsGoodOf(*run.statistics)) return Wants::kRecords;
+  const RunStatistics& statistics = *run.statistics;
+  const bool has_previous = needs_.previous && statistics.good > 0;
+  if (has_previous && statistics.course == Course::kNone) return Wants::kRecords;
+  if (!last_.exists()) last_ = LastOf(statistics);
+  if (has_previous) last_admitted_ = statistics.last_good.value;
+  return IsDone() ? Wants::kStop : Wants::kNext;
 }
 
 bool PointsBefore::Show(const SampleColumns& records, std::size_t begin, std::size_t end) {
-  while (begin < end && (!last_.exists() || (needs_.previous && !last_admitted_))) {
+  while (begin < end && !IsDone()) {
     const std::size_t first = end - std::min(end - begin, RecordJudge::kMostRecords);
     Pass(judge_.Judge(records, first, end));
     end = first;
   }
-  return needs_.previous && !last_admitted_;
+  return !IsDone();
 }
 
 void PointsBefore::Pass(const PointBlock& block) {
@@ -59,11 +55,7 @@ void PointsBefore::Pass(const PointBlock& block) {
 
 RegionWalk::RegionWalk(const StatisticRequest& request, std::int64_t now_ms, RecordJudge& judge,
                        Tally& tally)
-    : regions_(request.regions),
-      now_ms_(now_ms),
-      uses_bad_values_(request.uses_bad_values),
-      judge_(judge),
-      tally_(tally) {}
+    : regions_(request.regions), now_ms_(now_ms), judge_(judge), tally_(tally) {}
 
 void RegionWalk::StartFrom(const PointsBefore& before) {
   if (before.last().exists()) last_ = before.last();
@@ -73,7 +65,9 @@ void RegionWalk::StartFrom(const PointsBefore& before) {
 }
 
 ScanVisitor::Wants RegionWalk::Offer(const RunSummary& run) {
-  const bool serves = Serves(run, tally_.needs(), uses_bad_values_);
+  const StatisticNeeds& needs = tally_.needs();
+  const bool serves =
+      needs.takes_runs && run.statistics != nullptr && needs.AdmitsGoodOf(*run.statistics);
   const Wants wants = serves ? OfferStatistics(*run.statistics) : OfferRecords(run);
   if (wants == Wants::kNext) passed_ms_ = run.last_ms;
   return wants;
@@ -168,7 +162,7 @@ Status TallyRecords(const TagPoints& points, const StatisticRequest& request, Re
   RegionWalk walk(request, points.now_ms(), judge, tally);
   const std::int64_t to_ms = needs.line ? points.now_ms() : request.regions.back().right_ms;
   while (!walk.IsDone() && walk.IsLost()) {
-    PointsBefore before(needs, request.uses_bad_values, judge);
+    PointsBefore before(needs, judge);
     if (needs.spans || needs.previous) {
       const TimeRange unseen = {.from_ms = walk.passed_ms() + 1, .to_ms = walk.next_ms() - 1};
       Status status = points.Visit(unseen, Direction::kBackward, before);

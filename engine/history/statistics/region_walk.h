@@ -25,8 +25,7 @@ Status TallyRecords(const TagPoints& points, const StatisticRequest& request, Re
 // What comes before a region: the last point, and the last one that is admitted.
 class PointsBefore final : public ScanVisitor {
  public:
-  PointsBefore(const StatisticNeeds& needs, bool uses_bad_values, RecordJudge& judge)
-      : needs_(needs), uses_bad_values_(uses_bad_values), judge_(judge) {}
+  PointsBefore(const StatisticNeeds& needs, RecordJudge& judge) : needs_(needs), judge_(judge) {}
 
   Wants Offer(const RunSummary& run) override;
   bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override;
@@ -35,10 +34,10 @@ class PointsBefore final : public ScanVisitor {
   std::optional<double> last_admitted() const { return last_admitted_; }
 
  private:
+  bool IsDone() const { return last_.exists() && (!needs_.previous || last_admitted_); }
   void Pass(const PointBlock& block);
 
   const StatisticNeeds needs_;
-  const bool uses_bad_values_;
   RecordJudge& judge_;
   PassedPoint last_;
   std::optional<double> last_admitted_;
@@ -77,7 +76,6 @@ class RegionWalk final : public ScanVisitor {
 
   const std::span<const TimeRegion> regions_;
   const std::int64_t now_ms_;
-  const bool uses_bad_values_;
   RecordJudge& judge_;
   Tally& tally_;
   std::size_t at_ = 0;

@@ -63,6 +63,7 @@ class TimeWhere final : public Accumulator {
   void AddSpan(const AdmittedSpan& span) override {
     if (test_(span.value)) length_ms_ += span.length_ms;
   }
+  // Runs come for TIME_DURATION alone, whose test all pass.
   void AddRun(const RunStatistics& run) override { length_ms_ += run.good_ms; }
   std::optional<double> Value() const override {
     return static_cast<double>(length_ms_) / kMillisecondsPerSecond;

@@ -30,7 +30,9 @@ StatisticNeeds NeedsOf(const StatisticRequest& request, Course course) {
   return {.spans = traits.uses_spans || request.least_percent_good > 0,
           .line = traits.uses_line && course == Course::kLine,
           .previous = traits.uses_previous,
-          .takes_runs = traits.takes_runs && request.filter.empty()};
+          .takes_runs = traits.takes_runs,
+          .has_filter = !request.filter.empty(),
+          .uses_bad_values = request.uses_bad_values};
 }
 
 Tally::Tally(const StatisticRequest& request, const StatisticNeeds& needs)

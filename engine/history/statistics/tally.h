@@ -14,10 +14,18 @@ namespace zervane {
 
 // What a request wants of the points, beside what its type is made of.
 struct StatisticNeeds {
-  bool spans = false;     // what lies between records
-  bool line = false;      // the value along them, and so the record behind a region
-  bool previous = false;  // the admitted record before each
-  bool takes_runs = false;
+  bool spans = false;       // what lies between records
+  bool line = false;        // the value along them, and so the record behind a region
+  bool previous = false;    // the admitted record before each
+  bool takes_runs = false;  // the statistics of runs, where they tell what is admitted
+  bool has_filter = false;
+  bool uses_bad_values = false;
+
+  // Whether the good records of a run are the admitted ones: so they are where there is no filter
+  // and bad ones do not count, or are none.
+  bool AdmitsGoodOf(const RunStatistics& run) const {
+    return !has_filter && (!uses_bad_values || run.good == run.count);
+  }
 };
 // `course`: how the values go on. The needs of the share of good are among them.
 StatisticNeeds NeedsOf(const StatisticRequest& request, Course course);

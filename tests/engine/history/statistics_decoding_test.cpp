@@ -55,6 +55,21 @@ TEST_F(LongRegion, IsNotDecodedBetweenRegions) {
   EXPECT_LE(store_.chunks_shown(), 6);
 }
 
+// What its changes are compared with may lie far before it.
+TEST(LongSilence, IsNotDecodedForTheRecordBeforeARegion) {
+  RunStore store({.chunk_records = 100, .group_chunks = 16});
+  std::vector<Sample> records;
+  for (int i = 0; i < 50'000; ++i) records.push_back(At(i, 1, i == 0 ? kGood : kBad));
+  records.push_back(At(50'000, 2));
+  store.Put(1, records);
+  StatisticRequest request = Of({From(50'000, 50'001)});
+  request.type = Type::kCountOfChanges;
+  const CurrentValues none;
+  const TagPoints points = PointsIn(store, TagType::kFloat64, kMaxTimeMs, none);
+  EXPECT_EQ(*CalculateStatisticOf(points, request), 1);
+  EXPECT_LE(store.chunks_shown(), 3);
+}
+
 TEST_F(LongRegion, IsNoWrongNumberWhereItIsDamaged) {
   store_.Damage(300);
   EXPECT_EQ(Ask(Type::kMax, {From(30'010, 30'020)}).code(), ZR3_ERR_STORAGE_DAMAGED);
