@@ -46,8 +46,9 @@ CompensatedSum SumOf(Numbers numbers) {
   std::array<PairSum, kPairs> pairs;
   std::size_t at = 0;
   for (; at + kLanes <= numbers.size(); at += kLanes) {
-    for (std::size_t pair = 0; pair < kPairs; ++pair)
+    for (std::size_t pair = 0; pair < kPairs; ++pair) {
       pairs[pair].Add(PairAt(numbers, at + 2 * pair));
+    }
   }
   CompensatedSum sum;
   for (const PairSum& pair : pairs) {

@@ -68,9 +68,9 @@ class ArchiveScan {
   Result<bool> ShowByGroups(TimeRange range, std::optional<Summary> group) {
     const auto show = [&](const ChunkExtent& chunk) { return ShowUpTo(chunk); };
     for (;;) {
-      const Result<bool> goes_on = VisitChunks(group ? UpTo(range, *group) : range, show);
+      Result<bool> goes_on = VisitChunks(group ? UpTo(range, *group) : range, show);
       if (!goes_on.ok() || !*goes_on || !group) return goes_on;
-      const Result<bool> wants_more = ShowGroup(group->run);
+      Result<bool> wants_more = ShowGroup(group->run);
       if (!wants_more.ok() || !*wants_more) return wants_more;
       range = Behind(range, group->run);
       if (range.empty()) return true;

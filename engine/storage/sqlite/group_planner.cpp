@@ -171,7 +171,8 @@ class GroupPlanner::Planning {
     std::vector<RunStatistics> chunks;
     const TimeRange range{.from_ms = window.range.from_ms, .to_ms = window.changed.from_ms - 1};
     Result<bool> is_all = Walk(range, Direction::kBackward, &chunks);
-    for (auto chunk = chunks.rbegin(); chunk != chunks.rend(); ++chunk) runs->Add(&*chunk);
+    std::ranges::reverse(chunks);
+    for (const RunStatistics& chunk : chunks) runs->Add(&chunk);
     return is_all;
   }
 

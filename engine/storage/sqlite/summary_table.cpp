@@ -78,7 +78,7 @@ Result<std::optional<Summary>> NextGroup(Connection& connection, TagId tag, Time
       break;
     }
     GroupRow group = ReadGroup(row, tag);
-    if (group.summary) return std::move(group.summary);
+    if (group.summary) return group.summary;
     // Not whole: the next one is looked for by its start, which the index answered.
     const std::int64_t first_ms = group.extent.first_ms;
     if (!range.Holds(first_ms)) break;
