@@ -14,7 +14,7 @@
 namespace zervane {
 namespace {
 
-Status CheckRequest(InterpolationMode mode, std::span<const std::int64_t> times_ms) {
+Status CheckInstants(InterpolationMode mode, std::span<const std::int64_t> times_ms) {
   const bool is_mode = mode == InterpolationMode::kLinear || mode == InterpolationMode::kPrevious;
   if (!is_mode) {
     return {ZR3_ERR_INVALID_ARGUMENT,
@@ -32,14 +32,16 @@ HistoryFamily::HistoryFamily(Store& store, const TagIndex& tags,
     : store_(store), tags_(tags), current_values_(current_values), clock_(std::move(clock)) {}
 
 Result<Interpolated> HistoryFamily::Handle(const Caller&, const InterpolateTag& operation) const {
-  if (Status status = CheckRequest(operation.mode, operation.times_ms); !status.ok()) return status;
+  if (Status status = CheckInstants(operation.mode, operation.times_ms); !status.ok())
+    return status;
   const Result<TagPoints> points = ReadPoints(operation.id);
   if (!points.ok()) return points.status();
   return Interpolate(*points, operation.mode, operation.times_ms);
 }
 
 Result<Interpolated> HistoryFamily::Handle(const Caller&, const InterpolateTags& operation) const {
-  if (Status status = CheckRequest(operation.mode, operation.times_ms); !status.ok()) return status;
+  if (Status status = CheckInstants(operation.mode, operation.times_ms); !status.ok())
+    return status;
   if (operation.ids.size() != operation.times_ms.size()) {
     return Status(ZR3_ERR_INVALID_COUNT, fmt::format("{} tags at {} instants", operation.ids.size(),
                                                      operation.times_ms.size()));

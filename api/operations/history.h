@@ -72,7 +72,8 @@ struct Interpolated {
 };
 
 // The values of a tag at instants, which come in any order, some of them more than once.
-// ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_ARGUMENT for a mode that is none.
+// ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_ARGUMENT for a mode that is none, ZR3_ERR_INVALID_COUNT
+// for too many instants.
 struct InterpolateTag {
   static constexpr OperationNumber kNumber = OperationNumber::kInterpolateTag;
   using Reply = Interpolated;
@@ -88,7 +89,7 @@ struct InterpolateTag {
 };
 
 // The same of many tags, of tag i at instant i. A tag that is unknown, or cannot be read, is that
-// instant's code. ZR3_ERR_INVALID_COUNT when there is not one tag for each instant.
+// instant's code. ZR3_ERR_INVALID_COUNT when there is not one tag for each instant, or too many.
 struct InterpolateTags {
   static constexpr OperationNumber kNumber = OperationNumber::kInterpolateTags;
   using Reply = Interpolated;

@@ -39,11 +39,25 @@ void PutCode(std::span<const std::uint32_t> places, const Status& why, Interpola
   if (why.code() != ZR3_ERR_TAG_NOT_FOUND) LogWarning("interpolation: {}", why.message());
 }
 
+// Where a text of the answers is that of the one before, the reply has its bytes once, too.
+bool HasTextOfBefore(const SampleColumns& answers, std::size_t at) {
+  return at > 0 && IsText(answers.types()[at]) && answers.values()[at] == answers.values()[at - 1];
+}
+
 Status PutAnswers(std::span<const std::uint32_t> places, const Interpolated& answers,
                   Interpolated& reply) {
+  SampleColumns no_text;
+  no_text.AddText(0, ZR3_QUALITY_GOOD, std::as_const(answers.samples).types()[0], {});
   for (std::size_t at = 0; at < places.size(); ++at) {
     reply.codes[places[at]] = answers.codes[at];
-    reply.samples.ReplaceFrom(places[at], answers.samples, at);
+    const bool has_text_of_before = HasTextOfBefore(answers.samples, at);
+    reply.samples.ReplaceFrom(places[at], has_text_of_before ? no_text : answers.samples,
+                              has_text_of_before ? 0 : at);
+    reply.samples.times()[places[at]] = answers.samples.times()[at];
+    reply.samples.qualities()[places[at]] = answers.samples.qualities()[at];
+    if (has_text_of_before) {
+      reply.samples.values()[places[at]] = std::as_const(reply.samples).values()[places[at - 1]];
+    }
     if (reply.samples.texts().size() <= kMaxReplyTexts) continue;
     return {ZR3_ERR_OUT_OF_MEMORY, "texts beyond 1 GiB"};
   }

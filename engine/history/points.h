@@ -17,7 +17,7 @@ namespace zervane {
 // Nothing that is held is missed beside a writer: a record only ever goes from the current value to
 // what is held, and from there to the archive, which are read in this order. What was read on its
 // way counts once: of the tail, that is what was current or held, only records count that are newer
-// than the newest one of the archive.
+// than the newest archived one of the range.
 //
 //   const Result<TagPoints> points = TagPoints::Read(store, current_values, tag, traits, clock());
 //   if (!points.ok()) return points.status();

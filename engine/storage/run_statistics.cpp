@@ -38,9 +38,10 @@ void AddGood(const RunStatistics::Point& point, RunStatistics& run) {
   run.least = is_only ? point.value : std::min(run.least, point.value);
   run.greatest = is_only ? point.value : std::max(run.greatest, point.value);
   run.sum.Add(point.value);
-  const double from_old_mean = point.value - run.mean;
-  run.mean += from_old_mean / static_cast<double>(run.good);
-  run.squares += from_old_mean * (point.value - run.mean);
+  Spread spread{static_cast<double>(run.good - 1), run.mean, run.squares};
+  spread.Add(point.value);
+  run.mean = spread.mean;
+  run.squares = spread.squares;
 }
 
 RunStatistics StatisticsOneByOne(const SampleColumns& samples, std::size_t begin, std::size_t end) {
@@ -78,6 +79,20 @@ double NumberAt(const SampleColumns& samples, std::size_t at) {
   }
 }
 
+void Spread::Add(const Spread& other) {
+  if (other.count == 0) return;
+  if (count == 0) {
+    *this = other;
+    return;
+  }
+  const double all = count + other.count;
+  const double apart = other.mean - mean;
+  mean = std::isinf(apart) ? mean * (count / all) + other.mean * (other.count / all)
+                           : mean + apart * (other.count / all);
+  squares += other.squares + apart * apart * (count * other.count / all);
+  count = all;
+}
+
 RunStatistics StatisticsOf(const SampleColumns& samples, std::size_t begin, std::size_t end) {
   ZERVANE_ASSERT(begin < end && end <= samples.size());
   std::optional<RunStatistics> run;
@@ -110,17 +125,14 @@ void Append(RunStatistics& run, const RunStatistics& next) {
     run.first_good = next.first_good;
     run.least = next.least;
     run.greatest = next.greatest;
-    run.mean = next.mean;
-    run.squares = next.squares;
   } else {
     run.least = std::min(run.least, next.least);
     run.greatest = std::max(run.greatest, next.greatest);
-    const auto good = static_cast<double>(run.good);
-    const auto more = static_cast<double>(next.good);
-    const double apart = next.mean - run.mean;
-    run.mean += apart * (more / (good + more));
-    run.squares += next.squares + apart * apart * (good * more / (good + more));
   }
+  Spread spread{static_cast<double>(run.good), run.mean, run.squares};
+  spread.Add(Spread{static_cast<double>(next.good), next.mean, next.squares});
+  run.mean = spread.mean;
+  run.squares = spread.squares;
   run.good += next.good;
 }
 

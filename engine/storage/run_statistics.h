@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "api/words/samples.h"
 #include "api/words/value.h"
@@ -44,10 +46,12 @@ class CompensatedSum {
     rest_ += other.rest_;
   }
 
-  // A sum that left the range of doubles is infinite, whatever its rest.
+  // A sum that left the range of doubles is infinite, whatever its rest; so is one that left it on
+  // both sides, for want of anything better. It is never NaN.
   double Value() const {
     const double value = sum_ + rest_;
-    return value == value ? value : sum_;
+    if (value == value) return value;
+    return sum_ == sum_ ? sum_ : std::numeric_limits<double>::infinity();
   }
   double sum() const { return sum_; }
   double rest() const { return rest_; }
@@ -55,6 +59,23 @@ class CompensatedSum {
  private:
   double sum_ = 0;
   double rest_ = 0;
+};
+
+// How far some numbers lie from their mean: by Welford's recurrence of 1962, and with others as in
+// Chan, Golub and LeVeque 1979. The mean is finite; squares beyond the range of doubles are
+// infinite and stay so. None of it is ever NaN.
+struct Spread {
+  double count = 0;
+  double mean = 0;
+  double squares = 0;  // the sum of (number - mean)^2
+
+  void Add(double number) {
+    count += 1;
+    const double apart = number - mean;
+    mean += std::isinf(apart) ? number / count - mean / count : apart / count;
+    squares += apart * (number - mean);
+  }
+  void Add(const Spread& other);
 };
 
 // Of some records of a tag that follow each other, all of one course. Its spans go from each record
@@ -79,7 +100,7 @@ struct RunStatistics {
   double greatest = 0;
   CompensatedSum sum;
   double mean = 0;
-  double squares = 0;  // the sum of (value - mean)^2: Welford 1962
+  double squares = 0;  // about the mean: Spread
 
   // Of the good spans.
   std::int64_t good_ms = 0;
@@ -93,7 +114,7 @@ struct RunStatistics {
 RunStatistics StatisticsOf(const SampleColumns& samples, std::size_t begin, std::size_t end);
 
 // Makes `run` that of its records and those of `next`, which come behind it and are of the same
-// course; the span between them included. Chan, Golub and LeVeque 1979 for the squares.
+// course; the span between them included.
 void Append(RunStatistics& run, const RunStatistics& next);
 
 }  // namespace zervane

@@ -43,7 +43,7 @@ Result<double> ValueOf(const StatisticRequest& request, const Tally& tally,
                        std::int64_t length_ms) {
   const double percent_good = PercentGood(tally, length_ms);
   if (request.type == StatisticType::kPercentGood) return percent_good;
-  if (percent_good < request.least_percent_good) {
+  if (static_cast<float>(percent_good) < request.least_percent_good) {  // as it was given
     return Status(ZR3_ERR_TOO_FEW_GOOD, fmt::format("{} % good, of {} % at least", percent_good,
                                                     request.least_percent_good));
   }

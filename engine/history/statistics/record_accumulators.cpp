@@ -103,42 +103,24 @@ class Ends final : public Accumulator {
   double last_ = 0;
 };
 
-// STANDARD_DEVIATION: by Welford's recurrence; runs by Chan, Golub and LeVeque.
+// STANDARD_DEVIATION.
 class Deviation final : public Accumulator {
  public:
   void AddRecords(const PointBlock& block, std::size_t begin, std::size_t end) override {
-    double count = 0;
-    double mean = 0;
-    double squares = 0;
-    ForEachAdmitted(block, begin, end, [&](std::size_t at) {
-      count += 1;
-      const double from_old_mean = block.values[at] - mean;
-      mean += from_old_mean / count;
-      squares += from_old_mean * (block.values[at] - mean);
-    });
-    Merge(count, mean, squares);
+    Spread spread;
+    ForEachAdmitted(block, begin, end, [&](std::size_t at) { spread.Add(block.values[at]); });
+    spread_.Add(spread);
   }
   void AddRun(const RunStatistics& run) override {
-    Merge(static_cast<double>(run.good), run.mean, run.squares);
+    spread_.Add(Spread{static_cast<double>(run.good), run.mean, run.squares});
   }
   std::optional<double> Value() const override {
-    if (count_ == 0) return std::nullopt;
-    return std::sqrt(squares_ / count_);
+    if (spread_.count == 0) return std::nullopt;
+    return std::sqrt(spread_.squares / spread_.count);
   }
 
  private:
-  void Merge(double count, double mean, double squares) {
-    if (count == 0) return;
-    const double apart = mean - mean_;
-    const double all = count_ + count;
-    mean_ += apart * (count / all);
-    squares_ += squares + apart * apart * (count_ * count / all);
-    count_ = all;
-  }
-
-  double count_ = 0;
-  double mean_ = 0;
-  double squares_ = 0;
+  Spread spread_;
 };
 
 // COUNT_IN_RANGE, COUNT_NOT_IN_RANGE.

@@ -66,11 +66,11 @@ Status CheckParameters(const StatisticRequest& request, StatisticTraits::Paramet
   using Parameters = StatisticTraits::Parameters;
   const double first = request.parameter_1;
   const double second = request.parameter_2;
-  if (parameters != Parameters::kNone && !std::isfinite(first)) {
+  if (parameters != Parameters::kNone && std::isnan(first)) {
     return InvalidArgument(fmt::format("first parameter {}", first));
   }
   if (parameters != Parameters::kRange) return {};
-  if (!std::isfinite(second)) return InvalidArgument(fmt::format("second parameter {}", second));
+  if (std::isnan(second)) return InvalidArgument(fmt::format("second parameter {}", second));
   if (first <= second) return {};
   return InvalidArgument(fmt::format("the range from {} to {}", first, second));
 }

@@ -51,6 +51,16 @@ TEST_F(ManyTags, AreAnsweredEachAtItsInstant) {
   EXPECT_EQ(reply->samples.At(4), FloatAt(20, 3));
 }
 
+TEST_F(ManyTags, HaveATextThatManyInstantsShareOnce) {
+  const auto reply = Ask({2, 2, 2, 2}, {12, 25, 11, 13});
+  ASSERT_TRUE(reply.ok());
+  EXPECT_EQ(reply->samples.At(0), WordAt(12, "open"));
+  EXPECT_EQ(reply->samples.At(1), WordAt(25, "shut"));
+  EXPECT_EQ(reply->samples.At(2), WordAt(11, "open"));
+  EXPECT_EQ(reply->samples.At(3), WordAt(13, "open"));
+  EXPECT_EQ(reply->samples.texts().size(), 8U);
+}
+
 TEST_F(ManyTags, AreReadOnceEach) {
   ASSERT_TRUE(Ask({1, 2, 1, 2, 1}, {15, 15, 16, 16, 17}).ok());
   EXPECT_EQ(reads_[1], 1);

@@ -257,6 +257,9 @@ std::optional<long double> OfInside(const Material& material, StatisticType type
     case StatisticType::kDifference:
       return static_cast<long double>(v.back()->number) - v.front()->number;
     default:
+      // Squares beyond the range of doubles are infinite.
+      if (squares > std::numeric_limits<double>::max())
+        return std::numeric_limits<double>::infinity();
       return std::sqrt(squares / static_cast<long double>(v.size()));
   }
 }
@@ -326,7 +329,8 @@ Answer AnswerOf(const Material& material, const StatisticRequest& request, bool 
   if (request.type == StatisticType::kPercentGood) {
     return {.code = ZR3_OK, .number = percent, .text = {}};
   }
-  if (percent < request.least_percent_good) return {.code = ZR3_ERR_TOO_FEW_GOOD, .text = {}};
+  if (static_cast<float>(percent) < request.least_percent_good)
+    return {.code = ZR3_ERR_TOO_FEW_GOOD, .text = {}};
   const std::optional<long double> value = OfMaterial(material, request, is_line);
   if (!value) return {.code = ZR3_ERR_NO_RECORD, .text = {}};
   return {.code = ZR3_OK, .number = static_cast<double>(*value), .text = {}};

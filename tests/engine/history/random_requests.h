@@ -108,16 +108,14 @@ inline bool IsRounded(StatisticType type) {
 inline double RoundingOf(const std::vector<Sample>& records, const StatisticRequest& request) {
   const bool has_lines = request.source == SampleSource::kLinear;
   if (!IsRounded(request.type) && !has_lines) return 0;
-  double greatest = 1;
-  for (const Sample& sample : records) {
-    SampleColumns column;
-    column.Add(sample);
-    const double number = NumberAt(column, 0);
-    if (std::isfinite(number)) greatest = std::max(greatest, std::abs(number));
-  }
   const bool is_total =
       request.type == StatisticType::kSum || request.type == StatisticType::kIntegral;
-  return 1e-12 * greatest * (is_total ? 1000 : 1);
+  return 1e-12 * GreatestOf(records) * (is_total ? 1000 : 1);
+}
+
+// Beyond the range of doubles all are alike.
+inline bool IsNear(double value, double expected, double rounding) {
+  return value == expected || std::abs(value - expected) <= rounding;
 }
 
 }  // namespace zervane

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -11,6 +14,18 @@
 #include "tests/engine/history/run_store.h"
 
 namespace zervane {
+
+// The greatest magnitude of the records' finite numbers, or 1 when none is greater.
+inline double GreatestOf(const std::vector<Sample>& records) {
+  SampleColumns columns;
+  for (const Sample& sample : records) columns.Add(sample);
+  double greatest = 1;
+  for (std::size_t at = 0; at < columns.size(); ++at) {
+    const double magnitude = std::abs(NumberAt(columns, at));
+    if (std::isfinite(magnitude)) greatest = std::max(greatest, magnitude);
+  }
+  return greatest;
+}
 
 // Draws series of records with gaps, stretches that are not good, numbers that are not finite and
 // values that come again.
@@ -29,6 +44,7 @@ class SeriesDrawer {
     const std::int64_t rarely_bad = Draw(1, 12);
     std::int64_t time_ms = Draw(0, 3000);
     bool is_good = true;
+    has_extremes_ = OneIn(5);
     for (std::int64_t i = 0; i < count; ++i) {
       if (OneIn(rarely_bad)) is_good = !is_good;
       const std::uint16_t quality =
@@ -69,13 +85,16 @@ class SeriesDrawer {
       case TagType::kFloat32:
         return OneIn(20) ? std::numeric_limits<float>::infinity() : static_cast<float>(step) / 8;
       case TagType::kFloat64:
-        return OneIn(20) ? std::numeric_limits<double>::quiet_NaN() : step / 8.0 + 1;
+        if (OneIn(20)) return std::numeric_limits<double>::quiet_NaN();
+        return has_extremes_ && OneIn(9) ? step * (OneIn(2) ? 1e300 : 1e-300) : step / 8.0 + 1;
       default:
         return OneIn(5) ? std::string(300, 'x') : std::string(OneIn(4) ? "" : "on");
     }
   }
 
   std::mt19937 random_;
+  bool has_extremes_ =
+      false;  // of the series that is being drawn: numbers near the ends of the range
 };
 
 }  // namespace zervane

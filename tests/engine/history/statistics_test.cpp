@@ -170,6 +170,68 @@ TEST_P(StatisticEnds, CountRecordsAsTheirFlagsSayAndSpansAlways) {
   EXPECT_EQ(value(Type::kPercentGood), 100);
 }
 
+struct GreatCase {
+  const char* name;
+  std::vector<double> values;
+  double deviation;
+  double mean;
+  double range;
+};
+
+class GreatNumbers : public testing::TestWithParam<GreatCase> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, GreatNumbers,
+    testing::Values(
+        GreatCase{"One", {1e200}, 0, 1e200, 0},
+        GreatCase{"SomeThatAreEqual", {1e200, 1e200, 1e200}, 0, 1e200, 0},
+        GreatCase{
+            "SomeWhoseSquaresAreBeyondTheRange", {1e160, 2e160, 4e160}, HUGE_VAL, 7e160 / 3, 3e160},
+        GreatCase{
+            "SomeWhoseDifferencesAreBeyondTheRange", {1.7e308, -1.7e308}, HUGE_VAL, 0, HUGE_VAL},
+        GreatCase{"SomeThatAreFartherFromTheMeanThanTheRange",
+                  {1.7e308, -1e308, -1e308, -1e308},
+                  HUGE_VAL,
+                  -1.3e308 / 4,
+                  HUGE_VAL},
+        GreatCase{"SomeWhoseSumIsBeyondTheRange", {1.7e308, 1.7e308}, 0, HUGE_VAL, 0},
+        GreatCase{"SomeWhoseSquaresAreWithinTheRange", {1e150, 3e150}, 1e150, 2e150, 2e150}),
+    CaseName());
+
+TEST_P(GreatNumbers, HaveInfiniteStatisticsWhereTheyAreBeyondTheRangeAndNeverNone) {
+  std::vector<Sample> records;
+  for (const double value : GetParam().values) {
+    records.push_back(At(10 + static_cast<int>(records.size()), value));
+  }
+  for (const RunShape& shape : SeriesDrawer::Shapes()) {
+    SCOPED_TRACE(testing::Message() << "chunks of " << shape.chunk_records);
+    StatisticRequest request = Of({From(10, 60)});
+    const auto value = [&](Type type) {
+      request.type = type;
+      return *Calculate(records, request, shape);
+    };
+    EXPECT_DOUBLE_EQ(value(Type::kStandardDeviation), GetParam().deviation);
+    EXPECT_DOUBLE_EQ(value(Type::kArithmeticMean), GetParam().mean);
+    EXPECT_DOUBLE_EQ(value(Type::kRange), GetParam().range);
+    for (int number = 0; number <= 25; ++number) {
+      EXPECT_FALSE(std::isnan(value(static_cast<Type>(number)))) << number;
+    }
+  }
+}
+
+// Sums that leave the range on both sides.
+TEST(Statistic, IsNeverNone) {
+  const std::vector<Sample> records = {At(10, 1.7e308),  At(11, 1.7e308),  At(12, 0),
+                                       At(13, -1.7e308), At(14, -1.7e308), At(15, 0)};
+  for (const RunShape& shape : {RunShape{.chunk_records = 3}, RunShape{.chunk_records = 1000}}) {
+    StatisticRequest request = Of({From(10, 60)});
+    for (int number = 0; number <= 25; ++number) {
+      request.type = static_cast<Type>(number);
+      EXPECT_FALSE(std::isnan(*Calculate(records, request, shape))) << number;
+    }
+  }
+}
+
 TEST(Statistic, HasFourTypesForTexts) {
   const std::vector<Sample> records = {WordAt(10'000, "a"), WordAt(20'000, "a"),
                                        WordAt(30'000, "b"), WordAt(40'000, "c", kBad)};
@@ -214,6 +276,12 @@ TEST(Statistic, NeedsTheShareOfGoodThatWasAskedFor) {
   request.type = Type::kMax;
   request.least_percent_good = 60;
   EXPECT_EQ(*Calculate(records, request), 1);
+  // The share is compared as the number of 32 bits that was given, which is greater.
+  request.regions = {From(0, 13)};
+  request.least_percent_good = static_cast<float>(100.0 * 3 / 13);
+  ASSERT_GT(request.least_percent_good, 100.0 * 3 / 13);
+  EXPECT_EQ(*Calculate(records, request), 1);
+  request.regions = {From(0, 50)};
   request.least_percent_good = 60.1F;
   EXPECT_EQ(Calculate(records, request).code(), ZR3_ERR_TOO_FEW_GOOD);
   request.uses_bad_values = true;
