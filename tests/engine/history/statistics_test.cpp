@@ -189,6 +189,11 @@ INSTANTIATE_TEST_SUITE_P(
             "SomeWhoseSquaresAreBeyondTheRange", {1e160, 2e160, 4e160}, HUGE_VAL, 7e160 / 3, 3e160},
         GreatCase{
             "SomeWhoseDifferencesAreBeyondTheRange", {1.7e308, -1.7e308}, HUGE_VAL, 0, HUGE_VAL},
+        GreatCase{"SomeThatAreFartherFromTheMeanThanTheRange",
+                  {1.7e308, -0.85e308, -0.85e308, -0.85e308},
+                  HUGE_VAL,
+                  -0.85e308 / 4,
+                  HUGE_VAL},
         GreatCase{"SomeWhoseSumIsBeyondTheRange", {1.7e308, 1.7e308}, 0, HUGE_VAL, 0},
         GreatCase{"SomeWhoseSquaresAreWithinTheRange", {1e150, 3e150}, 1e150, 2e150, 2e150}),
     CaseName());
