@@ -107,8 +107,7 @@ double SquaresAbout(double mean, Numbers numbers) {
     all_offsets += offset;
     all_squares += offset * offset;
   }
-  if (!std::isfinite(all_squares)) return all_squares;  // and the offsets may be no numbers
-  if (std::isinf(all_squares)) return all_squares;      // the offsets may be no numbers
+  if (std::isinf(all_squares)) return all_squares;  // the offsets may be no numbers
   const double rounded = all_offsets * all_offsets / static_cast<double>(numbers.size());
   return std::max(0.0, all_squares - rounded);
 }

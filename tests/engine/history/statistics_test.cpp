@@ -190,9 +190,9 @@ INSTANTIATE_TEST_SUITE_P(
         GreatCase{
             "SomeWhoseDifferencesAreBeyondTheRange", {1.7e308, -1.7e308}, HUGE_VAL, 0, HUGE_VAL},
         GreatCase{"SomeThatAreFartherFromTheMeanThanTheRange",
-                  {1.7e308, -1e308, -1e308, -1e308},
+                  {1.7e308, -0.85e308, -0.85e308, -0.85e308},
                   HUGE_VAL,
-                  -1.3e308 / 4,
+                  -0.85e308 / 4,
                   HUGE_VAL},
         GreatCase{"SomeWhoseSumIsBeyondTheRange", {1.7e308, 1.7e308}, 0, HUGE_VAL, 0},
         GreatCase{"SomeWhoseSquaresAreWithinTheRange", {1e150, 3e150}, 1e150, 2e150, 2e150}),
