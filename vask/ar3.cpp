@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/assert.h"
@@ -34,9 +35,6 @@ using zervane::TimeRange;
 
 namespace {
 
-// Of one call; as many take some hundred megabytes.
-constexpr int32 kMaxInstants = 10'000'000;
-
 // *num: in, the capacity of `records`; out, how many were filled. Whether a record has a buffer is
 // told by the buffer alone here.
 Status ReadArchive(Session& session, TagId id, TimeRange range, Direction direction, int32* num,
@@ -57,7 +55,8 @@ Status ReadArchive(Session& session, TagId id, TimeRange range, Direction direct
 
 // What every query at instants is checked for, once its pointers are.
 Status CheckInstants(int32 count, ZR3_REC_INTERP_QUERY_MODE mode) {
-  if (count > kMaxInstants) return {ZR3_ERR_INVALID_COUNT, std::to_string(count) + " instants"};
+  if (std::cmp_greater(count, zervane::kMaxInstants))
+    return {ZR3_ERR_INVALID_COUNT, std::to_string(count) + " instants"};
   if (mode > ZR3_REC_INTERP_QUERY_MODE_PREV) {
     return {ZR3_ERR_INVALID_ARGUMENT, "mode " + std::to_string(mode)};
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -58,6 +59,9 @@ struct CorrectRecord {
     return FieldList(Field{"id", self.id}, Field{"sample", self.sample});
   }
 };
+
+// So many instants a request may have: the reply takes some hundreds of MiB then.
+constexpr std::size_t kMaxInstants = 10'000'000;
 
 // Samples at instants, and what became of each: ZR3_OK, ZR3_ERR_NO_RECORD, ZR3_ERR_INVALID_TIME and
 // others of one tag. Where it is not ZR3_OK the sample is any, of the instant's time.

@@ -11,9 +11,6 @@
 
 namespace zervane {
 
-// So many instants a request may have: what is asked for fits into some hundreds of MiB.
-constexpr std::size_t kMaxInstants = 10'000'000;
-
 // So many bytes the texts of a reply may have in all.
 constexpr std::size_t kMaxReplyTexts = std::size_t{1} << 30;
 
