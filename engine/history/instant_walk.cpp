@@ -21,9 +21,19 @@ InstantWalk::InstantWalk(bool is_line, const Instants& instants, InstantSink& si
   MoveTo(0);
 }
 
-void InstantWalk::StartFrom(const LastGood& before) {
+// A text that was passed unread may be any before the instant.
+TimeRange InstantWalk::UnseenBefore() const {
+  return {.from_ms = IsLost() ? 0 : passed_ms_ + 1, .to_ms = next_ms_ - 1};
+}
+
+void InstantWalk::StartFrom(const LastGood& unseen) {
   ZERVANE_ASSERT(!IsWaiting() && next_ < instants_.size());
-  before_ = before;
+  if (IsLost() || unseen.state() != LastGood::State::kNone) {
+    before_ = unseen;
+  } else {
+    before_.PassBad(unseen.first_bad_ms());
+  }
+  passed_ms_ = next_ms_ - 1;
   starts_anew_ = false;
 }
 
@@ -37,6 +47,7 @@ ScanVisitor::Wants InstantWalk::Offer(const RunSummary& run) {
   if (next_ms_ <= run.last_ms) return Wants::kRecords;
   if (run.statistics != nullptr) {
     PassRun(*run.statistics);
+    passed_ms_ = run.last_ms;
     return IsDone() ? Wants::kStop : Wants::kNext;
   }
   if (IsWaiting()) return Wants::kRecords;
@@ -56,6 +67,7 @@ bool InstantWalk::Show(const SampleColumns& records, std::size_t begin, std::siz
     before_.Pass(records, at, static_cast<std::size_t>(next));
     at = static_cast<std::size_t>(next);
   }
+  passed_ms_ = times.back();
   return !IsDone();
 }
 
@@ -135,11 +147,10 @@ Status InterpolateAt(const TagPoints& points, InterpolationMode mode, const Inst
   if (instants.size() == 0) return {};
   const std::int64_t to_ms = is_line ? points.now_ms() : instants.At(instants.size() - 1);
   while (!walk.IsDone()) {
-    LastGoodFinder before;
-    const TimeRange all_before = {.from_ms = 0, .to_ms = walk.next_ms() - 1};
-    Status status = points.Visit(all_before, Direction::kBackward, before);
+    LastGoodFinder unseen;
+    Status status = points.Visit(walk.UnseenBefore(), Direction::kBackward, unseen);
     if (!status.ok()) return status;
-    walk.StartFrom(before.found());
+    walk.StartFrom(unseen.found());
     const TimeRange rest = {.from_ms = walk.next_ms(), .to_ms = to_ms};
     status = points.Visit(rest, Direction::kForward, walk);
     if (!status.ok()) return status;

@@ -32,8 +32,10 @@ class InstantWalk final : public ScanVisitor {
   // The first instant about which nothing is known yet.
   std::int64_t next_ms() const { return next_ms_; }
 
-  // Begins at the next instant: with the last good record before it. No instant waits.
-  void StartFrom(const LastGood& before);
+  // The records before the next instant of which the walk has to know before it starts.
+  TimeRange UnseenBefore() const;
+  // Begins at the next instant, with what was found among them. No instant waits.
+  void StartFrom(const LastGood& unseen);
   Wants Offer(const RunSummary& run) override;
   bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override;
   // There are no records any more, unless what was passed over has to be looked at, so that the
@@ -61,6 +63,7 @@ class InstantWalk final : public ScanVisitor {
   std::size_t first_waiting_ = 0;  // from there on instants wait for the next good record
   std::size_t next_ = 0;
   std::int64_t next_ms_ = kNever;
+  std::int64_t passed_ms_ = kNoTime;  // up to there all records were passed
   bool starts_anew_ = false;
 };
 

@@ -254,6 +254,19 @@ TEST_F(LongSeries, IsPassedOverWhereItIsBad) {
   EXPECT_LE(store_->runs_offered(), 220);
 }
 
+// Each start anew looks at what was not passed yet, and no farther.
+TEST_F(LongSeries, IsLookedThroughOnceWhereItIsBadAndNothingTellsOfItsChunks) {
+  Fill([](std::int64_t i) { return i == 0 ? kGood : kBad; }, false);
+  std::vector<std::int64_t> times;
+  for (std::int64_t i = 1'000; i < 30'000; i += 1'000) times.push_back(10'000 * i + 5'000);
+  const auto reply = Ask(kPrevious, times);
+  ASSERT_TRUE(reply.ok());
+  for (std::size_t at = 0; at < times.size(); ++at) {
+    EXPECT_EQ(reply->samples.At(at), FloatAt(times[at], 0, 88));
+  }
+  EXPECT_LE(store_->chunks_shown(), 2 * 300);
+}
+
 TEST_F(LongSeries, DecodesAChunkOnceHoweverManyInstantsItHas) {
   Fill([](std::int64_t) { return kGood; });
   std::vector<std::int64_t> times;
