@@ -17,6 +17,9 @@ namespace {
 constexpr std::size_t kFirstPiece = 1'024;
 constexpr std::size_t kLargestPiece = 65'536;
 
+// A group costs about as much as so many chunks that are not decoded.
+constexpr std::size_t kGroupCost = 8;
+
 class ArchiveScan {
  public:
   ArchiveScan(const Archive& archive, TagId tag, Direction direction, ScanVisitor& visitor)
@@ -25,18 +28,26 @@ class ArchiveScan {
         direction_(direction),
         decoder_(archive.decoder),
         visitor_(visitor),
+        piece_chunks_(archive.piece_chunks),
         order_(direction),
         chunk_(archive.opening) {}
 
-  // Shows what lies in the range of chunks and of the pending records, which were copied before.
-  // Whether the visitor wants what comes behind it.
+  // Shows what lies in the range of chunks and of the pending records, which were copied before, or
+  // a part of it with which the direction begins (shown()). Whether the visitor wants what comes
+  // behind it.
   Result<bool> Show(const SampleColumns& pending, TimeRange range) {
     pending_ = AllOf(pending);
-    range_ = range;
+    range_ = shown_ = range;
+    looked_at_ = 0;
+    is_cut_ = false;
     order_ = ChunkOrder(direction_);
     Result<bool> goes_on = ShowStored();
+    if (goes_on.ok() && is_cut_) return true;
     return goes_on.ok() && *goes_on ? ShowRun(pending_) : goes_on;
   }
+
+  // What was shown last.
+  TimeRange shown() const { return shown_; }
 
  private:
   // ---- what is stored ----
@@ -49,11 +60,11 @@ class ArchiveScan {
     std::optional<Summary> group;
     std::optional<TimeRange> by_groups;
     const auto show = [&](const ChunkExtent& chunk) -> Result<bool> {
-      if (by_groups || !IsInRange(chunk)) return ShowUpTo(chunk);
+      if (by_groups || !IsInRange(chunk)) return ShowOrCut(chunk);
       by_groups = FromOn(chunk);
       Result<std::optional<Summary>> found = NextUsableGroup(*by_groups);
       if (!found.ok()) return found.status();
-      if (!*found) return ShowUpTo(chunk);
+      if (!*found) return ShowOrCut(chunk);
       group = **std::move(found);
       // Begins while the query for the chunks is under way, whose state of the file it keeps.
       one_state.emplace(connection_, Transaction::Kind::kRead);
@@ -66,7 +77,7 @@ class ArchiveScan {
 
   // Groups, the first of which is given, and what lies before, between and behind them.
   Result<bool> ShowByGroups(TimeRange range, std::optional<Summary> group) {
-    const auto show = [&](const ChunkExtent& chunk) { return ShowUpTo(chunk); };
+    const auto show = [&](const ChunkExtent& chunk) { return ShowOrCut(chunk); };
     for (;;) {
       Result<bool> goes_on = VisitChunks(group ? UpTo(range, *group) : range, show);
       if (!goes_on.ok() || !*goes_on || !group) return goes_on;
@@ -115,10 +126,31 @@ class ArchiveScan {
     const auto wants = Offer(group, &group);
     if (wants == ScanVisitor::Wants::kRecords) {
       return VisitChunks({.from_ms = group.first_ms, .to_ms = group.last_ms},
-                         [&](const ChunkExtent& chunk) { return ShowUpTo(chunk); });
+                         [&](const ChunkExtent& chunk) { return ShowOrCut(chunk); });
     }
     order_.Pass(group.first_ms, group.last_ms);
-    return wants == ScanVisitor::Wants::kNext;
+    return wants == ScanVisitor::Wants::kNext && !CutsBehind(group, kGroupCost);
+  }
+
+  // ---- cuts ----
+
+  // Whether the visitor wants what comes behind the chunk, and it is still to be shown.
+  Result<bool> ShowOrCut(const ChunkExtent& chunk) {
+    Result<bool> goes_on = ShowUpTo(chunk);
+    if (!goes_on.ok() || !*goes_on) return goes_on;
+    return !CutsBehind(chunk, 1);
+  }
+
+  // Whether enough was looked at with the chunk or the group. What is pending before its end was
+  // shown with it, and what lies behind is read anew.
+  template <typename Stored>
+  bool CutsBehind(const Stored& stored, std::size_t cost) {
+    looked_at_ += cost;
+    is_cut_ = looked_at_ >= piece_chunks_;
+    if (!is_cut_) return false;
+    if (is_forward()) shown_.to_ms = std::min(range_.to_ms, stored.last_ms);
+    if (!is_forward()) shown_.from_ms = std::max(range_.from_ms, stored.first_ms);
+    return true;
   }
 
   // ---- parts of ranges, in the direction ----
@@ -203,7 +235,11 @@ class ArchiveScan {
   const Direction direction_;
   const TextDecoder& decoder_;
   ScanVisitor& visitor_;
+  const std::size_t piece_chunks_;
   TimeRange range_;
+  TimeRange shown_;
+  std::size_t looked_at_ = 0;                // chunks, a group for some
+  bool is_cut_ = false;                      // there is more in the range
   ChunkOrder order_;                         // of what was shown of the range
   std::optional<ChunkSummaries> summaries_;  // of the chunks that are visited
   SampleRun pending_;                        // those that were not shown yet
@@ -218,16 +254,20 @@ Status ScanArchive(const Archive& archive, TagId tag, TimeRange range, Direction
   ArchiveScan scan(archive, tag, direction, visitor);
   const bool is_forward = direction == Direction::kForward;
   std::size_t limit = kFirstPiece;
-  for (TimeRange rest = range; !rest.empty(); limit = std::min(4 * limit, kLargestPiece)) {
+  for (TimeRange rest = range; !rest.empty();) {
     const SampleColumns copied = archive.pending.Copy(tag, rest, direction, limit);
-    const bool is_last = copied.size() < limit;
     TimeRange piece = rest;
-    if (!is_last && is_forward) piece.to_ms = copied.times().back();
-    if (!is_last && !is_forward) piece.from_ms = copied.times().front();
+    if (copied.size() == limit) {
+      (is_forward ? piece.to_ms : piece.from_ms) =
+          is_forward ? copied.times().back() : copied.times().front();
+      limit = std::min(4 * limit, kLargestPiece);
+    }
     const Result<bool> goes_on = scan.Show(copied, piece);
     if (!goes_on.ok()) return goes_on.status();
-    if (is_last || !*goes_on) return {};
-    (is_forward ? rest.from_ms : rest.to_ms) = is_forward ? piece.to_ms + 1 : piece.from_ms - 1;
+    const TimeRange shown = scan.shown();
+    const bool is_all = is_forward ? shown.to_ms == rest.to_ms : shown.from_ms == rest.from_ms;
+    if (!*goes_on || is_all) return {};
+    (is_forward ? rest.from_ms : rest.to_ms) = is_forward ? shown.to_ms + 1 : shown.from_ms - 1;
   }
   return {};
 }

@@ -63,7 +63,7 @@ Result<std::optional<ChunkExtent>> ChunkStartingBy(Connection& connection, TagId
             tag, time_ms);
   if (row.Next()) {
     const ChunkExtent extent = ReadExtent(row);
-    if (extent.first_ms > time_ms) return DamagedIndex(tag);
+    if (extent.tag != tag || extent.first_ms > time_ms) return DamagedIndex(tag);
     return std::optional(extent);
   }
   if (!row.status().ok()) return row.status();
@@ -98,7 +98,9 @@ Status VisitExtents(Connection& connection, TagId tag, TimeRange range, Directio
              range.to_ms);
   while (rows.Next()) {
     const ChunkExtent extent = ReadExtent(rows);
-    if (!order.IsNext(extent.first_ms, extent.last_ms)) return DamagedIndex(tag);
+    // SQLite takes an index to be in order: where it is not, rows of other tags come along.
+    const bool is_next = extent.tag == tag && order.IsNext(extent.first_ms, extent.last_ms);
+    if (!is_next) return DamagedIndex(tag);
     if (extent.count < 1 || std::cmp_greater(extent.count, kMaxBlockRecords)) {
       return DamagedChunk(extent, "no chunk has as many").status();
     }

@@ -60,7 +60,7 @@ Result<std::optional<std::int64_t>> NextChunkStart(Connection& connection, TagId
 // Hands the chunks of the tag that overlap the range to `visit`, one at a time in the direction's
 // order, until it answers false or fails; its failure is the result. All are of one state of the
 // table, which LoadChunk sees too within `visit`. ZR3_ERR_STORAGE_DAMAGED when a row counts records
-// that no chunk can have, or when the chunks are out of order.
+// that no chunk can have or is another tag's, or when the chunks are out of order.
 using ExtentVisitor = std::function<Result<bool>(const ChunkExtent&)>;
 Status VisitExtents(Connection& connection, TagId tag, TimeRange range, Direction direction,
                     const ExtentVisitor& visit);

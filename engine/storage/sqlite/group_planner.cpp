@@ -43,9 +43,7 @@ class ChunkRuns {
 
   // Null for a chunk without a summary.
   void Add(const RunStatistics* chunk) {
-    const bool goes_on =
-        chunk != nullptr && !run_.chunks.empty() && run_.chunks.back().course == chunk->course;
-    if (!goes_on) Cut();
+    if (chunk == nullptr || !GoesOn(*chunk)) Cut();
     if (chunk != nullptr) run_.chunks.push_back(*chunk);
     ++added_;
     if (chunk == nullptr) run_.begin = added_;
@@ -59,6 +57,13 @@ class ChunkRuns {
   std::int64_t added() const { return added_; }
 
  private:
+  // In a damaged file a chunk that stays may overlap one that is new: the merge did not find it.
+  bool GoesOn(const RunStatistics& chunk) const {
+    if (run_.chunks.empty()) return false;
+    const RunStatistics& last = run_.chunks.back();
+    return last.course == chunk.course && last.last_ms < chunk.first_ms;
+  }
+
   void Cut() {
     if (std::ssize(run_.chunks) >= least_) runs_.push_back(std::move(run_));
     run_ = {.chunks = {}, .begin = added_};

@@ -4,13 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <map>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "engine/storage/sqlite/chunk_merge.h"
+#include "engine/storage/sqlite/group_planner.h"
 #include "tests/engine/storage/columns.h"
 #include "tests/engine/storage/sqlite/archive_file.h"
 #include "tests/support/seed.h"
@@ -95,8 +98,11 @@ class Scanning : public testing::Test {
   }
 
   void AddChunks(const SampleColumns& samples) {
-    const auto edits = PlanMerge(*file_, kTag, AllOf(samples), kChunkRecords, nullptr);
+    auto edits = PlanMerge(*file_, kTag, AllOf(samples), kChunkRecords, nullptr);
     ASSERT_TRUE(edits.ok());
+    if (groups_) {
+      EXPECT_TRUE(groups_->Plan(kTag, &*edits).ok());
+    }
     Transaction transaction(*file_, Transaction::Kind::kWrite);
     EXPECT_TRUE(ApplyEdits(*file_, *edits, ids_).ok());
     EXPECT_TRUE(transaction.Commit().ok());
@@ -118,8 +124,9 @@ class Scanning : public testing::Test {
   }
 
   Status Scan(TimeRange range, Direction direction, ScanVisitor& visitor) {
-    return ScanArchive({*reader_, pending_, decoder_, opening_ == 0 ? NumberOfOpening() : opening_},
-                       kTag, range, direction, visitor);
+    const std::uint64_t opening = opening_ == 0 ? NumberOfOpening() : opening_;
+    return ScanArchive({*reader_, pending_, decoder_, opening, piece_chunks_}, kTag, range,
+                       direction, visitor);
   }
 
   std::vector<std::pair<std::int64_t, std::int64_t>> Runs(TimeRange range, Direction direction) {
@@ -138,8 +145,10 @@ class Scanning : public testing::Test {
   std::unique_ptr<Connection> file_ = archive_.OpenWriter();
   std::unique_ptr<Connection> reader_ = archive_.OpenReader();
   ChunkIds ids_ = *ChunkIds::Behind(*file_);
+  std::optional<GroupPlanner> groups_;  // none: chunks are in no groups
   Pending pending_;
   const TextDecoder decoder_;
+  std::size_t piece_chunks_ = kPieceChunks;
   std::uint64_t opening_ = 0;  // 0: each scan is one of a store of its own, which reads the file
 };
 
@@ -249,6 +258,68 @@ TEST_F(Scanning, ShowsManyPendingRecordsOnce) {
   }
 }
 
+// ---- pieces of few chunks ----
+
+// Does something whenever a run is offered.
+class Meddler : public Keeper {
+ public:
+  explicit Meddler(std::function<void()> meddle) : meddle_(std::move(meddle)) {}
+  Wants Offer(const RunSummary& run) override {
+    meddle_();
+    return Keeper::Offer(run);
+  }
+
+ private:
+  const std::function<void()> meddle_;
+};
+
+TEST_F(Scanning, HoldsAStateOfTheFileForSoManyChunksOnly) {
+  AddChunks(10, 600, 10);
+  piece_chunks_ = 2;
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    int offered = 0;
+    Meddler meddler([&] {
+      // Neither has been offered: one is of the state that is held, one is not.
+      const char* hide = "UPDATE chunk SET tag = 2 WHERE first_time = 110 OR first_time = 410";
+      if (offered++ != 0) return;
+      EXPECT_TRUE(file_->Execute(hide).ok());
+    });
+    EXPECT_TRUE(Scan({}, direction, meddler).ok());
+    EXPECT_EQ(meddler.counted(), 50);
+    EXPECT_TRUE(file_->Execute("UPDATE chunk SET tag = 1").ok());
+  }
+}
+
+// As the writer beside a scan does it, with chunks that are joined and others that are split.
+TEST_F(Scanning, ShowsWhatMovesFromPendingToChunksBetweenItsPiecesOnce) {
+  const SampleColumns late = Numbers(5, 605, 15, 1);
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    for (int moves_at = 0; moves_at < 8; ++moves_at) {
+      SCOPED_TRACE(moves_at);
+      EXPECT_TRUE(file_->Execute("DELETE FROM chunk; DELETE FROM summary").ok());
+      AddChunks(10, 600, 10);
+      AddPending(late);
+      piece_chunks_ = 1 + static_cast<std::size_t>(moves_at % 3);
+      int offered = 0;
+      Meddler meddler([&] {
+        if (offered++ != moves_at) return;
+        pending_.Freeze();
+        AddChunks(late);
+        pending_.DropFrozen();
+      });
+      EXPECT_TRUE(Scan({}, direction, meddler).ok());
+      EXPECT_GT(offered, moves_at);
+      const std::vector<Sample> records = meddler.Records(direction);
+      EXPECT_EQ(records.size(), 60U + 41U - 20U) << "every second late record is in place of one";
+      for (std::size_t at = 1; at < records.size(); ++at) {
+        EXPECT_LT(records[at - 1].time_ms, records[at].time_ms);
+      }
+      pending_.Freeze();
+      pending_.DropFrozen();
+    }
+  }
+}
+
 // Random archives and ranges, against a map.
 TEST_F(Scanning, TellsTheSameAsAMap) {
   const Seed seed;
@@ -257,6 +328,7 @@ TEST_F(Scanning, TellsTheSameAsAMap) {
     return std::uniform_int_distribution(least, most)(random);
   };
   std::map<std::int64_t, Sample> expected;
+  groups_.emplace(*file_, 3);
   for (int step = 0; step < 60; ++step) {
     std::map<std::int64_t, Sample> records;
     for (std::int64_t i = draw(1, 400); i > 0; --i) {
@@ -269,6 +341,7 @@ TEST_F(Scanning, TellsTheSameAsAMap) {
     step < 20 ? AddChunks(samples) : AddPending(samples);
     for (const auto& [time_ms, sample] : records) expected[time_ms] = sample;
     if (step == 40) pending_.Freeze();
+    piece_chunks_ = static_cast<std::size_t>(draw(1, 20));
     const TimeRange range{draw(-10, 9'010), draw(-10, 9'010)};
     const Direction direction = draw(0, 1) == 0 ? Direction::kForward : Direction::kBackward;
     std::vector<Sample> wanted;

@@ -205,6 +205,16 @@ TEST_F(ChunkMerging, RefusesAChunkThatIsNotWhatItsRowSays) {
 
 // ---- damage that no checksum covers ----
 
+// The row of a chunk of ten records, without them.
+void InsertRow(Connection& file, TagId tag, std::int64_t first_ms) {
+  EXPECT_TRUE(Query(file,
+                    "INSERT INTO chunk (tag, first_time, last_time, count, payload) "
+                    "VALUES (?, ?, ?, 10, x'00')",
+                    tag, first_ms, first_ms + 9)
+                  .Run()
+                  .ok());
+}
+
 TEST_F(ChunkMerging, PassesOverARowWhoseStartIsNoTime) {
   Merge(Records(1, 35));
   EXPECT_TRUE(file_->Execute("UPDATE chunk SET first_time = x'00' WHERE first_time = 31").ok());
@@ -231,6 +241,31 @@ TEST_F(ChunkMerging, SaysSoWhenTheIndexIsOutOfOrder) {
   const auto visit = [](const ChunkExtent&) { return Result<bool>(true); };
   for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
     EXPECT_EQ(VisitExtents(*file_, kTag, {}, direction, visit).code(), ZR3_ERR_STORAGE_DAMAGED);
+  }
+}
+
+// Nor does it end where the tag's chunks do: those of another tag, which lie beside them, come
+// along.
+TEST_F(ChunkMerging, TakesNoChunkOfAnotherTagForOneOfItsOwn) {
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    const ArchiveFile archive;
+    auto file = archive.OpenWriter();
+    const bool is_forward = direction == Direction::kForward;
+    for (std::int64_t at = 2; at <= 7; ++at) InsertRow(*file, kTag, 10 * at);
+    InsertRow(*file, is_forward ? kTag + 1 : kTag - 1, is_forward ? 80 : 10);
+    EXPECT_TRUE(file->Execute("PRAGMA writable_schema = ON;"
+                              "UPDATE sqlite_schema SET sql = replace(sql, '(tag', "
+                              "'(tag DESC') WHERE name = 'chunk_extent'")
+                    .ok());
+    file = *Connection::Open(archive.path());
+    int visited = 0;
+    const auto visit = [&](const ChunkExtent& chunk) {
+      EXPECT_EQ(chunk.tag, kTag);
+      ++visited;
+      return Result<bool>(true);
+    };
+    EXPECT_EQ(VisitExtents(*file, kTag, {}, direction, visit).code(), ZR3_ERR_STORAGE_DAMAGED);
+    EXPECT_EQ(visited, 6) << "or the index was not read the other way round";
   }
 }
 

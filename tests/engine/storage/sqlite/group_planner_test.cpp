@@ -177,6 +177,18 @@ TEST_F(Grouping, AGroupThatIsNotWholeGoesAllTheSame) {
   EXPECT_EQ(groups.front().run.last_ms, 30);
 }
 
+// A merge finds the chunks that its records fall into by an index, which may be damaged.
+TEST_F(Grouping, ChunksThatOverlapAreInNoGroupTogether) {
+  Grow(100);
+  const SampleColumns records = Records(5, 15);
+  ChunkEdits edits;
+  edits.added.push_back(EncodeForTable(kTag, AllOf(records)));
+  edits.added.back().statistics = StatisticsOf(records, 0, records.size());
+  EXPECT_TRUE(planner_.Plan(kTag, &edits).ok());
+  EXPECT_THAT(edits.dropped_groups, ElementsAre(1));
+  EXPECT_THAT(edits.groups, IsEmpty());
+}
+
 // After a generation that failed the planner starts anew, and knows as much.
 TEST_F(Grouping, TheSameGroupsComeWhetherTheirChunksWereCountedOrAreCountedNow) {
   for (std::int64_t from = 1; from < 300; from += 10) {
