@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -11,7 +12,10 @@ class TempFolder {
  public:
   TempFolder() {
     std::string pattern = std::filesystem::temp_directory_path() / "zervane-test-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) std::abort();
+    if (mkdtemp(pattern.data()) == nullptr) {
+      std::perror(pattern.c_str());
+      std::abort();
+    }
     path_ = pattern;
   }
   TempFolder(const TempFolder&) = delete;

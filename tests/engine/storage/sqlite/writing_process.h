@@ -8,7 +8,9 @@
 #include <array>
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -32,7 +34,10 @@ class WritingProcess {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], 3);
-    if (posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ) != 0) {
+    const int error =
+        posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ);
+    if (error != 0) {
+      std::fprintf(stderr, "%s: %s\n", program, std::strerror(error));
       std::abort();
     }
     posix_spawn_file_actions_destroy(&actions);
