@@ -18,6 +18,7 @@ class TailedVisitor final : public ScanVisitor {
                 ScanVisitor& visitor)
       : tail_(tail), range_(range), direction_(direction), visitor_(visitor) {}
 
+  bool UsesStatistics() const override { return visitor_.UsesStatistics(); }
   Wants Offer(const RunSummary& run) override {
     const bool is_first = newest_ms_ == kNoTime;
     newest_ms_ = std::max(newest_ms_, run.last_ms);

@@ -29,6 +29,7 @@ class RecordReader final : public ScanVisitor {
  public:
   RecordReader(Direction direction, std::uint64_t limit) : direction_(direction), left_(limit) {}
 
+  bool UsesStatistics() const override { return false; }
   Wants Offer(const RunSummary&) override { return left_ == 0 ? Wants::kStop : Wants::kRecords; }
   bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override;
 

@@ -96,6 +96,8 @@ class ScanVisitor {
   };
 
   virtual ~ScanVisitor() = default;
+  // Whether statistics are of use to it. If not, they are not looked up, and no groups are offered.
+  virtual bool UsesStatistics() const { return true; }
   virtual Wants Offer(const RunSummary& run) = 0;
   // The run's records are elements begin to end of the columns, ascending in time whatever the
   // direction. Whether to go on.

@@ -58,6 +58,7 @@ class RegionWalk final : public ScanVisitor {
   bool IsLost() const { return is_lost_; }
 
   void StartFrom(const PointsBefore& before);
+  bool UsesStatistics() const override { return tally_.needs().takes_runs; }
   Wants Offer(const RunSummary& run) override;
   bool Show(const SampleColumns& records, std::size_t begin, std::size_t end) override;
   // There are no points any more.

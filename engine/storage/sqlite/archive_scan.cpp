@@ -28,6 +28,7 @@ class ArchiveScan {
         direction_(direction),
         decoder_(archive.decoder),
         visitor_(visitor),
+        uses_statistics_(visitor.UsesStatistics()),
         piece_chunks_(archive.piece_chunks),
         order_(direction),
         chunk_(archive.opening) {}
@@ -60,7 +61,8 @@ class ArchiveScan {
     std::optional<Summary> group;
     std::optional<TimeRange> by_groups;
     const auto show = [&](const ChunkExtent& chunk) -> Result<bool> {
-      if (by_groups || !IsInRange(chunk)) return ShowOrCut(chunk);
+      const bool may_begin_groups = uses_statistics_ && !by_groups && IsInRange(chunk);
+      if (!may_begin_groups) return ShowOrCut(chunk);
       by_groups = FromOn(chunk);
       Result<std::optional<Summary>> found = NextUsableGroup(*by_groups);
       if (!found.ok()) return found.status();
@@ -204,7 +206,8 @@ class ArchiveScan {
 
   // Its summary stands in a row: it is decoded only when it is wanted.
   Result<bool> ShowChunk(const ChunkExtent& chunk) {
-    const Result<const RunStatistics*> statistics = summaries_->Find(chunk);
+    const Result<const RunStatistics*> statistics =
+        uses_statistics_ ? summaries_->Find(chunk) : nullptr;
     if (!statistics.ok()) return statistics.status();
     const auto wants = Offer(chunk, *statistics);
     if (wants != ScanVisitor::Wants::kRecords) return wants == ScanVisitor::Wants::kNext;
@@ -235,6 +238,7 @@ class ArchiveScan {
   const Direction direction_;
   const TextDecoder& decoder_;
   ScanVisitor& visitor_;
+  const bool uses_statistics_;
   const std::size_t piece_chunks_;
   TimeRange range_;
   TimeRange shown_;

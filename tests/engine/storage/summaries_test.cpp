@@ -197,5 +197,36 @@ TEST_P(Summaries, AreThereForWhatIsInChunks) {
   EXPECT_TRUE(!GetParam().keeps || with_statistics > 0);
 }
 
+// Looking them up would cost a reader of records for nothing.
+TEST_P(Summaries, AreNotLookedUpForWhoHasNoUseForThem) {
+  class Reader final : public ScanVisitor {
+   public:
+    bool UsesStatistics() const override { return false; }
+    Wants Offer(const RunSummary& run) override {
+      EXPECT_EQ(run.statistics, nullptr);
+      is_offered_ = true;
+      return Wants::kRecords;
+    }
+    bool Show(const SampleColumns&, std::size_t begin, std::size_t end) override {
+      EXPECT_TRUE(std::exchange(is_offered_, false)) << "a group was offered";
+      count += end - begin;
+      return true;
+    }
+    std::size_t count = 0;
+
+   private:
+    bool is_offered_ = false;
+  };
+  std::vector<MarkedSample> batch;
+  for (std::int64_t i = 1; i <= 400; ++i) batch.push_back(RandomRecord(10 * i));
+  Put(batch);
+  Reopen();
+  for (const Direction direction : {Direction::kForward, Direction::kBackward}) {
+    Reader reader;
+    EXPECT_TRUE(store_->Scan(1, {}, direction, reader).ok());
+    EXPECT_EQ(reader.count, 400U);
+  }
+}
+
 }  // namespace
 }  // namespace zervane::storage
