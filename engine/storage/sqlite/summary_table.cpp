@@ -1,5 +1,7 @@
 #include "engine/storage/sqlite/summary_table.h"
 
+#include <spdlog/fmt/fmt.h>
+
 #include <string>
 #include <string_view>
 
@@ -41,8 +43,16 @@ GroupRow ReadGroup(const Query& row, TagId tag) {
   return group;
 }
 
-Result<std::optional<GroupExtent>> ReadExtent(Query& row) {
-  if (row.Next()) return std::optional(GroupExtent{row.Integer(0), row.Integer(1)});
+// The group whose start the row has. In a damaged row that may be no time, which is greater than
+// all times where SQLite compares it: whoever goes on behind it would go round in circles.
+Result<std::optional<GroupExtent>> ReadExtent(Query& row, TagId tag, TimeRange starts) {
+  if (row.Next()) {
+    const GroupExtent extent{row.Integer(0), row.Integer(1)};
+    const bool is_asked_for = row.Integer(2) == std::int64_t{tag} && starts.Holds(extent.first_ms);
+    if (is_asked_for) return std::optional(extent);
+    return Status(ZR3_ERR_STORAGE_DAMAGED,
+                  fmt::format("the groups of chunks of tag {} are out of order", tag));
+  }
   if (!row.status().ok()) return row.status();
   return std::optional<GroupExtent>();
 }
@@ -78,9 +88,11 @@ Result<std::optional<Summary>> NextGroup(Connection& connection, TagId tag, Time
       break;
     }
     GroupRow group = ReadGroup(row, tag);
-    if (group.summary) return group.summary;
+    const GroupExtent& extent = group.extent;
+    const bool is_inside = range.Holds(extent.first_ms) && range.Holds(extent.last_ms);
+    if (group.summary && is_inside) return group.summary;
     // Not whole: the next one is looked for by its start, which the index answered.
-    const std::int64_t first_ms = group.extent.first_ms;
+    const std::int64_t first_ms = extent.first_ms;
     if (!range.Holds(first_ms)) break;
     (is_forward ? range.from_ms : range.to_ms) = is_forward ? first_ms + 1 : first_ms - 1;
   }
@@ -90,19 +102,19 @@ Result<std::optional<Summary>> NextGroup(Connection& connection, TagId tag, Time
 Result<std::optional<GroupExtent>> GroupStartingBy(Connection& connection, TagId tag,
                                                    std::int64_t time_ms) {
   Query row(connection,
-            "SELECT first_time, last_time FROM summary WHERE tag = ? AND level = 1 "
+            "SELECT first_time, last_time, tag FROM summary WHERE tag = ? AND level = 1 "
             "AND first_time <= ? ORDER BY first_time DESC LIMIT 1",
             tag, time_ms);
-  return ReadExtent(row);
+  return ReadExtent(row, tag, {.from_ms = 0, .to_ms = time_ms});
 }
 
 Result<std::optional<GroupExtent>> GroupStartingAfter(Connection& connection, TagId tag,
                                                       std::int64_t time_ms) {
   Query row(connection,
-            "SELECT first_time, last_time FROM summary WHERE tag = ? AND level = 1 "
+            "SELECT first_time, last_time, tag FROM summary WHERE tag = ? AND level = 1 "
             "AND first_time > ? ORDER BY first_time LIMIT 1",
             tag, time_ms);
-  return ReadExtent(row);
+  return ReadExtent(row, tag, {.from_ms = time_ms + 1});
 }
 
 // ---- chunks ----

@@ -42,7 +42,8 @@ struct GroupExtent {
 };
 
 // The last group that starts at or before the time, and the first one that starts after it, whole
-// or not: for one who changes what they are of, and must miss none.
+// or not: for one who changes what they are of, and must miss none. ZR3_ERR_STORAGE_DAMAGED when the
+// row is another than was asked for.
 Result<std::optional<GroupExtent>> GroupStartingBy(Connection& connection, TagId tag,
                                                    std::int64_t time_ms);
 Result<std::optional<GroupExtent>> GroupStartingAfter(Connection& connection, TagId tag,
