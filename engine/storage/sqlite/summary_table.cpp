@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "engine/assert.h"
+#include "engine/log.h"
 
 namespace zervane::storage {
 namespace {
@@ -23,6 +24,28 @@ constexpr std::string_view kFirstGroupSql =
 constexpr std::string_view kLastGroupSql =
     "SELECT first_time, last_time, payload FROM summary WHERE tag = ?1 AND level = 1 "
     "AND first_time BETWEEN ?2 AND ?3 AND last_time <= ?3 ORDER BY first_time DESC LIMIT 1";
+
+constexpr char kSpare[] = "spare_summary";
+
+Status CreateTable(Connection& connection, std::string_view name) {
+  const std::string sql = fmt::format(
+      "CREATE TABLE {} (tag INTEGER NOT NULL, level INTEGER NOT NULL, "
+      "first_time INTEGER NOT NULL, last_time INTEGER NOT NULL, payload BLOB NOT NULL, "
+      "PRIMARY KEY (tag, level, first_time)) WITHOUT ROWID",
+      name);
+  return connection.Execute(sql.c_str());
+}
+
+Status RenameTable(Connection& connection, std::string_view from, std::string_view to) {
+  return connection.Execute(fmt::format("ALTER TABLE {} RENAME TO {}", from, to).c_str());
+}
+
+Result<std::int64_t> CountTables(Connection& connection, std::string_view pattern) {
+  Query row(connection, "SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name GLOB ?");
+  row.BindText(pattern);
+  if (row.Next()) return row.Integer(0);
+  return row.status();
+}
 
 bool IsDamaged(const Query& rows) { return rows.status().code() == ZR3_ERR_STORAGE_DAMAGED; }
 
@@ -59,6 +82,30 @@ Result<std::optional<GroupExtent>> ReadExtent(Query& row, TagId tag, TimeRange s
 
 }  // namespace
 
+Status CreateSummaries(Connection& connection) {
+  Status status = CreateTable(connection, "summary");
+  return status.ok() ? CreateTable(connection, kSpare) : status;
+}
+
+// The schema alone is changed. Whoever still reads the table as it was finds it where it was.
+Status RenewSummaries(Connection& connection) {
+  const auto earlier = CountTables(connection, "damaged_summary_*");
+  if (!earlier.ok()) return earlier.status();
+  const auto spare = CountTables(connection, kSpare);
+  if (!spare.ok()) return spare.status();
+  const std::string name = fmt::format("damaged_summary_{}", *earlier + 1);
+  Status status = RenameTable(connection, "summary", name);
+  if (!status.ok()) return status;
+  return *spare == 1 ? RenameTable(connection, kSpare, "summary")
+                     : CreateTable(connection, "summary");
+}
+
+void LogSummariesRenewed() {
+  LogError(
+      "the table of summaries is damaged and was given up; chunks have none until they are written "
+      "again");
+}
+
 Status PutSummary(Connection& connection, const Summary& summary) {
   const std::string payload = EncodeSummary(summary);
   return Query(connection,
@@ -73,6 +120,10 @@ Status DeleteSummary(Connection& connection, TagId tag, SummaryLevel level, std:
   return Query(connection, "DELETE FROM summary WHERE tag = ? AND level = ? AND first_time = ?",
                tag, static_cast<int>(level), first_ms)
       .Run();
+}
+
+Status DeleteSummaries(Connection& connection, TagId tag) {
+  return Query(connection, "DELETE FROM summary WHERE tag = ?", tag).Run();
 }
 
 // ---- groups ----
