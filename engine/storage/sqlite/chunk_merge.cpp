@@ -142,45 +142,75 @@ Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, const SampleRun&
 
 namespace {
 
-Status DeleteSummaryOf(Connection& connection, const ChunkExtent& chunk) {
-  return DeleteSummary(connection, chunk.tag, SummaryLevel::kChunk, chunk.first_ms);
-}
+class Edits {
+ public:
+  Edits(Connection& connection, const ChunkEdits& edits, ChunkIds& ids)
+      : connection_(connection), edits_(edits), ids_(ids) {}
 
-Status AddChunk(Connection& connection, const EncodedChunk& chunk, std::int64_t id) {
-  Status status = InsertChunk(connection, id, chunk);
-  if (!status.ok() || !chunk.statistics) return status;
-  return PutSummary(
-      connection,
-      {.tag = chunk.tag, .level = SummaryLevel::kChunk, .member = id, .run = *chunk.statistics});
-}
+  Status Apply() {
+    for (const ChunkSetAside& chunk : edits_.damaged) {
+      if (Status status = SetChunkAside(connection_, chunk.extent); !status.ok()) return status;
+      if (Status status = DeleteSummaryOf(chunk.extent); !status.ok()) return status;
+    }
+    for (const ChunkExtent& chunk : edits_.replaced) {
+      if (Status status = DeleteChunk(connection_, chunk); !status.ok()) return status;
+      if (Status status = DeleteSummaryOf(chunk); !status.ok()) return status;
+    }
+    for (const EncodedChunk& chunk : edits_.added) {
+      if (Status status = AddChunk(chunk, ids_.Next()); !status.ok()) return status;
+    }
+    // Every chunk that goes has others in its place.
+    return edits_.added.empty() ? Status() : ApplyGroups(edits_.added.front().tag);
+  }
 
-Status ApplyGroups(Connection& connection, TagId tag, const ChunkEdits& edits) {
-  for (const std::int64_t first_ms : edits.dropped_groups) {
-    Status status = DeleteSummary(connection, tag, SummaryLevel::kGroup, first_ms);
-    if (!status.ok()) return status;
+  bool are_summaries_damaged() const { return are_summaries_damaged_; }
+
+ private:
+  Status DeleteSummaryOf(const ChunkExtent& chunk) {
+    return Noted(DeleteSummary(connection_, chunk.tag, SummaryLevel::kChunk, chunk.first_ms));
   }
-  for (const Summary& group : edits.groups) {
-    if (Status status = PutSummary(connection, group); !status.ok()) return status;
+
+  Status AddChunk(const EncodedChunk& chunk, std::int64_t id) {
+    Status status = InsertChunk(connection_, id, chunk);
+    if (!status.ok() || !chunk.statistics) return status;
+    return Noted(PutSummary(
+        connection_,
+        {.tag = chunk.tag, .level = SummaryLevel::kChunk, .member = id, .run = *chunk.statistics}));
   }
-  return {};
-}
+
+  Status ApplyGroups(TagId tag) {
+    for (const std::int64_t first_ms : edits_.dropped_groups) {
+      Status status = Noted(DeleteSummary(connection_, tag, SummaryLevel::kGroup, first_ms));
+      if (!status.ok()) return status;
+    }
+    for (const Summary& group : edits_.groups) {
+      if (Status status = Noted(PutSummary(connection_, group)); !status.ok()) return status;
+    }
+    return {};
+  }
+
+  // What came of a change of the table of summaries.
+  Status Noted(Status status) {
+    are_summaries_damaged_ |= status.code() == ZR3_ERR_STORAGE_DAMAGED;
+    return status;
+  }
+
+  Connection& connection_;
+  const ChunkEdits& edits_;
+  ChunkIds& ids_;
+  bool are_summaries_damaged_ = false;
+};
 
 }  // namespace
 
-Status ApplyEdits(Connection& connection, const ChunkEdits& edits, ChunkIds& ids) {
-  for (const ChunkSetAside& chunk : edits.damaged) {
-    if (Status status = SetChunkAside(connection, chunk.extent); !status.ok()) return status;
-    if (Status status = DeleteSummaryOf(connection, chunk.extent); !status.ok()) return status;
+Status ApplyEdits(Connection& connection, const ChunkEdits& edits, ChunkIds& ids,
+                  bool* are_summaries_damaged) {
+  Edits applied(connection, edits, ids);
+  Status status = applied.Apply();
+  if (are_summaries_damaged != nullptr && applied.are_summaries_damaged()) {
+    *are_summaries_damaged = true;
   }
-  for (const ChunkExtent& chunk : edits.replaced) {
-    if (Status status = DeleteChunk(connection, chunk); !status.ok()) return status;
-    if (Status status = DeleteSummaryOf(connection, chunk); !status.ok()) return status;
-  }
-  for (const EncodedChunk& chunk : edits.added) {
-    if (Status status = AddChunk(connection, chunk, ids.Next()); !status.ok()) return status;
-  }
-  // Every chunk that goes has others in its place.
-  return edits.added.empty() ? Status() : ApplyGroups(connection, edits.added.front().tag, edits);
+  return status;
 }
 
 }  // namespace zervane::storage

@@ -31,6 +31,8 @@ struct ChunkEdits {
   // Groups of chunks: the first times of those that are no more, and those that are new.
   std::vector<std::int64_t> dropped_groups;
   std::vector<Summary> groups;
+  // Found by whoever planned the groups, who left them out: to be renewed before this is applied.
+  bool are_summaries_damaged = false;
 
   bool empty() const { return replaced.empty() && damaged.empty() && added.empty(); }
 };
@@ -46,7 +48,9 @@ struct ChunkEdits {
 Result<ChunkEdits> PlanMerge(Connection& connection, TagId tag, const SampleRun& records,
                              std::size_t chunk_records, const TextDecoder& decoder);
 
-// Carries a plan out, within the caller's transaction.
-Status ApplyEdits(Connection& connection, const ChunkEdits& edits, ChunkIds& ids);
+// Carries a plan out, within the caller's transaction. Where it fails because the table of
+// summaries is damaged, that is noted.
+Status ApplyEdits(Connection& connection, const ChunkEdits& edits, ChunkIds& ids,
+                  bool* are_summaries_damaged = nullptr);
 
 }  // namespace zervane::storage

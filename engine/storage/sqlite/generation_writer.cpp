@@ -7,6 +7,7 @@
 #include "engine/log.h"
 #include "engine/storage/sqlite/journal.h"
 #include "engine/storage/sqlite/record_table.h"
+#include "engine/storage/sqlite/summary_table.h"
 
 namespace zervane::storage {
 namespace {
@@ -95,7 +96,7 @@ Status GenerationWriter::WriteSlice(const Slice& slice) {
   bool is_log_due = false;
   {
     const WriterHold hold(writer_.mutex);
-    if (Status status = WriteInTransaction(slice); !status.ok()) return status;
+    if (Status status = WriteWithSummaries(slice); !status.ok()) return status;
     is_log_due = writer_.IsLogDue();
   }
   if (!slice.tags.empty()) written_to_ = slice.tags.back().tag->first;
@@ -109,22 +110,43 @@ Status GenerationWriter::WriteSlice(const Slice& slice) {
   return {};
 }
 
+// What is known of summaries can be made again, so a table of them that is damaged holds nothing
+// up: it gives way to a new one. The transaction that met the damage is undone first.
+Status GenerationWriter::WriteWithSummaries(const Slice& slice) {
+  bool are_damaged = std::ranges::any_of(
+      slice.tags, [](const TagEdits& edits) { return edits.chunks.are_summaries_damaged; });
+  if (!are_damaged) {
+    Status status = WriteInTransaction(slice, false, &are_damaged);
+    if (!are_damaged) return status;
+  }
+  Status status = WriteInTransaction(slice, true, &are_damaged);
+  if (!status.ok()) return status;
+  groups_.Forget();
+  LogSummariesRenewed();
+  return {};
+}
+
 // Whoever empties a tag does so in a transaction of this writer's, and tells Pending before another
 // one begins.
-Status GenerationWriter::WriteInTransaction(const Slice& slice) {
+Status GenerationWriter::WriteInTransaction(const Slice& slice, bool renews_summaries,
+                                            bool* are_summaries_damaged) {
   Transaction transaction(*writer_.connection, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
+  if (renews_summaries) {
+    if (Status status = RenewSummaries(*writer_.connection); !status.ok()) return status;
+  }
   for (const TagEdits& edits : slice.tags) {
     if (!pending_.IsToBeWritten(edits.tag->first)) continue;
-    if (Status status = WriteTag(edits); !status.ok()) return status;
+    if (Status status = WriteTag(edits, are_summaries_damaged); !status.ok()) return status;
   }
   return transaction.Commit();
 }
 
-Status GenerationWriter::WriteTag(const TagEdits& edits) {
+Status GenerationWriter::WriteTag(const TagEdits& edits, bool* are_summaries_damaged) {
   Connection& file = *writer_.connection;
   const auto& [id, tag] = *edits.tag;
-  if (Status status = ApplyEdits(file, edits.chunks, ids_); !status.ok()) return status;
+  Status applied = ApplyEdits(file, edits.chunks, ids_, are_summaries_damaged);
+  if (!applied.ok()) return applied;
   if (tag.current) {
     Status status = PutRecord(file, RecordTable::kCurrent, id, *tag.current);
     if (!status.ok()) return status;

@@ -69,8 +69,10 @@ class GenerationWriter {
   Status PlanTag(const PendingTags::value_type& tag, Slice* slice);
   Status WriteTags();
   Status WriteSlice(const Slice& slice);
-  Status WriteInTransaction(const Slice& slice) REQUIRES(writer_.mutex);
-  Status WriteTag(const TagEdits& edits) REQUIRES(writer_.mutex);
+  Status WriteWithSummaries(const Slice& slice) REQUIRES(writer_.mutex);
+  Status WriteInTransaction(const Slice& slice, bool renews_summaries, bool* are_summaries_damaged)
+      REQUIRES(writer_.mutex);
+  Status WriteTag(const TagEdits& edits, bool* are_summaries_damaged) REQUIRES(writer_.mutex);
   Status WriteHeld(TagId id, const HeldChange& held) REQUIRES(writer_.mutex);
   Status TrimJournal();
 

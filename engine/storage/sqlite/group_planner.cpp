@@ -93,6 +93,7 @@ class GroupPlanner::Planning {
     for (const ChunkSetAside& chunk : edits_.damaged) gone_.insert(chunk.extent.id);
   }
 
+  // ZR3_ERR_STORAGE_DAMAGED is of the table of summaries alone.
   Status Run() {
     const std::vector<TimeRange> changes = ChangesOf(edits_);
     for (std::size_t next = 0; next < changes.size();) {
@@ -256,9 +257,19 @@ GroupPlanner::GroupPlanner(Connection& connection, std::size_t group_chunks)
 
 Status GroupPlanner::Plan(TagId tag, ChunkEdits* edits) {
   if (edits->added.empty()) return {};
+  Status status = PlanGroups(tag, edits);
+  if (!edits->are_summaries_damaged) return status;
+  tags_.At(tag) = {};
+  edits->dropped_groups.clear();
+  edits->groups.clear();
+  return {};
+}
+
+Status GroupPlanner::PlanGroups(TagId tag, ChunkEdits* edits) {
   Known& known = tags_.At(tag);
   std::int64_t group_end_ms = kNoTime;
   const Result<bool> fall_into_groups = FallIntoGroups(*edits, tag, &group_end_ms);
+  edits->are_summaries_damaged = fall_into_groups.code() == ZR3_ERR_STORAGE_DAMAGED;
   if (!fall_into_groups.ok()) return fall_into_groups.status();
   if (*fall_into_groups) {
     known.is_counted = false;
@@ -267,7 +278,9 @@ Status GroupPlanner::Plan(TagId tag, ChunkEdits* edits) {
     if (known.chunks_behind <= group_chunks_) return {};
   }
   Planning planning(connection_, group_chunks_, tag, edits);
-  if (Status status = planning.Run(); !status.ok()) return status;
+  Status status = planning.Run();
+  edits->are_summaries_damaged = status.code() == ZR3_ERR_STORAGE_DAMAGED;
+  if (!status.ok()) return status;
   if (!edits->groups.empty()) known.has_no_groups = known.is_counted = false;
   if (planning.count_behind()) {
     known.chunks_behind = static_cast<std::uint16_t>(std::min(*planning.count_behind(), many()));

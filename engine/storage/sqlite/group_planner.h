@@ -28,7 +28,8 @@ class GroupPlanner {
   // The connection is one that sees the chunks that the edits are for.
   GroupPlanner(Connection& connection, std::size_t group_chunks);
 
-  // Adds to the edits of a tag what becomes of its groups. They hold as long as the edits do.
+  // Adds to the edits of a tag what becomes of its groups. They hold as long as the edits do. Where
+  // the table of summaries is damaged, it is that the table is, and nothing of groups.
   Status Plan(TagId tag, ChunkEdits* edits);
 
   // Some edits that were planned may not have been carried out.
@@ -47,6 +48,7 @@ class GroupPlanner {
     bool has_no_groups = false;  // for certain
   };
 
+  Status PlanGroups(TagId tag, ChunkEdits* edits);
   Result<bool> FallIntoGroups(const ChunkEdits& edits, TagId tag, std::int64_t* group_end_ms);
   Status CountBehind(const ChunkEdits& edits, TagId tag, std::int64_t group_end_ms);
   std::int64_t many() const { return 2 * group_chunks_ + 1; }

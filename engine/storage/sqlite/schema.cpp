@@ -129,9 +129,9 @@ Status MakeTables(Connection& connection) {
   Transaction transaction(connection, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
   std::string sql = kCreateTables;
-  sql += kCreateSummaries;
   for (const TableInfo& table : AllTables()) sql += CreateTable(table);
   Status status = connection.Execute(sql.c_str());
+  if (status.ok()) status = CreateSummaries(connection);
   if (status.ok()) status = PutSetting(connection, kEncodingSetting, "UTF-8");
   if (status.ok()) status = MarkLayout(connection);
   return status.ok() ? transaction.Commit() : status;

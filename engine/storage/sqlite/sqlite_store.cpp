@@ -15,6 +15,7 @@
 #include "engine/storage/sqlite/row_table.h"
 #include "engine/storage/sqlite/sqlite.h"
 #include "engine/storage/sqlite/sqlite_store_internal.h"
+#include "engine/storage/sqlite/summary_table.h"
 
 namespace zervane::storage {
 namespace {
@@ -92,16 +93,32 @@ CommitAnswer SqliteStore::Write(const StoreBatch& batch, std::string_view entry)
 }
 
 Status SqliteStore::WriteChanges(const StoreBatch& batch, std::string_view entry) {
+  bool are_summaries_damaged = false;
+  Status status = TryChanges(batch, entry, false, &are_summaries_damaged);
+  if (!are_summaries_damaged) return status;
+  status = TryChanges(batch, entry, true, &are_summaries_damaged);
+  if (status.ok()) LogSummariesRenewed();
+  return status;
+}
+
+Status SqliteStore::TryChanges(const StoreBatch& batch, std::string_view entry,
+                               bool renews_summaries, bool* are_summaries_damaged) {
   Connection& file = *writer_.connection;
   Transaction transaction(file, Transaction::Kind::kWrite);
   if (!transaction.status().ok()) return transaction.status();
+  if (renews_summaries) {
+    if (Status status = RenewSummaries(file); !status.ok()) return status;
+  }
   if (Status status = WriteJournal(file, batch.commit, entry); !status.ok()) return status;
   for (const TagId tag : batch.emptied) {
-    for (const char* sql : {"DELETE FROM current WHERE tag = ?", "DELETE FROM held WHERE tag = ?",
-                            "DELETE FROM chunk WHERE tag = ?", "DELETE FROM summary WHERE tag = ?",
-                            "DELETE FROM damaged WHERE tag = ?"}) {
+    for (const char* sql :
+         {"DELETE FROM current WHERE tag = ?", "DELETE FROM held WHERE tag = ?",
+          "DELETE FROM chunk WHERE tag = ?", "DELETE FROM damaged WHERE tag = ?"}) {
       if (Status status = Query(file, sql, tag).Run(); !status.ok()) return status;
     }
+    Status status = DeleteSummaries(file, tag);
+    *are_summaries_damaged = status.code() == ZR3_ERR_STORAGE_DAMAGED;
+    if (!status.ok()) return status;
   }
   for (const RowChange& change : batch.rows) {
     if (Status status = ChangeRow(file, change); !status.ok()) return status;

@@ -58,6 +58,8 @@ class SqliteStore final : public Store {
   CommitAnswer Write(const StoreBatch& batch, std::string_view entry) REQUIRES(changing_);
   Status WriteChanges(const StoreBatch& batch, std::string_view entry)
       REQUIRES(changing_, writer_.mutex);
+  Status TryChanges(const StoreBatch& batch, std::string_view entry, bool renews_summaries,
+                    bool* are_summaries_damaged) REQUIRES(changing_, writer_.mutex);
   void AdoptTags(const StoreBatch& batch) noexcept REQUIRES(changing_, writer_.mutex);
   void ReserveBatch(const std::vector<RowChange>& rows) REQUIRES(changing_);
   void Adopt(RecordBatch& records, std::int64_t commit) noexcept REQUIRES(changing_);

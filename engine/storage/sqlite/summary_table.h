@@ -15,21 +15,23 @@
 // row or its chunk, counts as none, and so does to a reader all that SQLite reports as corrupt.
 namespace zervane::storage {
 
-// What makes the table.
-inline constexpr char kCreateSummaries[] = R"(
-CREATE TABLE summary (
-  tag INTEGER NOT NULL,
-  level INTEGER NOT NULL,
-  first_time INTEGER NOT NULL,
-  last_time INTEGER NOT NULL,
-  payload BLOB NOT NULL,
-  PRIMARY KEY (tag, level, first_time)
-) WITHOUT ROWID;
-)";
+// Makes the table, and a spare one for when it is damaged.
+Status CreateSummaries(Connection& connection);
+
+// Puts an empty table in the place of one that is damaged, in a transaction of the caller's before
+// anything else. The damaged one stays in the file by another name, since to delete it would be to
+// walk its pages. No part of it is kept, for a group in it may be of chunks that are no more.
+//
+// The empty one is the spare one: to make a new one can be to move a page of the damaged one out of
+// its way. That is tried where the spare one is used up.
+Status RenewSummaries(Connection& connection);
+// Tells of it, once it is committed.
+void LogSummariesRenewed();
 
 // Adds the summary, or puts it in the place of that of its tag, level and first time.
 Status PutSummary(Connection& connection, const Summary& summary);
 Status DeleteSummary(Connection& connection, TagId tag, SummaryLevel level, std::int64_t first_ms);
+Status DeleteSummaries(Connection& connection, TagId tag);
 
 // The group with which the direction begins, of those that lie in the range.
 Result<std::optional<Summary>> NextGroup(Connection& connection, TagId tag, TimeRange range,
@@ -42,7 +44,8 @@ struct GroupExtent {
 };
 
 // The last group that starts at or before the time, and the first one that starts after it, whole
-// or not: for one who changes what they are of, and must miss none.
+// or not: for one who changes what they are of, and must miss none. ZR3_ERR_STORAGE_DAMAGED when
+// the row is another than was asked for.
 Result<std::optional<GroupExtent>> GroupStartingBy(Connection& connection, TagId tag,
                                                    std::int64_t time_ms);
 Result<std::optional<GroupExtent>> GroupStartingAfter(Connection& connection, TagId tag,

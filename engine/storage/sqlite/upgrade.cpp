@@ -165,7 +165,7 @@ Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& 
   if (layout < 3) {
     if (Status status = BringToUtf8(connection, layout, encoding); !status.ok()) return status;
   }
-  return connection.Execute(kCreateSummaries);
+  return CreateSummaries(connection);
 }
 
 Result<TextDecoder> DecoderOf(const TextEncoding& encoding, std::string_view name) {

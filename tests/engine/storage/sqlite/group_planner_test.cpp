@@ -177,6 +177,15 @@ TEST_F(Grouping, AGroupThatIsNotWholeGoesAllTheSame) {
   EXPECT_EQ(groups.front().run.last_ms, 30);
 }
 
+// It compares greater than all times, and reads as one.
+TEST_F(Grouping, AGroupWhoseStartIsNoTimeIsDamage) {
+  Grow(100);
+  Execute("UPDATE summary SET first_time = x'00' WHERE level = 1 AND first_time = 61");
+  EXPECT_EQ((*GroupStartingAfter(*file_, kTag, 30))->first_ms, 31);
+  EXPECT_EQ(GroupStartingAfter(*file_, kTag, 31).code(), ZR3_ERR_STORAGE_DAMAGED);
+  EXPECT_EQ((*GroupStartingBy(*file_, kTag, kMaxTimeMs))->first_ms, 31);
+}
+
 // A merge finds the chunks that its records fall into by an index, which may be damaged.
 TEST_F(Grouping, ChunksThatOverlapAreInNoGroupTogether) {
   Grow(100);

@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -280,12 +283,106 @@ TEST_P(DamagedSummaryRows, AreNotBelieved) {
   EXPECT_EQ(CountRange(*store_, kTag, {}), 101);
 }
 
+// ---- pages that are damaged ----
+
+// Overwrites so many bytes of each page of the table, or of its first one alone.
+struct PageDamage {
+  const char* name;
+  bool is_of_all_pages;
+  std::size_t from;
+  std::size_t bytes;
+};
+
+const PageDamage kPageDamages[] = {
+    {"FirstByteOfTheFirstPage", false, 0, 1}, {"HeadOfTheFirstPage", false, 0, 12},
+    {"AllOfTheFirstPage", false, 0, 4096},    {"CellsOfTheFirstPage", false, 12, 200},
+    {"HeadsOfAllPages", true, 0, 8},          {"AllOfAllPages", true, 0, 4096},
+};
+
+class DamagedSummaryPages : public StoredSummaries, public testing::WithParamInterface<PageDamage> {
+ protected:
+  static constexpr std::int64_t kRecords = 3'000;
+
+  DamagedSummaryPages() {
+    Fill(kRecords);
+    store_.reset();
+    DamagePages();
+    Open(kAtOnce);
+  }
+
+  // All pages of the file that the table has: those that hold summaries' magic, and the first one.
+  void DamagePages() {
+    const auto path = folder_.path() / "zervane.db";
+    const auto size = static_cast<std::size_t>(NumberInFile(folder_.path(), "PRAGMA page_size"));
+    ASSERT_EQ(size, 4096U);
+    std::set<std::int64_t> pages;
+    pages.insert(
+        NumberInFile(folder_.path(), "SELECT rootpage FROM sqlite_schema WHERE name = 'summary'"));
+    if (GetParam().is_of_all_pages) {
+      std::vector<std::string> payloads;
+      const auto file = *Connection::Open(path);
+      Query rows(*file, "SELECT payload FROM summary");
+      while (rows.Next()) payloads.emplace_back(rows.Bytes(0));
+      std::ifstream in(path, std::ios::binary);
+      const std::string bytes(std::istreambuf_iterator<char>(in), {});
+      for (const std::string& payload : payloads) {
+        const std::size_t at = bytes.find(payload);
+        if (at != std::string::npos) pages.insert(static_cast<std::int64_t>(at / size) + 1);
+      }
+      EXPECT_GT(pages.size(), 10U);
+    }
+    std::fstream out(path, std::ios::in | std::ios::out | std::ios::binary);
+    for (const std::int64_t page : pages) {
+      out.seekp((page - 1) * 4096 + static_cast<std::int64_t>(GetParam().from));
+      out << std::string(GetParam().bytes, '\x55');
+    }
+  }
+
+  std::int64_t TablesGivenUp() {
+    return NumberInFile(folder_.path(),
+                        "SELECT count(*) FROM sqlite_schema WHERE type = 'table' "
+                        "AND name GLOB 'damaged_summary_*'");
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, DamagedSummaryPages, testing::ValuesIn(kPageDamages), CaseName());
+
+// Summaries can be made again, so nothing that is stored waits for them, and none is believed that
+// may be of records as they were before.
+TEST_P(DamagedSummaryPages, HoldUpNoWriting) {
+  double expected = kRecords * (kRecords + 1) / 2.0;
+  EXPECT_EQ(Sum(), expected);
+  for (std::int64_t i = 1; i <= 40; ++i) {
+    Append({Record(kTag, 70 * i, 0), Record(kTag, kRecords + i, 1)});
+    expected += 1 - 70.0 * static_cast<double>(i);
+    EXPECT_EQ(Sum(), expected);
+  }
+  EXPECT_TRUE(store_->Close().ok());
+  EXPECT_EQ(NumberInFile(folder_.path(), "SELECT count(*) FROM journal"), 0) << "all is in chunks";
+  Open(kSmall);
+  EXPECT_EQ(Sum(), expected);
+  EXPECT_EQ(CountRange(*store_, kTag, {}), kRecords + 40);
+  EXPECT_EQ(TablesGivenUp(), 1);
+  EXPECT_GE(NumberInFile(folder_.path(), "SELECT count(*) FROM summary"), 40);
+}
+
+TEST_P(DamagedSummaryPages, KeepNoTagFromBeingEmptied) {
+  StoreBatch batch;
+  batch.emptied = {kTag};
+  StoreDriver(*store_).MustCommit(std::move(batch));
+  EXPECT_TRUE(Offered({}).empty());
+  Append({Record(kTag, 45, 7)});
+  Open(kSmall);
+  EXPECT_EQ(Sum(), 7);
+  EXPECT_EQ(TablesGivenUp(), 1);
+}
+
 // ---- the layout before ----
 
 TEST_F(StoredSummaries, OfTheLayoutBeforeComeAsChunksAreWrittenAgain) {
   Fill(100);
   store_.reset();
-  EditFile(folder_.path(), "DROP TABLE summary; PRAGMA user_version = 3");
+  EditFile(folder_.path(), "DROP TABLE summary; DROP TABLE spare_summary; PRAGMA user_version = 3");
   Open(kSmall);
   EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 4);
   EXPECT_EQ(Offered({}).size(), 10U);
