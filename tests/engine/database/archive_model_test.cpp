@@ -242,22 +242,9 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
     if (IsText(value.type)) {
       EXPECT_EQ(value.value.text().str(), expected.text);
     } else {
-      EXPECT_NEAR(NumberOf(value.value), expected.number, 1e-9 * (1 + std::abs(expected.number)));
+      EXPECT_NEAR(oracle::NumberIn(value.value), expected.number,
+                  1e-9 * (1 + std::abs(expected.number)));
     }
-  }
-
-  static double NumberOf(const Value& value) {
-    switch (value.kind()) {
-      case Value::Kind::kInteger:
-        return value.integer();
-      case Value::Kind::kFloat32:
-        return value.float32();
-      case Value::Kind::kFloat64:
-        return value.float64();
-      case Value::Kind::kText:
-        break;
-    }
-    return 0;
   }
 
   // What a statistic of the points may differ by for the order in which its terms are added: so
@@ -265,7 +252,7 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
   static double RoundingOf(const std::vector<Sample>& points, const StatisticRequest& request) {
     double amounts = 1;
     for (const Sample& point : points) {
-      const double number = std::abs(NumberOf(point.value));
+      const double number = std::abs(oracle::NumberIn(point.value));
       if (std::isfinite(number)) amounts = std::max(amounts, number);
     }
     const TimeRegion& region = request.regions.front();

@@ -14,20 +14,6 @@ namespace {
 
 bool IsWord(TagType type) { return type == TagType::kString || type == TagType::kBlob; }
 
-double NumberIn(const Value& value) {
-  switch (value.kind()) {
-    case Value::Kind::kInteger:
-      return value.integer();
-    case Value::Kind::kFloat32:
-      return value.float32();
-    case Value::Kind::kFloat64:
-      return value.float64();
-    case Value::Kind::kText:
-      break;
-  }
-  return std::numeric_limits<double>::quiet_NaN();
-}
-
 bool IsGood(const Sample& sample) {
   const bool is_high = sample.quality / 64 % 4 == 3;
   return is_high && (IsWord(sample.type) || std::isfinite(NumberIn(sample.value)));
@@ -44,6 +30,20 @@ Answer HeldBy(const Sample& sample, std::uint16_t quality) {
 }
 
 }  // namespace
+
+double NumberIn(const Value& value) {
+  switch (value.kind()) {
+    case Value::Kind::kInteger:
+      return value.integer();
+    case Value::Kind::kFloat32:
+      return value.float32();
+    case Value::Kind::kFloat64:
+      return value.float64();
+    case Value::Kind::kText:
+      break;
+  }
+  return std::numeric_limits<double>::quiet_NaN();
+}
 
 Answer ValueAt(const std::vector<Sample>& records, TagType type, InterpolationMode mode,
                std::int64_t now_ms, std::int64_t time_ms) {

@@ -20,6 +20,9 @@ struct Answer {
   std::uint16_t quality = 0;
 };
 
+// The number in a value; NaN for a text.
+double NumberIn(const Value& value);
+
 // The tag's value at an instant.
 Answer ValueAt(const std::vector<Sample>& records, TagType type, InterpolationMode mode,
                std::int64_t now_ms, std::int64_t time_ms);
