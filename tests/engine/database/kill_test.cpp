@@ -67,7 +67,8 @@ class KilledDatabase : public storage::KillFixture {
     for (TagId tag = 1; tag <= kLastTag; ++tag) {
       Sample last = *model_.tags()[tag].current;
       last.time_ms += kStepMs;
-      last.quality = ZR3_QUALITY_UNCERTAIN;
+      const bool is_uncertain = last.quality == ZR3_QUALITY_UNCERTAIN;  // by a correction
+      last.quality = is_uncertain ? ZR3_QUALITY_GOOD : ZR3_QUALITY_UNCERTAIN;
       batch.push_back({tag, last});
     }
     model_.Accept(batch, WriteOrder::kInOrder);
