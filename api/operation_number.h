@@ -26,8 +26,27 @@ enum class OperationNumber : std::uint16_t {
   kInterpolateTag,
   kInterpolateTags,
   kCalculateStatistic,
+  kFindAlarmsOfTags,
+  kFindAlarmsOfGroup,
+  kReadLatestAlarms,
+  kAcknowledgeAlarms,
+  kCommentAlarms,
+  kAddAlarmGroup,
+  kModifyAlarmGroup,
+  kDeleteAlarmGroup,
+  kFindAlarmGroup,
+  kReadAlarmGroups,
+  kListAlarmGroups,
+  kListTagsOfGroup,
+  kSubscribeTags,
+  kUnsubscribeTags,
+  kSubscribeFields,
+  kUnsubscribeFields,
+  kPollChanges,
+  kSubscribeAlarms,
+  kPollAlarms,
 };
 
-constexpr OperationNumber kLastOperation = OperationNumber::kCalculateStatistic;
+constexpr OperationNumber kLastOperation = OperationNumber::kPollAlarms;
 
 }  // namespace zervane

@@ -5,7 +5,9 @@
 #include <string_view>
 
 #include "api/operation_number.h"
+#include "api/operations/alarms.h"
 #include "api/operations/history.h"
+#include "api/operations/subscriptions.h"
 #include "api/operations/system.h"
 #include "api/operations/tags.h"
 #include "api/operations/values.h"
@@ -13,7 +15,14 @@
 // All operations: what each one is called, belongs to and needs.
 namespace zervane {
 
-enum class OperationFamily : std::uint8_t { kTags, kValues, kHistory, kSystem };
+enum class OperationFamily : std::uint8_t {
+  kTags,
+  kValues,
+  kHistory,
+  kAlarms,
+  kSubscriptions,
+  kSystem,
+};
 
 // What rights are given for: a user has a level in each, from 0, none, to 3, all.
 enum class AuthorityItem : std::uint8_t { kTags, kRecords, kAlarms, kSecurity, kSystem };
@@ -53,6 +62,10 @@ using AllOperations =
     OperationList<AddTag, ModifyTag, DeleteTag, GetTag, GetTagType, FindTagId, GetCatalogueVersion,
                   FindTags, CountTags, ListTags, WriteSamples, ReadCurrent, ReadCurrentValues,
                   CountRecords, ReadRecords, ReadClock, CorrectRecord, InterpolateTag,
-                  InterpolateTags, CalculateStatistic>;
+                  InterpolateTags, CalculateStatistic, FindAlarmsOfTags, FindAlarmsOfGroup,
+                  ReadLatestAlarms, AcknowledgeAlarms, CommentAlarms, AddAlarmGroup,
+                  ModifyAlarmGroup, DeleteAlarmGroup, FindAlarmGroup, ReadAlarmGroups,
+                  ListAlarmGroups, ListTagsOfGroup, SubscribeTags, UnsubscribeTags, SubscribeFields,
+                  UnsubscribeFields, PollChanges, SubscribeAlarms, PollAlarms>;
 
 }  // namespace zervane

@@ -7,6 +7,7 @@
 
 #include "api/caller.h"
 #include "api/operation_table.h"
+#include "engine/alarm_family.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/catalogue/catalogue_family.h"
 #include "engine/catalogue/filter_settings.h"
@@ -15,6 +16,7 @@
 #include "engine/history_family.h"
 #include "engine/record_family.h"
 #include "engine/storage/store.h"
+#include "engine/subscription_family.h"
 #include "engine/tag_changes.h"
 #include "engine/write/write_path.h"
 
@@ -45,6 +47,10 @@ class Engine final {
       return records_.Handle(caller, operation);
     } else if constexpr (requires { history_.Handle(caller, operation); }) {
       return history_.Handle(caller, operation);
+    } else if constexpr (requires { alarms_.Handle(caller, operation); }) {
+      return alarms_.Handle(caller, operation);
+    } else if constexpr (requires { subscriptions_.Handle(caller, operation); }) {
+      return subscriptions_.Handle(caller, operation);
     } else {
       return HandleHere(operation);
     }
@@ -86,6 +92,8 @@ class Engine final {
   TagChanges tag_changes_;
   RecordFamily records_;
   HistoryFamily history_;
+  AlarmFamily alarms_;
+  SubscriptionFamily subscriptions_;
 };
 
 }  // namespace zervane

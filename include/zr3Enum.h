@@ -408,6 +408,10 @@ enum {
   X(ZR3_ERR_INVALID_MASK, 117809, "the mask has a bit for which there is no property")             \
   X(ZR3_ERR_TAG_HAS_RECORDS, 117810, "type and class are fixed once the tag holds records")        \
   X(ZR3_ERR_TAG_IDS_EXHAUSTED, 117811, "no tag identifier is left")                                \
+  X(ZR3_ERR_GROUP_NOT_FOUND, 117820, "no alarm group has this identifier or name")                 \
+  X(ZR3_ERR_GROUP_EXISTS, 117821, "a group of this name exists under the same parent")             \
+  X(ZR3_ERR_GROUP_NOT_EMPTY, 117822, "the group has groups or alarm tags under it")                \
+  X(ZR3_ERR_INVALID_GROUP_NAME, 117823, "a group name is as a tag name is")                        \
   /* 119xxx: records, statistics and alarms */                                                     \
   X(ZR3_ERR_INVALID_TIME, 119601, "milliseconds are outside 0 to 999")                             \
   X(ZR3_ERR_INVALID_REGION, 119602, "regions are none, reversed, empty or overlapping")            \
@@ -420,7 +424,10 @@ enum {
   X(ZR3_ERR_TOO_FEW_GOOD, 119609, "the share of good data is below the one asked for")             \
   X(ZR3_ERR_SOME_RECORDS_FAILED, 119610, "some records failed, the others were carried out")       \
   X(ZR3_ERR_SOME_INSTANTS_FAILED, 119611, "some instants failed; the per-instant codes tell why")  \
-  X(ZR3_ERR_SOME_ALARMS_FAILED, 119624, "some alarm snapshots failed; the per-tag codes tell why") \
+  X(ZR3_ERR_INVALID_ALARM_TEST, 119620, "an alarm test or action does not parse; the log has it")  \
+  X(ZR3_ERR_NO_ALARM, 119621, "the tag has no alarm record of this time, or none at all")          \
+  X(ZR3_ERR_ALREADY_ACKNOWLEDGED, 119622, "the alarm was acknowledged before")                     \
+  X(ZR3_ERR_SOME_ALARMS_FAILED, 119624, "some alarms failed; the per-alarm codes tell why")        \
   /* 121xxx: security */                                                                           \
   X(ZR3_ERR_NO_RIGHT, 121601, "the user has no right to do this")
 

@@ -9,8 +9,9 @@ namespace {
 std::uint8_t Encode(const TagTraits& traits) {
   ZERVANE_ASSERT(IsTagType(static_cast<ZR3_TAG_TYPE>(traits.type)));
   const int type = static_cast<int>(traits.type) + 1;
-  return static_cast<std::uint8_t>(type << 2 | (traits.archiving ? 2 : 0) |
-                                   (traits.filtered ? 1 : 0));
+  return static_cast<std::uint8_t>(type << 4 | (traits.archiving ? 8 : 0) |
+                                   (traits.filtered ? 4 : 0) | (traits.is_read ? 2 : 0) |
+                                   (traits.is_own ? 1 : 0));
 }
 
 }  // namespace

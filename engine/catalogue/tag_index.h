@@ -16,6 +16,8 @@ struct TagTraits {
   TagType type = TagType::kFloat64;
   bool archiving = true;
   bool filtered = false;  // its records pass filters on their way to the archive
+  bool is_read = false;   // other tags read it: alarms watch its values
+  bool is_own = false;    // its records are the database's own: nobody else writes or corrects them
 
   friend bool operator==(const TagTraits&, const TagTraits&) = default;
 };
@@ -62,7 +64,11 @@ inline std::optional<TagTraits> TagIndex::Find(TagId id) const {
   const Code* place = CodeOf(id);
   const std::uint8_t code = place == nullptr ? 0 : place->load(std::memory_order_acquire);
   if (code == 0) return std::nullopt;
-  return TagTraits{static_cast<TagType>((code >> 2) - 1), (code & 2) != 0, (code & 1) != 0};
+  return TagTraits{.type = static_cast<TagType>((code >> 4) - 1),
+                   .archiving = (code & 8) != 0,
+                   .filtered = (code & 4) != 0,
+                   .is_read = (code & 2) != 0,
+                   .is_own = (code & 1) != 0};
 }
 
 }  // namespace zervane

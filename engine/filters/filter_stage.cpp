@@ -45,7 +45,7 @@ FilterStage::FilterStage(Store& store, const TagIndex& tags, const CurrentValues
 
 Status FilterStage::Process(Turn& turn, const StagedRecords& group, StoreBatch& batch) {
   turn.AssertHeld();
-  for (const std::uint32_t at : group.watched) {
+  for (const std::uint32_t at : group.filtered) {
     if (!HasFilters(group.tags[at])) continue;
     if (Status status = Filter(group, at, batch); !status.ok()) return status;
   }

@@ -15,7 +15,16 @@
 namespace zervane {
 
 // The tables, which docs/file-layout.md explains. Their columns and indexes are listed in tables.h.
-enum class TableId : std::uint8_t { kSettings, kTag, kProgress };
+enum class TableId : std::uint8_t {
+  kSettings,
+  kTag,
+  kProgress,
+  kAlarmTag,
+  kTagLink,
+  kAlarmGroup,
+  kAlarmRecord,
+  kStandingAlarm,
+};
 
 // The bytes of a cell. They are a type of their own because libstdc++ 12 takes a variant of numbers and
 // std::string for one that always has a value, which it has not when copying a string has failed.
@@ -35,7 +44,8 @@ using CellView = std::variant<std::monostate, std::int64_t, double, std::string_
 using Row = std::vector<Cell>;
 using RowView = std::span<const CellView>;
 
-// Puts a row in the place of the one of its key, or removes that.
+// Puts a row in the place of the one of its key, or removes that. A key to remove may be given by its
+// first cells alone: all rows go whose key begins so.
 struct RowChange {
   TableId table = TableId::kSettings;
   Row key = {};                 // the key's cells

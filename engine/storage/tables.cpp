@@ -1,6 +1,7 @@
 #include "engine/storage/tables.h"
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <string>
 #include <type_traits>
@@ -76,6 +77,87 @@ TableInfo Progress() {
           .indexes = {{1}}};
 }
 
+// What alarm tags have beyond what all tags have, which stands in the table of tags.
+TableInfo AlarmTags() {
+  TableInfo table{.id = TableId::kAlarmTag,
+                  .name = "alarm_tag",
+                  .columns = {{"id", Kind::kInteger}},
+                  .key_columns = 1,
+                  .indexes = {}};
+  for (const PropertyColumn& column : AlarmColumns()) {
+    table.columns.push_back({column.name, KindOf(column.kind)});
+  }
+  return table;
+}
+
+// Which tags a tag reads or sets: its source and others, each in a place that its class knows. It
+// is kept by identifier, so that a tag that is renamed stays what it was to others.
+TableInfo TagLinks() {
+  return {
+      .id = TableId::kTagLink,
+      .name = "tag_link",
+      .columns = {{"tag", Kind::kInteger}, {"place", Kind::kInteger}, {"target", Kind::kInteger}},
+      .key_columns = 2,
+      .indexes = {}};
+}
+
+TableInfo AlarmGroups() {
+  return {.id = TableId::kAlarmGroup,
+          .name = "alarm_group",
+          .columns = {{"id", Kind::kInteger},
+                      {"parent", Kind::kInteger},
+                      {"name", Kind::kBytes},
+                      {"description", Kind::kBytes}},
+          .key_columns = 1,
+          .indexes = {}};
+}
+
+// The fields of AlarmRecord in their order.
+TableInfo AlarmRecords() {
+  return {.id = TableId::kAlarmRecord,
+          .name = "alarm_record",
+          .columns = {{"tag", Kind::kInteger},
+                      {"start", Kind::kInteger},
+                      {"end", Kind::kInteger},
+                      {"acknowledged_at", Kind::kInteger},
+                      {"commented_at", Kind::kInteger},
+                      {"acknowledged", Kind::kInteger},
+                      {"restored", Kind::kInteger},
+                      {"priority", Kind::kInteger},
+                      {"acknowledgement", Kind::kInteger},
+                      {"type", Kind::kInteger},
+                      {"source_value", Kind::kBytes},
+                      {"test", Kind::kBytes},
+                      {"comment", Kind::kBytes},
+                      {"acknowledged_by", Kind::kBytes},
+                      {"commented_by", Kind::kBytes}},
+          .key_columns = 2,
+          .indexes = {{1, 0}, {5, 1, 0}, {6, 1, 0}}};
+}
+
+// Of an alarm tag the record that stands, and of each of its tests since when it holds, with which
+// value, and when that was stored.
+TableInfo StandingAlarms() {
+  TableInfo table{
+      .id = TableId::kStandingAlarm,
+      .name = "standing_alarm",
+      .columns = {{"tag", Kind::kInteger}, {"position", Kind::kInteger}, {"start", Kind::kInteger}},
+      .key_columns = 1,
+      .indexes = {}};
+  static constexpr std::array kNames = {"holds", "since", "value", "stored"};
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> all;
+    for (int test = 1; test <= 4; ++test) {
+      for (const char* name : kNames) all.push_back(name + std::to_string(test));
+    }
+    return all;
+  }();
+  for (std::size_t at = 0; at < names.size(); ++at) {
+    table.columns.push_back({names[at], at % kNames.size() == 2 ? Kind::kReal : Kind::kInteger});
+  }
+  return table;
+}
+
 // Numbers before bytes, nothing before both.
 int RankOf(const CellView& cell) { return cell.index() == 2 ? 1 : static_cast<int>(cell.index()); }
 
@@ -104,8 +186,10 @@ bool Suits(const Cell& cell, Kind kind) {
 }  // namespace
 
 std::span<const TableInfo> AllTables() {
-  static const std::vector<TableInfo> tables = {Completed(Settings()), Completed(Tags()),
-                                                Completed(Progress())};
+  static const std::vector<TableInfo> tables = {
+      Completed(Settings()),     Completed(Tags()),          Completed(Progress()),
+      Completed(AlarmTags()),    Completed(TagLinks()),      Completed(AlarmGroups()),
+      Completed(AlarmRecords()), Completed(StandingAlarms())};
   return tables;
 }
 

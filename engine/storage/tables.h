@@ -52,6 +52,7 @@ bool IsWhole(const RowRange& range);
 // Names of settings.
 constexpr std::string_view kLastIdSetting = "last_id";  // the highest identifier ever given
 constexpr std::string_view kCatalogueVersionSetting = "catalogue_version";
+constexpr std::string_view kLastGroupSetting = "last_alarm_group";  // the highest identifier given
 // What the texts of earlier layouts are in. Kept by stores themselves.
 constexpr std::string_view kEncodingSetting = "encoding";
 

@@ -65,7 +65,7 @@ CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records) {
   BeginBatch();
   marks_.Mark(turn, records);
   PrepareCurrent(turn, records, marks_.current());
-  if (!marks_.watched().empty()) {
+  if (!marks_.filtered().empty() || !marks_.read().empty()) {
     if (Status status = Process(turn, records); !status.ok()) return {Fate::kRefused, status};
   }
   const CommittedGroupPtr news = MakeNews(records, marks_.was_newest());
@@ -123,7 +123,10 @@ Status Committer::Process(Turn& turn, RecordBatch& records) {
   const StagedRecords group = {.tags = records.tags,
                                .samples = records.samples,
                                .marks = records.marks,
-                               .watched = marks_.watched()};
+                               .was_newest = marks_.was_newest(),
+                               .filtered = marks_.filtered(),
+                               .read = marks_.read(),
+                               .rows = {}};
   for (Stage* stage : stages_) {
     if (Status status = stage->Process(turn, group, batch_); !status.ok()) return status;
   }

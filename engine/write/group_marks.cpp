@@ -12,7 +12,8 @@ void GroupMarks::Mark(Turn& turn, RecordBatch& records) {
   ++group_;
   met_.clear();
   current_.clear();
-  watched_.clear();
+  filtered_.clear();
+  read_.clear();
   records.marks.resize(records.size());
   was_newest_.resize(records.size());
   const std::span<const std::int64_t> times = records.samples.times();
@@ -26,7 +27,8 @@ void GroupMarks::Mark(Turn& turn, RecordBatch& records) {
     }
     was_newest_[at] = is_newest ? 1 : 0;
     records.marks[at] = state.marks;
-    if (state.is_watched) watched_.push_back(at);
+    if (state.is_filtered) filtered_.push_back(at);
+    if (state.is_read) read_.push_back(at);
   }
   for (const TagState* state : met_) {
     if (state->newest_at == kNone) continue;
@@ -43,7 +45,8 @@ void GroupMarks::BeginTag(TagId tag, TagState& state) {
   // No record of a tag that is no more is the newest of anything.
   state.newest_ms = traits ? current_values_.TimeOf(tag) : std::numeric_limits<std::int64_t>::max();
   state.marks = traits && traits->archiving ? std::uint8_t{kArchive} : std::uint8_t{0};
-  state.is_watched = traits && traits->filtered;
+  state.is_filtered = traits && traits->filtered;
+  state.is_read = traits && traits->is_read;
 }
 
 }  // namespace zervane

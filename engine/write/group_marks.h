@@ -27,8 +27,9 @@ class GroupMarks {
   void Mark(Turn& turn, RecordBatch& records);
 
   // All of these are positions in the group that was marked last, valid until the next one.
-  std::span<const std::uint32_t> current() const { return current_; }  // become current
-  std::span<const std::uint32_t> watched() const { return watched_; }  // of tags with a stage
+  std::span<const std::uint32_t> current() const { return current_; }    // become current
+  std::span<const std::uint32_t> filtered() const { return filtered_; }  // of tags with filters
+  std::span<const std::uint32_t> read() const { return read_; }          // of tags that others read
   // For each record whether it was its tag's newest when its turn came: in a group a tag may have
   // several, of which only the last is still current when the group is stored.
   std::span<const std::uint8_t> was_newest() const { return was_newest_; }
@@ -42,7 +43,8 @@ class GroupMarks {
     std::int64_t newest_ms = kNoTime;
     std::uint32_t newest_at = kNone;  // of the group's records; none is newer than the current one
     std::uint8_t marks = 0;           // what all its records have
-    bool is_watched = false;
+    bool is_filtered = false;
+    bool is_read = false;
   };
 
   void BeginTag(TagId tag, TagState& state);
@@ -53,7 +55,8 @@ class GroupMarks {
   std::uint64_t group_ = 0;
   std::vector<TagState*> met_;  // of the group's tags, in the order of their first records
   std::vector<std::uint32_t> current_;
-  std::vector<std::uint32_t> watched_;
+  std::vector<std::uint32_t> filtered_;
+  std::vector<std::uint32_t> read_;
   std::vector<std::uint8_t> was_newest_;
 };
 

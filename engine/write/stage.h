@@ -5,18 +5,23 @@
 
 #include "api/words/samples.h"
 #include "api/words/status.h"
+#include "engine/storage/row.h"
 #include "engine/storage/store.h"
 #include "engine/write/turn.h"
 
 namespace zervane {
 
 // A group's records as a stage sees them, marked already. It may change the marks of those that it
-// watches.
+// looks at.
 struct StagedRecords {
   std::span<const TagId> tags;
   const SampleColumns& samples;
   std::span<std::uint8_t> marks;
-  std::span<const std::uint32_t> watched;  // positions of the records of tags with a stage
+  std::span<const std::uint8_t> was_newest;  // for each whether it was its tag's newest in its turn
+  // Positions of the records that a stage may look at.
+  std::span<const std::uint32_t> filtered;  // of tags with filters
+  std::span<const std::uint32_t> read;      // of tags that others read
+  std::span<const RowChange> rows;          // what else the batch changes, for these records
 };
 
 // Something that looks at records, and at changes of tags, before they are stored, and adds to the
@@ -28,7 +33,7 @@ class Stage {
  public:
   virtual ~Stage() = default;
 
-  // Looks at the watched records of a group, in their order. Records that it adds to the batch go
+  // Looks at its records of a group, in their order. Records that it adds to the batch go
   // before all of the group's, so of equal times of a tag the group's one counts.
   virtual Status Process(Turn& turn, const StagedRecords& group, StoreBatch& batch) = 0;
 

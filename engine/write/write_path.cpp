@@ -110,6 +110,10 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
   return reply;
 }
 
+Result<WriteSamples::Reply> WritePath::WriteAsSystem(const SampleBatch&, std::vector<RowChange>) {
+  return Status(ZR3_ERR_NOT_SUPPORTED, {});
+}
+
 Status WritePath::Change(const Committer::Plan& plan, const Committer::Adopt& adopt) {
   const auto change = [&](Turn& turn) { return committer_.Change(turn, plan, adopt); };
   return queue_->Run(std::cref(change));

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "api/caller.h"
 #include "api/operations/values.h"
@@ -44,6 +45,11 @@ class WritePath final : private WriteQueue::Owner {
   // As WriteSamples says. ZR3_ERR_INVALID_COUNT when there is not one tag for each sample,
   // ZR3_ERR_INVALID_ARGUMENT when a text does not lie among the batch's.
   Result<WriteSamples::Reply> Write(const Caller& caller, const WriteSamples& write);
+
+  // Has the database itself write records, durably and in any order, and rows that are stored with
+  // them or not at all. When a record is refused, which its code tells, the rows are not stored,
+  // either: the status is ZR3_ERR_SOME_RECORDS_FAILED, and nothing has happened.
+  Result<WriteSamples::Reply> WriteAsSystem(const SampleBatch& batch, std::vector<RowChange> rows);
 
   // Carries out a change of the store in its turn; see Committer::Change.
   Status Change(const Committer::Plan& plan, const Committer::Adopt& adopt);

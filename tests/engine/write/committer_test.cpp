@@ -21,13 +21,13 @@ constexpr TagId kTag = 1;
 constexpr TagId kOther = 2;
 constexpr TagId kWatched = 3;
 
-// Notes what it is asked, refuses when it is told to, and adds a record of time 1 for every watched
+// Notes what it is asked, refuses when it is told to, and adds a record of time 1 for every filtered
 // one.
 class NotingStage : public Stage {
  public:
   Status Process(Turn&, const StagedRecords& group, StoreBatch& batch) override {
-    notes.push_back("process " + std::to_string(group.watched.size()));
-    for (const std::uint32_t at : group.watched) {
+    notes.push_back("process " + std::to_string(group.filtered.size()));
+    for (const std::uint32_t at : group.filtered) {
       AddRecord(batch.records, group.tags[at], NumberAt(1), kArchive);
       group.marks[at] = keeps_records ? group.marks[at] : 0;
     }

@@ -66,9 +66,9 @@ TEST_F(GroupMarksTest, SendRecordsOfTagsThatAreNoMoreNowhere) {
 
 TEST_F(GroupMarksTest, ListTheRecordsThatAStageIsToLookAt) {
   (void)Marked({{kFiltered, NumberAt(5)}, {2, NumberAt(5)}, {kFiltered, NumberAt(4)}});
-  EXPECT_EQ(Listed(marks_.watched()), (Positions{0, 2}));
+  EXPECT_EQ(Listed(marks_.filtered()), (Positions{0, 2}));
   (void)Marked({{2, NumberAt(5)}});
-  EXPECT_TRUE(marks_.watched().empty());
+  EXPECT_TRUE(marks_.filtered().empty());
 }
 
 TEST_F(GroupMarksTest, TellWhichRecordsWereTheNewestWhenTheirTurnCame) {

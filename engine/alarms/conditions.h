@@ -1,0 +1,113 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "engine/alarms/alarm_test.h"
+#include "engine/assert.h"
+
+// When an alarm stands: a pure function of what it was, and of the value that comes or the time
+// that passes. docs/alarms.md tells the rules.
+namespace zervane {
+
+constexpr std::size_t kAlarmTests = 4;
+
+// What is tested.
+struct AlarmConditions {
+  std::array<std::optional<AlarmTest>, kAlarmTests> tests;
+  std::int64_t time_dead_band_ms = 0;
+  double value_dead_band = 0;  // engineering units
+
+  friend bool operator==(const AlarmConditions&, const AlarmConditions&) = default;
+};
+
+// Of one test whether it holds, and since which value.
+struct TestState {
+  enum class Hold : std::uint8_t {
+    kNone,
+    kPending,  // it has not yet held for as long as the time dead band asks for
+    kComplete,
+  };
+
+  Hold hold = Hold::kNone;
+  std::int64_t since_ms = 0;   // the time of the value that met it first
+  double value = 0;            // that value
+  std::int64_t stored_ms = 0;  // when that was stored, by the database's clock
+
+  friend bool operator==(const TestState&, const TestState&) = default;
+};
+
+// Of all tests, and which of them is the alarm: the one of those whose hold is complete with the
+// least priority number, of equal ones the first.
+struct AlarmState {
+  static constexpr int kNoAlarm = -1;
+
+  std::array<TestState, kAlarmTests> tests;
+  int position = kNoAlarm;    // of the test that is the alarm
+  std::int64_t start_ms = 0;  // of the record that stands, when there is an alarm
+
+  // Whether no test holds, so that nothing is worth keeping.
+  bool IsNormal() const;
+  friend bool operator==(const AlarmState&, const AlarmState&) = default;
+};
+
+// A good value of the source.
+struct GoodValue {
+  std::int64_t time_ms = 0;
+  double number = 0;
+  std::int64_t stored_ms = 0;  // by the database's clock
+};
+
+// What becomes of the alarm, in this order: what stands returns, then another is raised.
+struct AlarmTransition {
+  enum class Kind : std::uint8_t { kReturned, kRaised };
+
+  Kind kind = Kind::kRaised;
+  int position = 0;          // of the test
+  std::int64_t time_ms = 0;  // of the end, or of the start
+  double value = 0;          // the source value of the record that is raised
+
+  friend bool operator==(const AlarmTransition&, const AlarmTransition&) = default;
+};
+
+// At most so many come of one value: its time completes a hold (that is another alarm), its number
+// ends it.
+class AlarmTransitions {
+ public:
+  static constexpr std::size_t kMost = 4;
+
+  void Add(const AlarmTransition& transition) {
+    ZERVANE_ASSERT(size_ < kMost);
+    transitions_[size_++] = transition;
+  }
+  const AlarmTransition* begin() const { return transitions_.data(); }
+  const AlarmTransition* end() const { return transitions_.data() + size_; }
+  std::size_t size() const { return size_; }
+
+ private:
+  std::array<AlarmTransition, kMost> transitions_;
+  std::size_t size_ = 0;
+};
+
+// Judges a good value that is not older than the one judged before. First its time completes holds,
+// and the alarm is what it then is; then its number ends tests and begins others, and the alarm is
+// what it is after that. CHANGE tests are not looked at. The `start_ms` of the state is left to the
+// caller, who knows which starts are free.
+AlarmTransitions JudgeValue(const AlarmConditions& conditions, const GoodValue& value,
+                            AlarmState& state);
+
+// Whether JudgeValue would change nothing, which is what nearly always is.
+bool ChangesNothing(const AlarmConditions& conditions, const GoodValue& value,
+                    const AlarmState& state);
+
+// Completes holds that have lasted by the database's clock. `newest` is the newest good value of
+// the source: a transition to another alarm is at its time, with its value.
+AlarmTransitions JudgeSilence(const AlarmConditions& conditions, std::int64_t clock_ms,
+                              const GoodValue& newest, AlarmState& state);
+
+// When by the database's clock the first of the pending holds is complete.
+std::optional<std::int64_t> DeadlineOf(const AlarmConditions& conditions, const AlarmState& state);
+
+}  // namespace zervane
