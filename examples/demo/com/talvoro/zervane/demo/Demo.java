@@ -4,6 +4,7 @@ import com.talvoro.zrjni.Jni_Zervane;
 import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
+import java.time.Duration;
 import java.time.Instant;
 import java.time.temporal.ChronoUnit;
 import java.util.Locale;
@@ -52,9 +53,13 @@ public final class Demo {
     int tags = catalogue.tags().size();
     System.out.printf("%d tags, of which %d are new%n", tags, catalogue.created());
 
+    Alarms alarms = Alarms.open();
+
     Instant start = Instant.now().truncatedTo(ChronoUnit.MILLIS);
+    Duration time = Duration.ofSeconds(seconds);
+    Burst.schedule(time.multipliedBy(3).dividedBy(10), time.dividedBy(4));
     Recorder recorder = new Recorder(catalogue.tags());
-    recorder.record(seconds);
+    recorder.record(seconds, alarms::follow);
 
     Report report = new Report(catalogue.tags());
     report.printCatalogue();
@@ -64,6 +69,7 @@ public final class Demo {
     report.printHistory(history);
     report.printStatistics(history);
     report.printOneAxis(history);
+    report.printAlarms(alarms.since(start));
     printSummary(catalogue, history, recorder.recordsWritten());
     System.out.println("The database is " + Address.describe(address) + ".");
     Status.check("disconnect", Jni_Zervane.disconnect());

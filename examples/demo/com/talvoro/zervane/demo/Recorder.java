@@ -37,8 +37,8 @@ final class Recorder {
     return recordsWritten;
   }
 
-  /** Records for a number of seconds, with one line of progress for each. */
-  void record(int seconds) throws IOException, InterruptedException {
+  /** Records for a number of seconds, with one line of progress for each, and what follows that. */
+  void record(int seconds, Runnable afterEach) throws IOException, InterruptedException {
     long start = System.nanoTime();
     long samples = Duration.ofSeconds(seconds).dividedBy(PERIOD);
     long samplesPerSecond = Duration.ofSeconds(1).dividedBy(PERIOD);
@@ -49,6 +49,7 @@ final class Recorder {
       write(records);
       if (sample % samplesPerSecond == 0) {
         printProgress(sample / samplesPerSecond, records);
+        afterEach.run();
       }
     }
   }

@@ -1,8 +1,10 @@
 package com.talvoro.zervane.demo;
 
 import com.talvoro.zrjni.Jni_Zervane;
+import com.talvoro.zrjni.ZRJniAlarmRecord;
 import com.talvoro.zrjni.ZRJniRecord;
 import com.talvoro.zrjni.ZRJniTagProp;
+import java.time.Instant;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
@@ -162,6 +164,22 @@ final class Report {
           Text.preciseTime(axis.instants().get(i)),
           Text.withUnit(pair.get(0).measurement(), records[2 * i]),
           Text.withUnit(pair.get(1).measurement(), records[2 * i + 1]));
+    }
+  }
+
+  /** Prints the alarms of this run, with who has seen them. */
+  void printAlarms(List<ZRJniAlarmRecord> records) {
+    heading("Alarms of this run");
+    row("%-23s  %-23s  %-28s %-8s %s", "RAISED", "RETURNED", "ALARM", "SEEN BY", "COMMENT");
+    for (ZRJniAlarmRecord record : records) {
+      Instant end = Alarms.endOf(record);
+      row(
+          "%-23s  %-23s  %-28s %-8s %s",
+          Text.preciseTime(Alarms.startOf(record)),
+          end == null ? "it stands" : Text.preciseTime(end),
+          Alarms.describe(record),
+          record.strAcker,
+          record.strComment);
     }
   }
 

@@ -66,6 +66,26 @@ class ExamplesTest {
   }
 
   @Test
+  void theProgramThatFollowsAlarmsTellsOfOneRaisedAndReturned() throws Exception {
+    ChildJvm.Result result = run("FollowAlarms");
+
+    assertEquals(0, result.exitCode(), result.errors());
+    assertEquals("HIGH > 90 raised by 95.5\nHIGH > 90 returned\n", result.output());
+  }
+
+  @Test
+  void theDemoIsToldOfAnAlarmAcknowledgesCommentsAndListsIt() throws Exception {
+    ChildJvm.Result result = run(DEMO, "2", "memory:");
+
+    assertEquals(0, result.exitCode(), result.errors());
+    assertTrue(result.output().matches("(?s).* alarm raised: HI(GH|HI) of HOST.CPU.BUSY, .*"));
+    assertTrue(result.output().matches("(?s).* alarm acknowledged: HI(GH|HI) of .*"));
+    assertTrue(result.output().matches("(?s).* alarm commented: HI(GH|HI) of .*"));
+    String listed = String.join("\n", linesOf(result, "Alarms of this run"));
+    assertTrue(listed.matches("(?s).* admin +a burst of the demo.*"), listed);
+  }
+
+  @Test
   void theDemoShowsItsHistoryAndInASecondRunTheEarlierOneToo() throws Exception {
     ChildJvm.Result first = run(DEMO, "1", "embedded:" + folder);
     ChildJvm.Result second = run(DEMO, "1", "embedded:" + folder);
