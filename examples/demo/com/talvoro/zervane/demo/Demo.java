@@ -60,6 +60,7 @@ public final class Demo {
     Burst.schedule(time.multipliedBy(3).dividedBy(10), time.dividedBy(4));
     Recorder recorder = new Recorder(catalogue.tags());
     recorder.record(seconds, alarms::follow);
+    alarms.follow();
 
     Report report = new Report(catalogue.tags());
     report.printCatalogue();
