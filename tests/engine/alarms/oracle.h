@@ -7,9 +7,9 @@
 #include "api/words/value.h"
 #include "engine/alarms/conditions.h"
 
-// Which alarms there are to be, as plainly as they can be found: by looking at all that has happened
-// from the beginning, without a state that goes on from value to value. Nothing of it is the
-// engine's but the words that its tests are given in.
+// Which alarms there are to be, as plainly as they can be found: by looking at all that has
+// happened from the beginning, without a state that goes on from value to value. Nothing of it is
+// the engine's but the words that its tests are given in.
 namespace zervane::oracle {
 
 // What happens to a source and to one alarm tag that reads it, in the order in which the database
@@ -19,7 +19,8 @@ struct AlarmEvent {
     kValue,     // the source's value is accepted: good or not, in order or late
     kSilence,   // holds are looked at, though no value has come
     kSaved,     // the alarm tag is added, or saved with these conditions
-    kReopened,  // the database is opened anew; what it knew of the source beside its records is gone
+    kReopened,  // the database is opened anew; what it knew of the source beside its records is
+                // gone
   };
 
   Kind kind = Kind::kValue;
