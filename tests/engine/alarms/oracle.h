@@ -24,16 +24,16 @@ struct AlarmEvent {
   };
 
   Kind kind = Kind::kValue;
-  std::int64_t clock_ms = 0;   // the database's
-  Sample sample;               // of kValue
-  AlarmConditions conditions;  // of kSaved
+  std::int64_t clock_ms = 0;        // the database's
+  Sample sample = {};               // of kValue
+  AlarmConditions conditions = {};  // of kSaved
 };
 
 struct ExpectedAlarm {
   int position = 0;  // of the test
   std::int64_t start_ms = 0;
-  std::optional<std::int64_t> end_ms;  // none while it stands
-  Sample source;                       // whose value it was raised with
+  std::optional<std::int64_t> end_ms = {};  // none while it stands
+  Sample source;                            // whose value it was raised with
 };
 
 // The alarms of the tag by their starts, those of CHANGE tests among them. Before the first event
