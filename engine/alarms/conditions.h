@@ -16,7 +16,7 @@ constexpr std::size_t kAlarmTests = 4;
 
 // What is tested.
 struct AlarmConditions {
-  std::array<std::optional<AlarmTest>, kAlarmTests> tests;
+  std::array<std::optional<AlarmTest>, kAlarmTests> tests = {};
   std::int64_t time_dead_band_ms = 0;
   double value_dead_band = 0;  // engineering units
 
