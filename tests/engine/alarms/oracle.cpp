@@ -192,11 +192,13 @@ class EraWalk {
   }
 
  private:
+  // The holds of a test follow each other, so it is the last one that began.
   const Hold* HoldAt(std::size_t position, std::size_t step) const {
-    for (const Hold& hold : holds_[position]) {
-      if (hold.complete <= step && step < hold.end) return &hold;
-    }
-    return nullptr;
+    const std::vector<Hold>& holds = holds_[position];
+    const auto after = std::ranges::upper_bound(holds, step / 2, {}, &Hold::begin);
+    if (after == holds.begin()) return nullptr;
+    const Hold& last = *(after - 1);
+    return last.complete <= step && step < last.end ? &last : nullptr;
   }
 
   std::optional<std::size_t> AlarmAt(std::size_t step) const {
