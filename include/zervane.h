@@ -220,8 +220,8 @@ int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRe
 
 /* The same, answered when the values are queued. They are stored in the order of the calls, become
  * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
- * refused. A later failure of the disk is logged, further ones of a session as a sum; the first that
- * the session was not told yet is the status of its next call that waits to write, or of
+ * refused. A later failure of the disk is logged, further ones of a session as a sum; the first
+ * that the session was not told yet is the status of its next call that waits to write, or of
  * nt3_disconnect. No other session hears of it. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
@@ -353,12 +353,12 @@ int32 am3_add_tag(ZR3AlarmTagProp* pProp, const ZR3Mask* pMask, const char* szNo
 int32 am3_modify_tag_prop(uint32 nTagID, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask);
 int32 am3_query_tag_prop(uint32 nTagID, ZR3AlarmTagProp* pProp);
 
-/* Alarm records of nTagNum tags (one that is named twice counts once), of one tag, or of the tags of
- * a group and its subgroups: an iterator of ZR3AlarmRecord in order of start, then tag. The start
- * lies in the closed range from tvStart to tvEnd, which is no end when it is 0.0. Bit n of a mask of
- * the query is enumerator n; 0 and -1 filter nothing. Bit i of nPropMask is field i of the record in
- * its order; -1 selects all, and tag and start always come. What is not selected is 0 or empty.
- * ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TAG_CLASS for one that is no alarm tag,
+/* Alarm records of nTagNum tags (one that is named twice counts once), of one tag, or of the tags
+ * of a group and its subgroups: an iterator of ZR3AlarmRecord in order of start, then tag. The
+ * start lies in the closed range from tvStart to tvEnd, which is no end when it is 0.0. Bit n of a
+ * mask of the query is enumerator n; 0 and -1 filter nothing. Bit i of nPropMask is field i of the
+ * record in its order; -1 selects all, and tag and start always come. What is not selected is 0 or
+ * empty. ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TAG_CLASS for one that is no alarm tag,
  * ZR3_ERR_GROUP_NOT_FOUND, ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_TIME, ZR3_ERR_INVALID_REGION. */
 int32 am3_query_tags_all_records(int32 nTagNum, const uint32* pTagIDs, const ZR3AlarmQuery* pQuery,
                                  int64 nPropMask, ZR3HANDLE* pIterator);
@@ -386,13 +386,14 @@ int32 am3_comment_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* pTime
                          const char* pComments, int32* pErrCodes);
 
 /* Creates an alarm group under the record's nParentID (0 is the root). pGroupID receives its
- * identifier; it may be the record's own nParentID. Names are as those of tags, and unique under one
- * parent without regard to ASCII case. ZR3_ERR_INVALID_GROUP_NAME, ZR3_ERR_INVALID_TEXT,
+ * identifier; it may be the record's own nParentID. Names are as those of tags, and unique under
+ * one parent without regard to ASCII case. ZR3_ERR_INVALID_GROUP_NAME, ZR3_ERR_INVALID_TEXT,
  * ZR3_ERR_GROUP_NOT_FOUND for the parent, ZR3_ERR_GROUP_EXISTS, ZR3_ERR_TAG_IDS_EXHAUSTED. */
 int32 am3_add_group(const ZR3AlarmGroup* pGroup, uint32* pGroupID);
 
 /* Deletes a group that has neither groups nor alarm tags: ZR3_ERR_GROUP_NOT_EMPTY,
- * ZR3_ERR_GROUP_NOT_FOUND, ZR3_ERR_INVALID_ARGUMENT for the root. Its identifier is not given again. */
+ * ZR3_ERR_GROUP_NOT_FOUND, ZR3_ERR_INVALID_ARGUMENT for the root. Its identifier is not given
+ * again. */
 int32 am3_delete_group(uint32 nGroupID);
 
 /* Changes a group's texts. With a name in the record that becomes the group's, and a description
