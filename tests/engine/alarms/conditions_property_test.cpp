@@ -85,7 +85,8 @@ class RandomSeries {
     if (Below(8) != 0) time_ms_ += Below(4) * 500;
     Sample sample = {.time_ms = time_ms_, .type = type_, .value = RandomValue()};
     if (Below(10) == 0) sample.time_ms -= Below(5) * 500;
-    if (Below(10) == 0) sample.quality = Below(2) == 0 ? 0 : 64;
+    static constexpr std::uint16_t kQualities[] = {0, 64, 127, 128, 0x100, 193, 255, 0x1C0};
+    if (Below(6) == 0) sample.quality = kQualities[Below(8)];
     return sample;
   }
 
