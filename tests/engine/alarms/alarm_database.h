@@ -77,7 +77,8 @@ class AlarmDatabase {
 
   // All records of the alarm tag, by their starts.
   std::vector<AlarmRecord> Records(TagId tag) {
-    FindAlarmsOfTags find{.ids = {tag}};
+    FindAlarmsOfTags find;
+    find.ids = {tag};
     std::vector<AlarmRecord> records;
     for (;;) {
       Result<AlarmPage> page = Do(find);
