@@ -24,7 +24,8 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
       records_(*store_, catalogue_.tags(), writes_, [this](TagId id) { return ClassOf(id); }),
-      history_(*store_, catalogue_.tags(), writes_.current_values(), clock_) {}
+      history_(*store_, catalogue_.tags(), writes_.current_values(), clock_),
+      subscriptions_(catalogue_.tags(), writes_) {}
 
 // The queue's thread uses the other parts.
 Engine::~Engine() { (void)writes_.Close(); }
