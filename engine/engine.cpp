@@ -25,6 +25,8 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       tag_changes_(catalogue_, writes_, clock_),
       records_(*store_, catalogue_.tags(), writes_, [this](TagId id) { return ClassOf(id); }),
       history_(*store_, catalogue_.tags(), writes_.current_values(), clock_),
+      alarm_groups_(*store_),
+      alarms_(*store_, catalogue_, writes_, alarm_groups_, clock_),
       subscriptions_(catalogue_.tags(), writes_) {}
 
 // The queue's thread uses the other parts.
@@ -44,7 +46,9 @@ std::int32_t Engine::ClassOf(TagId id) const {
 Status Engine::Start(const WriteQueue::Limits& limits) {
   if (Status status = catalogue_.Load(); !status.ok()) return status;
   writes_.AddStage(filters_);
-  return writes_.Start(Turn::Issue(), limits);
+  Turn turn = Turn::Issue();
+  if (Status status = alarm_groups_.Load(turn); !status.ok()) return status;
+  return writes_.Start(std::move(turn), limits);
 }
 
 Status Engine::Close() {

@@ -8,6 +8,7 @@
 #include "api/caller.h"
 #include "api/operation_table.h"
 #include "engine/alarm_family.h"
+#include "engine/alarms/alarm_groups.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/catalogue/catalogue_family.h"
 #include "engine/catalogue/filter_settings.h"
@@ -92,6 +93,7 @@ class Engine final {
   TagChanges tag_changes_;
   RecordFamily records_;
   HistoryFamily history_;
+  AlarmGroups alarm_groups_;
   AlarmFamily alarms_;
   SubscriptionFamily subscriptions_;
 };

@@ -16,7 +16,7 @@ constexpr std::size_t kAlarmTests = 4;
 
 // What is tested.
 struct AlarmConditions {
-  std::array<std::optional<AlarmTest>, kAlarmTests> tests;
+  std::array<std::optional<AlarmTest>, kAlarmTests> tests = {};
   std::int64_t time_dead_band_ms = 0;
   double value_dead_band = 0;  // engineering units
 
@@ -91,19 +91,55 @@ class AlarmTransitions {
   std::size_t size_ = 0;
 };
 
+// Whether a number meets the test when its limit is moved by the dead band to the normal side; `=`
+// and `<>` have no such side. REQUIRES a test that is none of CHANGE.
+inline bool HoldsWith(const AlarmTest& test, double number, double dead_band) {
+  // For each comparison which of less, equal and greater meet it, as bits 0 to 2, and where the
+  // normal side is: a value is judged without a branch that depends on what is compared how.
+  static constexpr std::array<unsigned, 6> kMeets = {0b100, 0b110, 0b001, 0b011, 0b010, 0b101};
+  static constexpr std::array<double, 6> kNormalSide = {-1, -1, 1, 1, 0, 0};
+  const auto comparison = static_cast<std::size_t>(test.comparison);
+  const double limit = test.limit + kNormalSide[comparison] * dead_band;
+  const unsigned side = (number >= limit ? 1U : 0U) + (number > limit ? 1U : 0U);
+  return (kMeets[comparison] >> side & 1U) != 0;
+}
+
+// Whether the hold is pending and a value of that time completes it.
+inline bool IsCompleteAt(const AlarmConditions& conditions, const TestState& test,
+                         std::int64_t time_ms) {
+  return test.hold == TestState::Hold::kPending &&
+         time_ms - test.since_ms >= conditions.time_dead_band_ms;
+}
+
 // Judges a good value that is not older than the one judged before. First its time completes holds,
 // and the alarm is what it then is; then its number ends tests and begins others, and the alarm is
 // what it is after that. CHANGE tests are not looked at. The `start_ms` of the state is left to the
 // caller, who knows which starts are free.
+//
+// REQUIRES a finite number, dead bands that are not negative, and a state that came of these
+// conditions.
 AlarmTransitions JudgeValue(const AlarmConditions& conditions, const GoodValue& value,
                             AlarmState& state);
 
-// Whether JudgeValue would change nothing, which is what nearly always is.
-bool ChangesNothing(const AlarmConditions& conditions, const GoodValue& value,
-                    const AlarmState& state);
+// Whether JudgeValue would change nothing, which is what nearly always is. REQUIRES the same.
+inline bool ChangesNothing(const AlarmConditions& conditions, const GoodValue& value,
+                           const AlarmState& state) {
+  for (std::size_t i = 0; i < kAlarmTests; ++i) {
+    const std::optional<AlarmTest>& test = conditions.tests[i];
+    if (!test || test->is_change()) continue;
+    const TestState& met = state.tests[i];
+    const bool holds = met.hold != TestState::Hold::kNone;
+    if (HoldsWith(*test, value.number, holds ? conditions.value_dead_band : 0) != holds ||
+        IsCompleteAt(conditions, met, value.time_ms)) {
+      return false;
+    }
+  }
+  return true;
+}
 
 // Completes holds that have lasted by the database's clock. `newest` is the newest good value of
-// the source: a transition to another alarm is at its time, with its value.
+// the source: a transition to another alarm is at its time, with its value. REQUIRES a state that
+// came of these conditions.
 AlarmTransitions JudgeSilence(const AlarmConditions& conditions, std::int64_t clock_ms,
                               const GoodValue& newest, AlarmState& state);
 

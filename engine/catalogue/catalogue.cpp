@@ -2,6 +2,8 @@
 
 #include <spdlog/fmt/fmt.h>
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <utility>
@@ -10,6 +12,7 @@
 #include "api/words/tag_columns.h"
 #include "engine/assert.h"
 #include "engine/catalogue/filter_settings.h"
+#include "engine/catalogue/tag_rows.h"
 #include "engine/storage/table.h"
 #include "engine/storage/tables.h"
 
@@ -21,7 +24,8 @@ constexpr TagId kGreatestId = std::numeric_limits<TagId>::max();
 TagTraits TraitsOf(const Tag& tag) {
   return {.type = static_cast<TagType>(tag.type),
           .archiving = tag.archiving,
-          .filtered = FilterSettingsOf(tag).any()};
+          .filtered = FilterSettingsOf(tag).any(),
+          .is_own = tag.tag_class != ZR3_TAG_CLASS_BASIC};
 }
 
 Status Damaged(std::string what) { return {ZR3_ERR_STORAGE_DAMAGED, std::move(what)}; }
@@ -49,17 +53,36 @@ void PutNumber(std::string_view name, std::int64_t number, StoreBatch& batch) {
   Table<Setting>::Put({.name = std::string(name), .value = number}, batch);
 }
 
-// All rules but the one that names are unique.
-Status CheckLoaded(const Tag& tag, TagId last_id) {
-  Status status = CheckProperties(tag);
-  if (status.ok() && tag.id != 0 && tag.id <= last_id) return {};
-  return Damaged(fmt::format("the stored tag {} breaks a rule: {}", tag.id,
-                             status.ok() ? "identifier out of bounds" : status.message()));
+// Links as they are kept: without empty places behind the last.
+TagLinks Trimmed(TagLinks links) {
+  while (!links.empty() && links.back() == 0) links.pop_back();
+  ZERVANE_ASSERT(links.size() <= kMaxTagLinks);
+  return links;
+}
+
+// The tags of both, each once.
+std::vector<TagId> TargetsOf(const TagLinks& a, const TagLinks& b) {
+  std::vector<TagId> targets = a;
+  targets.insert(targets.end(), b.begin(), b.end());
+  std::ranges::sort(targets);
+  const auto repeated = std::ranges::unique(targets);
+  targets.erase(repeated.begin(), repeated.end());
+  std::erase(targets, TagId{0});
+  return targets;
 }
 
 }  // namespace
 
 Catalogue::Catalogue(Store& store) : store_(store), image_(std::make_shared<TagImage>()) {}
+
+void Catalogue::Register(std::int32_t tag_class, TagClass& asks) {
+  ZERVANE_ASSERT(tag_class != ZR3_TAG_CLASS_BASIC && !OwnColumns(tag_class).empty());
+  classes_[static_cast<std::size_t>(tag_class)] = &asks;
+}
+
+TagClass* Catalogue::AsksOf(std::int32_t tag_class) const {
+  return classes_[static_cast<std::size_t>(tag_class)];
+}
 
 // ---- loading and reading ----
 
@@ -73,6 +96,7 @@ Status Catalogue::Load() {
   builder.image().SetLastId(static_cast<TagId>(*last_id));
   builder.image().SetVersion(*version);
   if (Status status = LoadTags(builder); !status.ok()) return status;
+  if (Status status = LoadLinks(builder.image()); !status.ok()) return status;
   Publish(std::make_shared<const TagImage>(std::move(builder.image())));
   return {};
 }
@@ -81,20 +105,58 @@ Status Catalogue::LoadTags(TagImageBuilder& builder) {
   const TagId last_id = builder.image().last_id();
   Status fault;
   const auto take = [&](const Tag& tag) {
-    fault = CheckLoaded(tag, last_id);
-    if (!fault.ok()) return false;
+    const Status status = CheckTag(tag);
+    if (!status.ok() || tag.id == 0 || tag.id > last_id) {
+      fault = Damaged(fmt::format("the stored tag {} breaks a rule: {}", tag.id,
+                                  status.ok() ? "identifier out of bounds" : status.message()));
+      return false;
+    }
     builder.Add(PackedTag::Pack(tag));
     tags_.Reserve(tag.id);
     tags_.Put(tag.id, TraitsOf(tag));
     return true;
   };
-  Status status = Table<Tag>(store_).Visit({.table = TableId::kTag},
-                                           std::numeric_limits<std::size_t>::max(), take);
+  Status status = VisitTags(store_, take);
   if (!fault.ok()) return fault;
   if (!status.ok()) return status;
   const PackedTag* const second = builder.IndexNames();
   if (second == nullptr) return {};
   return Damaged(fmt::format("the stored tag {} has the name of another", second->id()));
+}
+
+// A target may have been deleted since.
+Status Catalogue::LoadLinks(const TagImage& image) {
+  TagId from = 0;
+  TagLinks links;
+  const auto put = [&] {
+    links_.Reserve(links.size());
+    links_.Put(from, links);
+    links.clear();
+  };
+  Status fault;
+  const auto take = [&](const TagLink& link) {
+    const PackedTag* const tag = image.Find(link.tag);
+    if (tag == nullptr || AsksOf(tag->tag_class()) == nullptr || link.place >= kMaxTagLinks ||
+        link.target == 0 || link.target > image.last_id()) {
+      fault = Damaged(fmt::format("the stored link {} of tag {} is none", link.place, link.tag));
+      return false;
+    }
+    if (link.tag != from) put();
+    from = link.tag;
+    links.resize(link.place + std::size_t{1});
+    links.back() = link.target;
+    std::optional<TagTraits> traits = tags_.Find(link.target);
+    if (traits && Reads(image, link.tag, link.place)) {
+      traits->is_read = true;
+      tags_.Put(link.target, *traits);
+    }
+    return true;
+  };
+  Status status = Table<TagLink>(store_).Visit({.table = TableId::kTagLink},
+                                               std::numeric_limits<std::size_t>::max(), take);
+  if (!fault.ok()) return fault;
+  if (status.ok()) put();
+  return status;
 }
 
 TagImagePtr Catalogue::image() const {
@@ -117,13 +179,51 @@ Result<TagId> Catalogue::FindByName(std::string_view name) const {
   return tag->id();
 }
 
+// ---- rules that ask for more than a tag ----
+
+Status Catalogue::CheckTag(const Tag& tag) const {
+  if (Status status = CheckProperties(tag); !status.ok()) return status;
+  if (tag.tag_class == ZR3_TAG_CLASS_BASIC || AsksOf(tag.tag_class) != nullptr) return {};
+  return {ZR3_ERR_INVALID_TAG_CLASS, fmt::format("'{}': class {}", tag.name, tag.tag_class)};
+}
+
+Status Catalogue::CheckReaders(const Tag& before, const Tag& after) const {
+  const bool stays =
+      IsText(static_cast<TagType>(before.type)) == IsText(static_cast<TagType>(after.type));
+  if (stays || !tags_.Find(before.id)->is_read) return {};
+  return {ZR3_ERR_INVALID_TAG_TYPE,
+          fmt::format("'{}' is read by others, to which a text is no number", before.name)};
+}
+
+Result<TagLinks> Catalogue::PlanLinks(const Tag* before, const PropertyMask& given,
+                                      const TagImage& tags, Tag& after) {
+  TagClass* const asks = AsksOf(after.tag_class);
+  if (asks == nullptr) return TagLinks();
+  const TagLinks links_before = links_.Of(after.id);
+  Result<TagLinks> links = asks->Plan({.before = before,
+                                       .links_before = before == nullptr ? nullptr : &links_before,
+                                       .after = after,
+                                       .given = given,
+                                       .tags = tags});
+  if (!links.ok()) return links;
+  *links = Trimmed(*std::move(links));
+  for (const TagId target : TargetsOf(*links, {})) {
+    const PackedTag* const tag = tags.Find(target);
+    if (tag == nullptr) continue;
+    if (Status status = asks->Follow(*links, target, tag->name(), after); !status.ok()) {
+      return status;
+    }
+  }
+  return links;
+}
+
 // ---- changes ----
 
 Result<CatalogueChange> Catalogue::PlanAdd(const Tag& given, const PropertyMask& mask,
                                            const Stamp& stamp, StoreBatch& batch) {
   if (Status status = CheckMask(mask, ClassOf(given.own)); !status.ok()) return status;
   Tag tag = NewTag(given, mask, stamp);
-  if (Status status = CheckProperties(tag); !status.ok()) return status;
+  if (Status status = CheckTag(tag); !status.ok()) return status;
   TagImagePtr image = this->image();
   if (Status status = CheckUnique(*image, tag.name, 0); !status.ok()) return status;
   if (image->last_id() == kGreatestId) {
@@ -131,7 +231,9 @@ Result<CatalogueChange> Catalogue::PlanAdd(const Tag& given, const PropertyMask&
                   fmt::format("the last identifier was {}", kGreatestId));
   }
   tag.id = image->last_id() + 1;
-  return Plan(std::move(image), std::nullopt, std::move(tag), batch);
+  Result<TagLinks> links = PlanLinks(nullptr, mask, *image, tag);
+  if (!links.ok()) return links.status();
+  return Plan(std::move(image), std::nullopt, std::move(tag), *std::move(links), batch);
 }
 
 Result<CatalogueChange> Catalogue::PlanModify(TagId id, std::int32_t tag_class, const Tag& given,
@@ -148,9 +250,12 @@ Result<CatalogueChange> Catalogue::PlanModify(TagId id, std::int32_t tag_class, 
   }
   Tag before = tag->Unpack();
   Tag after = ChangedTag(before, given, mask, stamp);
-  if (Status status = CheckProperties(after); !status.ok()) return status;
+  if (Status status = CheckTag(after); !status.ok()) return status;
   if (Status status = CheckUnique(*image, after.name, id); !status.ok()) return status;
-  return Plan(std::move(image), std::move(before), std::move(after), batch);
+  if (Status status = CheckReaders(before, after); !status.ok()) return status;
+  Result<TagLinks> links = PlanLinks(&before, mask, *image, after);
+  if (!links.ok()) return links.status();
+  return Plan(std::move(image), std::move(before), std::move(after), *std::move(links), batch);
 }
 
 Result<CatalogueChange> Catalogue::PlanRemove(TagId id, StoreBatch& batch) {
@@ -158,40 +263,116 @@ Result<CatalogueChange> Catalogue::PlanRemove(TagId id, StoreBatch& batch) {
   const PackedTag* const tag = image->Find(id);
   if (tag == nullptr) return NoSuchTag(id);
   Tag before = tag->Unpack();
-  return Plan(std::move(image), std::move(before), std::nullopt, batch);
+  return Plan(std::move(image), std::move(before), std::nullopt, {}, batch);
 }
 
 Result<CatalogueChange> Catalogue::Plan(TagImagePtr image, std::optional<Tag> before,
-                                        std::optional<Tag> after, StoreBatch& batch) {
+                                        std::optional<Tag> after, TagLinks links,
+                                        StoreBatch& batch) {
+  const TagId id = before ? before->id : after->id;
   auto next = std::make_shared<TagImage>(*image);
   next->SetVersion(image->version() + 1);
   if (after) {
     next->Put(PackedTag::Pack(*after));
-    tags_.Reserve(after->id);
-    Table<Tag>::Put(*after, batch);
+    tags_.Reserve(id);
   } else {
-    next->Remove(before->id);
-    batch.emptied.push_back(before->id);
-    Table<Tag>::Remove(before->id, batch);
+    next->Remove(id);
   }
-  if (!before) {
-    next->SetLastId(after->id);
-    PutNumber(kLastIdSetting, after->id, batch);
+  StoreBatch followers;
+  if (before && (!after || after->name != before->name)) {
+    const auto name = after ? std::optional<std::string_view>(after->name) : std::nullopt;
+    if (Status status = PlanFollowers(id, name, *next, followers); !status.ok()) return status;
   }
-  PutNumber(kCatalogueVersionSetting, next->version(), batch);
-  return CatalogueChange{.before = std::move(before),
+  if (!before) next->SetLastId(id);
+  CatalogueChange change{.before = std::move(before),
                          .after = std::move(after),
+                         .links = std::move(links),
+                         .traits = {},
                          .old_image = std::move(image),
                          .new_image = std::move(next)};
+  change.traits = PlanTraits(change);
+  links_.Reserve(change.links.size());
+  PutRows(change, batch);
+  std::ranges::move(followers.rows, std::back_inserter(batch.rows));
+  return change;
+}
+
+void Catalogue::PutRows(const CatalogueChange& change, StoreBatch& batch) const {
+  const TagId id = change.id();
+  if (change.after) {
+    PutTagRows(*change.after, batch);
+  } else {
+    batch.emptied.push_back(id);
+    RemoveTagRows(id, change.before->tag_class, batch);
+  }
+  PutLinks(id, links_.Of(id), change.links, batch);
+  if (!change.before) PutNumber(kLastIdSetting, id, batch);
+  PutNumber(kCatalogueVersionSetting, change.new_image->version(), batch);
+}
+
+// Links stay, so that what was deleted is never taken for another tag of its name.
+Status Catalogue::PlanFollowers(TagId changed, std::optional<std::string_view> name,
+                                TagImage& image, StoreBatch& batch) const {
+  Status fault;
+  TagId last = changed;
+  links_.VisitLinkedTo(changed, [&](TagId id, std::size_t) {
+    if (id == changed || id == last) return true;
+    last = id;
+    const Tag before = image.Find(id)->Unpack();
+    Tag after = before;
+    fault = AsksOf(before.tag_class)->Follow(links_.Of(id), changed, name, after);
+    if (!fault.ok()) return false;
+    if (after.own == before.own) return true;
+    image.Put(PackedTag::Pack(after));
+    PutOwnRow(after, batch);
+    return true;
+  });
+  return fault;
+}
+
+// Whether a tag is read changes with the links of others alone.
+std::vector<std::pair<TagId, TagTraits>> Catalogue::PlanTraits(
+    const CatalogueChange& change) const {
+  const TagId id = change.id();
+  const TagImage& tags = *change.new_image;
+  std::vector<std::pair<TagId, TagTraits>> all;
+  if (change.after) {
+    TagTraits traits = TraitsOf(*change.after);
+    traits.is_read = change.before && tags_.Find(id)->is_read;
+    all.emplace_back(id, traits);
+  }
+  for (const TagId target : TargetsOf(links_.Of(id), change.links)) {
+    std::optional<TagTraits> traits = tags_.Find(target);
+    if (target == id || !traits) continue;
+    bool is_read = IsReadByOthers(target, id, tags);
+    for (std::size_t place = 0; place < change.links.size(); ++place) {
+      is_read = is_read || (change.links[place] == target && Reads(tags, id, place));
+    }
+    if (is_read == traits->is_read) continue;
+    traits->is_read = is_read;
+    all.emplace_back(target, *traits);
+  }
+  return all;
+}
+
+bool Catalogue::IsReadByOthers(TagId target, TagId but, const TagImage& tags) const {
+  bool is_read = false;
+  links_.VisitLinkedTo(target, [&](TagId tag, std::size_t place) {
+    is_read = tag != but && Reads(tags, tag, place);
+    return !is_read;
+  });
+  return is_read;
+}
+
+bool Catalogue::Reads(const TagImage& tags, TagId tag, std::size_t place) const {
+  return AsksOf(tags.Find(tag)->tag_class())->Reads(place);
 }
 
 void Catalogue::Adopt(const CatalogueChange& change) noexcept {
   ZERVANE_ASSERT(change.old_image == image());  // nothing has changed since
-  if (change.after) {
-    tags_.Put(change.id(), TraitsOf(*change.after));
-  } else {
-    tags_.Remove(change.id());
-  }
+  if (!change.after) tags_.Remove(change.id());
+  for (const auto& [id, traits] : change.traits) tags_.Put(id, traits);
+  links_.Put(change.id(), change.links);
   Publish(change.new_image);
 }
 

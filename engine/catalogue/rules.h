@@ -20,9 +20,9 @@ Status CheckName(std::string_view name);
 Status CheckMask(const PropertyMask& mask, std::int32_t tag_class);
 
 // Whether every property is in its range: ZR3_ERR_INVALID_TAG_NAME, ZR3_ERR_INVALID_TEXT for a text
-// that is not UTF-8, ZR3_ERR_INVALID_TAG_TYPE, ZR3_ERR_INVALID_TAG_CLASS (only point tags are
-// kept), or ZR3_ERR_INVALID_PROPERTY: an enumeration out of bounds, a text too long or with a NUL
-// inside, a float that is not finite, a negative deviation or time.
+// that is not UTF-8, ZR3_ERR_INVALID_TAG_TYPE, ZR3_ERR_INVALID_TAG_CLASS for another class than
+// that of the own properties, or ZR3_ERR_INVALID_PROPERTY: an enumeration out of bounds, a text too
+// long or with a NUL inside, a float that is not finite, a negative deviation or time.
 Status CheckProperties(const Tag& tag);
 
 // Who changes the catalogue, and when.

@@ -12,8 +12,8 @@
 namespace zervane {
 
 // The tags that a tag reads or sets, each in a place that its class knows: 0 is its source. 0
-// stands for none. They are kept by identifier: a tag that is renamed is read on, and one that was
-// deleted is never another of its name.
+// stands for none, and so does a place behind the last. They are kept by identifier: a tag that is
+// renamed is read on, and one that was deleted is never another of its name.
 using TagLinks = std::vector<TagId>;
 
 // A tag that is about to be saved, whose properties are within their bounds.
@@ -37,9 +37,9 @@ class TagClass {
   // stored.
   virtual Result<TagLinks> Plan(const TagDraft& draft) = 0;
 
-  // A tag that others are linked to is about to be renamed, or deleted (no name). Has the
-  // properties of the linked tag tell so; ZR3_ERR_INVALID_PROPERTY, with its name in the text, when
-  // one does not fit any more.
+  // Has the properties of a tag tell the name of one that it is linked to: it is saved, or that
+  // one is about to be renamed, or deleted (no name). ZR3_ERR_INVALID_PROPERTY, with the tag's name
+  // in the text, when a property does not fit any more.
   virtual Status Follow(const TagLinks& links, TagId changed, std::optional<std::string_view> name,
                         Tag& tag) = 0;
 

@@ -26,13 +26,14 @@ enum class TableId : std::uint8_t {
   kStandingAlarm,
 };
 
-// The bytes of a cell. They are a type of their own because libstdc++ 12 takes a variant of numbers and
-// std::string for one that always has a value, which it has not when copying a string has failed.
+// The bytes of a cell. They are a type of their own because libstdc++ 12 takes a variant of numbers
+// and std::string for one that always has a value, which it has not when copying a string has
+// failed.
 class CellBytes : public std::string {
  public:
   using std::string::string;
-  CellBytes(std::string bytes)  // NOLINT(google-explicit-constructor): they are what they are made of
-      : std::string(std::move(bytes)) {}
+  // NOLINTNEXTLINE(google-explicit-constructor): they are what they are made of
+  CellBytes(std::string bytes) : std::string(std::move(bytes)) {}
 };
 
 // One cell: nothing, a whole number, a floating-point one, or bytes. A NaN is kept as nothing.
@@ -44,11 +45,11 @@ using CellView = std::variant<std::monostate, std::int64_t, double, std::string_
 using Row = std::vector<Cell>;
 using RowView = std::span<const CellView>;
 
-// Puts a row in the place of the one of its key, or removes that. A key to remove may be given by its
-// first cells alone: all rows go whose key begins so.
+// Puts a row in the place of the one of its key, or removes that. A key to remove may be given by
+// its first cells alone: all rows go whose key begins so.
 struct RowChange {
   TableId table = TableId::kSettings;
-  Row key = {};                 // the key's cells
+  Row key = {};                 // the key's cells; to remove, its first one at least
   std::optional<Row> row = {};  // the whole row, key included; none: it is removed
 };
 

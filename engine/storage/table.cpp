@@ -36,10 +36,14 @@ Status DamagedRow(TableId table) {
 }
 
 Row RowFormat<Tag>::RowOf(const Tag& tag) {
+  static const Tag other_class;  // has its own properties elsewhere
+  const bool is_point = std::holds_alternative<PointProperties>(tag.own);
   Row row = KeyCells(tag.id);
   row.reserve(InfoOf(kTable).columns.size());
   ForEachCell([&](const PropertyColumn& column) {
-    VisitProperty(column, tag, [&](const auto& value) { row.push_back(CellOf(value)); });
+    const bool is_own = column.column >= ZR3_TAG_COL_PT_EXT_PROP_MIN;
+    VisitProperty(column, is_own && !is_point ? other_class : tag,
+                  [&](const auto& value) { row.push_back(CellOf(value)); });
   });
   return row;
 }
@@ -53,7 +57,9 @@ std::optional<Tag> RowFormat<Tag>::FromRow(RowView row) {
     const CellView& cell = row[++at];
     VisitProperty(column, tag, [&](auto& value) { is_whole = is_whole && FromCell(cell, &value); });
   });
-  return is_whole ? std::optional(std::move(tag)) : std::nullopt;
+  if (!is_whole) return std::nullopt;
+  if (tag.tag_class != ZR3_TAG_CLASS_BASIC) tag.own = DefaultOwnProperties(tag.tag_class);
+  return tag;
 }
 
 std::optional<Setting> RowFormat<Setting>::FromRow(RowView row) {

@@ -29,7 +29,8 @@ Status DamagedRow(TableId table);
 template <typename T>
 struct RowFormat;
 
-// A tag, by identifier: a cell for each column of its class.
+// A tag, by identifier: a cell for each column of point tags. What tags of another class have of
+// their own stands in a table of that class; here they are read with its defaults.
 template <>
 struct RowFormat<Tag> {
   static constexpr TableId kTable = TableId::kTag;

@@ -225,8 +225,10 @@ Cell CopyOf(const CellView& cell) {
 
 bool IsWhole(const RowChange& change) {
   const TableInfo& table = InfoOf(change.table);
-  if (change.key.size() != table.key_columns) return false;
-  for (std::size_t at = 0; at < change.key.size(); ++at) {
+  const std::size_t cells = change.key.size();
+  const bool is_key = change.row ? cells == table.key_columns : cells <= table.key_columns;
+  if (cells == 0 || !is_key) return false;
+  for (std::size_t at = 0; at < cells; ++at) {
     if (!Suits(change.key[at], table.columns[at].kind)) return false;
   }
   if (!change.row) return true;

@@ -44,7 +44,7 @@ CellView ViewOf(const Cell& cell);
 Cell CopyOf(const CellView& cell);
 
 // Whether the change is as its table wants it: a cell for every column, of its kind, and the key's
-// cells those of the row. For asserts.
+// cells those of the row; of a removal at least the key's first cell. For asserts.
 bool IsWhole(const RowChange& change);
 // Whether the index exists, and the bounds are no longer than it.
 bool IsWhole(const RowRange& range);

@@ -11,7 +11,7 @@
 #include "tests/engine/storage/codec/codec_format_1_cases.h"
 
 // Writes the inputs that a fuzzer starts from, into FOLDER/<target>/: blocks of the records that
-// the suites of the codecs use, and expressions.
+// the suites of the codecs use, expressions, and texts of alarms.
 namespace zervane::storage {
 namespace {
 
@@ -131,6 +131,33 @@ Blocks Expressions() {
           {"out-of-range", "1e309 + 1e-400"}};
 }
 
+// Tests and actions, and texts that are neither.
+Blocks AlarmTexts() {
+  return {{"high", "HIGH > 90"},
+          {"hihi", "hihi>=95 priority 1"},
+          {"low", " LOW  <=  -1.5e+1 PRIORITY 4 "},
+          {"lolo", "LOLO<.5"},
+          {"equal", "HIGH = +1."},
+          {"not-equal", "LOW<>0"},
+          {"change", "CHANGE"},
+          {"change-least", "Change 0.5 Priority 2"},
+          {"change-priority", "CHANGE\tPRIORITY\n3"},
+          {"set", "SET 'PUMP.RUN' 1"},
+          {"set-quote", "set'O''Hara''s'-12e-1"},
+          {"blanks", " \t\r\n"},
+          {"longer-word", "HIGHER > 5"},
+          {"no-space", "CHANGE5"},
+          {"no-comparison", "HIGH 90"},
+          {"no-number", "HIGH > "},
+          {"two-points", "HIGH > 1.2.3"},
+          {"out-of-range", "HIGH > 1e309"},
+          {"priority-five", "HIGH > 90 PRIORITY 5"},
+          {"negative-least", "CHANGE -1"},
+          {"open-quote", "SET 'x'' 1"},
+          {"empty-name", "SET '' 1"},
+          {"long", "LOW <" + std::string(1000, ' ') + std::string(1000, '0')}};
+}
+
 bool WriteAll(const std::filesystem::path& folder, const Blocks& blocks) {
   std::filesystem::create_directories(folder);
   for (const auto& [name, bytes] : blocks) {
@@ -147,6 +174,7 @@ bool WriteSeeds(const std::filesystem::path& folder) {
          WriteAll(folder / "batch_sealed", Batches()) &&
          WriteAll(folder / "entry_sealed", Entries()) &&
          WriteAll(folder / "expression", Expressions()) &&
+         WriteAll(folder / "alarm_text", AlarmTexts()) &&
          WriteAll(folder / "records_to_chunks", Batches());
 }
 

@@ -118,12 +118,13 @@ void RowTable::Carry(Prepared change) noexcept {
 }
 
 void RowTable::Remove(const Row& key) noexcept {
-  const auto found = indexes_.front().find(key);
-  if (found == indexes_.front().end()) return;
-  const std::shared_ptr<const Entry> entry = found->second;
-  indexes_.front().erase(found);
-  for (std::size_t index = 1; index < indexes_.size(); ++index) {
-    indexes_[index].erase(entry->places[index - 1]);
+  Index& by_key = indexes_.front();
+  auto row = by_key.lower_bound(Before::Bound{key});
+  while (row != by_key.end() && OrderToBound(row->first, key) == 0) {
+    for (std::size_t index = 1; index < indexes_.size(); ++index) {
+      indexes_[index].erase(row->second->places[index - 1]);
+    }
+    row = by_key.erase(row);
   }
 }
 

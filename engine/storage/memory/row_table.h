@@ -57,7 +57,7 @@ class RowTable {
    private:
     friend class RowTable;
 
-    Row key_;
+    Row key_;                     // of what is removed its first cells, or all
     std::vector<Index> entries_;  // for each index one entry of the row; none: it is removed
   };
 
@@ -70,6 +70,7 @@ class RowTable {
   void Visit(const RowRange& range, std::size_t limit, const RowVisitor& visit) const;
 
  private:
+  // The rows whose keys begin so.
   void Remove(const Row& key) noexcept;
 
   const TableInfo& info_;

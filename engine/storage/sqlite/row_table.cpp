@@ -38,7 +38,11 @@ std::string_view TypeOf(Kind kind) {
   return "";
 }
 
-// What `format` makes of each of the first `count` columns of an index, separated by commas.
+// The column's name in statements. Some are words of SQL. In double quotes SQLite would take one
+// that a damaged file has not for a text.
+std::string NameOf(const TableColumn& column) { return fmt::format("[{}]", column.name); }
+
+// What `format` makes of each of the columns, separated by commas.
 template <typename Format>
 std::string Listed(const TableInfo& table, std::span<const std::size_t> columns, Format format) {
   std::string list;
@@ -50,7 +54,7 @@ std::string Listed(const TableInfo& table, std::span<const std::size_t> columns,
 }
 
 std::string Names(const TableInfo& table, std::span<const std::size_t> columns) {
-  return Listed(table, columns, [](const TableColumn& column) { return std::string(column.name); });
+  return Listed(table, columns, NameOf);
 }
 
 std::vector<std::size_t> AllColumns(const TableInfo& table) {
@@ -66,8 +70,19 @@ bool IsNumbered(const TableInfo& table) {
 // The statements that change a table's rows.
 struct ChangeSql {
   std::string put;
-  std::string remove;
+  std::vector<std::string> remove;  // by the first cell of the key, by the first two, ...
 };
+
+// For each number of cells that a key to remove may be given by.
+std::vector<std::string> RemovalsFrom(const TableInfo& table) {
+  std::vector<std::string> removals;
+  std::string sql = fmt::format("DELETE FROM {} WHERE ", table.name);
+  for (std::size_t at = 0; at < table.key_columns; ++at) {
+    sql += (at == 0 ? "" : " AND ") + NameOf(table.columns[at]) + " = ?";
+    removals.push_back(sql);
+  }
+  return removals;
+}
 
 const ChangeSql& ChangeSqlOf(TableId table) {
   static const std::vector<ChangeSql> all = [] {
@@ -75,16 +90,9 @@ const ChangeSql& ChangeSqlOf(TableId table) {
     for (const TableInfo& info : AllTables()) {
       const auto columns = AllColumns(info);
       const auto mark = [](const TableColumn&) { return std::string("?"); };
-      const auto equals = [](const TableColumn& column) {
-        return std::string(column.name) + " = ?";
-      };
-      std::string key;
-      for (std::size_t at = 0; at < info.key_columns; ++at) {
-        key += (at == 0 ? "" : " AND ") + equals(info.columns[at]);
-      }
       list.push_back({.put = fmt::format("INSERT OR REPLACE INTO {} ({}) VALUES ({})", info.name,
                                          Names(info, columns), Listed(info, columns, mark)),
-                      .remove = fmt::format("DELETE FROM {} WHERE {}", info.name, key)});
+                      .remove = RemovalsFrom(info)});
     }
     return list;
   }();
@@ -125,7 +133,7 @@ std::string_view RangeSql(const RowRange& range) {
     sql += Condition(table, index.first(range.to.size()), is_behind_to ? "<" : "<=");
   }
   const auto order = [&](const TableColumn& column) {
-    return std::string(column.name) + (range.is_backward ? " DESC" : "");
+    return NameOf(column) + (range.is_backward ? " DESC" : "");
   };
   return Kept(sql + " ORDER BY " + Listed(table, index, order) + " LIMIT ?");
 }
@@ -151,7 +159,7 @@ std::string CreateTable(const TableInfo& table) {
   for (std::size_t at = 0; at < table.columns.size(); ++at) {
     const TableColumn& column = table.columns[at];
     if (at > 0) sql += ", ";
-    sql += column.name;
+    sql += NameOf(column);
     sql += at == 0 && is_numbered ? " INTEGER PRIMARY KEY" : TypeOf(column.kind);
   }
   sql += is_numbered
@@ -164,10 +172,16 @@ std::string CreateTable(const TableInfo& table) {
   return sql;
 }
 
+Status CheckTable(Connection& connection, const TableInfo& table) {
+  const std::string sql =
+      fmt::format("SELECT {} FROM {} LIMIT 0", Names(table, AllColumns(table)), table.name);
+  return Query(connection, Kept(sql)).Run();
+}
+
 Status ChangeRow(Connection& connection, const RowChange& change) {
   const TableInfo& table = InfoOf(change.table);
   const ChangeSql& sql = ChangeSqlOf(change.table);
-  Query query(connection, change.row ? sql.put : sql.remove);
+  Query query(connection, change.row ? sql.put : sql.remove[change.key.size() - 1]);
   const Row& cells = change.row ? *change.row : change.key;
   for (std::size_t at = 0; at < cells.size(); ++at) {
     BindCell(cells[at], table.columns[at].kind, &query);

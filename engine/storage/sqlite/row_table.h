@@ -14,6 +14,9 @@ namespace zervane::storage {
 // The statements that create the table and its further indexes.
 std::string CreateTable(const TableInfo& table);
 
+// Whether the file has the table with all its columns: ZR3_ERR_STORAGE_FAILED when not.
+Status CheckTable(Connection& connection, const TableInfo& table);
+
 // Carries the change out, within the caller's transaction.
 Status ChangeRow(Connection& connection, const RowChange& change);
 

@@ -145,6 +145,14 @@ Status BringUpToDate(Connection& connection, std::int64_t layout, const TextEnco
   return transaction.Commit();
 }
 
+// What nobody asks for until much later would be missed too late.
+Status CheckTables(Connection& connection) {
+  for (const TableInfo& table : AllTables()) {
+    if (Status status = CheckTable(connection, table); !status.ok()) return status;
+  }
+  return {};
+}
+
 // The decoder of the encoding that the file names.
 Result<TextDecoder> KeptDecoder(Connection& connection, const TextEncoding& encoding) {
   const Result<std::string> name = TextSetting(connection, kEncodingSetting);
@@ -174,6 +182,7 @@ Result<TextDecoder> PrepareWriter(Connection& connection, const TextEncoding& en
   } else if (file->layout < kLayoutVersion) {
     status = BringUpToDate(connection, file->layout, encoding);
   }
+  if (status.ok()) status = CheckTables(connection);
   if (!status.ok()) return status;
   return KeptDecoder(connection, encoding);
 }

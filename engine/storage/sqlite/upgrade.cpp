@@ -40,6 +40,10 @@ INSERT INTO settings SELECT 'last_commit', ifnull(max(seq), 0) FROM journal;
 DROP TABLE catalogue;
 )";
 
+// What layout 4 did not have.
+constexpr TableId kTablesOfLayout5[] = {TableId::kAlarmTag, TableId::kTagLink, TableId::kAlarmGroup,
+                                        TableId::kAlarmRecord, TableId::kStandingAlarm};
+
 // So many tags are in memory at a time.
 constexpr std::size_t kTagsAtOnce = 1'000;
 
@@ -160,12 +164,17 @@ Status BringToUtf8(Connection& connection, std::int64_t layout, const TextEncodi
 
 }  // namespace
 
-// Layout 3 knew no summaries. Chunks get theirs when they are written again.
+// Layout 3 knew no summaries, which chunks get when they are written again, and layout 4 no alarms.
 Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
   if (layout < 3) {
     if (Status status = BringToUtf8(connection, layout, encoding); !status.ok()) return status;
   }
-  return CreateSummaries(connection);
+  if (layout < 4) {
+    if (Status status = CreateSummaries(connection); !status.ok()) return status;
+  }
+  std::string sql;
+  for (const TableId table : kTablesOfLayout5) sql += CreateTable(InfoOf(table));
+  return connection.Execute(sql.c_str());
 }
 
 Result<TextDecoder> DecoderOf(const TextEncoding& encoding, std::string_view name) {

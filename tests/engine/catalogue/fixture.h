@@ -30,6 +30,7 @@ class CatalogueFixture : public testing::Test {
   // Over the same store, as if that were opened again.
   Status Reload() {
     catalogue_ = std::make_unique<Catalogue>(*store_);
+    if (alarm_class_ != nullptr) catalogue_->Register(ZR3_TAG_CLASS_ALARM, *alarm_class_);
     return catalogue_->Load();
   }
 
@@ -74,6 +75,8 @@ class CatalogueFixture : public testing::Test {
     return id.ok() ? *id : 0;
   }
 
+  // What alarm tags ask for; null when they are not kept. From the next reloading on.
+  TagClass* alarm_class_ = nullptr;
   const std::shared_ptr<storage::Faults> faults_ = std::make_shared<storage::Faults>();
   const std::unique_ptr<Store> store_ =
       std::make_unique<storage::FaultyStore>(std::shared_ptr<Store>(OpenMemoryStore()), faults_);

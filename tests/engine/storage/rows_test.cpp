@@ -169,6 +169,125 @@ TEST_P(Rows, AreAsTheLastChangeOfTheirKeySays) {
   EXPECT_THAT(Shown(*store_, {.table = TableId::kProgress}), ElementsAre("b 1 1"));
 }
 
+// ---- removed by the first cells of their key ----
+
+RowChange RemovalOf(Row key) { return {.table = TableId::kProgress, .key = std::move(key)}; }
+
+struct RemovalCase {
+  const char* name;
+  Row key;
+  std::vector<std::string> left;
+};
+
+TEST_P(Rows, GoByTheFirstCellsOfTheirKey) {
+  const std::vector<RemovalCase> cases = {
+      {"the first", {Text("b")}, {"a 1 30", "a 3 10", "c 1 0"}},
+      {"the last", {Text("c")}, {"a 1 30", "a 3 10", "b 1 -5", "b 1 20", "b 2 10"}},
+      {"two", {Text("b"), Number(1)}, {"a 1 30", "a 3 10", "b 2 10", "c 1 0"}},
+      {"all",
+       {Text("b"), Number(1), Number(20)},
+       {"a 1 30", "a 3 10", "b 1 -5", "b 2 10", "c 1 0"}},
+      {"two of no row",
+       {Text("b"), Number(3)},
+       {"a 1 30", "a 3 10", "b 1 -5", "b 1 20", "b 2 10", "c 1 0"}},
+      {"one that begins no row",
+       {Text("")},
+       {"a 1 30", "a 3 10", "b 1 -5", "b 1 20", "b 2 10", "c 1 0"}},
+  };
+  for (const RemovalCase& row : cases) {
+    SCOPED_TRACE(row.name);
+    PutAll(*driver_);
+    StoreBatch batch;
+    batch.rows.push_back(RemovalOf(row.key));
+    driver_->MustCommit(std::move(batch));
+    for (int i = 0; i < 2; ++i) {
+      EXPECT_THAT(Shown(*store_, {.table = TableId::kProgress}), ElementsAreArray(row.left));
+      EXPECT_THAT(Shown(*store_, {.table = TableId::kProgress, .index = 1}),
+                  testing::UnorderedElementsAreArray(row.left));
+      Reopen();
+    }
+  }
+}
+
+TEST_P(Rows, ThatAreRemovedTogetherMayBePutAgainBehindIt) {
+  PutAll(*driver_);
+  StoreBatch batch;
+  PutProgress("b", 5, 5, batch);
+  batch.rows.push_back(RemovalOf({Text("b")}));
+  PutProgress("b", 1, 20, batch);
+  batch.rows.push_back(RemovalOf({Text("a"), Number(1)}));
+  driver_->MustCommit(std::move(batch));
+  EXPECT_THAT(Shown(*store_, {.table = TableId::kProgress}),
+              ElementsAre("a 3 10", "b 1 20", "c 1 0"));
+  EXPECT_THAT(Shown(*store_, {.table = TableId::kProgress, .index = 1}),
+              ElementsAre("b 1 20", "c 1 0", "a 3 10"));
+}
+
+// A row whose integers are all `number`.
+Row RowWith(const TableInfo& table, std::int64_t number) {
+  Row row;
+  for (const TableColumn& column : table.columns) {
+    const bool is_number = column.kind == TableColumn::Kind::kInteger;
+    const bool is_real = column.kind == TableColumn::Kind::kReal;
+    row.push_back(is_number ? Number(number) : is_real ? Cell(0.5) : Text(column.name.data()));
+  }
+  return row;
+}
+
+TEST_P(Rows, GoManyAtATimeAndWithThemTheirPlacesInEveryIndex) {
+  constexpr std::int64_t kMany = 10'000;
+  const TableInfo& table = InfoOf(TableId::kAlarmRecord);
+  StoreBatch batch;
+  for (std::int64_t i = 0; i < kMany; ++i) {
+    for (const std::int64_t tag : {6, 7, 8}) {
+      if (tag != 7 && i % 1'000 != 0) continue;
+      Row row = RowWith(table, i);
+      row[0] = Number(tag);
+      batch.rows.push_back({.table = table.id, .key = {Number(tag), Number(i)}, .row = row});
+    }
+  }
+  driver_->MustCommit(std::move(batch));
+  StoreBatch removal;
+  removal.rows.push_back({.table = table.id, .key = {Number(7)}});
+  driver_->MustCommit(std::move(removal));
+  for (std::size_t index = 0; index < table.indexes.size(); ++index) {
+    int shown = 0;
+    const auto show = [&](RowView row) {
+      EXPECT_NE(std::get<std::int64_t>(row[0]), 7);
+      ++shown;
+      return true;
+    };
+    EXPECT_TRUE(store_->Rows({.table = table.id, .index = index}, SIZE_MAX, show).ok());
+    EXPECT_EQ(shown, 20) << index;
+  }
+}
+
+// ---- what they hold ----
+
+TEST_P(Rows, OfEveryTableAreKeptAndFoundByEveryIndex) {
+  for (const TableInfo& table : AllTables()) {
+    SCOPED_TRACE(table.name);
+    const Row row = RowWith(table, 7);
+    const Row key(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(table.key_columns));
+    StoreBatch batch;
+    batch.rows.push_back({.table = table.id, .key = key, .row = row});
+    driver_->MustCommit(std::move(batch));
+    if (table.id != TableId::kSettings) Reopen();  // an odd setting would be none of the file's
+    for (std::size_t index = 0; index < table.indexes.size(); ++index) {
+      RowRange range{.table = table.id, .index = index};
+      for (const std::size_t column : table.indexes[index]) range.from.push_back(row[column]);
+      range.to = range.from;
+      Row found;
+      const auto copy = [&](RowView cells) {
+        for (const CellView& cell : cells) found.push_back(CopyOf(cell));
+        return true;
+      };
+      EXPECT_TRUE(store_->Rows(range, 2, copy).ok());
+      EXPECT_EQ(found, row) << index;
+    }
+  }
+}
+
 TEST_P(Rows, EndWhereTheVisitorDoes) {
   PutAll(*driver_);
   int shown = 0;

@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <optional>
 #include <random>
+#include <string>
+#include <string_view>
 
 #include "engine/storage/table.h"
 #include "tests/engine/storage/support.h"
@@ -15,6 +18,7 @@ namespace zervane::storage {
 namespace {
 
 using ByTime = std::map<std::int64_t, Sample>;
+using RowKey = std::array<std::int64_t, 3>;  // task, tag and time
 
 struct ModelTag {
   Tag properties;
@@ -126,6 +130,46 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     }
   }
 
+  // Rows of few keys, so that they often replace each other, put and removed, one by one and by
+  // the first cells of their keys.
+  void ChangeRows() {
+    StoreBatch batch;
+    for (std::int64_t left = Draw(1, 8); left > 0; --left) {
+      RowKey key{Draw(0, 2), Draw(-2, 2), Draw(0, 4)};
+      Row cells = {Cell(std::to_string(key[0])), Cell(key[1]), Cell(key[2])};
+      const std::int64_t kind = Draw(0, 9);
+      if (kind < 7) {
+        rows_[key] = Draw(0, 999);
+        Row row = cells;
+        row.push_back(rows_[key]);
+        batch.rows.push_back({.table = TableId::kProgress, .key = cells, .row = row});
+      } else {
+        const auto same = static_cast<std::size_t>(10 - kind);
+        std::erase_if(rows_, [&](const auto& row) {
+          return std::equal(key.begin(), key.begin() + same, row.first.begin());
+        });
+        cells.resize(same);
+        batch.rows.push_back({.table = TableId::kProgress, .key = cells});
+      }
+    }
+    if (Draw(0, 1) == 0) AddRecords(0, 5, &batch);
+    driver_->MustCommit(std::move(batch));
+  }
+
+  void CompareRows() {
+    for (const std::size_t index : {0, 1}) {
+      std::map<RowKey, std::int64_t> found;
+      const auto add = [&](RowView row) {
+        const std::int64_t task = std::stoll(std::string(std::get<std::string_view>(row[0])));
+        found[{task, std::get<std::int64_t>(row[1]), std::get<std::int64_t>(row[2])}] =
+            std::get<std::int64_t>(row[3]);
+        return true;
+      };
+      EXPECT_TRUE(store_->Rows({.table = TableId::kProgress, .index = index}, SIZE_MAX, add).ok());
+      EXPECT_EQ(found, rows_) << index;
+    }
+  }
+
   void Append() {
     StoreBatch batch;
     AddRecords(0, 25, &batch);
@@ -186,11 +230,13 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
     EXPECT_EQ(SettingOf(*store_, "last_id"), Cell(std::int64_t{last_id_}));
     EXPECT_EQ(SettingOf(*store_, "version"), Cell(version_));
     EXPECT_EQ(CurrentValues(*store_), current);
+    CompareRows();
   }
 
   void Step() {
     const std::int64_t kind = Draw(0, 99);
-    if (kind < 60) return Append();
+    if (kind < 50) return Append();
+    if (kind < 60) return ChangeRows();
     if (kind < 85) return CompareRead();
     if (kind < 90) return AddTag();
     if (kind < 92) return RemoveTag();
@@ -208,6 +254,7 @@ class RandomOperations : public testing::TestWithParam<ModelCase> {
   std::unique_ptr<StoreDriver> driver_;
 
   std::map<TagId, ModelTag> tags_;
+  std::map<RowKey, std::int64_t> rows_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;
   std::int64_t clock_ms_ = 0;

@@ -15,6 +15,7 @@
 #include <sstream>
 
 #include "api/words/tag_columns.h"
+#include "engine/storage/tables.h"
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 #include "tests/support/seed.h"
@@ -80,14 +81,14 @@ TEST_F(StoreFolder, TakesAnEmptyFileForANewDatabase) {
 
 TEST_F(StoreFolder, RefusesALaterLayoutAndLeavesItsFileAlone) {
   MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "PRAGMA user_version = 5");
+  EditFile(folder_.path(), "PRAGMA user_version = 6");
   const std::string before = Contents(File());
   const Status status = OpenStatus();
   EXPECT_EQ(status.code(), ZR3_ERR_DATABASE_VERSION);
   EXPECT_THAT(status.message(), HasSubstr(File().string()));
-  EXPECT_THAT(status.message(), HasSubstr("layout 5"));
+  EXPECT_THAT(status.message(), HasSubstr("layout 6"));
   EXPECT_EQ(Contents(File()), before);
-  EditFile(folder_.path(), "PRAGMA user_version = 4");
+  EditFile(folder_.path(), "PRAGMA user_version = 5");
   EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
 }
 
@@ -267,9 +268,22 @@ TEST_F(StoreFolder, LosesOnlyADamagedCurrentValue) {
   EXPECT_EQ(values.front().tag, 2U);
 }
 
-TEST_F(StoreFolder, RefusesAFileWithoutItsTables) {
+// Also one that nobody would ask for before the first alarm.
+TEST_F(StoreFolder, RefusesAFileWithoutOneOfItsTables) {
   MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "DROP TABLE tag");
+  for (const TableInfo& table : AllTables()) {
+    SCOPED_TRACE(table.name);
+    const std::string name(table.name);
+    EditFile(folder_.path(), "ALTER TABLE " + name + " RENAME TO aside");
+    EXPECT_EQ(OpenStatus().code(), ZR3_ERR_STORAGE_FAILED);
+    EditFile(folder_.path(), "ALTER TABLE aside RENAME TO " + name);
+    EXPECT_EQ(OpenStatus().code(), ZR3_OK);
+  }
+}
+
+TEST_F(StoreFolder, RefusesAFileOfWhichATableLacksAColumn) {
+  MakeDatabase(folder_.path());
+  EditFile(folder_.path(), "ALTER TABLE alarm_record RENAME COLUMN [end] TO until");
   EXPECT_EQ(OpenStatus().code(), ZR3_ERR_STORAGE_FAILED);
 }
 
@@ -290,8 +304,12 @@ void UseWhateverItIs(const fs::path& folder) {
     return;
   }
   Store& store = **opened;
-  (void)store.Rows({.table = TableId::kTag}, SIZE_MAX, [](RowView) { return true; });
-  (void)store.Rows({.table = TableId::kSettings}, SIZE_MAX, [](RowView) { return true; });
+  for (const TableInfo& table : AllTables()) {
+    for (std::size_t index = 0; index < table.indexes.size(); ++index) {
+      const RowRange all{.table = table.id, .index = index};
+      (void)store.Rows(all, SIZE_MAX, [](RowView) { return true; });
+    }
+  }
   (void)store.ReadCurrent(0, std::numeric_limits<TagId>::max());
   for (TagId tag = 1; tag <= 2; ++tag) {
     (void)TryRead(store, tag, {}, Direction::kForward, 1000);

@@ -20,8 +20,8 @@
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 
-// Databases that earlier releases left (stored/make_layout_2.cpp) are brought over whole, with
-// every record, or are left as they are.
+// Databases that earlier releases left (stored/make_layout_2.cpp, make_layout_4.cpp) are brought
+// over whole, with every record, or are left as they are.
 namespace zervane::storage {
 namespace {
 
@@ -61,6 +61,18 @@ TextEncoding EncodingOf(const std::string& name) {
           }};
 }
 
+// An alarm tag's row of links can be put, which layouts up to 4 had no table for.
+void ExpectRoomForLinks(Store& store) {
+  const Row link = {Cell(std::int64_t{4}), Cell(std::int64_t{0}), Cell(std::int64_t{1})};
+  StoreBatch batch;
+  batch.rows.push_back({.table = TableId::kTagLink, .key = {link[0], link[1]}, .row = link});
+  EXPECT_EQ(StoreDriver(store).Commit(batch).fate, CommitAnswer::Fate::kStored);
+  int links = 0;
+  const auto count = [&](RowView) { return ++links > 0; };
+  EXPECT_TRUE(store.Rows({.table = TableId::kTagLink}, SIZE_MAX, count).ok());
+  EXPECT_EQ(links, 1);
+}
+
 struct StoredFile {
   const char* name;
   const char* encoding;
@@ -78,11 +90,12 @@ constexpr std::int64_t kLostBatch = 50'000;  // the time of the records of the d
 class Stored : public testing::Test {
  protected:
   fs::path Copied(const StoredFile& file) {
+    return CopiedFile("layout_2_" + std::string(file.encoding) + ".db");
+  }
+  fs::path CopiedFile(const std::string& name) {
     const fs::path folder = temp_.path() / std::to_string(++copies_);
     fs::create_directory(folder);
-    fs::copy_file(
-        fs::path(ZERVANE_STORED_FILES) / ("layout_2_" + std::string(file.encoding) + ".db"),
-        folder / "zervane.db");
+    fs::copy_file(fs::path(ZERVANE_STORED_FILES) / name, folder / "zervane.db");
     return folder;
   }
 
@@ -183,9 +196,10 @@ TEST_P(StoredFiles, AreBroughtOverWithAllThatTheyHold) {
     ExpectAll(*store);
     EXPECT_TRUE(store->Close().ok());
   }
-  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 4);
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 5);
   EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM sqlite_schema WHERE name = 'catalogue'"), 0);
   EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM damaged"), 2) << "the earlier, the batch";
+  ExpectRoomForLinks(*MustOpen(folder, kTinyOptions, EncodingOf("UTF-8")));
 }
 
 // What was brought over takes records and tags like any other, and texts that are merged with them
@@ -233,7 +247,7 @@ TEST_P(StoredFiles, AreOldOrNewWheneverTheProcessIsKilled) {
     const bool is_killed = WIFSIGNALED(status);
     EXPECT_TRUE(is_killed || WEXITSTATUS(status) == 0);
     const std::int64_t layout = NumberInFile(folder, "PRAGMA user_version");
-    EXPECT_TRUE(layout == 2 || layout == 4) << layout;
+    EXPECT_TRUE(layout == 2 || layout == 5) << layout;
     const auto store = MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding));
     ExpectAll(*store);
     if (!is_killed || HasFailure()) break;
@@ -367,7 +381,78 @@ TEST_F(Stored, OfLayout1AreBroughtOverToo) {
   EXPECT_EQ(ReadAll(*store, 1).size(), 59U);
   EXPECT_FALSE(store->ReadHeld(4)->has_value());
   EXPECT_TRUE(store->Close().ok());
-  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 4);
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 5);
+}
+
+// ---- layout 4 ----
+
+constexpr char kLayout4[] = "layout_4.db";
+
+void ExpectOfLayout4(Store& store) {
+  EXPECT_EQ(StoreDriver(store).last_commit(), 66);
+  const std::vector<Tag> tags = Tags(store);
+  ASSERT_EQ(tags.size(), 2U);
+  EXPECT_EQ(tags[0].name, "\u6e29\u5ea6.1");
+  EXPECT_EQ(tags[1].type, ZR3_TAG_TYPE_STRING);
+  EXPECT_EQ(SettingOf(store, std::string(kLastIdSetting)), Cell(std::int64_t{3}));
+  const std::vector<Sample> numbers = ReadAll(store, 1);
+  const std::vector<Sample> texts = ReadAll(store, 2);
+  ASSERT_EQ(numbers.size(), 60U);
+  ASSERT_EQ(texts.size(), 60U);
+  for (int i = 1; i <= 60; ++i) {
+    const auto at = static_cast<std::size_t>(i - 1);
+    EXPECT_EQ(numbers[at].time_ms, 1000 * i);
+    EXPECT_EQ(numbers[at].value, Value(0.5 * i));
+    EXPECT_EQ(texts[at].value, Value("\u6e29" + std::to_string(i)));
+  }
+  EXPECT_EQ(CurrentValues(store).size(), 2U);
+  EXPECT_EQ(store.ReadHeld(1)->value().value, Value(61.0));
+  std::vector<std::string> tasks;
+  const auto note = [&](RowView row) {
+    tasks.emplace_back(std::get<std::string_view>(row.front()));
+    return true;
+  };
+  EXPECT_TRUE(store.Rows({.table = TableId::kProgress}, SIZE_MAX, note).ok());
+  EXPECT_EQ(tasks, std::vector<std::string>{"task"});
+}
+
+TEST_F(Stored, OfLayout4AreBroughtOverWithAllThatTheyHold) {
+  const fs::path folder = CopiedFile(kLayout4);
+  const std::int64_t summaries = NumberInFile(folder, "SELECT count(*) FROM summary");
+  EXPECT_GT(summaries, 10);
+  ExpectOfLayout4(*MustOpen(folder));
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 5);
+  EXPECT_GE(NumberInFile(folder, "SELECT count(*) FROM summary"), summaries);
+  const auto store = MustOpen(folder);
+  ExpectOfLayout4(*store);
+  ExpectRoomForLinks(*store);
+}
+
+TEST_F(Stored, OfLayout4AreOldOrNewWheneverTheProcessIsKilled) {
+  int killed = 0;
+  for (int writes = 1;; ++writes) {
+    SCOPED_TRACE(writes);
+    const fs::path folder = CopiedFile(kLayout4);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      KillAtWrite(writes);
+      const auto store = OpenSqliteStore(folder, {}, kTinyOptions);
+      _exit(store.ok() ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    const bool is_killed = WIFSIGNALED(status);
+    EXPECT_TRUE(is_killed || WEXITSTATUS(status) == 0);
+    const std::int64_t layout = NumberInFile(folder, "PRAGMA user_version");
+    EXPECT_TRUE(layout == 4 || layout == 5) << layout;
+    const auto store = MustOpen(folder);
+    ExpectOfLayout4(*store);
+    ExpectRoomForLinks(*store);
+    if (!is_killed || HasFailure()) break;
+    ++killed;
+  }
+  EXPECT_GT(killed, 5) << "or hardly anything was tested";
 }
 
 // More than are converted at a time.

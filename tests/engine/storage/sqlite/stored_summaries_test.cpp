@@ -377,14 +377,17 @@ TEST_P(DamagedSummaryPages, KeepNoTagFromBeingEmptied) {
   EXPECT_EQ(TablesGivenUp(), 1);
 }
 
-// ---- the layout before ----
+// ---- an earlier layout ----
 
-TEST_F(StoredSummaries, OfTheLayoutBeforeComeAsChunksAreWrittenAgain) {
+TEST_F(StoredSummaries, OfAFileThatHadNoneComeAsChunksAreWrittenAgain) {
   Fill(100);
   store_.reset();
-  EditFile(folder_.path(), "DROP TABLE summary; DROP TABLE spare_summary; PRAGMA user_version = 3");
+  EditFile(folder_.path(),
+           "DROP TABLE summary; DROP TABLE spare_summary; DROP TABLE alarm_tag; "
+           "DROP TABLE tag_link; DROP TABLE alarm_group; DROP TABLE alarm_record; "
+           "DROP TABLE standing_alarm; PRAGMA user_version = 3");
   Open(kSmall);
-  EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 4);
+  EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 5);
   EXPECT_EQ(Offered({}).size(), 10U);
   EXPECT_EQ(Offered({}).front(), Told(1, 10, false));
   EXPECT_EQ(Sum(), 5050);
