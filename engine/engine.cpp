@@ -1,15 +1,19 @@
 #include "engine/engine.h"
 
+#include <utility>
+#include <vector>
+
 #include "engine/guard.h"
 #include "engine/write/turn.h"
 
 namespace zervane {
 
 Result<std::unique_ptr<Engine>> Engine::Open(std::unique_ptr<Store> store, Clock clock,
-                                             const WriteQueue::Limits& limits) {
+                                             const WriteQueue::Limits& limits,
+                                             AlarmWork alarm_work) {
   return Guarded([&]() -> Result<std::unique_ptr<Engine>> {
     std::unique_ptr<Engine> engine(new Engine(std::move(store), std::move(clock)));
-    if (Status status = engine->Start(limits); !status.ok()) return status;
+    if (Status status = engine->Start(limits, alarm_work); !status.ok()) return status;
     return engine;
   });
 }
@@ -17,20 +21,27 @@ Result<std::unique_ptr<Engine>> Engine::Open(std::unique_ptr<Store> store, Clock
 Engine::Engine(std::unique_ptr<Store> store, Clock clock)
     : store_(std::move(store)),
       clock_(std::move(clock)),
+      alarm_groups_(*store_),
+      alarm_tags_(alarm_book_, alarm_groups_),
       catalogue_(*store_),
       writes_(*store_, catalogue_.tags(), clock_),
       filters_(*store_, catalogue_.tags(), writes_.current_values(),
                [this](TagId id) { return SettingsOf(id); }),
+      alarm_stage_(*store_, {*store_, catalogue_.tags(), writes_.current_values()}, alarm_book_,
+                   alarm_groups_, clock_),
+      alarm_worker_(alarm_stage_, writes_, *store_, catalogue_.tags(), clock_),
       tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
       records_(*store_, catalogue_.tags(), writes_, [this](TagId id) { return ClassOf(id); }),
       history_(*store_, catalogue_.tags(), writes_.current_values(), clock_),
-      alarm_groups_(*store_),
       alarms_(*store_, catalogue_, writes_, alarm_groups_, clock_),
       subscriptions_(catalogue_.tags(), writes_) {}
 
-// The queue's thread uses the other parts.
-Engine::~Engine() { (void)writes_.Close(); }
+// The threads use the other parts.
+Engine::~Engine() {
+  alarm_worker_.Stop();
+  (void)writes_.Close();
+}
 
 std::optional<FilterSettings> Engine::SettingsOf(TagId id) const {
   const Result<Tag> tag = catalogue_.Find(id);
@@ -43,16 +54,29 @@ std::int32_t Engine::ClassOf(TagId id) const {
   return tag.ok() ? tag->tag_class : std::int32_t{ZR3_TAG_CLASS_BASIC};
 }
 
-Status Engine::Start(const WriteQueue::Limits& limits) {
+Status Engine::Start(const WriteQueue::Limits& limits, AlarmWork alarm_work) {
+  catalogue_.Register(ZR3_TAG_CLASS_ALARM, alarm_tags_);
   if (Status status = catalogue_.Load(); !status.ok()) return status;
   writes_.AddStage(filters_);
+  writes_.AddStage(alarm_stage_);
   Turn turn = Turn::Issue();
+  if (Status status = LoadAlarms(turn); !status.ok()) return status;
+  if (Status status = writes_.Start(std::move(turn), limits); !status.ok()) return status;
+  if (alarm_work == AlarmWork::kByThread) alarm_worker_.Start();
+  return {};
+}
+
+Status Engine::LoadAlarms(Turn& turn) {
   if (Status status = alarm_groups_.Load(turn); !status.ok()) return status;
-  return writes_.Start(std::move(turn), limits);
+  Result<std::vector<AlarmRule>> rules =
+      RulesOf(*catalogue_.image(), [this](TagId id) { return catalogue_.LinksOf(id); });
+  if (!rules.ok()) return rules.status();
+  return alarm_stage_.Load(turn, *std::move(rules));
 }
 
 Status Engine::Close() {
   tags_.Stop();
+  alarm_worker_.Stop();
   Status lost = writes_.Close();
   Status closed = store_->Close();
   return lost.ok() ? closed : lost;

@@ -8,7 +8,11 @@
 #include "api/caller.h"
 #include "api/operation_table.h"
 #include "engine/alarm_family.h"
+#include "engine/alarms/alarm_book.h"
 #include "engine/alarms/alarm_groups.h"
+#include "engine/alarms/alarm_stage.h"
+#include "engine/alarms/alarm_tags.h"
+#include "engine/alarms/alarm_worker.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/catalogue/catalogue_family.h"
 #include "engine/catalogue/filter_settings.h"
@@ -30,9 +34,14 @@ namespace zervane {
 // Threads: any may call Handle.
 class Engine final {
  public:
+  // By whom is done what alarms ask for when no value comes: by a thread, or whenever somebody
+  // calls WorkOnAlarms, as tests do that leave nothing to chance.
+  enum class AlarmWork : std::uint8_t { kByThread, kByCaller };
+
   // ZR3_ERR_STORAGE_DAMAGED when what the store holds breaks a rule of the database.
   static Result<std::unique_ptr<Engine>> Open(std::unique_ptr<Store> store, Clock clock,
-                                              const WriteQueue::Limits& limits = {});
+                                              const WriteQueue::Limits& limits = {},
+                                              AlarmWork alarm_work = AlarmWork::kByThread);
   ~Engine();
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
@@ -70,6 +79,9 @@ class Engine final {
     }
   }
 
+  // REQUIRES that no thread does.
+  Status WorkOnAlarms() { return alarm_worker_.Work(); }
+
   std::int64_t catalogue_version() const { return catalogue_.version(); }
 
   // Ends searches, stores what is still queued and closes the store. The status of queued records
@@ -79,21 +91,26 @@ class Engine final {
  private:
   Engine(std::unique_ptr<Store> store, Clock clock);
 
-  Status Start(const WriteQueue::Limits& limits);
+  Status Start(const WriteQueue::Limits& limits, AlarmWork alarm_work);
+  Status LoadAlarms(Turn& turn);
   std::optional<FilterSettings> SettingsOf(TagId id) const;
   std::int32_t ClassOf(TagId id) const;
   Result<std::int64_t> HandleHere(const ReadClock&) { return clock_(); }
 
   const std::unique_ptr<Store> store_;
   const Clock clock_;
+  AlarmBook alarm_book_;
+  AlarmGroups alarm_groups_;
+  AlarmTags alarm_tags_;
   Catalogue catalogue_;
   WritePath writes_;
   FilterStage filters_;
+  AlarmStage alarm_stage_;
+  AlarmWorker alarm_worker_;
   CatalogueFamily tags_;
   TagChanges tag_changes_;
   RecordFamily records_;
   HistoryFamily history_;
-  AlarmGroups alarm_groups_;
   AlarmFamily alarms_;
   SubscriptionFamily subscriptions_;
 };

@@ -127,7 +127,9 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* s
 
 /* Changes the selected properties of a point tag; only they are read. Errors as above, and
  * ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_TAG_HAS_RECORDS. The identifier is never changed: its bit is
- * accepted and has no effect. */
+ * accepted and has no effect. A tag that others read stays of a number type or DIGITAL, or stays
+ * STRING or BLOB: ZR3_ERR_INVALID_TAG_TYPE. Tags that read or set it have its new name in their
+ * properties at once; ZR3_ERR_INVALID_PROPERTY when it does not fit one of these. */
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask);
 
 /* Fills *pProp whole. ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not a point
@@ -145,7 +147,8 @@ int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask
 
 /* ==== tag3: tags of all classes ==== */
 
-/* Deletes a tag of any class with its values. ZR3_ERR_TAG_NOT_FOUND. */
+/* Deletes a tag of any class with its values, an alarm tag with its alarms. ZR3_ERR_TAG_NOT_FOUND.
+ */
 int32 tag3_delete_tag(uint32 nTagID);
 
 /* Searches tags of the selected classes (bit i is class i, bit 6 all classes, -1 too; 0 and other
@@ -347,10 +350,34 @@ int32 ca3_query_tag_prop(uint32 nTagID, ZR3CalcTagProp* pProp);
 
 /* ==== am3: alarms ==== */
 
-/* Creates, changes and reads an alarm tag, as for point tags. pTagID may be the record's own
- * nTagID. */
+/* Creates an alarm tag from the properties that the masks select, as pt3_add_tag does a point tag;
+ * pTagID may be the record's own nTagID. It watches the values of its source from the first that
+ * comes after it was saved; it holds no values itself.
+ *
+ * szSourceTagName: a tag that is there, of any class but alarm tags; of a number type or DIGITAL,
+ * unless the tests are CHANGE alone. szTest1 to 4: empty, or "TYPE COMPARISON NUMBER [PRIORITY n]"
+ * with LOLO, LOW, HIGH or HIHI, and >, >=, <, <=, = or <>; or "CHANGE [least] [PRIORITY n]"; n is 1
+ * to 4. szAction1 to 4: empty, or "SET 'TAG' number", which is written when the test's record
+ * starts; the target is a point tag of a number type or DIGITAL that holds the number.
+ * nAlarmGroupID: a group, 0 is the root. nAutoAck: ZR3_AM_ACK_TYPE. nTimeDeadBand: seconds, from 0.
+ * fValueDeadBand: units of the source, from 0. Source and targets are kept by identifier, and read
+ * back by their present names; a source that was deleted reads back as an empty text, a target as
+ * it was called last. docs/alarms.md tells the life of an alarm.
+ *
+ * ZR3_ERR_INVALID_ALARM_TEST for a test or an action that does not parse; ZR3_ERR_NAME_NOT_FOUND
+ * for a source or target that is not there, also for no source; ZR3_ERR_INVALID_TAG_CLASS for one
+ * of another class, ZR3_ERR_INVALID_TAG_TYPE for one of another type; ZR3_ERR_TYPE_MISMATCH for a
+ * number that its target cannot hold; ZR3_ERR_GROUP_NOT_FOUND; ZR3_ERR_INVALID_PROPERTY; and those
+ * of pt3_add_tag. */
 int32 am3_add_tag(ZR3AlarmTagProp* pProp, const ZR3Mask* pMask, const char* szNode, uint32* pTagID);
+
+/* Changes the selected properties of an alarm tag; only they are read. Errors as above, and
+ * ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not an alarm tag. When tests,
+ * dead bands or source change, the alarm that stands ends. */
 int32 am3_modify_tag_prop(uint32 nTagID, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask);
+
+/* Fills *pProp whole. ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not an alarm
+ * tag. */
 int32 am3_query_tag_prop(uint32 nTagID, ZR3AlarmTagProp* pProp);
 
 /* Alarm records of nTagNum tags (one that is named twice counts once), of one tag, or of the tags

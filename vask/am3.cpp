@@ -16,7 +16,7 @@
 #include "vask/batch.h"
 #include "vask/call.h"
 #include "vask/changes.h"
-#include "vask/derived_tag.h"
+#include "vask/class_tag.h"
 #include "vask/handed_out.h"
 #include "vask/paged_iterator.h"
 #include "vask/records.h"
@@ -196,15 +196,15 @@ Status ModifyGroup(Session& session, GroupId id, const ZR3AlarmGroup& record) {
 
 int32 am3_add_tag(ZR3AlarmTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
-  return zervane::UnsupportedAdd(__func__, ZR3_TAG_CLASS_ALARM, pProp, pMask, pTagID);
+  return zervane::AddClassTag(__func__, ZR3_TAG_CLASS_ALARM, pProp, pMask, pTagID);
 }
 
-int32 am3_modify_tag_prop(uint32 /*nTagID*/, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask) {
-  return zervane::UnsupportedModify(__func__, ZR3_TAG_CLASS_ALARM, pProp, pMask);
+int32 am3_modify_tag_prop(uint32 nTagID, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask) {
+  return zervane::ModifyClassTag(__func__, ZR3_TAG_CLASS_ALARM, nTagID, pProp, pMask);
 }
 
-int32 am3_query_tag_prop(uint32 /*nTagID*/, ZR3AlarmTagProp* pProp) {
-  return Unsupported(__func__, Arguments().Given(pProp));
+int32 am3_query_tag_prop(uint32 nTagID, ZR3AlarmTagProp* pProp) {
+  return zervane::QueryClassTag(__func__, ZR3_TAG_CLASS_ALARM, nTagID, pProp);
 }
 
 int32 am3_query_tags_all_records(int32 nTagNum, const uint32* pTagIDs, const ZR3AlarmQuery* pQuery,

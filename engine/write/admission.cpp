@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "engine/assert.h"
-#include "engine/write/acceptance.h"
 
 namespace zervane {
 namespace {
@@ -33,7 +32,7 @@ bool HasAllTexts(const SampleColumns& samples) noexcept {
   return true;
 }
 
-void Admission::Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& accepted,
+void Admission::Admit(const SampleBatch& batch, const WriteRules& rules, RecordBatch& accepted,
                       std::vector<std::int32_t>& codes) {
   ZERVANE_ASSERT(batch.tags.size() == batch.samples.size() && codes.empty());
   ZERVANE_ASSERT(accepted.tags.size() == accepted.samples.size());
@@ -50,11 +49,13 @@ void Admission::Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& a
   const std::int64_t now_ms = reads_clock ? clock_() : 0;
   accepted.tags.insert(accepted.tags.end(), batch.tags.begin(), batch.tags.end());
 
-  if (JudgeAll(batch, order, now_ms)) {
+  const bool are_all_accepted =
+      rules.is_whole ? JudgeWhole(batch, rules, now_ms) : JudgeAll(batch, rules, now_ms);
+  if (are_all_accepted) {
     accepted.samples.AddRange(batch.samples, 0, count);
   } else {
     accepted.tags.resize(begin);
-    AppendAccepted(batch, accepted);
+    if (!rules.is_whole) AppendAccepted(batch, accepted);
     codes = std::move(codes_);
   }
   if (!reads_clock) return;
@@ -73,7 +74,8 @@ void Admission::MakePlaces(std::span<const TagId> tags) {
   }
 }
 
-bool Admission::JudgeAll(const SampleBatch& batch, WriteOrder order, std::int64_t now_ms) noexcept {
+bool Admission::JudgeAll(const SampleBatch& batch, const WriteRules& rules,
+                         std::int64_t now_ms) noexcept {
   ZERVANE_ASSERT(codes_.empty() && codes_.capacity() >= batch.size());
   const TagId* const tags = batch.tags.data();
   const std::span<const std::int64_t> times = batch.samples.times();
@@ -83,7 +85,7 @@ bool Admission::JudgeAll(const SampleBatch& batch, WriteOrder order, std::int64_
     NewestTime* const newest = newest_.Find(tags[at]);
     const std::int64_t newest_ms = newest == nullptr ? kNoTime : newest->time_ms;
     const auto traits = newest == nullptr ? std::nullopt : tags_.Find(tags[at]);
-    const ZR3_STATUS code = JudgeRecord({batch.samples, at, time_ms}, traits, newest_ms, order);
+    const ZR3_STATUS code = JudgeRecord({batch.samples, at, time_ms}, traits, newest_ms, rules);
     if (code == ZR3_OK) {
       newest->time_ms = std::max(newest_ms, time_ms);
     } else {
@@ -92,6 +94,29 @@ bool Admission::JudgeAll(const SampleBatch& batch, WriteOrder order, std::int64_
     }
   }
   return codes_.empty();
+}
+
+// Order is free, so that no record is judged by those before it.
+bool Admission::JudgeWhole(const SampleBatch& batch, const WriteRules& rules,
+                           std::int64_t now_ms) noexcept {
+  ZERVANE_ASSERT(rules.order == WriteOrder::kAnyOrder);
+  ZERVANE_ASSERT(codes_.empty() && codes_.capacity() >= batch.size());
+  const std::span<const std::int64_t> times = batch.samples.times();
+  const auto time_of = [&](std::size_t at) { return times[at] == 0 ? now_ms : times[at]; };
+  for (std::size_t at = 0; at < batch.size(); ++at) {
+    const bool has_place = newest_.Find(batch.tags[at]) != nullptr;
+    const auto traits = has_place ? tags_.Find(batch.tags[at]) : std::nullopt;
+    codes_.push_back(JudgeRecord({batch.samples, at, time_of(at)}, traits, kNoTime, rules));
+  }
+  if (std::any_of(codes_.begin(), codes_.end(), [](auto code) { return code != ZR3_OK; })) {
+    return false;
+  }
+  for (std::size_t at = 0; at < batch.size(); ++at) {
+    std::int64_t& newest_ms = newest_.Find(batch.tags[at])->time_ms;
+    newest_ms = std::max(newest_ms, time_of(at));
+  }
+  codes_.clear();
+  return true;
 }
 
 // Run by run. There is room for all.

@@ -6,13 +6,13 @@
 #include <utility>
 #include <vector>
 
-#include "api/operations/values.h"
 #include "api/words/samples.h"
 #include "engine/catalogue/tag_index.h"
 #include "engine/clock.h"
 #include "engine/current/current_values.h"
 #include "engine/storage/store.h"
 #include "engine/tag_array.h"
+#include "engine/write/acceptance.h"
 
 namespace zervane {
 
@@ -32,10 +32,11 @@ class Admission {
   void NoteStored(TagId tag, std::int64_t time_ms) { newest_.At(tag).time_ms = time_ms; }
 
   // Judges the batch in its order and appends the records that are accepted to `accepted`, whose
-  // marks stay as they are. Records of time 0 take the clock. When some are refused, `codes`
-  // becomes the status of each record; else it stays empty, as it must be. When it throws, nothing
-  // has changed. REQUIRES that the batch has all its texts.
-  void Admit(const SampleBatch& batch, WriteOrder order, RecordBatch& accepted,
+  // marks stay as they are; where all or none are to be, these are none unless all are accepted.
+  // Records of time 0 take the clock. When some are refused, `codes` becomes the status of each
+  // record; else it stays empty, as it must be. When it throws, nothing has changed. REQUIRES that
+  // the batch has all its texts.
+  void Admit(const SampleBatch& batch, const WriteRules& rules, RecordBatch& accepted,
              std::vector<std::int32_t>& codes);
 
   // Whether the tag holds a record, stored or queued.
@@ -54,7 +55,9 @@ class Admission {
   void MakePlaces(std::span<const TagId> tags);
   // Codes of the records into `codes_`, unless all are accepted; raises the newest times. Whether
   // all are accepted.
-  bool JudgeAll(const SampleBatch& batch, WriteOrder order, std::int64_t now_ms) noexcept;
+  bool JudgeAll(const SampleBatch& batch, const WriteRules& rules, std::int64_t now_ms) noexcept;
+  // Likewise, but raises the newest times only when all are accepted.
+  bool JudgeWhole(const SampleBatch& batch, const WriteRules& rules, std::int64_t now_ms) noexcept;
   void AppendAccepted(const SampleBatch& batch, RecordBatch& accepted) noexcept;
 
   const TagIndex& tags_;

@@ -26,6 +26,8 @@ std::vector<std::uint8_t> AreCurrent(const RecordBatch& planned) {
   return are_current;
 }
 
+bool IsOfTags(const RowChange& change) { return change.table == TableId::kTag; }
+
 }  // namespace
 
 // The stages' work on one batch: it is discarded unless it was kept.
@@ -58,15 +60,17 @@ Status Committer::Start(Turn& turn) {
   return {};
 }
 
-CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records) {
+CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records, std::span<const RowChange> rows) {
   turn.AssertHeld();
+  ZERVANE_ASSERT(std::ranges::none_of(rows, IsOfTags));
   if (is_lost()) return {Fate::kRefused, StorageLost()};
   StagedWork work(stages_, turn);
   BeginBatch();
+  batch_.rows.assign(rows.begin(), rows.end());
   marks_.Mark(turn, records);
   PrepareCurrent(turn, records, marks_.current());
   if (!marks_.filtered().empty() || !marks_.read().empty()) {
-    if (Status status = Process(turn, records); !status.ok()) return {Fate::kRefused, status};
+    if (Status status = Process(turn, records, rows); !status.ok()) return {Fate::kRefused, status};
   }
   const CommittedGroupPtr news = MakeNews(records, marks_.was_newest());
   const bool has_changed_places = Compose(records);
@@ -119,14 +123,14 @@ void Committer::BeginBatch() noexcept {
   next_.clear();
 }
 
-Status Committer::Process(Turn& turn, RecordBatch& records) {
+Status Committer::Process(Turn& turn, RecordBatch& records, std::span<const RowChange> rows) {
   const StagedRecords group = {.tags = records.tags,
                                .samples = records.samples,
                                .marks = records.marks,
                                .was_newest = marks_.was_newest(),
                                .filtered = marks_.filtered(),
                                .read = marks_.read(),
-                               .rows = {}};
+                               .rows = rows};
   for (Stage* stage : stages_) {
     if (Status status = stage->Process(turn, group, batch_); !status.ok()) return status;
   }

@@ -44,9 +44,10 @@ class Committer {
   // Asks the store how far it is.
   Status Start(Turn& turn);
 
-  // Stores accepted records, all or none. When they are stored the store may have taken them; else
-  // they are as they were, but for their marks.
-  CommitAnswer Commit(Turn& turn, RecordBatch& records);
+  // Stores accepted records and the rows that go with them, all or none. When they are stored the
+  // store may have taken the records; else these are as they were, but for their marks. REQUIRES
+  // that no row is a tag's.
+  CommitAnswer Commit(Turn& turn, RecordBatch& records, std::span<const RowChange> rows = {});
 
   // Carries out a change of the store: what the plan says and what stages add to it, or nothing.
   //
@@ -64,7 +65,7 @@ class Committer {
   class StagedWork;
 
   void BeginBatch() noexcept;
-  Status Process(Turn& turn, RecordBatch& records);
+  Status Process(Turn& turn, RecordBatch& records, std::span<const RowChange> rows);
   // Prepares that the records at these positions become current values.
   void PrepareCurrent(Turn& turn, const RecordBatch& records,
                       std::span<const std::uint32_t> positions);

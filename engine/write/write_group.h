@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <limits>
+#include <span>
 #include <vector>
 
 #include "api/caller.h"
@@ -22,8 +23,8 @@ struct Ticket {
 };
 
 // What the write queue carries out in one go: the records of some batches, end to end and in their
-// order, and changes of the store that follow them. Outside of ReserveBatch to CloseBatch all
-// records belong to batches.
+// order, with the rows that go with them, and changes of the store that follow them. Outside of
+// ReserveBatch to CloseBatch all records belong to batches.
 //
 // A group grows for as long as nobody waits for it. The first who does should not wait for much
 // that comes behind: from then on there is room for kMoreBytes, unless his own batch is so great
@@ -33,9 +34,11 @@ class WriteGroup {
   struct Batch {
     std::size_t begin = 0;
     std::size_t end = 0;
-    SessionId session = 0;     // whose it is
-    Ticket* ticket = nullptr;  // null when nobody waits
-    Status status;             // what became of it
+    std::size_t first_row = 0;  // of its rows
+    std::size_t last_row = 0;   // behind the last one
+    SessionId session = 0;      // whose it is
+    Ticket* ticket = nullptr;   // null when nobody waits
+    Status status;              // what became of it
   };
   struct Change {
     const std::function<Status(Turn&)>* run = nullptr;
@@ -47,20 +50,27 @@ class WriteGroup {
   static constexpr std::size_t kRecordBytes = 24;
 
   RecordBatch records;  // without marks until they are carried out
+  std::vector<RowChange> rows;
   std::vector<Batch> batches;
   std::vector<Change> changes;
 
+  std::span<const RowChange> RowsOf(const Batch& batch) const {
+    return std::span(rows).subspan(batch.first_row, batch.last_row - batch.first_row);
+  }
+
   bool IsEmpty() const { return batches.empty() && changes.empty(); }
-  // Of the records, their texts included.
+  // Of the records, their texts included. Rows do not count: only the database itself hands some
+  // in, few at a time, and waits.
   std::size_t Bytes() const {
     return records.size() * kRecordBytes + records.samples.texts().size();
   }
   bool HasRoomFor(std::size_t bytes) const { return IsEmpty() || Bytes() + bytes <= max_bytes_; }
 
-  // Room for one more batch, so that closing it cannot fail.
-  void ReserveBatch();
-  // Makes a batch of the records from `begin` on; room is reserved.
-  void CloseBatch(std::size_t begin, SessionId session, Ticket* ticket) noexcept;
+  // Room for one more batch with so many rows, so that closing it cannot fail.
+  void ReserveBatch(std::size_t batch_rows = 0);
+  // Makes a batch of the records from `begin` on and of the rows, which it takes; room is reserved.
+  void CloseBatch(std::size_t begin, SessionId session, Ticket* ticket,
+                  std::span<RowChange> batch_rows = {}) noexcept;
 
   void AddChange(const std::function<Status(Turn&)>& run, Ticket& ticket);
 

@@ -19,6 +19,8 @@ std::size_t BytesOf(const SampleBatch& batch) {
   return batch.size() * WriteGroup::kRecordBytes + batch.samples.texts().size();
 }
 
+bool IsSystem(const Caller& caller) { return caller.session == Caller::System().session; }
+
 // The answer to a batch that is not stored: records that were refused keep their codes.
 void Fail(ZR3_STATUS code, std::size_t records, WriteSamples::Reply& reply) {
   reply.status = code;
@@ -79,7 +81,24 @@ Status WritePath::LoadCurrentValues(Turn& turn) NO_THREAD_SAFETY_ANALYSIS {
 }
 
 Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSamples& write) {
-  const SampleBatch& batch = write.batch;
+  const WriteRules rules = {.order = write.order, .is_system = IsSystem(caller)};
+  return Send(write.batch, rules,
+              {.answer = write.answer, .session = caller.session, .bytes = BytesOf(write.batch)});
+}
+
+Result<WriteSamples::Reply> WritePath::WriteAsSystem(const SampleBatch& batch,
+                                                     std::vector<RowChange> rows) {
+  ZERVANE_ASSERT(!batch.empty());
+  const WriteRules rules = {.order = WriteOrder::kAnyOrder, .is_system = true, .is_whole = true};
+  return Send(batch, rules,
+              {.answer = WriteAnswer::kDurable,
+               .session = Caller::System().session,
+               .bytes = BytesOf(batch),
+               .rows = rows});
+}
+
+Result<WriteSamples::Reply> WritePath::Send(const SampleBatch& batch, const WriteRules& rules,
+                                            const WriteQueue::Offer& offer) {
   if (batch.tags.size() != batch.samples.size()) {
     return Status(ZR3_ERR_INVALID_COUNT,
                   fmt::format("{} tags, {} samples", batch.tags.size(), batch.samples.size()));
@@ -95,10 +114,8 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
   }
   const auto admit = [&](RecordBatch& records) {
     queue_->mutex().AssertHeld();
-    admission_.Admit(batch, write.order, records, reply.codes);
+    admission_.Admit(batch, rules, records, reply.codes);
   };
-  const WriteQueue::Offer offer = {
-      .answer = write.answer, .session = caller.session, .bytes = BytesOf(batch)};
   const auto [stored, lost] = queue_->Write(offer, std::cref(admit));
   if (stored.code() == ZR3_ERR_NOT_CONNECTED) return stored;
   if (!stored.ok()) {
@@ -108,10 +125,6 @@ Result<WriteSamples::Reply> WritePath::Write(const Caller& caller, const WriteSa
   reply.status = reply.codes.empty() ? ZR3_OK : ZR3_ERR_SOME_RECORDS_FAILED;
   if (!lost.ok()) reply.status = lost.code();
   return reply;
-}
-
-Result<WriteSamples::Reply> WritePath::WriteAsSystem(const SampleBatch&, std::vector<RowChange>) {
-  return Status(ZR3_ERR_NOT_SUPPORTED, {});
 }
 
 Status WritePath::Change(const Committer::Plan& plan, const Committer::Adopt& adopt) {
@@ -143,8 +156,8 @@ Status WritePath::Close() {
   return queue_->TellAnyLost();
 }
 
-CommitAnswer WritePath::Commit(Turn& turn, RecordBatch& records) {
-  return committer_.Commit(turn, records);
+CommitAnswer WritePath::Commit(Turn& turn, RecordBatch& records, std::span<const RowChange> rows) {
+  return committer_.Commit(turn, records, rows);
 }
 
 void WritePath::FallBackToStored(const RecordBatch& settled) noexcept {

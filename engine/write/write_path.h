@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "api/caller.h"
@@ -47,8 +48,8 @@ class WritePath final : private WriteQueue::Owner {
   Result<WriteSamples::Reply> Write(const Caller& caller, const WriteSamples& write);
 
   // Has the database itself write records, durably and in any order, and rows that are stored with
-  // them or not at all. When a record is refused, which its code tells, the rows are not stored,
-  // either: the status is ZR3_ERR_SOME_RECORDS_FAILED, and nothing has happened.
+  // them or not at all. When a record is refused, which its code tells, nothing is stored: the
+  // status is ZR3_ERR_SOME_RECORDS_FAILED. REQUIRES a record, and that no row is a tag's.
   Result<WriteSamples::Reply> WriteAsSystem(const SampleBatch& batch, std::vector<RowChange> rows);
 
   // Carries out a change of the store in its turn; see Committer::Change.
@@ -71,8 +72,10 @@ class WritePath final : private WriteQueue::Owner {
 
  private:
   Status LoadCurrentValues(Turn& turn);
+  Result<WriteSamples::Reply> Send(const SampleBatch& batch, const WriteRules& rules,
+                                   const WriteQueue::Offer& offer);
 
-  CommitAnswer Commit(Turn& turn, RecordBatch& records) override;
+  CommitAnswer Commit(Turn& turn, RecordBatch& records, std::span<const RowChange> rows) override;
   void FallBackToStored(const RecordBatch& settled) noexcept override;
   void CountQueued(const RecordBatch& queued) noexcept override;
 

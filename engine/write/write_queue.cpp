@@ -36,12 +36,12 @@ WriteQueue::Outcome WriteQueue::Write(const Offer& offer, const Admit& admit) {
   WriteGroup& group = GroupFor(offer.bytes);
   const std::size_t begin = group.records.size();
   const std::size_t bytes = group.Bytes();
-  group.ReserveBatch();
+  group.ReserveBatch(offer.rows.size());
   admit(group.records);
   if (group.records.size() == begin) {
     return {.status = {}, .lost = waits ? lost_.Tell(offer.session) : Status()};
   }
-  group.CloseBatch(begin, offer.session, waits ? &ticket : nullptr);
+  group.CloseBatch(begin, offer.session, waits ? &ticket : nullptr, offer.rows);
   waiting_records_ += group.records.size() - begin;
   waiting_bytes_ += group.Bytes() - bytes;
   if (!waits) {
@@ -155,7 +155,7 @@ void WriteQueue::CarryOut() noexcept {
 }
 
 void WriteQueue::CommitGroup(Turn& turn, WriteGroup& group) noexcept {
-  const CommitAnswer answer = Commit(turn, group.records);
+  const CommitAnswer answer = Commit(turn, group.records, group.rows);
   const bool tries_each = answer.fate == CommitAnswer::Fate::kRefused && group.batches.size() > 1;
   bool goes_on = tries_each;
   for (WriteGroup::Batch& batch : group.batches) {
@@ -177,13 +177,14 @@ CommitAnswer WriteQueue::CommitAlone(Turn& turn, const WriteGroup& group,
     return Status();
   });
   if (!copied.ok()) return {CommitAnswer::Fate::kRefused, std::move(copied)};
-  return Commit(turn, copies);
+  return Commit(turn, copies, group.RowsOf(batch));
 }
 
 // What the owner throws, it throws before the store was asked.
-CommitAnswer WriteQueue::Commit(Turn& turn, RecordBatch& records) noexcept {
+CommitAnswer WriteQueue::Commit(Turn& turn, RecordBatch& records,
+                                std::span<const RowChange> rows) noexcept {
   try {
-    return owner_.Commit(turn, records);
+    return owner_.Commit(turn, records, rows);
   } catch (...) {
     return {CommitAnswer::Fate::kRefused, StatusOfException()};
   }

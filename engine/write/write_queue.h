@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -45,9 +46,11 @@ class WriteQueue {
   // What goes through the queue belongs to someone who knows what it means.
   class Owner {
    public:
-    // Stores the records, all or none, and makes them readable. When it succeeds it may have taken
-    // them; on a failure they are untouched, but for their marks.
-    virtual CommitAnswer Commit(Turn& turn, RecordBatch& records) = 0;
+    // Stores the records and the rows that go with them, all or none, and makes them readable. When
+    // it succeeds it may have taken the records; on a failure they are untouched, but for their
+    // marks.
+    virtual CommitAnswer Commit(Turn& turn, RecordBatch& records,
+                                std::span<const RowChange> rows) = 0;
 
     // Some of the `settled` records could not be stored; after that it is told all that still wait,
     // group by group. On the thread that committed them, under the queue's lock.
@@ -63,6 +66,8 @@ class WriteQueue {
     WriteAnswer answer = WriteAnswer::kDurable;
     SessionId session = 0;
     std::size_t bytes = 0;
+    // Stored with the batch's records or not at all; taken when these are queued.
+    std::span<RowChange> rows = {};
   };
 
   // What became of it: the status of the store, when the answer is to be durable, or
@@ -85,8 +90,8 @@ class WriteQueue {
   WriteQueue(const WriteQueue&) = delete;
   WriteQueue& operator=(const WriteQueue&) = delete;
 
-  // Queues what `admit` appends, as one batch: all or nothing of it is stored. After Close `admit`
-  // is not called.
+  // Queues what `admit` appends, as one batch: all or nothing of it is stored. When it appends
+  // nothing, no row is stored, either. After Close `admit` is not called.
   Outcome Write(const Offer& offer, const Admit& admit) EXCLUDES(mutex_);
 
   // Carries out a change of the store, after all that was queued before and with no commit beside
@@ -120,7 +125,7 @@ class WriteQueue {
 
   // By the thread that carries out, without the mutex: these take long.
   void CommitGroup(Turn& turn, WriteGroup& group) noexcept;
-  CommitAnswer Commit(Turn& turn, RecordBatch& records) noexcept;
+  CommitAnswer Commit(Turn& turn, RecordBatch& records, std::span<const RowChange> rows) noexcept;
   CommitAnswer CommitAlone(Turn& turn, const WriteGroup& group,
                            const WriteGroup::Batch& batch) noexcept;
 

@@ -31,7 +31,7 @@ TEST_P(Record, IsJudged) {
   samples.Add(NumberAt(1));  // another one before it
   samples.Add(row.sample);
   const Judged judged = {.samples = samples, .at = 1, .time_ms = row.sample.time_ms};
-  EXPECT_EQ(JudgeRecord(judged, tag, row.newest_ms, row.order), row.status);
+  EXPECT_EQ(JudgeRecord(judged, tag, row.newest_ms, {row.order}), row.status);
 }
 
 Sample Of(TagType type, Value value, std::int64_t time_ms = 100) {
@@ -86,6 +86,43 @@ INSTANTIATE_TEST_SUITE_P(
         AcceptanceCase{"BlobTooLong", TagType::kBlob, Of(TagType::kBlob, std::string(1001, 'x')),
                        kNoTime, kInOrder, ZR3_ERR_VALUE_TOO_LONG}),
     CaseName());
+
+struct OwnCase {
+  const char* name;
+  WriteRules rules;
+  TagType type;
+  ZR3_STATUS status;
+};
+
+class RecordOfATagOfTheDatabasesOwn : public testing::TestWithParam<OwnCase> {};
+
+TEST_P(RecordOfATagOfTheDatabasesOwn, IsTheDatabasesToWrite) {
+  SampleColumns samples;
+  samples.Add(NumberAt(100));
+  const TagTraits tag = {.type = GetParam().type, .is_own = true};
+  EXPECT_EQ(JudgeRecord({samples, 0, 100}, tag, kNoTime, GetParam().rules), GetParam().status);
+  EXPECT_EQ(JudgeRecord({samples, 0, 100}, std::nullopt, kNoTime, GetParam().rules),
+            ZR3_ERR_TAG_NOT_FOUND);
+}
+
+constexpr WriteRules kOfTheSystem{.order = kAnyOrder, .is_system = true};
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, RecordOfATagOfTheDatabasesOwn,
+    testing::Values(OwnCase{"AClient", {kInOrder}, kDouble, ZR3_ERR_INVALID_TAG_CLASS},
+                    OwnCase{"AClientInAnyOrder", {kAnyOrder}, kDouble, ZR3_ERR_INVALID_TAG_CLASS},
+                    OwnCase{"AClientWithAnotherType", {kInOrder}, kInt8, ZR3_ERR_INVALID_TAG_CLASS},
+                    OwnCase{"TheSystem", kOfTheSystem, kDouble, ZR3_OK},
+                    OwnCase{"TheSystemWithAnotherType", kOfTheSystem, kInt8,
+                            ZR3_ERR_TYPE_MISMATCH}),
+    CaseName());
+
+TEST(StoredRecord, MayBeOfATagOfTheDatabasesOwn) {
+  SampleColumns samples;
+  samples.Add(NumberAt(100));
+  EXPECT_EQ(JudgeStored(samples, 0, TagTraits{.is_own = true}), ZR3_OK);
+  EXPECT_EQ(JudgeSample(NumberAt(100), TagTraits{.is_own = true}), ZR3_OK);
+}
 
 TEST(StoredRecord, IsJudgedWithoutRegardToOrder) {
   SampleColumns samples;

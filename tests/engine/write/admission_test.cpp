@@ -27,7 +27,7 @@ class AdmissionTest : public testing::Test {
   std::vector<std::int32_t> Admit(const std::vector<TagSample>& batch,
                                   WriteOrder order = WriteOrder::kInOrder) {
     std::vector<std::int32_t> codes;
-    admission_.Admit(BatchOf(batch), order, accepted_, codes);
+    admission_.Admit(BatchOf(batch), {order}, accepted_, codes);
     if (codes.empty()) codes.resize(batch.size(), ZR3_OK);
     return codes;
   }
@@ -101,7 +101,7 @@ TEST_F(AdmissionTest, ChangesNothingWhenItRunsOutOfMemory) {
   Admission admission(tags_, current_values_, []() -> std::int64_t { throw std::bad_alloc(); });
   Codes codes;
   const SampleBatch batch = BatchOf({{kTag, NumberAt(10)}, {kTag, NumberAt(0)}});
-  EXPECT_THROW(admission.Admit(batch, WriteOrder::kInOrder, accepted_, codes), std::bad_alloc);
+  EXPECT_THROW(admission.Admit(batch, {WriteOrder::kInOrder}, accepted_, codes), std::bad_alloc);
   EXPECT_TRUE(accepted_.empty());
   EXPECT_TRUE(accepted_.samples.empty());
   EXPECT_FALSE(admission.HoldsRecords(kTag));
@@ -116,7 +116,7 @@ TEST_F(AdmissionTest, ChangesNothingWhicheverRequestForMemoryFails) {
     Codes codes;
     try {
       const ShortMemory memory(nth, ShortMemory::Lack::kOne);
-      admission.Admit(batch, WriteOrder::kInOrder, accepted, codes);
+      admission.Admit(batch, {WriteOrder::kInOrder}, accepted, codes);
     } catch (const std::bad_alloc&) {
       EXPECT_TRUE(accepted.tags.empty() && accepted.samples.empty() && codes.empty());
       EXPECT_FALSE(admission.HoldsRecords(kTag));
@@ -126,11 +126,53 @@ TEST_F(AdmissionTest, ChangesNothingWhicheverRequestForMemoryFails) {
   }
 }
 
+// ---- all records or none ----
+
+constexpr WriteRules kWhole{.order = WriteOrder::kAnyOrder, .is_system = true, .is_whole = true};
+
+TEST_F(AdmissionTest, AcceptsAWholeBatchInAnyOrder) {
+  Codes codes;
+  const SampleBatch batch =
+      BatchOf({{kTag, NumberAt(10)}, {kTag, NumberAt(5)}, {kOtherTag, NumberAt(0)}});
+  admission_.Admit(batch, kWhole, accepted_, codes);
+  EXPECT_TRUE(codes.empty());
+  EXPECT_EQ(accepted_.tags, (std::vector<TagId>{kTag, kTag, kOtherTag}));
+  EXPECT_EQ(accepted_.samples.At(2), NumberAt(5000));
+  EXPECT_EQ(AdmitAt(9), ZR3_ERR_OUT_OF_ORDER) << "its newest record counts from then on";
+  EXPECT_EQ(Admit({{kOtherTag, NumberAt(4999)}}), Codes{ZR3_ERR_OUT_OF_ORDER});
+}
+
+TEST_F(AdmissionTest, AcceptsNothingOfAWholeBatchThatHasOneBadRecord) {
+  EXPECT_EQ(AdmitAt(7), ZR3_OK);
+  Codes codes;
+  const SampleBatch batch =
+      BatchOf({{kTag, NumberAt(10)}, {99, NumberAt(5)}, {kOtherTag, NumberAt(-1)}});
+  admission_.Admit(batch, kWhole, accepted_, codes);
+  EXPECT_EQ(codes, (Codes{ZR3_OK, ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TIME}));
+  EXPECT_EQ(accepted_.tags, std::vector<TagId>{kTag});
+  EXPECT_EQ(accepted_.samples.size(), 1U);
+  EXPECT_EQ(AdmitAt(8), ZR3_OK) << "the refused record at 10 counts for nothing";
+  EXPECT_FALSE(admission_.HoldsRecords(kOtherTag));
+}
+
+TEST_F(AdmissionTest, RefusesRecordsOfTheDatabasesOwnTagsFromOutside) {
+  tags_.Put(kOtherTag, {.is_own = true});
+  for (const WriteOrder order : {WriteOrder::kInOrder, WriteOrder::kAnyOrder}) {
+    EXPECT_EQ(Admit({{kTag, NumberAt(10)}, {kOtherTag, NumberAt(10)}}, order),
+              (Codes{ZR3_OK, ZR3_ERR_INVALID_TAG_CLASS}));
+  }
+  EXPECT_FALSE(admission_.HoldsRecords(kOtherTag));
+  Codes codes;
+  admission_.Admit(BatchOf({{kOtherTag, NumberAt(10)}}), kWhole, accepted_, codes);
+  EXPECT_TRUE(codes.empty());
+  EXPECT_TRUE(admission_.HoldsRecords(kOtherTag));
+}
+
 TEST_F(AdmissionTest, TellsCodesOnlyWhenSomeRecordIsRefused) {
   Codes codes;
-  admission_.Admit(BatchOf(NumbersAt(kTag, {1, 2})), WriteOrder::kInOrder, accepted_, codes);
+  admission_.Admit(BatchOf(NumbersAt(kTag, {1, 2})), {WriteOrder::kInOrder}, accepted_, codes);
   EXPECT_TRUE(codes.empty());
-  admission_.Admit(BatchOf(NumbersAt(kTag, {3, 2})), WriteOrder::kInOrder, accepted_, codes);
+  admission_.Admit(BatchOf(NumbersAt(kTag, {3, 2})), {WriteOrder::kInOrder}, accepted_, codes);
   EXPECT_EQ(codes, (Codes{ZR3_OK, ZR3_ERR_OUT_OF_ORDER}));
 }
 

@@ -45,9 +45,10 @@ class CommitTest : public testing::Test {
         [&](Turn&) { tags_.Remove(tag); });
   }
 
-  CommitAnswer Commit(const std::vector<TagSample>& records) {
+  CommitAnswer Commit(const std::vector<TagSample>& records,
+                      const std::vector<RowChange>& rows = {}) {
     RecordBatch batch = UnmarkedOf(records);
-    return committer_.Commit(turn_, batch);
+    return committer_.Commit(turn_, batch, rows);
   }
   void MustCommit(const std::vector<TagSample>& records) {
     const CommitAnswer answer = Commit(records);

@@ -10,6 +10,7 @@
 #include "engine/storage/record_batch.h"
 #include "tests/engine/short_memory.h"
 #include "tests/engine/write/commit_fixture.h"
+#include "tests/engine/write/tasks.h"
 
 namespace zervane {
 namespace {
@@ -21,8 +22,8 @@ constexpr TagId kTag = 1;
 constexpr TagId kOther = 2;
 constexpr TagId kWatched = 3;
 
-// Notes what it is asked, refuses when it is told to, and adds a record of time 1 for every filtered
-// one.
+// Notes what it is asked, refuses when it is told to, and adds a record of time 1 for every
+// filtered one.
 class NotingStage : public Stage {
  public:
   Status Process(Turn&, const StagedRecords& group, StoreBatch& batch) override {
@@ -31,6 +32,10 @@ class NotingStage : public Stage {
       AddRecord(batch.records, group.tags[at], NumberAt(1), kArchive);
       group.marks[at] = keeps_records ? group.marks[at] : 0;
     }
+    for (const RowChange& row : group.rows) {
+      notes.push_back("row " + std::to_string(TimesOf({&row, 1})[0]));
+    }
+    if (removes_task != 0) batch.rows.push_back(TaskRemoval(removes_task));
     return refusal;
   }
   Status PrepareTagChange(Turn&, TagId tag, StoreBatch&) override {
@@ -54,6 +59,7 @@ class NotingStage : public Stage {
   Status refusal;
   bool keeps_records = true;
   bool adds_records = false;
+  std::int64_t removes_task = 0;
   std::vector<std::string> notes;
 };
 
@@ -167,6 +173,56 @@ TEST_F(CommitterTest, ChangesNothingWhicheverRequestForMemoryFails) {
     if (is_stored) ++time_ms;
   }
   EXPECT_GT(time_ms, 10);
+}
+
+// ---- rows that go with records ----
+
+TEST_F(CommitterTest, StoresRowsInTheBatchOfTheirRecords) {
+  const std::int64_t before = LastCommit();
+  EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1), TaskAt(2), TaskRemoval(1)}).fate,
+            Fate::kStored);
+  EXPECT_EQ(LastCommit(), before + 1);
+  EXPECT_THAT(TasksIn(*below_), ElementsAre(2));
+  EXPECT_THAT(Archive(kTag), ElementsAre(NumberAt(10)));
+  MustCommit({{kTag, NumberAt(11)}});
+  EXPECT_THAT(TasksIn(*below_), ElementsAre(2)) << "they are of one batch";
+}
+
+TEST_F(CommitterTest, StoresRowsBeforeWhatStagesAddWhichSeeThem) {
+  stage_.removes_task = 2;
+  EXPECT_EQ(Commit({{kWatched, NumberAt(10)}}, {TaskAt(1), TaskAt(2)}).fate, Fate::kStored);
+  EXPECT_THAT(stage_.notes, ElementsAre("process 1", "row 1", "row 2", "keep"));
+  EXPECT_THAT(TasksIn(*below_), ElementsAre(1));
+}
+
+TEST_F(CommitterTest, StoresNeitherRowsNorRecordsWhenTheStoreOrAStageRefuses) {
+  faults_->FailCommitsTo(TableId::kProgress, ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1)}).status.code(), ZR3_ERR_STORAGE_FULL);
+  faults_->EndFailingCommits();
+  stage_.refusal = {ZR3_ERR_STORAGE_DAMAGED, {}};
+  EXPECT_EQ(Commit({{kWatched, NumberAt(10)}}, {TaskAt(1)}).fate, Fate::kRefused);
+  EXPECT_THAT(TasksIn(*below_), IsEmpty());
+  EXPECT_THAT(Archive(kTag), IsEmpty());
+  EXPECT_EQ(current_values_.Find(kTag), std::nullopt);
+}
+
+// What the rows say was done, was: nobody has to do it again for a tag that is no more.
+TEST_F(CommitterTest, StoresRowsThoughTheRecordsAreOfATagThatHasGone) {
+  EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1), TaskAt(2)}).fate, Fate::kStored);
+  EXPECT_TRUE(RemoveTag(kTag).ok());
+  EXPECT_EQ(Commit({{kTag, NumberAt(11)}}, {TaskRemoval(1)}).fate, Fate::kStored);
+  EXPECT_THAT(TasksIn(*below_), ElementsAre(2));
+  EXPECT_THAT(Archive(kTag), IsEmpty());
+}
+
+TEST_F(CommitterTest, TellsTheFeedTheRowsThatGoWithRecords) {
+  auto consumer = *feed_.Register(100);
+  consumer->WatchTable(TableId::kProgress, true);
+  EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1)}).fate, Fate::kStored);
+  const auto delivery = consumer->Poll();
+  ASSERT_TRUE(delivery && delivery->group);
+  EXPECT_THAT(TimesOf(delivery->group->rows), ElementsAre(1));
+  EXPECT_THAT(delivery->group->tags, ElementsAre(kTag));
 }
 
 // ---- stages ----

@@ -9,6 +9,7 @@
 #include "engine/storage/record_batch.h"
 #include "tests/engine/records.h"
 #include "tests/engine/short_memory.h"
+#include "tests/engine/write/tasks.h"
 
 namespace zervane {
 namespace {
@@ -33,6 +34,26 @@ TEST(WriteGroup, KeepsBatchesApart) {
   EXPECT_EQ(group.batches[1].end, 3U);
   EXPECT_EQ(group.records.tags, (std::vector<TagId>{1, 2, 3}));
   EXPECT_FALSE(group.IsEmpty());
+}
+
+TEST(WriteGroup, KeepsTheRowsOfEachBatchApart) {
+  WriteGroup group;
+  const auto add = [&](std::vector<RowChange> rows) {
+    const std::size_t begin = group.records.size();
+    group.ReserveBatch(rows.size());
+    AddRange(group.records, UnmarkedOf({{1, NumberAt(10)}}), 0, 1);
+    group.CloseBatch(begin, 0, nullptr, rows);
+  };
+  add({TaskAt(1), TaskRemoval(2)});
+  add({});
+  add({TaskAt(3)});
+  EXPECT_EQ(TimesOf(group.rows), (std::vector<std::int64_t>{1, 2, 3}));
+  EXPECT_EQ(TimesOf(group.RowsOf(group.batches[0])), (std::vector<std::int64_t>{1, 2}));
+  EXPECT_FALSE(group.rows[1].row.has_value());
+  EXPECT_TRUE(group.RowsOf(group.batches[1]).empty());
+  EXPECT_EQ(TimesOf(group.RowsOf(group.batches[2])), (std::vector<std::int64_t>{3}));
+  group.Clear();
+  EXPECT_TRUE(group.rows.empty());
 }
 
 TEST(WriteGroup, CountsTheBytesOfItsTexts) {

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <thread>
@@ -13,8 +15,10 @@
 
 #include "engine/storage/table.h"
 #include "tests/engine/records.h"
+#include "tests/engine/short_memory.h"
 #include "tests/engine/storage/faulty_store.h"
 #include "tests/engine/storage/store_driver.h"
+#include "tests/engine/write/tasks.h"
 
 namespace zervane {
 namespace {
@@ -270,6 +274,88 @@ TEST_F(OpenWritePathTest, LetsNoRecordOfATagThatGoesReachTheStore) {
   EXPECT_EQ(Current(kTag), std::nullopt);
   EXPECT_THAT(Archive(kTag), IsEmpty());
   EXPECT_EQ(faults_->orphans(), 0);
+}
+
+// ---- what the database itself writes ----
+
+TEST_F(OpenWritePathTest, WritesAsTheSystemInAnyOrderWithRows) {
+  EXPECT_EQ(WriteAt(kTag, 10), ZR3_OK);
+  const std::int64_t before = below_->Lease(LeaseWish::kLook)->last_commit;
+  const auto reply = path_->WriteAsSystem(
+      BatchOf({{kTag, NumberAt(5)}, {kOther, NumberAt(7)}, {kTag, NumberAt(12)}}),
+      {TaskAt(1), TaskAt(2), TaskRemoval(1)});
+  ASSERT_TRUE(reply.ok());
+  EXPECT_EQ(reply->status, ZR3_OK);
+  EXPECT_THAT(reply->codes, IsEmpty());
+  EXPECT_EQ(below_->Lease(LeaseWish::kLook)->last_commit, before + 1) << "in one batch";
+  EXPECT_THAT(Archive(kTag), ElementsAre(NumberAt(5), NumberAt(10), NumberAt(12)));
+  EXPECT_EQ(Current(kTag), NumberAt(12));
+  EXPECT_EQ(Current(kOther), NumberAt(7));
+  EXPECT_THAT(TasksIn(*below_), ElementsAre(2));
+}
+
+TEST_F(OpenWritePathTest, StoresNothingOfTheSystemsBatchWhenARecordIsRefused) {
+  const auto reply = path_->WriteAsSystem(
+      BatchOf({{kTag, NumberAt(10)}, {99, NumberAt(10)}, {kOther, TextAt(10, "text")}}),
+      {TaskAt(1)});
+  ASSERT_TRUE(reply.ok());
+  EXPECT_EQ(reply->status, ZR3_ERR_SOME_RECORDS_FAILED);
+  EXPECT_EQ(reply->codes, (Codes{ZR3_OK, ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_TYPE_MISMATCH}));
+  EXPECT_THAT(TasksIn(*below_), IsEmpty());
+  EXPECT_EQ(Current(kTag), std::nullopt);
+  EXPECT_EQ(WriteAt(kTag, 9), ZR3_OK) << "the record at 10 was never accepted";
+  EXPECT_THAT(TasksIn(*below_), IsEmpty()) << "nor do its rows go with the next batch";
+}
+
+TEST_F(OpenWritePathTest, AnswersTheStoresRefusalOfTheSystemsBatch) {
+  faults_->Fail(Faults::Call::kCommit, ZR3_ERR_STORAGE_FULL);
+  const auto reply = path_->WriteAsSystem(BatchOf({{kTag, NumberAt(10)}}), {TaskAt(1)});
+  ASSERT_TRUE(reply.ok());
+  EXPECT_EQ(reply->status, ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(reply->codes, Codes{ZR3_ERR_STORAGE_FULL});
+  EXPECT_THAT(TasksIn(*below_), IsEmpty());
+  EXPECT_EQ(WriteAt(kTag, 9), ZR3_OK);
+}
+
+TEST_F(OpenWritePathTest, StoresTheSystemsBatchWholeOrNotAtAllWhicheverRequestForMemoryFails) {
+  std::int64_t time_ms = 1;
+  bool has_failed = true;
+  for (std::uint64_t nth = 1; has_failed; ++nth) {
+    const SampleBatch batch = BatchOf({{kTag, NumberAt(time_ms)}});
+    bool is_stored = false;
+    try {
+      std::vector<RowChange> rows = {TaskAt(time_ms), TaskRemoval(time_ms - 1)};
+      const ShortMemory memory(nth, ShortMemory::Lack::kOne);
+      const auto reply = path_->WriteAsSystem(batch, std::move(rows));
+      is_stored = reply.ok() && reply->status == ZR3_OK;
+    } catch (const std::bad_alloc&) {
+    }
+    has_failed = ShortMemory::Failed() > 0;
+    const std::vector<std::int64_t> tasks = TasksIn(*below_);
+    EXPECT_EQ(std::ranges::count(tasks, time_ms), is_stored ? 1 : 0) << "request " << nth;
+    EXPECT_EQ(Archive(kTag).size(), static_cast<std::size_t>(time_ms - (is_stored ? 0 : 1)));
+    if (is_stored) ++time_ms;
+  }
+  EXPECT_GT(time_ms, 1);
+}
+
+TEST_F(OpenWritePathTest, TakesRecordsOfItsOwnTagsFromTheDatabaseAlone) {
+  tags_.Put(kOther, {.is_own = true});
+  for (const WriteOrder order : {WriteOrder::kInOrder, WriteOrder::kAnyOrder}) {
+    const auto reply = Write({{kTag, NumberAt(10)}, {kOther, NumberAt(10)}}, kDurable, 1, order);
+    EXPECT_EQ(reply.status, ZR3_ERR_SOME_RECORDS_FAILED);
+    EXPECT_EQ(reply.codes, (Codes{ZR3_OK, ZR3_ERR_INVALID_TAG_CLASS}));
+  }
+  EXPECT_EQ(Current(kOther), std::nullopt);
+  EXPECT_EQ(path_->WriteAsSystem(BatchOf({{kOther, NumberAt(10)}}), {})->status, ZR3_OK);
+  EXPECT_EQ(Current(kOther), NumberAt(10));
+  const auto in_order =
+      path_->Write(Caller::System(), {.batch = BatchOf({{kOther, NumberAt(11)}})});
+  EXPECT_EQ(in_order->status, ZR3_OK);
+  ASSERT_TRUE(path_->Close().ok());
+  path_ = nullptr;
+  Open();
+  EXPECT_EQ(Current(kOther), NumberAt(11)) << "what is stored of such a tag is sound";
 }
 
 // ---- the end ----

@@ -20,6 +20,7 @@
 #include "tests/engine/short_memory.h"
 #include "tests/engine/storage/faulty_store.h"
 #include "tests/engine/storage/store_driver.h"
+#include "tests/engine/write/tasks.h"
 
 namespace zervane {
 namespace {
@@ -55,11 +56,12 @@ class StoreOwner : public WriteQueue::Owner {
     first_commit = driver.last_commit();
   }
 
-  CommitAnswer Commit(Turn& turn, RecordBatch& records) override {
+  CommitAnswer Commit(Turn& turn, RecordBatch& records, std::span<const RowChange> rows) override {
     turn.AssertHeld();
     StoreBatch batch;
     batch.commit = first_commit + static_cast<std::int64_t>(threads.size()) + 1;
     batch.records = records;
+    batch.rows.assign(rows.begin(), rows.end());
     batch.records.marks.assign(records.size(), kArchive | kCurrent);
     if (records.size() == size_of_unknown) faults->MakeUnknown(false);
     CommitAnswer answer = store_.Commit(batch);
@@ -67,6 +69,7 @@ class StoreOwner : public WriteQueue::Owner {
       times.insert(times.end(), records.samples.times().begin(), records.samples.times().end());
       threads.push_back(std::this_thread::get_id());
       sizes.push_back(records.size());
+      for (const std::int64_t time_ms : TimesOf(rows)) task_times.push_back(time_ms);
     }
     return answer;
   }
@@ -84,6 +87,7 @@ class StoreOwner : public WriteQueue::Owner {
   std::vector<std::int64_t> times;
   std::vector<std::thread::id> threads;  // that committed
   std::vector<std::size_t> sizes;        // of the groups that were stored
+  Times task_times;                      // of the rows that were stored with them
   std::vector<std::size_t> settled_sizes;
   std::vector<std::size_t> queued_sizes;
 
@@ -103,12 +107,15 @@ class WriteQueueTest : public testing::Test {
                SessionId session = kSession) {
     return Send(answer, records, session).status;
   }
+  Status WriteWithTasks(const std::vector<TagSample>& records, std::vector<RowChange> tasks) {
+    return Send(kDurable, records, 0, tasks).status;
+  }
   WriteQueue::Outcome Send(WriteAnswer answer, const std::vector<TagSample>& records,
-                           SessionId session) {
+                           SessionId session, std::span<RowChange> rows = {}) {
     const RecordBatch batch = UnmarkedOf(records);
     const std::size_t bytes =
         batch.size() * WriteGroup::kRecordBytes + batch.samples.texts().size();
-    return queue_.Write({.answer = answer, .session = session, .bytes = bytes},
+    return queue_.Write({.answer = answer, .session = session, .bytes = bytes, .rows = rows},
                         [&](RecordBatch& waiting) {
                           most_before_a_batch_ = std::max(most_before_a_batch_, waiting.size());
                           AddRange(waiting, batch, 0, batch.size());
@@ -383,6 +390,43 @@ TEST_F(WriteQueueTest, TriesTheBatchesOfARefusedGroupOneByOne) {
   EXPECT_EQ(owner_.times, (Times{1, 2, 4}));
   EXPECT_TRUE(queue_.TellLost(kSession).ok());
 }
+
+// ---- rows ----
+
+TEST_F(WriteQueueTest, CommitsRowsWithTheRecordsOfTheirBatch) {
+  EXPECT_TRUE(WriteWithTasks({{1, NumberAt(10)}}, {TaskAt(1), TaskAt(2)}).ok());
+  EXPECT_TRUE(WriteAt(kDurable, 11).ok());
+  EXPECT_EQ(owner_.task_times, (Times{1, 2})) << "and not with what comes behind it";
+  EXPECT_EQ(owner_.times, (Times{10, 11}));
+}
+
+TEST_F(WriteQueueTest, StoresNoRowsOfABatchOfWhichNothingWasAdmitted) {
+  EXPECT_TRUE(WriteWithTasks({}, {TaskAt(1)}).ok());
+  EXPECT_TRUE(WriteAt(kDurable, 11).ok());
+  EXPECT_EQ(owner_.task_times, Times{});
+}
+
+TEST_F(WriteQueueTest, TriesEachBatchOfARefusedGroupWithItsOwnRows) {
+  owner_.faults->FailCommitsOf(9, ZR3_ERR_STORAGE_FULL);
+  HoldWithOneRecord(1);
+  Status good;
+  Status bad;
+  Status last;
+  std::thread good_caller([&] { good = WriteWithTasks({{1, NumberAt(2)}}, {TaskAt(1)}); });
+  EXPECT_TRUE(AwaitRecords(1));
+  std::thread bad_caller([&] { bad = WriteWithTasks({{9, NumberAt(3)}}, {TaskAt(2), TaskAt(3)}); });
+  EXPECT_TRUE(AwaitRecords(2));
+  std::thread last_caller([&] { last = WriteWithTasks({{7, NumberAt(4)}}, {TaskAt(4)}); });
+  EXPECT_TRUE(AwaitRecords(3));
+  owner_.faults->Release();
+  for (std::thread* caller : {&good_caller, &bad_caller, &last_caller}) caller->join();
+  EXPECT_TRUE(good.ok() && last.ok());
+  EXPECT_EQ(bad.code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(owner_.times, (Times{1, 2, 4}));
+  EXPECT_EQ(owner_.task_times, (Times{1, 4}));
+}
+
+// ---- lost batches ----
 
 TEST_F(WriteQueueTest, KeepsTheFirstFailureThatNobodyWaitedForUntilItIsTaken) {
   HoldWithOneRecord(1);
