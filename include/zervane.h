@@ -127,7 +127,9 @@ int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* s
 
 /* Changes the selected properties of a point tag; only they are read. Errors as above, and
  * ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_TAG_HAS_RECORDS. The identifier is never changed: its bit is
- * accepted and has no effect. */
+ * accepted and has no effect. A tag that others read stays of a number type or DIGITAL, or stays
+ * STRING or BLOB: ZR3_ERR_INVALID_TAG_TYPE. Tags that read or set it have its new name in their
+ * properties at once; ZR3_ERR_INVALID_PROPERTY when it does not fit one of these. */
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask);
 
 /* Fills *pProp whole. ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not a point
@@ -145,7 +147,8 @@ int32 pt3_query_tags_cond(const ZR3FilterItemSet* pItemSet, const ZR3Mask* pMask
 
 /* ==== tag3: tags of all classes ==== */
 
-/* Deletes a tag of any class with its values. ZR3_ERR_TAG_NOT_FOUND. */
+/* Deletes a tag of any class with its values, an alarm tag with its alarms. ZR3_ERR_TAG_NOT_FOUND.
+ */
 int32 tag3_delete_tag(uint32 nTagID);
 
 /* Searches tags of the selected classes (bit i is class i, bit 6 all classes, -1 too; 0 and other
@@ -220,8 +223,8 @@ int32 sn3_save_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRe
 
 /* The same, answered when the values are queued. They are stored in the order of the calls, become
  * readable as they are stored, and nothing is lost on nt3_disconnect. The codes tell what was
- * refused. A later failure of the disk is logged, further ones of a session as a sum; the first that
- * the session was not told yet is the status of its next call that waits to write, or of
+ * refused. A later failure of the disk is logged, further ones of a session as a sum; the first
+ * that the session was not told yet is the status of its next call that waits to write, or of
  * nt3_disconnect. No other session hears of it. */
 int32 sn3_save_snapshots_nowait(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                 int32* pErrCodes);
@@ -347,14 +350,43 @@ int32 ca3_query_tag_prop(uint32 nTagID, ZR3CalcTagProp* pProp);
 
 /* ==== am3: alarms ==== */
 
-/* Creates, changes and reads an alarm tag, as for point tags. pTagID may be the record's own
- * nTagID. */
+/* Creates an alarm tag from the properties that the masks select, as pt3_add_tag does a point tag;
+ * pTagID may be the record's own nTagID. It watches the values of its source from the first that
+ * comes after it was saved; it holds no values itself.
+ *
+ * szSourceTagName: a tag that is there, of any class but alarm tags; of a number type or DIGITAL,
+ * unless the tests are CHANGE alone. szTest1 to 4: empty, or "TYPE COMPARISON NUMBER [PRIORITY n]"
+ * with LOLO, LOW, HIGH or HIHI, and >, >=, <, <=, = or <>; or "CHANGE [least] [PRIORITY n]"; n is 1
+ * to 4. szAction1 to 4: empty, or "SET 'TAG' number", which is written when the test's record
+ * starts; the target is a point tag of a number type or DIGITAL that holds the number.
+ * nAlarmGroupID: a group, 0 is the root. nAutoAck: ZR3_AM_ACK_TYPE. nTimeDeadBand: seconds, from 0.
+ * fValueDeadBand: units of the source, from 0. Source and targets are kept by identifier, and read
+ * back by their present names; a source that was deleted reads back as an empty text, a target as
+ * it was called last. docs/alarms.md tells the life of an alarm.
+ *
+ * ZR3_ERR_INVALID_ALARM_TEST for a test or an action that does not parse; ZR3_ERR_NAME_NOT_FOUND
+ * for a source or target that is not there, also for no source; ZR3_ERR_INVALID_TAG_CLASS for one
+ * of another class, ZR3_ERR_INVALID_TAG_TYPE for one of another type; ZR3_ERR_TYPE_MISMATCH for a
+ * number that its target cannot hold; ZR3_ERR_GROUP_NOT_FOUND; ZR3_ERR_INVALID_PROPERTY; and those
+ * of pt3_add_tag. */
 int32 am3_add_tag(ZR3AlarmTagProp* pProp, const ZR3Mask* pMask, const char* szNode, uint32* pTagID);
+
+/* Changes the selected properties of an alarm tag; only they are read. Errors as above, and
+ * ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not an alarm tag. When tests,
+ * dead bands or source change, the alarm that stands ends. */
 int32 am3_modify_tag_prop(uint32 nTagID, const ZR3AlarmTagProp* pProp, const ZR3Mask* pMask);
+
+/* Fills *pProp whole. ZR3_ERR_TAG_NOT_FOUND; ZR3_ERR_INVALID_TAG_CLASS when the tag is not an alarm
+ * tag. */
 int32 am3_query_tag_prop(uint32 nTagID, ZR3AlarmTagProp* pProp);
 
-/* Alarm records of nTagNum tags, of one tag, or of the tags of a group and its subgroups: an
- * iterator of ZR3AlarmRecord with the properties that nPropMask selects. */
+/* Alarm records of nTagNum tags (one that is named twice counts once), of one tag, or of the tags
+ * of a group and its subgroups: an iterator of ZR3AlarmRecord in order of start, then tag. The
+ * start lies in the closed range from tvStart to tvEnd, which is no end when it is 0.0. Bit n of a
+ * mask of the query is enumerator n; 0 and -1 filter nothing. Bit i of nPropMask is field i of the
+ * record in its order; -1 selects all, and tag and start always come. What is not selected is 0 or
+ * empty. ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TAG_CLASS for one that is no alarm tag,
+ * ZR3_ERR_GROUP_NOT_FOUND, ZR3_ERR_INVALID_MASK, ZR3_ERR_INVALID_TIME, ZR3_ERR_INVALID_REGION. */
 int32 am3_query_tags_all_records(int32 nTagNum, const uint32* pTagIDs, const ZR3AlarmQuery* pQuery,
                                  int64 nPropMask, ZR3HANDLE* pIterator);
 int32 am3_query_tag_records(uint32 nTagID, const ZR3AlarmQuery* pQuery, int64 nPropMask,
@@ -362,38 +394,52 @@ int32 am3_query_tag_records(uint32 nTagID, const ZR3AlarmQuery* pQuery, int64 nP
 int32 am3_query_group_records(uint32 nGroupID, const ZR3AlarmQuery* pQuery, int64 nPropMask,
                               ZR3HANDLE* pIterator);
 
-/* The latest alarm of nTagNum tags, with one code per tag. ZR3_ERR_SOME_ALARMS_FAILED when some
- * failed. */
+/* The latest alarm record, by start, of each of nTagNum tags, with one code per tag:
+ * ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TAG_CLASS, ZR3_ERR_NO_ALARM; its record is then untouched.
+ * ZR3_ERR_SOME_ALARMS_FAILED when some failed; with an nTagNum of 1 the code is the status, too.
+ * pErrCodes may be null. ZR3_ERR_INVALID_MASK. */
 int32 am3_query_snapshots(int32 nTagNum, const uint32* pTagIDs, int64 nPropMask,
                           ZR3AlarmRecord* pRecords, int32* pErrCodes);
 
-/* Acknowledges nNum alarms, each named by its tag and start time; one code per alarm. */
+/* Acknowledges nNum alarms, each named by its tag and start time, in the user's name; one code per
+ * alarm: ZR3_ERR_TAG_NOT_FOUND, ZR3_ERR_INVALID_TAG_CLASS, ZR3_ERR_INVALID_TIME, ZR3_ERR_NO_ALARM,
+ * ZR3_ERR_ALREADY_ACKNOWLEDGED. The others are acknowledged. Codes and status as for snapshots. */
 int32 am3_acknowledge_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* pTimes,
                              int32* pErrCodes);
 
-/* Comments nNum alarms; comment i stands in slot i of ZR3_LEN_ALARM_COMMENT bytes. */
+/* Comments nNum alarms, likewise; comment i, which replaces the one before, stands in slot i of
+ * ZR3_LEN_ALARM_COMMENT bytes, and may be empty. ZR3_ERR_INVALID_TEXT is a code here, too. */
 int32 am3_comment_alarms(int32 nNum, const uint32* pTagIDs, const ZR3Time* pTimes,
                          const char* pComments, int32* pErrCodes);
 
 /* Creates an alarm group under the record's nParentID (0 is the root). pGroupID receives its
- * identifier; it may be the record's own nParentID. */
+ * identifier; it may be the record's own nParentID. Names are as those of tags, and unique under
+ * one parent without regard to ASCII case. ZR3_ERR_INVALID_GROUP_NAME, ZR3_ERR_INVALID_TEXT,
+ * ZR3_ERR_GROUP_NOT_FOUND for the parent, ZR3_ERR_GROUP_EXISTS, ZR3_ERR_TAG_IDS_EXHAUSTED. */
 int32 am3_add_group(const ZR3AlarmGroup* pGroup, uint32* pGroupID);
 
-/* Deletes a group that has no children. */
+/* Deletes a group that has neither groups nor alarm tags: ZR3_ERR_GROUP_NOT_EMPTY,
+ * ZR3_ERR_GROUP_NOT_FOUND, ZR3_ERR_INVALID_ARGUMENT for the root. Its identifier is not given
+ * again. */
 int32 am3_delete_group(uint32 nGroupID);
 
-/* Changes a group's name and description; an empty text stays as it was. */
+/* Changes a group's texts. With a name in the record that becomes the group's, and a description
+ * that is not empty its description; without one the description alone is changed, also to an empty
+ * one. The identifiers of the record are not looked at. As am3_add_group, and
+ * ZR3_ERR_INVALID_ARGUMENT for the root. */
 int32 am3_modify_group(uint32 nGroupID, const ZR3AlarmGroup* pGroup);
 
-/* The identifier of the group of that name under that parent. */
+/* The identifier of the group of that name, without regard to ASCII case, under that parent:
+ * ZR3_ERR_GROUP_NOT_FOUND. */
 int32 am3_query_group_id(const char* szName, uint32 nParentID, uint32* pGroupID);
 
-/* The properties of nNum groups, with one code per group. */
+/* The properties of nNum groups, with one code per group: ZR3_ERR_GROUP_NOT_FOUND, with its record
+ * untouched. Codes and status as for snapshots. The root, 0, has neither name nor description. */
 int32 am3_query_group_props(int32 nNum, const uint32* pGroupIDs, ZR3AlarmGroup* pGroups,
                             int32* pErrCodes);
 
 /* The groups (an iterator of ZR3AlarmGroup) and the alarm tags (of uint32 identifiers) directly
- * under a group. */
+ * under a group, in order of identifier: ZR3_ERR_GROUP_NOT_FOUND. */
 int32 am3_query_group_child_groups(uint32 nGroupID, ZR3HANDLE* pIterator);
 int32 am3_query_group_child_tags(uint32 nGroupID, ZR3HANDLE* pIterator);
 

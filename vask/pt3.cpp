@@ -4,62 +4,33 @@
 
 #include "vask/api.h"
 #include "vask/call.h"
+#include "vask/class_tag.h"
 #include "vask/search_arguments.h"
 #include "vask/tag_iteration.h"
 #include "vask/tag_properties.h"
 
-using zervane::AddTag;
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::Deliver;
-using zervane::GetTag;
-using zervane::ModifyTag;
-using zervane::PropertyMask;
 using zervane::Result;
 using zervane::Session;
 using zervane::Status;
-using zervane::Tag;
 using zervane::TagQuery;
 using zervane::TextsOfThisThread;
-
-namespace {
-
-Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
-  return zervane::ReadTag(&record, ZR3_TAG_CLASS_BASIC, mask, TextsOfThisThread());
-}
-
-}  // namespace
 
 // The node's name is accepted as it is: the embedded database has one node.
 int32 pt3_add_tag(const ZR3PtTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
-  const Arguments arguments = ArgumentsWithTexts().Given(pProp, pMask, pTagID);
-  return Call(__func__, arguments, [&](Session& session) -> Status {
-    const PropertyMask mask = zervane::ReadMaskToAdd(*pMask);
-    const Result<Tag> properties = ReadPointTag(*pProp, mask);
-    if (!properties.ok()) return properties.status();
-    return Deliver(session.Do(AddTag{*properties, mask}), pTagID);
-  });
+  return zervane::AddClassTag(__func__, ZR3_TAG_CLASS_BASIC, pProp, pMask, pTagID);
 }
 
 int32 pt3_modify_tag_prop(uint32 nTagID, const ZR3PtTagProp* pProp, const ZR3Mask* pMask) {
-  return Call(__func__, ArgumentsWithTexts().Given(pProp, pMask), [&](Session& session) -> Status {
-    const PropertyMask mask = zervane::ReadMask(*pMask);
-    const Result<Tag> properties = ReadPointTag(*pProp, mask);
-    if (!properties.ok()) return properties.status();
-    return session.Do(ModifyTag{nTagID, ZR3_TAG_CLASS_BASIC, *properties, mask}).status();
-  });
+  return zervane::ModifyClassTag(__func__, ZR3_TAG_CLASS_BASIC, nTagID, pProp, pMask);
 }
 
 int32 pt3_query_tag_prop(uint32 nTagID, ZR3PtTagProp* pProp) {
-  return Call(__func__, Arguments().Given(pProp), [&](Session& session) -> Status {
-    const Result<Tag> properties = session.Do(GetTag{nTagID});
-    if (!properties.ok()) return properties.status();
-    if (properties->tag_class != ZR3_TAG_CLASS_BASIC) return {ZR3_ERR_INVALID_TAG_CLASS, {}};
-    zervane::FillPointTag(*properties, TextsOfThisThread(), pProp);
-    return {};
-  });
+  return zervane::QueryClassTag(__func__, ZR3_TAG_CLASS_BASIC, nTagID, pProp);
 }
 
 // A writer of a batch asks it for each record, converts that record's text, and gives the batch up

@@ -113,9 +113,7 @@ Result<TagQuery> ReadTagQuery(std::int64_t class_mask, const ZR3FilterItemSet& f
 }
 
 Status IteratePointTags(Session& session, FindTags search, ZR3HANDLE* handle) {
-  const auto fill = [](const Tag& tag, void* record) {
-    FillPointTag(tag, TextsOfThisThread(), static_cast<ZR3PtTagProp*>(record));
-  };
+  const auto fill = [](const Tag& tag, void* record) { FillTag(tag, TextsOfThisThread(), record); };
   return Iterate(session, std::move(search), TagIterator::kNoLimit, fill, handle);
 }
 

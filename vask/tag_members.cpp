@@ -137,23 +137,34 @@ static_assert(StandInOrder(kAlarm, ZR3_TAG_COL_AM_EXT_PROP_MIN, ZR3_TAG_COL_AM_E
 static_assert(StandInOrder(kStatistics, ZR3_TAG_COL_ST_EXT_PROP_MIN, ZR3_TAG_COL_ST_EXT_PROP_MAX));
 static_assert(StandInOrder(kCalculation, ZR3_TAG_COL_CA_EXT_PROP_MIN, ZR3_TAG_COL_CA_EXT_PROP_MAX));
 
+struct TagRecord {
+  std::span<const RecordMember> members;
+  std::size_t bytes = 0;
+};
+
+TagRecord RecordOf(std::int32_t tag_class) {
+  switch (tag_class) {
+    case ZR3_TAG_CLASS_BASIC:
+      return {kPoint, sizeof(ZR3PtTagProp)};
+    case ZR3_TAG_CLASS_ALARM:
+      return {kAlarm, sizeof(ZR3AlarmTagProp)};
+    case ZR3_TAG_CLASS_STATS:
+      return {kStatistics, sizeof(ZR3StatsTagProp)};
+    case ZR3_TAG_CLASS_CALC:
+      return {kCalculation, sizeof(ZR3CalcTagProp)};
+    default:
+      return {};
+  }
+}
+
 }  // namespace
 
 std::span<const RecordMember> CommonMembers() { return kCommon; }
 
 std::span<const RecordMember> OwnMembers(std::int32_t tag_class) {
-  switch (tag_class) {
-    case ZR3_TAG_CLASS_BASIC:
-      return kPoint;
-    case ZR3_TAG_CLASS_ALARM:
-      return kAlarm;
-    case ZR3_TAG_CLASS_STATS:
-      return kStatistics;
-    case ZR3_TAG_CLASS_CALC:
-      return kCalculation;
-    default:
-      return {};
-  }
+  return RecordOf(tag_class).members;
 }
+
+std::size_t TagRecordBytes(std::int32_t tag_class) { return RecordOf(tag_class).bytes; }
 
 }  // namespace zervane

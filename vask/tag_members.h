@@ -19,4 +19,7 @@ struct RecordMember {
 std::span<const RecordMember> CommonMembers();
 std::span<const RecordMember> OwnMembers(std::int32_t tag_class);
 
+// How many bytes the record of a class takes. REQUIRES: its tags have properties of their own.
+std::size_t TagRecordBytes(std::int32_t tag_class);
+
 }  // namespace zervane

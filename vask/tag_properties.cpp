@@ -116,16 +116,16 @@ Result<Tag> ReadTag(const void* record, std::int32_t tag_class, PropertyMask mas
   return tag;
 }
 
+void FillTag(const Tag& tag, StandardText& texts, void* record) {
+  const std::int32_t tag_class = ClassOf(tag.own);
+  std::memset(record, 0, TagRecordBytes(tag_class));
+  FillMembers(tag, CommonMembers(), CommonColumns(), texts, record);
+  FillMembers(tag, OwnMembers(tag_class), OwnColumns(tag_class), texts, record);
+}
+
 void FillCommonProperties(const Tag& tag, StandardText& texts, ZR3CommTagProp* record) {
   std::memset(record, 0, sizeof *record);
   FillMembers(tag, CommonMembers(), CommonColumns(), texts, record);
-}
-
-void FillPointTag(const Tag& tag, StandardText& texts, ZR3PtTagProp* record) {
-  constexpr std::int32_t kClass = ZR3_TAG_CLASS_BASIC;
-  std::memset(record, 0, sizeof *record);
-  FillMembers(tag, CommonMembers(), CommonColumns(), texts, record);
-  FillMembers(tag, OwnMembers(kClass), OwnColumns(kClass), texts, record);
 }
 
 }  // namespace zervane

@@ -24,8 +24,9 @@ PropertyMask ReadMaskToAdd(const ZR3Mask& mask);
 Result<Tag> ReadTag(const void* record, std::int32_t tag_class, PropertyMask mask,
                     StandardText& texts);
 
-// These fill the whole record, padding included. The tag of the first may be of any class.
+// These fill the whole record, padding included: that of the tag's class, or the one of common
+// properties, which tags of every class have.
+void FillTag(const Tag& tag, StandardText& texts, void* record);
 void FillCommonProperties(const Tag& tag, StandardText& texts, ZR3CommTagProp* record);
-void FillPointTag(const Tag& tag, StandardText& texts, ZR3PtTagProp* record);
 
 }  // namespace zervane

@@ -264,6 +264,9 @@ bool IsOffered(const std::string& name) {
       "ar3_query_tags_interp_records_by_mode",
       "ar3_modify_record",
       "st3_tag_stats_calc",
+      "am3_add_tag",
+      "am3_modify_tag_prop",
+      "am3_query_tag_prop",
   };
   return offered.contains(name) || Frees(name);
 }

@@ -46,6 +46,24 @@ class GbkClient : public testing::Test {
   uint32 found = 0;
 };
 
+TEST_F(GbkClient, NamesTheSourceAndTargetOfAnAlarmTagInItsOwnEncoding) {
+  ZR3PtTagProp source{};
+  std::strcpy(source.szTagName, kHan);
+  ASSERT_EQ(pt3_add_tag(&source, &kNothing, nullptr, &id), ZR3_OK);
+  ZR3AlarmTagProp alarm{};
+  std::strcpy(alarm.szTagName, "ALARM");
+  std::strcpy(alarm.szSourceTagName, kHan);
+  std::strcpy(alarm.szTest1, "HIGH > 5");
+  const std::string action = std::string("SET '") + kHan + "' 5";
+  std::strcpy(alarm.szAction1, action.c_str());
+  const ZR3Mask own{.nCommMask = 0, .nExtMask = -1};
+  ASSERT_EQ(am3_add_tag(&alarm, &own, nullptr, &found), ZR3_OK);
+  ZR3AlarmTagProp stored{};
+  ASSERT_EQ(am3_query_tag_prop(found, &stored), ZR3_OK);
+  EXPECT_STREQ(stored.szSourceTagName, kHan);
+  EXPECT_EQ(stored.szAction1, action);
+}
+
 TEST_F(GbkClient, FindsATagByTheNameItWasGiven) {
   ASSERT_EQ(Add(kHan, &id, kHan), ZR3_OK);
   for (int i = 0; i < 2; ++i) {  // the second time it is remembered

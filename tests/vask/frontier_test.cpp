@@ -211,11 +211,11 @@ TEST(PropertyText, IsCutToItsArrayAndReplacedWhereItMust) {
   tag.point().device_name = Repeated("\xC3\xA9", 200);
   ZR3PtTagProp record;
   StandardText utf8("UTF-8");
-  FillPointTag(tag, utf8, &record);
+  FillTag(tag, utf8, &record);
   EXPECT_EQ(record.szTagName, Repeated(kHan, 85));
   EXPECT_EQ(record.szEngUnits, tag.eng_units);
   StandardText latin("ISO-8859-1");
-  FillPointTag(tag, latin, &record);
+  FillTag(tag, latin, &record);
   EXPECT_EQ(record.szTagName, std::string(255, '?'));
   EXPECT_STREQ(record.szEngUnits, "?/h");
   EXPECT_EQ(std::strlen(record.szDeviceName),

@@ -28,13 +28,7 @@ class LaterFunctions : public ConnectedTest {
 
 TEST_F(LaterFunctions, LeaveNoHandleBehind) {
   const ZR3HANDLE garbage = &number;
-  const ZR3AlarmQuery query{};
   const std::function<int32()> calls[] = {
-      [&] { return am3_query_tags_all_records(1, &id, &query, 0, &handle); },
-      [&] { return am3_query_tag_records(1, &query, 0, &handle); },
-      [&] { return am3_query_group_records(1, &query, 0, &handle); },
-      [&] { return am3_query_group_child_groups(1, &handle); },
-      [&] { return am3_query_group_child_tags(1, &handle); },
       [&] { return sc3_query_all_users(&handle); },
       [&] { return sc3_query_members_of_group("g", &handle); },
       [&] { return sc3_query_all_groups(&handle); },
@@ -67,6 +61,7 @@ struct TagFunctions<ZR3CalcTagProp> {
   static constexpr int32 kColumns = ZR3_TAG_COL_CA_EXT_PROP_MAX - ZR3_TAG_COL_CA_EXT_PROP_MIN + 1;
 };
 
+// Of alarm tags only what is the same for all classes.
 template <>
 struct TagFunctions<ZR3AlarmTagProp> {
   static constexpr auto kAdd = am3_add_tag;
@@ -87,7 +82,7 @@ class LaterTags : public LaterFunctions {
   Record tag{};
 };
 
-using LaterRecords = testing::Types<ZR3StatsTagProp, ZR3CalcTagProp, ZR3AlarmTagProp>;
+using LaterRecords = testing::Types<ZR3StatsTagProp, ZR3CalcTagProp>;
 TYPED_TEST_SUITE(LaterTags, LaterRecords);
 
 TYPED_TEST(LaterTags, TakeMasksOfTheirColumns) {
@@ -140,31 +135,7 @@ TEST_F(LaterFunctions, KnowEveryTextOfTheExtensions) {
   refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szSourceTagName, 208);
 }
 
-// ---- alarms ----
-
-TEST_F(LaterFunctions, CheckTheTimesOfAnAlarmQuery) {
-  const auto expect = [&](const ZR3AlarmQuery& query, int32 status) {
-    EXPECT_EQ(am3_query_tags_all_records(1, &id, &query, 0, &handle), status);
-    EXPECT_EQ(am3_query_tag_records(1, &query, 0, &handle), status);
-    EXPECT_EQ(am3_query_group_records(1, &query, 0, &handle), status);
-  };
-  ZR3AlarmQuery query{};
-  query.tvStart = {1, 1000};
-  expect(query, ZR3_ERR_INVALID_TIME);
-  query.tvStart = {2, 0};
-  expect(query, ZR3_ERR_INVALID_REGION);
-  query.tvEnd = {-1, 999};
-  expect(query, ZR3_ERR_NOT_SUPPORTED);
-}
-
-TEST_F(LaterFunctions, CheckTheTextsOfAnAlarmGroup) {
-  for (const auto member : {&ZR3AlarmGroup::szName, &ZR3AlarmGroup::szDesc}) {
-    ZR3AlarmGroup group{};
-    Overflow(group.*member);
-    EXPECT_EQ(am3_add_group(&group, &id), ZR3_ERR_INVALID_TEXT);
-    EXPECT_EQ(am3_modify_group(1, &group), ZR3_ERR_INVALID_TEXT);
-  }
-}
+// ---- subscriptions ----
 
 TEST_F(LaterFunctions, RefuseWhatIsReserved) {
   EXPECT_EQ(sn3_register_callback(1, &id, &number), ZR3_ERR_INVALID_ARGUMENT);

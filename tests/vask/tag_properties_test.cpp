@@ -20,7 +20,7 @@ Result<Tag> ReadPointTag(const ZR3PtTagProp& record, PropertyMask mask) {
 }
 
 void FillPointTag(const Tag& tag, ZR3PtTagProp* record) {
-  FillPointTag(tag, TextsOfThisThread(), record);
+  FillTag(tag, TextsOfThisThread(), record);
 }
 
 // Every member has a value of its own, so that two that were swapped would be seen.
@@ -206,6 +206,83 @@ TEST(PointTag, CarriesTextsThatFillTheirArrays) {
   ZR3PtTagProp again;
   FillPointTag(*tag, &again);
   EXPECT_EQ(std::memcmp(&again, &record, sizeof record), 0);
+}
+
+// ---- the own properties of alarm tags ----
+
+ZR3AlarmTagProp DistinctAlarmRecord() {
+  ZR3AlarmTagProp record;
+  std::memset(static_cast<void*>(&record), 0, sizeof record);  // the padding, too
+  std::strcpy(record.szTagName, "alarm");
+  record.nTagType = ZR3_TAG_TYPE_INT32;
+  record.nTagClass = ZR3_TAG_CLASS_ALARM;
+  record.nTagAvaliable = ZR3_TAG_AVALIABLE_YES;
+  record.bArchiving = record.bScan = 1;
+  record.fSpan = 100;
+  std::strcpy(record.szTest1, "test 1");
+  std::strcpy(record.szTest2, "test 2");
+  std::strcpy(record.szTest3, "test 3");
+  std::strcpy(record.szTest4, "test 4");
+  std::strcpy(record.szAction1, "action 1");
+  std::strcpy(record.szAction2, "action 2");
+  std::strcpy(record.szAction3, "action 3");
+  std::strcpy(record.szAction4, "action 4");
+  std::strcpy(record.szSourceTagName, "source");
+  record.nAlarmGroupID = 4'000'000'001;
+  record.nAutoAck = ZR3_AM_ACK_TYPE_AUTO;
+  record.nTimeDeadBand = 17;
+  record.fValueDeadBand = 2.5F;
+  return record;
+}
+
+Tag DistinctAlarmTag() {
+  Tag tag;
+  tag.name = "alarm";
+  tag.type = ZR3_TAG_TYPE_INT32;
+  tag.tag_class = ZR3_TAG_CLASS_ALARM;
+  AlarmProperties alarm;
+  alarm.test1 = "test 1";
+  alarm.test2 = "test 2";
+  alarm.test3 = "test 3";
+  alarm.test4 = "test 4";
+  alarm.action1 = "action 1";
+  alarm.action2 = "action 2";
+  alarm.action3 = "action 3";
+  alarm.action4 = "action 4";
+  alarm.source_tag = "source";
+  alarm.alarm_group_id = 4'000'000'001;
+  alarm.auto_ack = ZR3_AM_ACK_TYPE_AUTO;
+  alarm.time_dead_band = 17;
+  alarm.value_dead_band = 2.5F;
+  tag.own = alarm;
+  return tag;
+}
+
+TEST(AlarmTag, IsReadMemberByMember) {
+  const ZR3AlarmTagProp record = DistinctAlarmRecord();
+  const Result<Tag> tag = ReadTag(&record, ZR3_TAG_CLASS_ALARM, kAll, TextsOfThisThread());
+  ASSERT_TRUE(tag.ok());
+  EXPECT_EQ(*tag, DistinctAlarmTag());
+}
+
+TEST(AlarmTag, IsFilledWholeWithItsPaddingCleared) {
+  const ZR3AlarmTagProp expected = DistinctAlarmRecord();
+  ZR3AlarmTagProp record;
+  std::memset(static_cast<void*>(&record), 0xA5, sizeof record);
+  FillTag(DistinctAlarmTag(), TextsOfThisThread(), &record);
+  EXPECT_EQ(std::memcmp(&record, &expected, sizeof record), 0);
+}
+
+TEST(AlarmTag, RefusesEverySelectedTextThatDoesNotEnd) {
+  const auto record = std::make_unique<ZR3AlarmTagProp>();
+  std::memset(static_cast<void*>(record.get()), 'x', sizeof *record);
+  for (const PropertyColumn& column : AlarmColumns()) {
+    const bool is_text = column.kind == PropertyKind::kText;
+    const PropertyMask mask = {.common = 0, .extension = Bit(column.column)};
+    EXPECT_EQ(ReadTag(record.get(), ZR3_TAG_CLASS_ALARM, mask, TextsOfThisThread()).code(),
+              is_text ? ZR3_ERR_INVALID_TEXT : ZR3_OK)
+        << column.name;
+  }
 }
 
 TEST(Mask, AlwaysSelectsTheNameOnAdding) {

@@ -250,7 +250,7 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
   }
 
   // What a statistic of the points may differ by for the order in which its terms are added: so
-  // many units in the last place of the sum of their amounts.
+  // many units in the last place of the sum of their amounts, or of a duration.
   static double RoundingOf(const std::vector<Sample>& points, const StatisticRequest& request) {
     double amounts = 1;
     for (const Sample& point : points) {
@@ -260,7 +260,8 @@ class ArchiveModelTest : public testing::TestWithParam<ModelCase> {
     const TimeRegion& region = request.regions.front();
     const double seconds = static_cast<double>(region.right_ms - region.left_ms) / 1000;
     const bool is_area = request.type == StatisticType::kIntegral;
-    return 1e-12 * amounts * (is_area ? seconds + 1 : static_cast<double>(points.size()) + 1);
+    const double terms = static_cast<double>(points.size()) + 1;
+    return 1e-12 * amounts * (is_area ? seconds + 1 : terms) + 1e-15 * seconds * terms;
   }
 
   // Texts have no others.

@@ -25,6 +25,10 @@ final class Codes {
   static final int INVALID_PROPERTY = 117808;
   static final int INVALID_MASK = 117809;
   static final int TAG_HAS_RECORDS = 117810;
+  static final int GROUP_NOT_FOUND = 117820;
+  static final int GROUP_EXISTS = 117821;
+  static final int GROUP_NOT_EMPTY = 117822;
+  static final int INVALID_GROUP_NAME = 117823;
   static final int INVALID_TIME = 119601;
   static final int INVALID_REGION = 119602;
   static final int NO_RECORD = 119603;
@@ -35,6 +39,10 @@ final class Codes {
   static final int TOO_FEW_GOOD = 119609;
   static final int SOME_RECORDS_FAILED = 119610;
   static final int SOME_INSTANTS_FAILED = 119611;
+  static final int INVALID_ALARM_TEST = 119620;
+  static final int NO_ALARM = 119621;
+  static final int ALREADY_ACKNOWLEDGED = 119622;
+  static final int SOME_ALARMS_FAILED = 119624;
 
   private Codes() {}
 }

@@ -20,5 +20,15 @@ final class Columns {
   static final long DEVICE_NAME = 1L << 4;
   static final long FIRST_UNKNOWN_POINT = 1L << 9;
 
+  static final long TEST1 = 1L << 0;
+  static final long TEST2 = 1L << 1;
+  static final long ACTION1 = 1L << 4;
+  static final long SOURCE_TAG = 1L << 8;
+  static final long ALARM_GROUP = 1L << 9;
+  static final long AUTO_ACK = 1L << 10;
+  static final long TIME_DEAD_BAND = 1L << 11;
+  static final long VALUE_DEAD_BAND = 1L << 12;
+  static final long FIRST_UNKNOWN_ALARM = 1L << 13;
+
   private Columns() {}
 }
