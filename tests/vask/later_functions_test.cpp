@@ -28,13 +28,7 @@ class LaterFunctions : public ConnectedTest {
 
 TEST_F(LaterFunctions, LeaveNoHandleBehind) {
   const ZR3HANDLE garbage = &number;
-  const ZR3AlarmQuery query{};
   const std::function<int32()> calls[] = {
-      [&] { return am3_query_tags_all_records(1, &id, &query, 0, &handle); },
-      [&] { return am3_query_tag_records(1, &query, 0, &handle); },
-      [&] { return am3_query_group_records(1, &query, 0, &handle); },
-      [&] { return am3_query_group_child_groups(1, &handle); },
-      [&] { return am3_query_group_child_tags(1, &handle); },
       [&] { return sc3_query_all_users(&handle); },
       [&] { return sc3_query_members_of_group("g", &handle); },
       [&] { return sc3_query_all_groups(&handle); },
@@ -141,31 +135,7 @@ TEST_F(LaterFunctions, KnowEveryTextOfTheExtensions) {
   refuses(ZR3AlarmTagProp{}, &ZR3AlarmTagProp::szSourceTagName, 208);
 }
 
-// ---- alarms ----
-
-TEST_F(LaterFunctions, CheckTheTimesOfAnAlarmQuery) {
-  const auto expect = [&](const ZR3AlarmQuery& query, int32 status) {
-    EXPECT_EQ(am3_query_tags_all_records(1, &id, &query, 0, &handle), status);
-    EXPECT_EQ(am3_query_tag_records(1, &query, 0, &handle), status);
-    EXPECT_EQ(am3_query_group_records(1, &query, 0, &handle), status);
-  };
-  ZR3AlarmQuery query{};
-  query.tvStart = {1, 1000};
-  expect(query, ZR3_ERR_INVALID_TIME);
-  query.tvStart = {2, 0};
-  expect(query, ZR3_ERR_INVALID_REGION);
-  query.tvEnd = {-1, 999};
-  expect(query, ZR3_ERR_NOT_SUPPORTED);
-}
-
-TEST_F(LaterFunctions, CheckTheTextsOfAnAlarmGroup) {
-  for (const auto member : {&ZR3AlarmGroup::szName, &ZR3AlarmGroup::szDesc}) {
-    ZR3AlarmGroup group{};
-    Overflow(group.*member);
-    EXPECT_EQ(am3_add_group(&group, &id), ZR3_ERR_INVALID_TEXT);
-    EXPECT_EQ(am3_modify_group(1, &group), ZR3_ERR_INVALID_TEXT);
-  }
-}
+// ---- subscriptions ----
 
 TEST_F(LaterFunctions, RefuseWhatIsReserved) {
   EXPECT_EQ(sn3_register_callback(1, &id, &number), ZR3_ERR_INVALID_ARGUMENT);
