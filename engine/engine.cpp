@@ -34,7 +34,8 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       tag_changes_(catalogue_, writes_, clock_),
       records_(*store_, catalogue_.tags(), writes_, [this](TagId id) { return ClassOf(id); }),
       history_(*store_, catalogue_.tags(), writes_.current_values(), clock_),
-      alarms_(*store_, catalogue_, writes_, alarm_groups_, clock_) {}
+      alarms_(*store_, catalogue_, writes_, alarm_groups_, clock_),
+      subscriptions_(catalogue_.tags(), writes_) {}
 
 // The threads use the other parts.
 Engine::~Engine() {

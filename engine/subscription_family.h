@@ -3,6 +3,9 @@
 #include "api/caller.h"
 #include "api/operations/subscriptions.h"
 #include "api/words/status.h"
+#include "engine/catalogue/tag_index.h"
+#include "engine/subscriptions/subscriptions.h"
+#include "engine/write/write_path.h"
 
 namespace zervane {
 
@@ -11,6 +14,8 @@ namespace zervane {
 // Threads: any.
 class SubscriptionFamily {
  public:
+  SubscriptionFamily(const TagIndex& tags, WritePath& writes) : subscriptions_(tags, writes) {}
+
   Result<Nothing> Handle(const Caller& caller, const SubscribeTags& operation);
   Result<Nothing> Handle(const Caller& caller, const UnsubscribeTags& operation);
   Result<Nothing> Handle(const Caller& caller, const SubscribeFields& operation);
@@ -18,6 +23,12 @@ class SubscriptionFamily {
   Result<PollChanges::Reply> Handle(const Caller& caller, const PollChanges& operation);
   Result<Nothing> Handle(const Caller& caller, const SubscribeAlarms& operation);
   Result<PollAlarms::Reply> Handle(const Caller& caller, const PollAlarms& operation);
+
+  // Ends what the session has registered.
+  void EndSession(SessionId session) { subscriptions_.EndSession(session); }
+
+ private:
+  Subscriptions subscriptions_;
 };
 
 }  // namespace zervane

@@ -15,7 +15,9 @@
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
+#include "vask/changes.h"
 #include "vask/class_tag.h"
+#include "vask/handed_out.h"
 #include "vask/paged_iterator.h"
 #include "vask/records.h"
 #include "vask/texts.h"
@@ -41,6 +43,7 @@ using zervane::ListAlarmGroups;
 using zervane::ListTagsOfGroup;
 using zervane::ModifyAlarmGroup;
 using zervane::PagedIterator;
+using zervane::PollAlarms;
 using zervane::Query;
 using zervane::ReadAlarmGroups;
 using zervane::ReadLatestAlarms;
@@ -48,6 +51,8 @@ using zervane::Result;
 using zervane::Session;
 using zervane::StandardText;
 using zervane::Status;
+using zervane::StatusOfWork;
+using zervane::SubscribeAlarms;
 using zervane::TagId;
 using zervane::Unsupported;
 
@@ -335,12 +340,22 @@ int32 am3_query_group_child_tags(uint32 nGroupID, ZR3HANDLE* pIterator) {
 }
 
 int32 am3_register_alarm_record_info(void* pReserved) {
-  return Unsupported(__func__, Arguments().Require(pReserved == nullptr, ZR3_ERR_INVALID_ARGUMENT));
+  return Call(__func__, Arguments().Require(pReserved == nullptr, ZR3_ERR_INVALID_ARGUMENT),
+              [](Session& session) { return session.Do(SubscribeAlarms{}).status(); });
 }
 
 int32 am3_get_callback_am(int32* pNum, ZR3AlarmRecord** ppRecords) {
-  return Unsupported(__func__, Arguments().Given(pNum, ppRecords));
+  return Call(__func__, Arguments().Given(pNum, ppRecords), [&](Session& session) {
+    const auto hand_out = [&](const std::vector<AlarmRecord>& alarms) {
+      return zervane::HandOutAlarms(alarms, zervane::TextsOfThisThread(), pNum, ppRecords);
+    };
+    return session.polled_alarms().HandOver([&] { return session.Do(PollAlarms{}); }, hand_out);
+  });
 }
 
-// Nothing is handed out yet, so there is nothing to release.
-int32 am3_free_callback_am(int32 /*nNum*/, ZR3AlarmRecord* /*pRecords*/) { return ZR3_OK; }
+int32 am3_free_callback_am(int32 nNum, ZR3AlarmRecord* pRecords) {
+  if (pRecords == nullptr) return ZR3_OK;
+  return StatusOfWork(__func__, [&] {
+    return zervane::ProcessHandedOut().Free({.records = pRecords, .count = nNum});
+  });
+}

@@ -35,6 +35,8 @@ Status Session::Disconnect() {
   if (database_ == nullptr) return {ZR3_ERR_NOT_CONNECTED, {}};
   handles_.Clear();
   cache_.Clear();
+  polled_changes_.Clear();
+  polled_alarms_.Clear();
   const std::unique_ptr<Database> database = std::move(database_);
   return database->Close();
 }

@@ -3,11 +3,13 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "api/database.h"
 #include "api/operation_table.h"
 #include "vask/address.h"
 #include "vask/handle_table.h"
+#include "vask/polled.h"
 #include "vask/request_cache.h"
 #include "vask/session_mutex.h"
 
@@ -63,6 +65,14 @@ class Session {
     mutex_.AssertHeld();
     return cache_;
   }
+  Polled<SampleBatch>& polled_changes() {
+    mutex_.AssertHeld();
+    return polled_changes_;
+  }
+  Polled<std::vector<AlarmRecord>>& polled_alarms() {
+    mutex_.AssertHeld();
+    return polled_alarms_;
+  }
 
  private:
   SessionMutex mutex_;
@@ -72,6 +82,8 @@ class Session {
   // They lock themselves; that they speak of database_ is what the mutex is held for.
   HandleTable handles_;
   RequestCache cache_;
+  Polled<SampleBatch> polled_changes_;
+  Polled<std::vector<AlarmRecord>> polled_alarms_;
 };
 
 // The process's one session. It outlives every thread: some may still be calling when the process

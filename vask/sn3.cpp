@@ -10,12 +10,15 @@
 #include "vask/api.h"
 #include "vask/batch.h"
 #include "vask/call.h"
+#include "vask/changes.h"
+#include "vask/handed_out.h"
 #include "vask/records.h"
 
 using zervane::Arguments;
 using zervane::ArgumentsWithTexts;
 using zervane::Call;
 using zervane::ForEach;
+using zervane::PollChanges;
 using zervane::ReadCurrent;
 using zervane::ReadCurrentValues;
 using zervane::Result;
@@ -25,8 +28,13 @@ using zervane::SampleView;
 using zervane::Session;
 using zervane::StandardText;
 using zervane::Status;
+using zervane::StatusOfWork;
+using zervane::SubscribeFields;
+using zervane::SubscribeTags;
+using zervane::TagField;
 using zervane::TagId;
-using zervane::Unsupported;
+using zervane::UnsubscribeFields;
+using zervane::UnsubscribeTags;
 using zervane::ViewOf;
 using zervane::WriteAnswer;
 using zervane::WriteOrder;
@@ -108,6 +116,20 @@ int32 SaveSnapshots(const char* function, int32 count, const uint32* ids, const 
   });
 }
 
+// The arrays of a registration; `elements` may be null when there are none.
+template <typename Element>
+std::vector<Element> Copied(int32 count, const Element* elements) {
+  if (count == 0) return {};
+  return {elements, elements + count};
+}
+
+std::vector<TagField> ReadPairs(int32 count, const ZRRegInfo* pairs) {
+  std::vector<TagField> fields;
+  fields.reserve(static_cast<std::size_t>(count));
+  for (int32 i = 0; i < count; ++i) fields.push_back({pairs[i].nTagID, pairs[i].nFieldID});
+  return fields;
+}
+
 }  // namespace
 
 int32 sn3_query_snapshot(uint32 nTagID, ZR3Record* pRecord) {
@@ -170,28 +192,46 @@ int32 sn3_save_tags_disorder_snapshots(int32 nNum, const uint32* pTagIDs, const 
 }
 
 int32 sn3_register_callback(int32 nNum, const uint32* pTagIDs, void* pReserved) {
-  return Unsupported(
-      __func__,
-      Arguments().Batch(nNum, pTagIDs).Require(pReserved == nullptr, ZR3_ERR_INVALID_ARGUMENT));
+  const Arguments arguments =
+      Arguments().Batch(nNum, pTagIDs).Require(pReserved == nullptr, ZR3_ERR_INVALID_ARGUMENT);
+  return Call(__func__, arguments, [&](Session& session) {
+    return session.Do(SubscribeTags{.ids = Copied(nNum, pTagIDs)}).status();
+  });
 }
 
 int32 sn3_unregister_callback_of_sometag(int32 nNum, const uint32* pTagIDs) {
-  return Unsupported(__func__, Arguments().Batch(nNum, pTagIDs));
+  return Call(__func__, Arguments().Batch(nNum, pTagIDs), [&](Session& session) {
+    return session.Do(UnsubscribeTags{.ids = Copied(nNum, pTagIDs)}).status();
+  });
 }
 
 int32 sn3_register_rest(int32 nNum, const ZRRegInfo* pInfos) {
-  return Unsupported(__func__, Arguments().Batch(nNum, pInfos));
+  return Call(__func__, Arguments().Batch(nNum, pInfos), [&](Session& session) {
+    return session.Do(SubscribeFields{.fields = ReadPairs(nNum, pInfos)}).status();
+  });
 }
 
 int32 sn3_unregister_callback_rest(int32 nNum, const ZRRegInfo* pInfos) {
-  return Unsupported(__func__, Arguments().Batch(nNum, pInfos));
+  return Call(__func__, Arguments().Batch(nNum, pInfos), [&](Session& session) {
+    return session.Do(UnsubscribeFields{.fields = ReadPairs(nNum, pInfos)}).status();
+  });
 }
 
 int32 sn3_get_callback_sn(int32* pNum, uint32** ppTagIDs, ZR3Record** ppRecords) {
-  return Unsupported(__func__, Arguments().Given(pNum, ppTagIDs, ppRecords));
+  return Call(__func__, Arguments().Given(pNum, ppTagIDs, ppRecords), [&](Session& session) {
+    const auto hand_out = [&](const SampleBatch& changes) {
+      return zervane::HandOutChanges(changes, zervane::TextsOfThisThread(), pNum, ppTagIDs,
+                                     ppRecords);
+    };
+    return session.polled_changes().HandOver([&] { return session.Do(PollChanges{}); }, hand_out);
+  });
 }
 
-// Nothing is handed out yet, so there is nothing to release.
-int32 sn3_free_callback_sn(int32 /*nNum*/, uint32* /*pTagIDs*/, ZR3Record* /*pRecords*/) {
-  return ZR3_OK;
+int32 sn3_free_callback_sn(int32 nNum, uint32* pTagIDs, ZR3Record* pRecords) {
+  if (pTagIDs == nullptr && pRecords == nullptr) return ZR3_OK;
+  return StatusOfWork(__func__, [&]() -> Status {
+    // A batch without tags is one of alarms, which is not freed here.
+    if (pTagIDs == nullptr) return {ZR3_ERR_INVALID_HANDLE, "one of a pair of arrays"};
+    return zervane::ProcessHandedOut().Free({.records = pRecords, .tags = pTagIDs, .count = nNum});
+  });
 }

@@ -11,7 +11,8 @@ namespace zervane {
 
 CommitFeed::~CommitFeed() { ZERVANE_ASSERT(!HasConsumers()); }
 
-Result<std::unique_ptr<FeedConsumer>> CommitFeed::Register(std::size_t max_changes) {
+Result<std::unique_ptr<FeedConsumer>> CommitFeed::Register(std::size_t max_changes,
+                                                           FeedConsumer::WhenFull when_full) {
   std::unique_ptr<FeedConsumer> consumer;
   const MutexLock lock(mutex_);
   if (is_closed_) return Status(ZR3_ERR_NOT_CONNECTED, "the database is closed");
@@ -19,7 +20,7 @@ Result<std::unique_ptr<FeedConsumer>> CommitFeed::Register(std::size_t max_chang
     return Status(ZR3_ERR_OUT_OF_MEMORY, fmt::format("{} consumers of commits", kMaxConsumers));
   }
   consumers_.reserve(kMaxConsumers);
-  consumer.reset(new FeedConsumer(*this, max_changes));
+  consumer.reset(new FeedConsumer(*this, max_changes, when_full));
   consumers_.push_back(consumer.get());
   count_.store(consumers_.size(), std::memory_order_release);
   return consumer;

@@ -34,7 +34,9 @@ class CommitFeed {
 
   // A consumer whose ring is full with so many changes. ZR3_ERR_OUT_OF_MEMORY when there are as
   // many consumers as there may be, ZR3_ERR_NOT_CONNECTED after Close.
-  Result<std::unique_ptr<FeedConsumer>> Register(std::size_t max_changes) EXCLUDES(mutex_);
+  Result<std::unique_ptr<FeedConsumer>> Register(
+      std::size_t max_changes, FeedConsumer::WhenFull when_full = FeedConsumer::WhenFull::kGap)
+      EXCLUDES(mutex_);
 
   bool HasConsumers() const { return count_.load(std::memory_order_acquire) > 0; }
 

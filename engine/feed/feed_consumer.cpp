@@ -1,6 +1,7 @@
 #include "engine/feed/feed_consumer.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "engine/assert.h"
@@ -13,6 +14,7 @@ FeedConsumer::~FeedConsumer() { feed_.Remove(*this); }
 void FeedConsumer::WatchTag(TagId tag, bool watches) {
   const MutexLock lock(mutex_);
   if (watches) {
+    has_watched_tags_ = true;
     tags_.At(tag) = true;
   } else if (bool* place = tags_.Find(tag)) {
     *place = false;
@@ -22,6 +24,7 @@ void FeedConsumer::WatchTag(TagId tag, bool watches) {
 void FeedConsumer::WatchAllTags(bool watches) {
   const MutexLock lock(mutex_);
   watches_all_tags_ = watches;
+  has_watched_tags_ = has_watched_tags_ || watches;
 }
 
 void FeedConsumer::WatchTable(TableId table, bool watches) {
@@ -41,6 +44,11 @@ std::optional<FeedConsumer::Delivery> FeedConsumer::Await() {
     if (is_closed_) return std::nullopt;
     has_come_.Wait(mutex_);
   }
+}
+
+std::uint64_t FeedConsumer::CountGone() {
+  const MutexLock lock(mutex_);
+  return std::exchange(gone_, 0);
 }
 
 void FeedConsumer::Close() noexcept {
@@ -63,15 +71,40 @@ std::optional<FeedConsumer::Delivery> FeedConsumer::Next() {
 void FeedConsumer::Offer(const CommittedGroupPtr& group) noexcept {
   const MutexLock lock(mutex_);
   if (is_closed_ || gap_from_ || !Wants(*group)) return;
-  if (waiting_changes_ >= max_changes_) return BeginGap(group->commit);
+  const bool is_bounded_by_gaps = when_full_ == WhenFull::kGap;
+  if (is_bounded_by_gaps && waiting_changes_ >= max_changes_) return BeginGap(group->commit);
   ZERVANE_ASSERT(waiting_.empty() || waiting_.back()->commit < group->commit);
   try {
-    waiting_.push_back(group);
+    waiting_.push_back(PartOf(group));
   } catch (...) {
     return BeginGap(group->commit);  // want of memory loses what is heard of, not what is stored
   }
-  waiting_changes_ += group->size();
+  waiting_changes_ += waiting_.back()->size();
+  if (!is_bounded_by_gaps) DropOldest();
   has_come_.NotifyOne();
+}
+
+void FeedConsumer::DropOldest() noexcept {
+  while (waiting_changes_ - waiting_.front()->size() >= max_changes_) {
+    waiting_changes_ -= waiting_.front()->size();
+    gone_ += waiting_.front()->size();
+    waiting_.pop_front();
+  }
+}
+
+CommittedGroupPtr FeedConsumer::PartOf(const CommittedGroupPtr& group) const {
+  const auto is_watched = [this](const RowChange& change) {
+    mutex_.AssertHeld();
+    return tables_.test(static_cast<std::size_t>(change.table));
+  };
+  if (has_watched_tags_) return group;
+  const auto rows = std::count_if(group->rows.begin(), group->rows.end(), is_watched);
+  if (static_cast<std::size_t>(rows) == group->size()) return group;
+  const auto part = std::make_shared<CommittedGroup>();
+  part->commit = group->commit;
+  part->rows.reserve(static_cast<std::size_t>(rows));
+  std::copy_if(group->rows.begin(), group->rows.end(), std::back_inserter(part->rows), is_watched);
+  return part;
 }
 
 void FeedConsumer::OfferGap(std::int64_t commit) noexcept {

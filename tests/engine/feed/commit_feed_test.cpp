@@ -79,6 +79,42 @@ TEST_F(CommitFeedTest, HandsRowsToThoseWhoWatchTheirTable) {
   EXPECT_EQ(Next(*consumer), 0);
 }
 
+// Few rows would otherwise keep all the records of their commits in memory, and fill the ring.
+TEST_F(CommitFeedTest, HandsOneWhoWatchesTablesAloneTheirRowsAlone) {
+  const auto rows_only = Register(2);
+  rows_only->WatchTable(TableId::kTag, true);
+  const auto with_tags = Register();
+  with_tags->WatchTable(TableId::kTag, true);
+  with_tags->WatchTag(9, true);
+  const auto group = GroupOf(1, {5, 6, 7});
+  group->emptied = {8};
+  group->rows.push_back({.table = TableId::kSettings, .key = {std::int64_t{1}}, .row = {}});
+  group->rows.push_back({.table = TableId::kTag, .key = {std::int64_t{2}}, .row = {}});
+  feed_.Publish(1, group);
+  const auto delivery = rows_only->Poll();
+  ASSERT_TRUE(delivery && delivery->group);
+  EXPECT_EQ(delivery->group->commit, 1);
+  EXPECT_EQ(delivery->group->size(), 1U);
+  ASSERT_EQ(delivery->group->rows.size(), 1U);
+  EXPECT_EQ(delivery->group->rows[0].key, (Row{Cell(std::int64_t{2})}));
+  EXPECT_EQ(with_tags->Poll()->group, group);
+}
+
+TEST_F(CommitFeedTest, LosesTheOldestWhereTheConsumerWishesItAndCountsThem) {
+  const auto consumer = *feed_.Register(3, FeedConsumer::WhenFull::kOldestGo);
+  consumer->WatchAllTags(true);
+  Publish(1, {1, 2});
+  Publish(2, {1, 2});  // without the first there would be fewer than may wait
+  EXPECT_EQ(consumer->CountGone(), 0U);
+  Publish(3, {1});
+  EXPECT_EQ(consumer->CountGone(), 2U);
+  Publish(4, {1, 2, 3});
+  EXPECT_EQ(consumer->CountGone(), 3U);
+  EXPECT_EQ(consumer->CountGone(), 0U);
+  EXPECT_EQ(Next(*consumer), 4);
+  EXPECT_EQ(Next(*consumer), 0);
+}
+
 TEST_F(CommitFeedTest, TellsOfEmptiedTagsToThoseWhoWatchThem) {
   const auto consumer = Register();
   consumer->WatchTag(7, true);
