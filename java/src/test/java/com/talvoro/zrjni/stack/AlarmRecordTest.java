@@ -9,12 +9,12 @@ import com.talvoro.zrjni.Jni_Zervane;
 import com.talvoro.zrjni.LongWrapper;
 import com.talvoro.zrjni.ZRJniAlarmRecord;
 import com.talvoro.zrjni.ZRJniAlarmTag;
+import com.talvoro.zrjni.ZRJniRecord;
 import com.talvoro.zrjni.ZrAlarmQuery;
 import java.util.Arrays;
 import java.util.List;
-import java.util.Set;
-import java.util.TreeSet;
 import java.util.function.BiConsumer;
+import java.util.stream.IntStream;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.DisplayName;
 import org.junit.jupiter.api.Test;
@@ -229,14 +229,18 @@ class AlarmRecordTest {
   @Test
   void ofMoreThanAPageComeWhole() {
     int change = AlarmTags.add("change", "source", "CHANGE");
-    Set<Integer> wanted = new TreeSet<>();
-    for (int second = 1_000; second < 2_100; second++) {
-      write(second, second % 2);
-      wanted.add(second);
+    int[] tags = new int[1_100];
+    ZRJniRecord[] values = new ZRJniRecord[tags.length];
+    for (int i = 0; i < tags.length; i++) {
+      tags[i] = source;
+      values[i] = Records.float64(1_000 + i, i % 2);
     }
+    assertEquals(
+        Codes.OK, Jni_Zervane.saveSnapshots(tags, tags.length, values, new int[tags.length]));
     List<ZRJniAlarmRecord> records = Alarms.ofTag(change, Alarms.between(1_000, 0));
     assertEquals(
-        List.copyOf(wanted), records.stream().map(record -> record.startTimeSec).toList());
+        IntStream.range(1_000, 2_100).boxed().toList(),
+        records.stream().map(record -> record.startTimeSec).toList());
   }
 
   // ---- snapshots ----
