@@ -13,6 +13,7 @@
 #include "api/words/tag_columns.h"
 #include "engine/alarms/alarm_rows.h"
 #include "engine/assert.h"
+#include "engine/storage/cells.h"
 
 namespace zervane {
 namespace {
@@ -210,12 +211,18 @@ RowRange RangeOf(const AlarmSearch& search) {
 }
 
 Status ScanIndex(Store& store, const AlarmSearch& search, PageFiller& filler) {
-  const auto take = [&](AlarmRecord record) {
-    return std::ranges::binary_search(search.tags, record.tag) ? filler.Offer(std::move(record))
-                                                               : filler.PassOver(record.key());
+  bool is_damaged = false;
+  const auto take = [&](RowView row) {
+    AlarmKey key;
+    const bool has_key = FromCell(row[0], &key.tag) && FromCell(row[1], &key.start_ms);
+    // Nearly all may be of other tags: nothing more is made of those.
+    if (has_key && !std::ranges::binary_search(search.tags, key.tag)) return filler.PassOver(key);
+    std::optional<AlarmRecord> record = Format::FromRow(row);
+    is_damaged = !record;
+    return record && filler.Offer(*std::move(record));
   };
-  return Table<AlarmRecord>(store).Visit(RangeOf(search), std::numeric_limits<std::size_t>::max(),
-                                         std::cref(take));
+  Status status = store.Rows(RangeOf(search), std::numeric_limits<std::size_t>::max(), take);
+  return status.ok() && is_damaged ? DamagedRow(Format::kTable) : status;
 }
 
 // Whether only what stands, or is not acknowledged, is asked for: usually little of what a tag has.
