@@ -569,17 +569,27 @@ class AlarmTagTest {
     }
 
     @Test
-    void tellsNamesThatFillTheirArraysAndCutsAnActionThatDoesNotFitItsOwn() {
+    void tellsASourceOfTheLongestName() {
       int id = add();
-      String name = "n".repeat(255);
-      Tags.rename(source, name);
-      assertEquals(name, AlarmTags.get(id).m_SourceTagName);
-      Tags.rename(source, SOURCE);
-      Tags.rename(target, name);
+      Tags.rename(source, "n".repeat(255));
 
-      assertEquals(("SET '" + name).substring(0, 255), AlarmTags.get(id).m_Action1);
-      Tags.rename(target, TARGET);
+      assertEquals("n".repeat(255), AlarmTags.get(id).m_SourceTagName);
+    }
+
+    @Test
+    void keepsATargetFromANameThatIsTooLongForTheAction() {
+      int id = add();
+      int room = 255 - "SET '' 1".length();
+      ZRJniTagProp changes = new ZRJniTagProp();
+      changes.m_tagID = target;
+      changes.m_tagName = "n".repeat(room + 1);
+      assertEquals(
+          Codes.INVALID_PROPERTY, Jni_Zervane.modifyTag(changes, Columns.NAME, Columns.NONE));
       assertEquals("SET '" + TARGET + "' 1", AlarmTags.get(id).m_Action1);
+      assertEquals(TARGET, Tags.get(target).m_tagName);
+
+      Tags.rename(target, "n".repeat(room));
+      assertEquals("SET '" + "n".repeat(room) + "' 1", AlarmTags.get(id).m_Action1);
     }
   }
 
