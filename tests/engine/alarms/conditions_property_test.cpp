@@ -34,7 +34,7 @@ class RandomSeries {
 
   // The tag is saved, and its source has values; both happen again and again.
   std::vector<AlarmEvent> Events() {
-    const int type = Below(3);
+    type_ = static_cast<TagType>(Below(static_cast<int>(TagType::kBlob) + 1));
     std::vector<AlarmEvent> events;
     const int count = 1 + Below(60);
     for (int i = 0; i < count; ++i) {
@@ -47,8 +47,7 @@ class RandomSeries {
       } else if (kind >= 16) {
         events.push_back({.kind = Kind::kSilence, .clock_ms = clock_ms_ + Below(4) * 1000});
       } else {
-        events.push_back(
-            {.kind = Kind::kValue, .clock_ms = clock_ms_, .sample = RandomSample(type)});
+        events.push_back({.kind = Kind::kValue, .clock_ms = clock_ms_, .sample = RandomSample()});
       }
     }
     return events;
@@ -62,6 +61,9 @@ class RandomSeries {
     const int type = Below(7);
     if (type >= ZR3_AM_REC_TYPE_MAX) return std::nullopt;
     AlarmTest test = {.type = type + 1, .priority = 1 + Below(4)};
+    // Of texts any difference is all that can be asked for.
+    if (IsText(type_)) test.type = ZR3_AM_REC_TYPE_CHANGE;
+    if (IsText(type_)) return test;
     if (test.is_change()) {
       test.limit = Below(3);
     } else {
@@ -79,33 +81,34 @@ class RandomSeries {
     return conditions;
   }
 
-  Sample RandomSample(int type) {
+  Sample RandomSample() {
     if (Below(8) != 0) time_ms_ += Below(4) * 500;
-    Sample sample;
-    sample.time_ms = time_ms_;
+    Sample sample = {.time_ms = time_ms_, .type = type_, .value = RandomValue()};
     if (Below(10) == 0) sample.time_ms -= Below(5) * 500;
-    if (Below(10) == 0) sample.quality = Below(2) == 0 ? 0 : 64;
-    const int number = Below(9) - 4;
-    switch (type) {
-      case 0:
-        sample.type = TagType::kInt16;
-        sample.value = number;
-        break;
-      case 1:
-        sample.type = TagType::kFloat32;
-        sample.value = static_cast<float>(number);
-        break;
-      default:
-        sample.type = TagType::kFloat64;
-        sample.value = static_cast<double>(number) / (1 + Below(2));
-        if (Below(20) == 0) sample.value = -std::numeric_limits<double>::infinity();
-        if (Below(20) == 0) sample.value = std::numeric_limits<double>::quiet_NaN();
-        break;
-    }
+    static constexpr std::uint16_t kQualities[] = {0, 64, 127, 128, 0x100, 193, 255, 0x1C0};
+    if (Below(6) == 0) sample.quality = kQualities[Below(8)];
     return sample;
   }
 
+  Value RandomValue() {
+    const int number = Below(9) - 4;
+    switch (type_) {
+      case TagType::kString:
+      case TagType::kBlob:
+        return std::string(number < 0 ? "" : std::to_string(number / 2));
+      case TagType::kFloat32:
+        return Below(20) == 0 ? std::numeric_limits<float>::infinity()
+                              : static_cast<float>(number) / static_cast<float>(1 + Below(2));
+      case TagType::kFloat64:
+        return Below(20) == 0 ? std::numeric_limits<double>::quiet_NaN()
+                              : static_cast<double>(number) / (1 + Below(2));
+      default:
+        return number;
+    }
+  }
+
   std::mt19937 random_;
+  TagType type_ = TagType::kFloat64;
   std::int64_t clock_ms_ = 50'000;
   std::int64_t time_ms_ = 10'000;
 };

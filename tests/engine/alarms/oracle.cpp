@@ -31,7 +31,7 @@ double NumberIn(const Sample& sample) {
 }
 
 bool IsGood(const Sample& sample) {
-  return sample.quality >= 192 && sample.quality < 256 && std::isfinite(NumberIn(sample));
+  return sample.quality % 256 >= 192 && std::isfinite(NumberIn(sample));
 }
 
 // Of each event whether it is a value that is judged: good, and no older than any before.
