@@ -114,7 +114,8 @@ inline bool IsCompleteAt(const AlarmConditions& conditions, const TestState& tes
 // Judges a good value that is not older than the one judged before. First its time completes holds,
 // and the alarm is what it then is; then its number ends tests and begins others, and the alarm is
 // what it is after that. CHANGE tests are not looked at. The `start_ms` of the state is left to the
-// caller, who knows which starts are free.
+// caller, who knows which starts are free. Holds that have lasted by the clock by now are the
+// caller's, too: JudgeSilence comes first.
 //
 // REQUIRES a finite number, dead bands that are not negative, and a state that came of these
 // conditions.

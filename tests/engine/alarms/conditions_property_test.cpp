@@ -122,9 +122,10 @@ class Keeper {
       case Kind::kSaved:
         return Save(event);
       case Kind::kSilence:
-        return Apply(JudgeSilence(conditions_, event.clock_ms, newest_, state_));
+        return CompleteHolds(event.clock_ms);
       case Kind::kReopened:
-        return Reopen();
+        Reopen();
+        return CompleteHolds(event.clock_ms);
       case Kind::kValue:
         return FollowValue(event);
     }
@@ -169,10 +170,18 @@ class Keeper {
     SampleColumns columns;
     columns.Add(sample);
     const SourceValue value = SourceValueAt(columns, 0);
+    CompleteHolds(event.clock_ms);
     newest_ = {.time_ms = sample.time_ms, .number = value.number, .stored_ms = event.clock_ms};
     JudgeNewest(value);
     AddChanges(sample, value);
     before_ = sample;
+  }
+
+  void CompleteHolds(std::int64_t clock_ms) {
+    const std::optional<std::int64_t> deadline_ms = DeadlineOf(conditions_, state_);
+    const AlarmState before = state_;
+    Apply(JudgeSilence(conditions_, clock_ms, newest_, state_));
+    EXPECT_EQ(deadline_ms && *deadline_ms <= clock_ms, before != state_);
   }
 
   void JudgeNewest(const SourceValue& value) {

@@ -64,7 +64,11 @@ bool Meets(const AlarmTest& test, double number, double band) {
   return false;
 }
 
-// Every event has two steps: at 2i its time is looked at, at 2i + 1 its number.
+// Every event has three steps: the database's clock is looked at, then the value's time, then its
+// number.
+enum Look : std::uint8_t { kAtClock, kAtTime, kAtNumber, kLooks };
+std::size_t StepOf(std::size_t event, Look look) { return event * kLooks + look; }
+
 struct Hold {
   std::size_t begin = 0;          // the event that met the test first
   std::size_t complete = kNever;  // the step from which on it has held for long enough
@@ -81,16 +85,19 @@ struct Era {
 };
 
 // The step at which a hold that began with event `begin` and ended with event `end` was complete.
+// The clock counts when a value is judged, or when it is looked at though none has come.
 std::size_t CompletionOf(const Era& era, std::size_t begin, std::size_t end) {
   const std::int64_t band_ms = era.conditions.time_dead_band_ms;
-  if (band_ms == 0) return 2 * begin + 1;
+  if (band_ms == 0) return StepOf(begin, kAtNumber);
   const AlarmEvent& first = era.events[begin];
   for (std::size_t i = begin + 1; i < era.end && i <= end; ++i) {
     const AlarmEvent& event = era.events[i];
-    const bool has_lasted =
-        era.judged[i] ? event.sample.time_ms - first.sample.time_ms >= band_ms
-                      : event.kind == Kind::kSilence && event.clock_ms - first.clock_ms >= band_ms;
-    if (has_lasted) return 2 * i;
+    const bool has_clock =
+        era.judged[i] || event.kind == Kind::kSilence || event.kind == Kind::kReopened;
+    if (has_clock && event.clock_ms - first.clock_ms >= band_ms) return StepOf(i, kAtClock);
+    if (era.judged[i] && event.sample.time_ms - first.sample.time_ms >= band_ms) {
+      return StepOf(i, kAtTime);
+    }
   }
   return kNever;
 }
@@ -110,7 +117,7 @@ std::vector<Hold> HoldsOf(const Era& era, const AlarmTest& test) {
     }
     holds.push_back({.begin = i,
                      .complete = CompletionOf(era, i, end),
-                     .end = end < era.end ? 2 * end + 1 : kNever});
+                     .end = end < era.end ? StepOf(end, kAtNumber) : kNever});
     i = end;
   }
   return holds;
@@ -177,14 +184,14 @@ class EraWalk {
   }
 
   void Walk() {
-    std::optional<Sample> judged;
+    std::optional<Sample> newest;
     for (std::size_t i = era_.begin; i < era_.end; ++i) {
-      const AlarmEvent& event = era_.events[i];
-      if (era_.judged[i]) judged = event.sample;
-      if (!era_.judged[i] && event.kind != Kind::kSilence) continue;
-      LookAt(2 * i, judged);
-      LookAt(2 * i + 1, judged);
-      if (era_.judged[i]) AddChanges(i);
+      Compare(StepOf(i, kAtClock), newest);
+      if (!era_.judged[i]) continue;
+      newest = era_.events[i].sample;
+      Compare(StepOf(i, kAtTime), newest);
+      Compare(StepOf(i, kAtNumber), newest);
+      AddChanges(i);
     }
     if (standing_ && era_.end < era_.events.size()) {
       alarms_.End(record_, era_.events[era_.end].clock_ms);
@@ -195,7 +202,7 @@ class EraWalk {
   // The holds of a test follow each other, so it is the last one that began.
   const Hold* HoldAt(std::size_t position, std::size_t step) const {
     const std::vector<Hold>& holds = holds_[position];
-    const auto after = std::ranges::upper_bound(holds, step / 2, {}, &Hold::begin);
+    const auto after = std::ranges::upper_bound(holds, step / kLooks, {}, &Hold::begin);
     if (after == holds.begin()) return nullptr;
     const Hold& last = *(after - 1);
     return last.complete <= step && step < last.end ? &last : nullptr;
@@ -212,12 +219,13 @@ class EraWalk {
     return best;
   }
 
-  void LookAt(std::size_t step, const std::optional<Sample>& judged) {
+  // What another alarm ends or raises is at the newest good value.
+  void Compare(std::size_t step, const std::optional<Sample>& newest) {
     const std::optional<std::size_t> alarm = AlarmAt(step);
     if (alarm == standing_) return;
-    if (standing_) alarms_.End(record_, judged->time_ms);
+    if (standing_) alarms_.End(record_, newest->time_ms);
     if (alarm) {
-      const Sample& source = standing_ ? *judged : era_.events[HoldAt(*alarm, step)->begin].sample;
+      const Sample& source = standing_ ? *newest : era_.events[HoldAt(*alarm, step)->begin].sample;
       alarms_.Raise(static_cast<int>(*alarm), source.time_ms, source);
       record_ = alarms_.last();
     }

@@ -36,6 +36,9 @@ struct ExpectedAlarm {
   Sample source;                            // whose value it was raised with
 };
 
+// Holds that have lasted by the database's clock are complete before a value is judged, and after
+// an opening.
+//
 // The alarms of the tag by their starts, those of CHANGE tests among them. Before the first event
 // of kSaved the tag is not there. The source's archive has every value that was accepted.
 //
