@@ -138,9 +138,15 @@ Status AlarmStage::Process(Turn& turn, const StagedRecords& group, StoreBatch& b
   if (Status status = FindActionRecords(group); !status.ok()) return status;
   const std::int64_t now_ms = clock_();
   for (const std::uint32_t at : group.read) {
-    if (group.was_newest[at] == 0 || !IsGoodAt(group.samples, at)) continue;
     AlarmBook::Source* const source = book_.FindSource(group.tags[at]);
     if (source == nullptr) continue;
+    // Before the first record of the source is stored, late or bad as it may be: what comes before
+    // the first value that is judged was there when nothing was known of the source.
+    if (source->changes > 0) {
+      const Result<NewestGood*> before = LookUpNewest(group.tags[at], *source);
+      if (!before.ok()) return before.status();
+    }
+    if (group.was_newest[at] == 0 || !IsGoodAt(group.samples, at)) continue;
     const SourceValue value = SourceValueAt(group.samples, at);
     const std::int64_t time_ms = group.samples.times()[at];
     const Judged judged = {
@@ -176,22 +182,16 @@ std::int32_t AlarmStage::ActionDepthOf(TagId tag, std::int64_t time_ms) const {
 }
 
 Status AlarmStage::JudgeSource(AlarmBook::Source& source, const Judged& judged, StoreBatch& batch) {
-  const NewestGood* before = nullptr;
-  if (source.changes > 0) {
-    const Result<NewestGood*> found = LookUpNewest(source.alarms.front()->rule.source, source);
-    if (!found.ok()) return found.status();
-    before = *found;
-  }
+  NewestGood& newest = book_.TryNewest(source);
   for (AlarmBook::Alarm* const alarm : source.alarms) {
     const AlarmState& state = book_.TrackOf(*alarm).state;
     if (!ChangesNothing(alarm->rule.conditions, judged.good, state)) {
       if (Status status = Judge(*alarm, judged, batch); !status.ok()) return status;
     }
-    if (!alarm->rule.has_change || before->knowledge != Knowledge::kThereIsOne) continue;
-    Status status = JudgeChange(*alarm, ValueIn(before->sample), judged, batch);
+    if (!alarm->rule.has_change || newest.knowledge != Knowledge::kThereIsOne) continue;
+    Status status = JudgeChange(*alarm, ValueIn(newest.sample), judged, batch);
     if (!status.ok()) return status;
   }
-  NewestGood& newest = book_.TryNewest(source);
   Sample& sample = newest.sample;
   if (IsText(judged.value.type)) {
     if (source.changes == 0) return {};

@@ -71,6 +71,14 @@ TEST_F(AlarmChangeTest, IsNoneWhereThereIsNoGoodValueBefore) {
   EXPECT_EQ(Records(), Texts());
 }
 
+TEST_F(AlarmChangeTest, DoesNotCompareWithALateValueThatCameBetween) {
+  ASSERT_TRUE(Save(Rule({"CHANGE"})).ok());
+  Write(100, 1, ZR3_QUALITY_BAD);
+  Write(50, 7);
+  Write(200, 2);
+  EXPECT_EQ(Records(), Texts());
+}
+
 TEST_F(AlarmChangeTest, ComparesWithACorrectedValueFromItsCorrectionOn) {
   ASSERT_TRUE(Save(Rule({"CHANGE"})).ok());
   Write(100, 1);
