@@ -50,7 +50,7 @@ class AlarmFamilyTest : public testing::Test {
   void Write(std::int64_t time_ms, double value) {
     const Sample sample = {
         .time_ms = time_ms, .quality = ZR3_QUALITY_GOOD, .type = TagType::kFloat64, .value = value};
-    EXPECT_THAT(database_.Write({{source_, sample}}, WriteOrder::kInOrder), IsEmpty());
+    database_.Write(source_, sample);
   }
   AlarmRecord Latest(TagId tag) {
     const auto reply = database_.Do(ReadLatestAlarms{.ids = {tag}});
