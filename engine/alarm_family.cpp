@@ -67,7 +67,7 @@ Result<AlarmPage> AlarmFamily::Handle(const Caller&, const FindAlarmsOfTags& ope
   if (Status status = CheckFind(operation); !status.ok()) return status;
   std::vector<TagId> tags = operation.ids;
   std::ranges::sort(tags);
-  tags.erase(std::ranges::unique(tags).begin(), tags.end());
+  tags.erase(std::unique(tags.begin(), tags.end()), tags.end());
   if (IsFirstPage(operation)) {
     const TagImagePtr image = catalogue_.image();
     for (const TagId tag : tags) {

@@ -238,23 +238,34 @@ int32 sn3_save_disorder_snapshots(int32 nNum, uint32 nTagID, const ZR3Record* pR
 int32 sn3_save_tags_disorder_snapshots(int32 nNum, const uint32* pTagIDs, const ZR3Record* pRecords,
                                        int32* pErrCodes);
 
-/* Subscribes to changes of the current values of nNum tags; pReserved is null. */
+/* Subscribes to changes of the current values of nNum tags: what is accepted from then on is handed
+ * out once, in order of commit, however often and in whatever form a tag is registered. pReserved is
+ * null, else ZR3_ERR_INVALID_ARGUMENT. ZR3_ERR_TAG_NOT_FOUND for an unknown tag, when none of the
+ * call is registered. A subscription ends with its session, that of a tag with the tag. */
 int32 sn3_register_callback(int32 nNum, const uint32* pTagIDs, void* pReserved);
 
-/* Ends the subscription to those tags. */
+/* Ends the subscription to those tags, however often they were registered so; succeeds where they
+ * were not. What was accepted before is still handed out. */
 int32 sn3_unregister_callback_of_sometag(int32 nNum, const uint32* pTagIDs);
 
-/* Subscribes to nNum pairs of tag and field. */
+/* Subscribes to nNum pairs of tag and field: 0 any change, 1 changes of the value, 2 of the quality.
+ * A tag's first value is a change of both, a NaN after a NaN none. ZR3_ERR_TAG_NOT_FOUND for an
+ * unknown tag and ZR3_ERR_INVALID_ARGUMENT for another field, when none of the call is registered. */
 int32 sn3_register_rest(int32 nNum, const ZRRegInfo* pInfos);
 
-/* Ends the subscription to those pairs. */
+/* Ends the subscription to those pairs, likewise. */
 int32 sn3_unregister_callback_rest(int32 nNum, const ZRRegInfo* pInfos);
 
 /* Hands out the changes that have come since the last call: two arrays of *pNum elements, oldest
- * change first, to be released with sn3_free_callback_sn. */
+ * change first, to be released with sn3_free_callback_sn; 0 and nulls when there are none, or nothing
+ * is registered. A STRING or BLOB has a buffer of its own. Up to 65,536 changes wait; past that the
+ * oldest of a tag that has a newer one goes first. ZR3_ERR_OUT_OF_MEMORY also when 65,536 batches
+ * were handed out and not released; the next call has the changes then. */
 int32 sn3_get_callback_sn(int32* pNum, uint32** ppTagIDs, ZR3Record** ppRecords);
 
-/* Releases such a pair of arrays; nulls do nothing. */
+/* Releases such a pair of arrays, also when its session is over; two nulls do nothing.
+ * ZR3_ERR_INVALID_HANDLE for what was not handed out or is released already, ZR3_ERR_INVALID_COUNT
+ * for another count than was handed out, when nothing is released. */
 int32 sn3_free_callback_sn(int32 nNum, uint32* pTagIDs, ZR3Record* pRecords);
 
 /* ==== ar3: archive ==== */
@@ -443,14 +454,17 @@ int32 am3_query_group_props(int32 nNum, const uint32* pGroupIDs, ZR3AlarmGroup* 
 int32 am3_query_group_child_groups(uint32 nGroupID, ZR3HANDLE* pIterator);
 int32 am3_query_group_child_tags(uint32 nGroupID, ZR3HANDLE* pIterator);
 
-/* Starts collecting new alarm records; pReserved is null. */
+/* Subscribes to the transitions of all alarms, until the session ends: raised, returned to normal,
+ * acknowledged, commented. pReserved is null, else ZR3_ERR_INVALID_ARGUMENT. */
 int32 am3_register_alarm_record_info(void* pReserved);
 
-/* Hands out the alarm records that have come since the last call: an array of *pNum, to be released
- * with am3_free_callback_am. */
+/* Hands out the transitions that have come since the last call, oldest first, each the whole record
+ * as it then stood: an array of *pNum, at most 10,000, to be released with am3_free_callback_am; the
+ * rest comes with the next call. 0 and null when there are none. Up to 65,536 wait, then the oldest
+ * goes. ZR3_ERR_OUT_OF_MEMORY as of sn3_get_callback_sn. */
 int32 am3_get_callback_am(int32* pNum, ZR3AlarmRecord** ppRecords);
 
-/* Releases such an array; null does nothing. */
+/* Releases such an array, as sn3_free_callback_sn does; null does nothing. */
 int32 am3_free_callback_am(int32 nNum, ZR3AlarmRecord* pRecords);
 
 /* ==== sc3: security ==== */

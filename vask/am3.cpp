@@ -54,7 +54,6 @@ using zervane::Status;
 using zervane::StatusOfWork;
 using zervane::SubscribeAlarms;
 using zervane::TagId;
-using zervane::Unsupported;
 
 namespace {
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 namespace zervane {
@@ -11,6 +13,11 @@ bool IsUtf8(std::string_view text);
 // Whether the byte is a character's second, third or fourth.
 constexpr bool IsUtf8Continuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+}
+
+// How many characters there are. REQUIRES: it is UTF-8.
+inline std::size_t CountCharacters(std::string_view text) {
+  return text.size() - static_cast<std::size_t>(std::ranges::count_if(text, IsUtf8Continuation));
 }
 
 }  // namespace zervane

@@ -40,7 +40,11 @@ struct LoLo : Word<'L', 'O', 'L', 'O'> {};
 struct Low : Word<'L', 'O', 'W'> {};
 struct High : Word<'H', 'I', 'G', 'H'> {};
 struct HiHi : Word<'H', 'I', 'H', 'I'> {};
-struct Change : Word<'C', 'H', 'A', 'N', 'G', 'E'> {};
+// Between this word and a number there must be a space, whatever the number begins with.
+struct NoNumber : pegtl::not_at<pegtl::one<'.', '+', '-'>> {};
+struct ChangeWord : pegtl::istring<'C', 'H', 'A', 'N', 'G', 'E'> {};
+struct Change
+    : pegtl::seq<pegtl::at<ChangeWord, WordEnd>, ChangeWord, pegtl::must<NoNumber>, Blanks> {};
 
 struct Greater : Symbol<'>'> {};
 struct GreaterOrEqual : Symbol<'>', '='> {};

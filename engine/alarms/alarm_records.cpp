@@ -13,6 +13,7 @@
 #include "api/words/tag_columns.h"
 #include "engine/alarms/alarm_rows.h"
 #include "engine/assert.h"
+#include "engine/storage/cells.h"
 
 namespace zervane {
 namespace {
@@ -23,6 +24,9 @@ using Format = RowFormat<AlarmRecord>;
 constexpr std::size_t kFewTags = 32;
 // A page ends after so many rows, for whoever waits for it; it takes some tenths of a second.
 constexpr std::size_t kMostRows = 100'000;
+// So many rows of an index are looked at for a few tags, before these are read one by one after
+// all.
+constexpr std::size_t kTrialRows = 20'000;
 constexpr std::size_t kMostBytes = std::size_t{1} << 20;
 
 std::size_t BytesOf(const AlarmRecord& record) {
@@ -58,12 +62,14 @@ std::int64_t EndOf(const AlarmQuery& query) {
 // A page that is being filled.
 class PageFiller {
  public:
-  explicit PageFiller(const AlarmSearch& search) : search_(search) {}
+  // Looks at no more than so many rows.
+  PageFiller(const AlarmSearch& search, std::size_t most_rows)
+      : search_(search), most_rows_(most_rows) {}
 
   // Takes the next row in order. Whether there may be more.
   bool Offer(AlarmRecord record) {
     const bool passes = Matches(search_.query, record);
-    if (rows_ == kMostRows || (passes && IsFull())) {
+    if (rows_ == most_rows_ || (passes && IsFull())) {
       page_.next = record.key();
       return false;
     }
@@ -73,12 +79,20 @@ class PageFiller {
   }
   // The same for a row of a tag that is not asked for.
   bool PassOver(const AlarmKey& key) {
-    if (rows_ == kMostRows) {
+    if (rows_ == most_rows_) {
       page_.next = key;
       return false;
     }
     ++rows_;
     return true;
+  }
+
+  // Whether the page has room, but the rows have run out.
+  bool HasRunOut() const { return page_.next.has_value() && !IsFull(); }
+  // Then looks at so many more, from where it stopped, which it answers.
+  AlarmKey GoOn(std::size_t more_rows) {
+    most_rows_ += more_rows;
+    return *std::exchange(page_.next, std::nullopt);
   }
 
   AlarmPage& page() { return page_; }
@@ -92,6 +106,7 @@ class PageFiller {
   }
 
   const AlarmSearch& search_;
+  std::size_t most_rows_;
   AlarmPage page_;
   std::size_t rows_ = 0;
   std::size_t bytes_ = 0;
@@ -149,7 +164,7 @@ class TagCursor {
   bool is_over_ = false;
 };
 
-Result<AlarmPage> MergeTags(Store& store, const AlarmSearch& search) {
+Status MergeTags(Store& store, const AlarmSearch& search, PageFiller& filler) {
   std::vector<TagCursor> cursors;
   cursors.reserve(search.tags.size());
   for (const TagId tag : search.tags) {
@@ -157,14 +172,13 @@ Result<AlarmPage> MergeTags(Store& store, const AlarmSearch& search) {
     if (Status status = cursor.Advance(); !status.ok()) return status;
     if (cursor.has_record()) cursors.push_back(std::move(cursor));
   }
-  PageFiller filler(search);
   while (!cursors.empty()) {
     const auto first = std::ranges::min_element(cursors, {}, &TagCursor::key);
     if (!filler.Offer(first->Take())) break;
     if (Status status = first->Advance(); !status.ok()) return status;
     if (!first->has_record()) cursors.erase(first);
   }
-  return std::move(filler.page());
+  return {};
 }
 
 // ---- many tags ----
@@ -196,16 +210,25 @@ RowRange RangeOf(const AlarmSearch& search) {
   return range;
 }
 
-Result<AlarmPage> ScanIndex(Store& store, const AlarmSearch& search) {
-  PageFiller filler(search);
-  const auto take = [&](AlarmRecord record) {
-    return std::ranges::binary_search(search.tags, record.tag) ? filler.Offer(std::move(record))
-                                                               : filler.PassOver(record.key());
+Status ScanIndex(Store& store, const AlarmSearch& search, PageFiller& filler) {
+  bool is_damaged = false;
+  const auto take = [&](RowView row) {
+    AlarmKey key;
+    const bool has_key = FromCell(row[0], &key.tag) && FromCell(row[1], &key.start_ms);
+    // Nearly all may be of other tags: nothing more is made of those.
+    if (has_key && !std::ranges::binary_search(search.tags, key.tag)) return filler.PassOver(key);
+    std::optional<AlarmRecord> record = Format::FromRow(row);
+    is_damaged = !record;
+    return record && filler.Offer(*std::move(record));
   };
-  Status status = Table<AlarmRecord>(store).Visit(
-      RangeOf(search), std::numeric_limits<std::size_t>::max(), std::cref(take));
-  if (!status.ok()) return status;
-  return std::move(filler.page());
+  Status status = store.Rows(RangeOf(search), std::numeric_limits<std::size_t>::max(), take);
+  return status.ok() && is_damaged ? DamagedRow(Format::kTable) : status;
+}
+
+// Whether only what stands, or is not acknowledged, is asked for: usually little of what a tag has.
+bool WantsOpenAlone(const AlarmQuery& query) {
+  return WantedRestored(query) == Bit(ZR3_AM_REC_RESTORE_STATE_NO) ||
+         WantedAcknowledged(query) == Bit(ZR3_AM_REC_ACK_STATE_NO);
 }
 
 }  // namespace
@@ -238,7 +261,18 @@ Result<AlarmPage> FindAlarms(Store& store, const AlarmSearch& search) {
   ZERVANE_ASSERT(search.limit >= 1);
   ZERVANE_ASSERT(std::ranges::is_sorted(search.tags));
   if (search.tags.empty() || search.from.start_ms > EndOf(search.query)) return AlarmPage();
-  return search.tags.size() <= kFewTags ? MergeTags(store, search) : ScanIndex(store, search);
+  const bool is_few = search.tags.size() <= kFewTags;
+  const bool tries_index = is_few && search.tags.size() > 1 && WantsOpenAlone(search.query);
+  PageFiller filler(search, tries_index ? kTrialRows : kMostRows);
+  Status status =
+      is_few && !tries_index ? MergeTags(store, search, filler) : ScanIndex(store, search, filler);
+  if (status.ok() && tries_index && filler.HasRunOut()) {
+    AlarmSearch rest = search;
+    rest.from = filler.GoOn(kMostRows);
+    status = MergeTags(store, rest, filler);
+  }
+  if (!status.ok()) return status;
+  return std::move(filler.page());
 }
 
 Result<std::optional<AlarmRecord>> LatestAlarm(Store& store, TagId tag) {

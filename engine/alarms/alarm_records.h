@@ -32,8 +32,9 @@ struct AlarmSearch {
 };
 
 // A page of them. A few tags are read one beside the other, and what they have is merged; of many
-// the index is read that leaves out the most, and what is of other tags is passed over. A page ends
-// early, even without a record, when it took many rows to come so far.
+// the index is read that leaves out the most, and what is of other tags is passed over. So it is of
+// a few of which only what stands or is not acknowledged is wanted, unless that index is long. A
+// page ends early, even without a record, when it took many rows to come so far.
 Result<AlarmPage> FindAlarms(Store& store, const AlarmSearch& search);
 
 // The latest record of a tag by start, if there is one.

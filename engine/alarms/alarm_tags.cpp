@@ -10,6 +10,7 @@
 
 #include "api/words/samples.h"
 #include "api/words/tag_columns.h"
+#include "api/words/utf8.h"
 #include "engine/alarms/alarm_action.h"
 #include "engine/alarms/alarm_test.h"
 #include "engine/assert.h"
@@ -132,11 +133,13 @@ const PropertyColumn& ColumnOf(std::int32_t column) {
   return AlarmColumns()[static_cast<std::size_t>(column - ZR3_TAG_COL_AM_EXT_PROP_MIN)];
 }
 
+// A character takes at least one byte of its array in every encoding: a text of more than there are
+// could be read back by nobody, whatever its bytes here.
 Status SetText(std::string text, std::int32_t number, const Tag& tag, std::string* property) {
   const PropertyColumn& column = ColumnOf(number);
-  if (text.size() > column.max_bytes()) {
-    return {ZR3_ERR_INVALID_PROPERTY, fmt::format("{} of '{}' would be longer than {} bytes",
-                                                  column.name, tag.name, column.max_bytes())};
+  if (text.size() > column.max_bytes() || CountCharacters(text) >= column.array_bytes) {
+    return {ZR3_ERR_INVALID_PROPERTY, fmt::format("{} of '{}' would be too long: {} characters",
+                                                  column.name, tag.name, CountCharacters(text))};
   }
   *property = std::move(text);
   return {};

@@ -136,6 +136,8 @@ constexpr std::string_view kExpected<grammar::Limit> = "a number";
 template <>
 constexpr std::string_view kExpected<grammar::NumberEnd> = "a space or the end";
 template <>
+constexpr std::string_view kExpected<grammar::NoNumber> = "a space or the end";
+template <>
 constexpr std::string_view kExpected<grammar::PriorityNumber> = "a priority from 1 to 4";
 template <>
 constexpr std::string_view kExpected<grammar::LimitEnd> = "PRIORITY or the end";

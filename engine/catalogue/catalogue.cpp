@@ -65,8 +65,7 @@ std::vector<TagId> TargetsOf(const TagLinks& a, const TagLinks& b) {
   std::vector<TagId> targets = a;
   targets.insert(targets.end(), b.begin(), b.end());
   std::ranges::sort(targets);
-  const auto repeated = std::ranges::unique(targets);
-  targets.erase(repeated.begin(), repeated.end());
+  targets.erase(std::unique(targets.begin(), targets.end()), targets.end());
   std::erase(targets, TagId{0});
   return targets;
 }

@@ -72,5 +72,11 @@ TEST(Utf8Characters, AreAllButSurrogates) {
   }
 }
 
+TEST(Characters, AreCountedWhateverTheyTake) {
+  EXPECT_EQ(CountCharacters(""), 0U);
+  EXPECT_EQ(CountCharacters("abc"), 3U);
+  EXPECT_EQ(CountCharacters("\xC3\xA4\xE6\xB5\x8B\xF0\x9F\x98\x80x"), 4U);
+}
+
 }  // namespace
 }  // namespace zervane

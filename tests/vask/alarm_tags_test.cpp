@@ -191,6 +191,24 @@ TEST_F(AlarmTags, TellTheNamesOfTheirTagsAsTheyAreNow) {
   EXPECT_TRUE(Find(ZR3_TAG_COL_AM_EXT_PROP_SOURCE_TAG, ZR3_RELATION_EQUAL, "SOURCE").empty());
 }
 
+// "SET '" + name + "' 1" has eight characters beside the name.
+TEST_F(AlarmTags, KeepTheTagsThatTheySetFromNamesTooLongForAnAction) {
+  ZR3AlarmTagProp tag = AlarmOn("SOURCE");
+  std::strcpy(tag.szAction1, "SET 'TARGET' 1");
+  const uint32 id = Add(tag);
+  const ZR3Mask name{.nCommMask = 1, .nExtMask = 0};
+  ZR3PtTagProp renamed{};
+  std::memset(renamed.szTagName, 'n', 248);
+  EXPECT_EQ(pt3_modify_tag_prop(2, &renamed, &name), ZR3_ERR_INVALID_PROPERTY);
+  EXPECT_STREQ(Get(id).szAction1, "SET 'TARGET' 1");
+  uint32 found = 0;
+  EXPECT_EQ(tag3_query_id_by_name("TARGET", &found), ZR3_OK);
+  EXPECT_EQ(pt3_modify_tag_prop(1, &renamed, &name), ZR3_OK) << "the source's name has room";
+  renamed.szTagName[247] = '\0';
+  EXPECT_EQ(pt3_modify_tag_prop(2, &renamed, &name), ZR3_OK);
+  EXPECT_EQ(Get(id).szAction1, "SET '" + std::string(247, 'n') + "' 1");
+}
+
 TEST_F(AlarmTags, KeepTheTagThatTheyReadANumber) {
   Add(AlarmOn("SOURCE"));
   ZR3PtTagProp tag{};

@@ -12,6 +12,7 @@
 
 #include "engine/alarms/alarm_rows.h"
 #include "engine/storage/tables.h"
+#include "tests/engine/short_memory.h"
 #include "tests/engine/storage/store_driver.h"
 
 namespace zervane {
@@ -213,6 +214,40 @@ TEST_F(AlarmGroupsTest, APlanThatIsNotAdoptedLeavesNothingBehind) {
   EXPECT_THAT(ChildrenOf(kRootGroup), IsEmpty());
   EXPECT_EQ(groups_->Find("Area", kRootGroup).code(), ZR3_ERR_GROUP_NOT_FOUND);
   EXPECT_EQ(Add("Area"), 1U);
+}
+
+TEST_F(AlarmGroupsTest, NoMemoryIsNeededToFollowTheStore) {
+  const auto adopt = [&](Result<AlarmGroups::Change> change, StoreBatch& batch) {
+    ASSERT_TRUE(change.ok());
+    driver_.MustCommit(std::move(batch));
+    const ShortMemory memory(1);
+    groups_->Adopt(turn_, *change);
+    EXPECT_EQ(ShortMemory::Failed(), 0U);
+  };
+  const std::string name(40, 'n');  // more than a string holds by itself
+  const std::string other_name(40, 'o');
+  StoreBatch add;
+  adopt(groups_->PlanAdd(turn_, Named(name), add), add);
+  EXPECT_EQ(*groups_->Find(name, kRootGroup), 1U);
+  StoreBatch modify;
+  adopt(groups_->PlanModify(turn_, {.id = 1, .name = other_name, .description = name}, modify),
+        modify);
+  EXPECT_EQ(*groups_->Find(other_name, kRootGroup), 1U);
+  groups_->Reserve(turn_, 1, 5);
+  {
+    const ShortMemory memory(1);
+    groups_->File(turn_, 1, 5);
+    EXPECT_EQ(ShortMemory::Failed(), 0U);
+  }
+  EXPECT_THAT(groups_->TagsUnder(1), ElementsAre(5));
+  {
+    const ShortMemory memory(1);
+    groups_->Remove(turn_, 5);
+    EXPECT_EQ(ShortMemory::Failed(), 0U);
+  }
+  StoreBatch remove;
+  adopt(groups_->PlanRemove(turn_, 1, remove), remove);
+  EXPECT_FALSE(groups_->Exists(1));
 }
 
 TEST_F(AlarmGroupsTest, TagsAreFiledInOneGroupAndFoundFromAboveIt) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
@@ -194,6 +195,54 @@ TEST_P(AlarmRecordsTest, AnyQueryFindsWhatAPlainFilterFinds) {
     }
     ASSERT_EQ(Find(tags, query, static_cast<std::size_t>(pick(1, 40))), wanted);
   }
+}
+
+// ---- among many records of other tags ----
+
+// A store in which tag 500 has many open records between two instants of the other tags.
+class ManyAlarmRecordsTest : public testing::Test {
+ protected:
+  void Fill(std::int64_t count) {
+    StoreBatch batch;
+    for (const TagId tag : {1U, 2U}) {
+      for (const std::int64_t start_ms : {std::int64_t{1}, count + 10}) {
+        Table<AlarmRecord>::Put(RecordAt(tag, start_ms), batch);
+      }
+    }
+    for (std::int64_t at = 0; at < count; ++at) {
+      Table<AlarmRecord>::Put(RecordAt(500, 2 + at), batch);
+    }
+    storage::StoreDriver(*store_).MustCommit(std::move(batch));
+  }
+  Result<AlarmPage> Page(const std::vector<TagId>& tags, AlarmKey from) {
+    return FindAlarms(*store_, {.tags = tags, .query = open_, .from = from, .limit = 10});
+  }
+
+  const std::unique_ptr<Store> store_ = OpenMemoryStore();
+  const AlarmQuery open_ = {.acknowledged_mask = 1};
+};
+
+TEST_F(ManyAlarmRecordsTest, AFewTagsAreReadOneByOneWhenTheIndexIsLong) {
+  Fill(25'000);
+  const Result<AlarmPage> page = Page({1, 2}, {});
+  ASSERT_TRUE(page.ok());
+  EXPECT_THAT(KeysOf(page->items),
+              ElementsAre(Key(1, 1), Key(2, 1), Key(1, 25'010), Key(2, 25'010)));
+  EXPECT_EQ(page->next, std::nullopt);
+}
+
+TEST_F(ManyAlarmRecordsTest, APageEndsEarlyWhenItTookManyRowsAndTheNextGoesOn) {
+  Fill(110'000);
+  std::vector<TagId> many;
+  for (TagId tag = 1; tag <= 100; ++tag) many.push_back(tag);
+  const Result<AlarmPage> first = Page(many, {});
+  ASSERT_TRUE(first.ok());
+  EXPECT_THAT(KeysOf(first->items), ElementsAre(Key(1, 1), Key(2, 1)));
+  ASSERT_TRUE(first->next.has_value());
+  EXPECT_LT(first->next->start_ms, 110'000);
+  const Result<AlarmPage> rest = Page(many, *first->next);
+  EXPECT_THAT(KeysOf(rest->items), ElementsAre(Key(1, 110'010), Key(2, 110'010)));
+  EXPECT_EQ(rest->next, std::nullopt);
 }
 
 // ---- notes ----

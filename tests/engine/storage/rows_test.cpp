@@ -338,6 +338,7 @@ TEST_P(Rows, OfTagsKeepEveryProperty) {
       }
     });
   });
+  tag.tag_class = ZR3_TAG_CLASS_BASIC;  // whose own properties these are
   tag.span = std::numeric_limits<float>::infinity();
   driver_->PutTag(tag);
   for (int i = 0; i < 2; ++i) {

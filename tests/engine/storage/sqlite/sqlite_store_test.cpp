@@ -377,6 +377,7 @@ TEST_F(StoreFolder, KeepsEveryPropertyOfATag) {
     }
   };
   ForEachColumn(tag, [&](const PropertyColumn& column) { VisitProperty(column, tag, fill); });
+  tag.tag_class = ZR3_TAG_CLASS_BASIC;  // whose own properties these are
   tag.change_date = 0xFFFFFFFF;
   tag.exc_max_time = -1;
   tag.min_value = -std::numeric_limits<float>::infinity();

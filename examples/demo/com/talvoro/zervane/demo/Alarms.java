@@ -73,7 +73,7 @@ final class Alarms {
     for (ZRJniAlarmRecord record : poll()) {
       ZRJniAlarmRecord before = seen.put(startOf(record), record);
       System.out.printf("       alarm %s: %s%n", whatHappened(before, record), describe(record));
-      if (before == null) {
+      if (before == null && record.nAcked == 0) {
         acknowledge(record);
       }
     }
@@ -100,11 +100,12 @@ final class Alarms {
   }
 
   private static String whatHappened(ZRJniAlarmRecord before, ZRJniAlarmRecord now) {
+    boolean wasRestored = before != null && before.nRestored != 0;
+    if (now.nRestored != 0 && !wasRestored) {
+      return "returned"; // maybe of an alarm that an earlier run was told of
+    }
     if (before == null) {
       return "raised";
-    }
-    if (before.nRestored != now.nRestored) {
-      return "returned";
     }
     return before.nAcked != now.nAcked ? "acknowledged" : "commented";
   }
