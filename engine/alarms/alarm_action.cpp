@@ -80,7 +80,8 @@ Row RowFormat<PendingAction>::AllKeys() { return {CellOf(std::string(kTask))}; }
 
 Row RowFormat<PendingAction>::RowOf(const PendingAction& action) {
   Row row = KeyCells(action.key);
-  row.push_back(CellOf(fmt::format("{} {} {}", action.target, action.depth, action.number)));
+  row.push_back(CellOf(fmt::format("{} {} {} {}", action.target, action.chain.depth,
+                                   action.chain.share, action.number)));
   return row;
 }
 
@@ -93,10 +94,11 @@ std::optional<PendingAction> RowFormat<PendingAction>::FromRow(RowView row) {
   }
   NumberReader numbers(detail);
   numbers.Into(&action.target);
-  numbers.Into(&action.depth);
+  numbers.Into(&action.chain.depth);
+  numbers.Into(&action.chain.share);
   numbers.Into(&action.number);
-  const bool is_such = numbers.HasReadAll() && action.depth >= 1 &&
-                       action.depth <= PendingAction::kGreatestDepth &&
+  const bool is_such = numbers.HasReadAll() && action.chain.depth >= 1 &&
+                       action.chain.share <= ActionChain::kWholeShare && !action.chain.IsCut() &&
                        std::isfinite(action.number);
   return is_such ? std::optional(action) : std::nullopt;
 }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "api/words/value.h"
+#include "engine/alarms/action_chain.h"
 #include "engine/storage/table.h"
 
 namespace zervane {
@@ -12,10 +13,6 @@ namespace zervane {
 // A value that is to be written because an alarm record started. It waits as a row of `progress`,
 // which was stored with the record and goes with the write: so it is done exactly once.
 struct PendingAction {
-  // An action whose value raises an alarm whose action writes a value, and so on: the chain is cut
-  // behind so many.
-  static constexpr std::int32_t kGreatestDepth = 16;
-
   struct Key {
     TagId alarm = 0;            // the alarm tag
     std::int64_t start_ms = 0;  // of the record
@@ -25,7 +22,7 @@ struct PendingAction {
   Key key;
   TagId target = 0;
   double number = 0;
-  std::int32_t depth = 1;  // the how many-th of its chain it is
+  ActionChain chain = {};
 
   friend bool operator==(const PendingAction&, const PendingAction&) = default;
 };

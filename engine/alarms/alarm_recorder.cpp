@@ -45,28 +45,26 @@ void End(AlarmRecord& record, std::int64_t time_ms) {
 
 }  // namespace
 
-Status AlarmRecorder::Raise(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
-                            const SourceValue& value, std::int32_t action_depth,
-                            StoreBatch& batch) {
-  const Result<std::int64_t> start = TakeStart(trial, time_ms);
-  if (!start.ok()) return start.status();
+Result<std::int64_t> AlarmRecorder::Raise(AlarmBook::Trial& trial, int position,
+                                          std::int64_t time_ms, const SourceValue& value,
+                                          StoreBatch& batch) {
+  Result<std::int64_t> start = TakeStart(trial, time_ms);
+  if (!start.ok()) return start;
   trial.track.state.start_ms = *start;
   trial.standing = Started(trial.alarm->rule, position, *start, value);
   Table<AlarmRecord>::Put(*trial.standing, batch);
-  AddAction(trial.alarm->rule, position, *start, action_depth, batch);
-  return {};
+  return start;
 }
 
-Status AlarmRecorder::NoteChange(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
-                                 const SourceValue& value, std::int32_t action_depth,
-                                 StoreBatch& batch) {
-  const Result<std::int64_t> start = TakeStart(trial, time_ms);
-  if (!start.ok()) return start.status();
+Result<std::int64_t> AlarmRecorder::NoteChange(AlarmBook::Trial& trial, int position,
+                                               std::int64_t time_ms, const SourceValue& value,
+                                               StoreBatch& batch) {
+  Result<std::int64_t> start = TakeStart(trial, time_ms);
+  if (!start.ok()) return start;
   AlarmRecord record = Started(trial.alarm->rule, position, *start, value);
   End(record, *start);
   Table<AlarmRecord>::Put(record, batch);
-  AddAction(trial.alarm->rule, position, *start, action_depth, batch);
-  return {};
+  return start;
 }
 
 // The record as it stands in the store, for it may have been acknowledged or commented meanwhile.
@@ -112,7 +110,7 @@ void AlarmRecorder::RemoveAllOf(TagId alarm, StoreBatch& batch) {
   Table<StandingAlarm>::Remove(alarm, batch);
 }
 
-// ---- starts and actions ----
+// ---- starts ----
 
 // Nearly every start is newer than all before it, which needs no look into the store.
 Result<std::int64_t> AlarmRecorder::TakeStart(AlarmBook::Trial& trial, std::int64_t time_ms) {
@@ -201,24 +199,6 @@ Result<std::int64_t> AlarmRecorder::FindLastFree(const AlarmBook::Trial& trial) 
       });
   if (!status.ok()) return status;
   return free_ms;
-}
-
-void AlarmRecorder::AddAction(const AlarmRule& rule, int position, std::int64_t start_ms,
-                              std::int32_t depth, StoreBatch& batch) {
-  const std::optional<AlarmRule::Action>& action = rule.actions[static_cast<std::size_t>(position)];
-  if (!action) return;
-  if (depth > PendingAction::kGreatestDepth) {
-    LogWarning(
-        "alarm tag {}: its action is not carried out, the {}th of a chain of alarms that set each "
-        "other's sources",
-        rule.tag, depth);
-    return;
-  }
-  Table<PendingAction>::Put({.key = {.alarm = rule.tag, .start_ms = start_ms},
-                             .target = action->target,
-                             .number = action->number,
-                             .depth = depth},
-                            batch);
 }
 
 }  // namespace zervane

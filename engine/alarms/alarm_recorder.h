@@ -12,7 +12,7 @@ namespace zervane {
 
 // Has a batch store what becomes of alarms: a whole record for each transition, in order, even
 // where a later one of the same batch replaces it, for those who follow commits tell transitions by
-// them; the actions of records that start; and how far an alarm is while some test of it holds.
+// them; and how far an alarm is while some test of it holds.
 //
 // Threads: with the turn alone.
 class AlarmRecorder {
@@ -20,13 +20,12 @@ class AlarmRecorder {
   explicit AlarmRecorder(Store& store) : store_(store) {}
 
   // A record of the test starts, at the time or the next one at which none of the tag starts; where
-  // there is none up to the greatest time, at the last one before. Its action is the how many-th of
-  // its chain.
-  Status Raise(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
-               const SourceValue& value, std::int32_t action_depth, StoreBatch& batch);
+  // there is none up to the greatest time, at the last one before. Its start.
+  Result<std::int64_t> Raise(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
+                             const SourceValue& value, StoreBatch& batch);
   // The same of one that ends as it starts.
-  Status NoteChange(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
-                    const SourceValue& value, std::int32_t action_depth, StoreBatch& batch);
+  Result<std::int64_t> NoteChange(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
+                                  const SourceValue& value, StoreBatch& batch);
   // The record that stands ends, not before its start.
   Status Return(AlarmBook::Trial& trial, std::int64_t time_ms, StoreBatch& batch);
 
@@ -41,8 +40,6 @@ class AlarmRecorder {
   Status LookUpLatest(AlarmBook::Trial& trial);
   Result<std::int64_t> FindFree(const AlarmBook::Trial& trial, std::int64_t time_ms);
   Result<std::int64_t> FindLastFree(const AlarmBook::Trial& trial);
-  static void AddAction(const AlarmRule& rule, int position, std::int64_t start_ms,
-                        std::int32_t depth, StoreBatch& batch);
 
   Store& store_;
 };

@@ -39,7 +39,8 @@ void ReadTest(CellReader& cells, TestState* test, bool* is_whole) {
   cells.Into(&test->since_ms);
   cells.Into(&test->value);
   cells.Into(&test->stored_ms);
-  cells.Into(&test->depth);
+  cells.Into(&test->chain.depth);
+  cells.Into(&test->chain.share);
   *is_whole = *is_whole && hold >= 0 && hold <= static_cast<std::int64_t>(Hold::kComplete);
   test->hold = static_cast<Hold>(hold);
 }
@@ -90,7 +91,8 @@ Row RowFormat<StandingAlarm>::RowOf(const StandingAlarm& alarm) {
     row.push_back(CellOf(test.since_ms));
     row.push_back(CellOf(test.value));
     row.push_back(CellOf(test.stored_ms));
-    row.push_back(CellOf(test.depth));
+    row.push_back(CellOf(test.chain.depth));
+    row.push_back(CellOf(test.chain.share));
   }
   return row;
 }

@@ -51,7 +51,7 @@ bool Suits(const AlarmState& state, const AlarmConditions& conditions) {
     const std::optional<AlarmTest>& asked = conditions.tests[at];
     if (!asked || asked->is_change()) return false;
     if (!IsTime(test.since_ms) || !std::isfinite(test.value)) return false;
-    if (test.depth < 0 || test.depth > PendingAction::kGreatestDepth) return false;
+    if (test.chain.depth < 1 || test.chain.share > ActionChain::kWholeShare) return false;
   }
   if (state.position == AlarmState::kNoAlarm) return true;
   return state.tests[static_cast<std::size_t>(state.position)].hold == Hold::kComplete &&
@@ -150,11 +150,9 @@ Status AlarmStage::Process(Turn& turn, const StagedRecords& group, StoreBatch& b
     if (group.was_newest[at] == 0 || !IsGoodAt(group.samples, at)) continue;
     const SourceValue value = SourceValueAt(group.samples, at);
     const std::int64_t time_ms = group.samples.times()[at];
-    const Judged judged = {.good = {.time_ms = time_ms,
-                                    .number = value.number,
-                                    .stored_ms = now_ms,
-                                    .depth = DepthOf(group.tags[at], time_ms)},
-                           .value = value};
+    const Judged judged = {
+        .good = {.time_ms = time_ms, .number = value.number, .stored_ms = now_ms}, .value = value};
+    actions_.BeginValue(ChainOf(group.tags[at], time_ms));
     if (Status status = JudgeSource(*source, judged, batch); !status.ok()) return status;
   }
   FinishBatch(batch);
@@ -170,17 +168,21 @@ Status AlarmStage::FindActionRecords(const StagedRecords& group) {
     if (!action.ok()) return action.status();
     if (!*action) continue;
     action_records_.push_back(
-        {.tag = (*action)->target, .time_ms = key->start_ms, .depth = (*action)->depth});
+        {.tag = (*action)->target, .time_ms = key->start_ms, .chain = (*action)->chain});
   }
   return {};
 }
 
-std::int32_t AlarmStage::DepthOf(TagId tag, std::int64_t time_ms) const {
-  std::int32_t depth = 0;
+// Of several that wrote one record the one that may have the fewest follow.
+std::optional<ActionChain> AlarmStage::ChainOf(TagId tag, std::int64_t time_ms) const {
+  std::optional<ActionChain> found;
   for (const ActionRecord& record : action_records_) {
-    if (record.tag == tag && record.time_ms == time_ms) depth = std::max(depth, record.depth);
+    if (record.tag != tag || record.time_ms != time_ms) continue;
+    if (!found) found = record.chain;
+    found->depth = std::max(found->depth, record.chain.depth);
+    found->share = std::min(found->share, record.chain.share);
   }
-  return depth;
+  return found;
 }
 
 Status AlarmStage::JudgeSource(AlarmBook::Source& source, const Judged& judged, StoreBatch& batch) {
@@ -199,6 +201,7 @@ Status AlarmStage::JudgeSource(AlarmBook::Source& source, const Judged& judged, 
     Status status = JudgeChange(*alarm, ValueIn(newest.sample), judged, batch);
     if (!status.ok()) return status;
   }
+  actions_.Settle(book_, batch);
   Sample& sample = newest.sample;
   if (IsText(judged.value.type)) {
     if (source.changes == 0) {
@@ -217,9 +220,14 @@ Status AlarmStage::JudgeSource(AlarmBook::Source& source, const Judged& judged, 
 
 Status AlarmStage::Judge(AlarmBook::Alarm& alarm, const Judged& judged, StoreBatch& batch) {
   AlarmBook::Trial& trial = book_.Try(alarm);
-  const AlarmTransitions transitions =
-      JudgeValue(alarm.rule.conditions, judged.good, trial.track.state);
-  return Carry(trial, transitions, judged.value.type, batch);
+  AlarmState& state = trial.track.state;
+  const AlarmState before = state;
+  const AlarmTransitions transitions = JudgeValue(alarm.rule.conditions, judged.good, state);
+  for (std::size_t at = 0; at < kAlarmTests; ++at) {
+    const bool begins = before.tests[at].hold == Hold::kNone && state.tests[at].hold != Hold::kNone;
+    if (begins && alarm.rule.actions[at]) actions_.NoteHold(alarm, at);
+  }
+  return Carry(trial, before, transitions, judged.value.type, batch);
 }
 
 Status AlarmStage::JudgeChange(AlarmBook::Alarm& alarm, const SourceValue& before,
@@ -227,25 +235,50 @@ Status AlarmStage::JudgeChange(AlarmBook::Alarm& alarm, const SourceValue& befor
   for (std::size_t at = 0; at < kAlarmTests; ++at) {
     const std::optional<AlarmTest>& test = alarm.rule.conditions.tests[at];
     if (!test || !test->is_change() || !IsChange(*test, before, judged.value)) continue;
-    Status status =
-        recorder_.NoteChange(book_.Try(alarm), static_cast<int>(at), judged.good.time_ms,
-                             judged.value, judged.good.depth + 1, batch);
-    if (!status.ok()) return status;
+    const AlarmTransition raised = {.position = static_cast<int>(at),
+                                    .time_ms = judged.good.time_ms};
+    const Result<std::int64_t> start = recorder_.NoteChange(book_.Try(alarm), raised.position,
+                                                            raised.time_ms, judged.value, batch);
+    if (!start.ok()) return start.status();
+    AddAction(alarm.rule, raised, *start, nullptr);
   }
   return {};
 }
 
-Status AlarmStage::Carry(AlarmBook::Trial& trial, const AlarmTransitions& transitions, TagType type,
-                         StoreBatch& batch) {
+Status AlarmStage::Carry(AlarmBook::Trial& trial, const AlarmState& before,
+                         const AlarmTransitions& transitions, TagType type, StoreBatch& batch) {
   for (const AlarmTransition& transition : transitions) {
-    const bool is_raised = transition.kind == AlarmTransition::Kind::kRaised;
-    Status status = is_raised ? recorder_.Raise(trial, transition.position, transition.time_ms,
-                                                {.type = type, .number = transition.value},
-                                                transition.depth + 1, batch)
-                              : recorder_.Return(trial, transition.time_ms, batch);
-    if (!status.ok()) return status;
+    if (transition.kind == AlarmTransition::Kind::kReturned) {
+      Status status = recorder_.Return(trial, transition.time_ms, batch);
+      if (!status.ok()) return status;
+      continue;
+    }
+    const Result<std::int64_t> start =
+        recorder_.Raise(trial, transition.position, transition.time_ms,
+                        {.type = type, .number = transition.value}, batch);
+    if (!start.ok()) return start.status();
+    AddAction(trial.alarm->rule, transition, *start,
+              &before.tests[static_cast<std::size_t>(transition.position)]);
   }
   return {};
+}
+
+// `before` is the state of the test before the value, null for a CHANGE: a hold that was there has
+// its own chain; one that was not is new with the value.
+void AlarmStage::AddAction(const AlarmRule& rule, const AlarmTransition& raised,
+                           std::int64_t start_ms, const TestState* before) {
+  const auto& action = rule.actions[static_cast<std::size_t>(raised.position)];
+  if (!action) return;
+  const PendingAction pending = {.key = {.alarm = rule.tag, .start_ms = start_ms},
+                                 .target = action->target,
+                                 .number = action->number,
+                                 .chain = before == nullptr ? ActionChain() : before->chain};
+  const bool is_of_new_hold = before != nullptr && before->hold == Hold::kNone;
+  if (raised.is_of_hold && !is_of_new_hold) {
+    actions_.AddOfHold(pending);
+  } else {
+    actions_.AddOfValue(pending, is_of_new_hold);
+  }
 }
 
 // ---- time ----
@@ -256,6 +289,7 @@ Status AlarmStage::CompleteHolds(Turn& turn, StoreBatch& batch) {
   for (AlarmBook::Alarm* const alarm : book_.DueAt(now_ms, kMostHoldsAtOnce)) {
     if (Status status = CompleteHoldsOf(*alarm, now_ms, batch); !status.ok()) return status;
   }
+  actions_.Settle(book_, batch);
   FinishBatch(batch);
   return {};
 }
@@ -266,14 +300,14 @@ Status AlarmStage::CompleteHoldsOf(AlarmBook::Alarm& alarm, std::int64_t now_ms,
   AlarmBook::Trial& trial = book_.Try(alarm);
   const Result<GoodValue> newest = NewestFor(alarm, trial.track.state);
   if (!newest.ok()) return newest.status();
+  const AlarmState before = trial.track.state;
   const AlarmTransitions transitions =
       JudgeSilence(alarm.rule.conditions, now_ms, *newest, trial.track.state);
-  return Carry(trial, transitions, type.value_or(TagType::kFloat64), batch);
+  return Carry(trial, before, transitions, type.value_or(TagType::kFloat64), batch);
 }
 
 // The values that met the tests are good ones, too, and may be newer than any that is still to be
-// found: a tag without an archive has but its current value. Whether an action wrote the newest one
-// is not known; one is taken to have, where that is so of a value that met a test.
+// found: a tag without an archive has but its current value.
 Result<GoodValue> AlarmStage::NewestFor(AlarmBook::Alarm& alarm, const AlarmState& state) {
   GoodValue good = {.time_ms = kNoTime};
   AlarmBook::Source* const source = book_.FindSource(alarm.rule.source);
@@ -284,13 +318,10 @@ Result<GoodValue> AlarmStage::NewestFor(AlarmBook::Alarm& alarm, const AlarmStat
     good.time_ms = (*newest)->sample.time_ms;
     good.number = ValueIn((*newest)->sample).number;
   }
-  std::int32_t depth = 0;
   for (const TestState& test : state.tests) {
-    if (test.hold == Hold::kNone) continue;
-    depth = std::max(depth, test.depth);
-    if (test.since_ms > good.time_ms) good = {.time_ms = test.since_ms, .number = test.value};
+    if (test.hold == Hold::kNone || test.since_ms <= good.time_ms) continue;
+    good = {.time_ms = test.since_ms, .number = test.value};
   }
-  good.depth = depth;
   return good;
 }
 
@@ -336,13 +367,19 @@ Status AlarmStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& batch) {
   return {};
 }
 
+// A hold that is due by now is complete, and ends as an alarm.
 Status AlarmStage::EndStanding(AlarmBook::Alarm& alarm, StoreBatch& batch) {
   if (book_.TrackOf(alarm).state.IsNormal()) return {};
+  const std::int64_t now_ms = clock_();
+  if (alarm.deadline_ms <= now_ms && !book_.IsTried(alarm)) {
+    if (Status status = CompleteHoldsOf(alarm, now_ms, batch); !status.ok()) return status;
+  }
   AlarmBook::Trial& trial = book_.Try(alarm);
   const bool stands = trial.track.state.position != AlarmState::kNoAlarm;
   if (stands) {
-    if (Status status = recorder_.Return(trial, clock_(), batch); !status.ok()) return status;
+    if (Status status = recorder_.Return(trial, now_ms, batch); !status.ok()) return status;
   }
+  actions_.Settle(book_, batch);
   trial.track.state = AlarmState();
   return {};
 }
@@ -387,6 +424,7 @@ void AlarmStage::Discard(Turn& turn) noexcept {
   turn.AssertHeld();
   book_.Discard();
   action_records_.clear();
+  actions_.EndBatch();
   adds_actions_ = false;
 }
 

@@ -9,6 +9,8 @@
 
 #include "api/words/status.h"
 #include "api/words/value.h"
+#include "engine/alarms/action_chain.h"
+#include "engine/alarms/action_collector.h"
 #include "engine/alarms/alarm_book.h"
 #include "engine/alarms/alarm_groups.h"
 #include "engine/alarms/alarm_recorder.h"
@@ -65,11 +67,11 @@ class AlarmStage final : public Stage {
   bool HasNewActions() { return has_new_actions_.exchange(false); }
 
  private:
-  // A record of the group that was written because of an action, and how deep in a chain.
+  // A record of the group that was written because of an action.
   struct ActionRecord {
     TagId tag = 0;
     std::int64_t time_ms = 0;
-    std::int32_t depth = 0;
+    ActionChain chain = {};
   };
   // A value that is judged.
   struct Judged {
@@ -80,13 +82,15 @@ class AlarmStage final : public Stage {
   Status Start(const StandingAlarm& stored);
   Status CheckActions() const;
   Status FindActionRecords(const StagedRecords& group);
-  std::int32_t DepthOf(TagId tag, std::int64_t time_ms) const;
+  std::optional<ActionChain> ChainOf(TagId tag, std::int64_t time_ms) const;
   Status JudgeSource(AlarmBook::Source& source, const Judged& judged, StoreBatch& batch);
   Status Judge(AlarmBook::Alarm& alarm, const Judged& judged, StoreBatch& batch);
   Status JudgeChange(AlarmBook::Alarm& alarm, const SourceValue& before, const Judged& judged,
                      StoreBatch& batch);
-  Status Carry(AlarmBook::Trial& trial, const AlarmTransitions& transitions, TagType type,
-               StoreBatch& batch);
+  Status Carry(AlarmBook::Trial& trial, const AlarmState& before,
+               const AlarmTransitions& transitions, TagType type, StoreBatch& batch);
+  void AddAction(const AlarmRule& rule, const AlarmTransition& raised, std::int64_t start_ms,
+                 const TestState* before);
   Status CompleteHoldsOf(AlarmBook::Alarm& alarm, std::int64_t now_ms, StoreBatch& batch);
   Result<GoodValue> NewestFor(AlarmBook::Alarm& alarm, const AlarmState& state);
   // The source's newest good value in this batch, looked up when it is not known.
@@ -107,6 +111,7 @@ class AlarmStage final : public Stage {
 
   // Of the batch that is on its way.
   std::vector<ActionRecord> action_records_;
+  ActionCollector actions_;
   bool adds_actions_ = false;
 };
 

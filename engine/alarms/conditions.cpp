@@ -25,8 +25,8 @@ int AlarmOf(const AlarmConditions& conditions, const AlarmState& state) {
 
 // Makes the alarm what it is now that holds have changed. One that comes from nothing begins with
 // the value that met it first; one that takes another's place, with the value that is judged.
-void ChooseAlarm(const AlarmConditions& conditions, const GoodValue& judged, AlarmState& state,
-                 AlarmTransitions& transitions) {
+void ChooseAlarm(const AlarmConditions& conditions, const GoodValue& judged, bool is_silent,
+                 AlarmState& state, AlarmTransitions& transitions) {
   const int before = state.position;
   const int after = AlarmOf(conditions, state);
   if (after == before) return;
@@ -41,7 +41,7 @@ void ChooseAlarm(const AlarmConditions& conditions, const GoodValue& judged, Ala
                    .position = after,
                    .time_ms = is_from_nothing ? met.since_ms : judged.time_ms,
                    .value = is_from_nothing ? met.value : judged.number,
-                   .depth = is_from_nothing ? met.depth : judged.depth});
+                   .is_of_hold = is_from_nothing || is_silent});
 }
 
 void JudgeNumber(const AlarmConditions& conditions, const GoodValue& value, AlarmState& state) {
@@ -56,8 +56,7 @@ void JudgeNumber(const AlarmConditions& conditions, const GoodValue& value, Alar
     met = {.hold = conditions.time_dead_band_ms == 0 ? Hold::kComplete : Hold::kPending,
            .since_ms = value.time_ms,
            .value = value.number,
-           .stored_ms = value.stored_ms,
-           .depth = value.depth};
+           .stored_ms = value.stored_ms};
   }
 }
 
@@ -73,9 +72,9 @@ AlarmTransitions JudgeValue(const AlarmConditions& conditions, const GoodValue& 
   for (TestState& test : state.tests) {
     if (IsCompleteAt(conditions, test, value.time_ms)) test.hold = Hold::kComplete;
   }
-  ChooseAlarm(conditions, value, state, transitions);
+  ChooseAlarm(conditions, value, false, state, transitions);
   JudgeNumber(conditions, value, state);
-  ChooseAlarm(conditions, value, state, transitions);
+  ChooseAlarm(conditions, value, false, state, transitions);
   return transitions;
 }
 
@@ -86,7 +85,7 @@ AlarmTransitions JudgeSilence(const AlarmConditions& conditions, std::int64_t cl
     const bool is_over = clock_ms - test.stored_ms >= conditions.time_dead_band_ms;
     if (test.hold == Hold::kPending && is_over) test.hold = Hold::kComplete;
   }
-  ChooseAlarm(conditions, newest, state, transitions);
+  ChooseAlarm(conditions, newest, true, state, transitions);
   return transitions;
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,21 @@ TEST_F(AlarmTimeTest, CompletesAHoldThatIsDueBeforeAValueOfItsSourceIsJudged) {
   now_ms_ += 60'000;
   Write(400, 1);
   EXPECT_EQ(Transitions(), Texts({"10: 300- 6", "10: 300-400 6"}));
+}
+
+TEST_F(AlarmTimeTest, CompletesAHoldThatIsDueBeforeWhatStandsEnds) {
+  const std::vector<std::function<Status()>> changes = {[&] { return Save(Patient({"HIGH > 6"})); },
+                                                        [&] { return RemoveTag(kSource); }};
+  std::int64_t time_ms = 0;
+  for (const auto& change : changes) {
+    ASSERT_TRUE(Save(Patient({"HIGH > 5"})).ok());
+    Write(time_ms += 100, 6);
+    now_ms_ += 60'000;
+    ASSERT_TRUE(change().ok());
+    EXPECT_EQ(Transitions(), Texts({fmt::format("10: {}- 6", time_ms),
+                                    fmt::format("10: {}-{} 6", time_ms, now_ms_)}));
+  }
+  EXPECT_EQ(stage_->next_deadline_ms(), AlarmBook::kNever);
 }
 
 TEST_F(AlarmTimeTest, GoesOverInSilenceAtTheNewestGoodValue) {
@@ -241,7 +257,7 @@ TEST_F(AlarmActionTest, WaitsInTheBatchOfTheRecordThatStarts) {
   EXPECT_FALSE(stage_->HasNewActions());
   Write(200, 6);
   const PendingAction expected = {
-      .key = {.alarm = kAlarm, .start_ms = 200}, .target = 3, .number = 0.1, .depth = 1};
+      .key = {.alarm = kAlarm, .start_ms = 200}, .target = 3, .number = 0.1};
   EXPECT_EQ(Actions(), std::vector<PendingAction>({expected}));
   EXPECT_TRUE(stage_->HasNewActions());
   EXPECT_FALSE(stage_->HasNewActions());
@@ -251,17 +267,45 @@ TEST_F(AlarmActionTest, WaitsInTheBatchOfTheRecordThatStarts) {
 TEST_F(AlarmActionTest, IsOneDeeperThanTheOneWhoseValueRaisedIt) {
   ASSERT_TRUE(Save(Acting()).ok());
   const PendingAction because = {
-      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .depth = 4};
+      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .chain = {4, 100}};
   ASSERT_TRUE(JudgeActionOf(because).ok());
   ASSERT_EQ(Actions().size(), 2U);
   EXPECT_EQ(Actions()[0].key.alarm, kAlarm);
-  EXPECT_EQ(Actions()[0].depth, 5);
+  EXPECT_EQ(Actions()[0].chain, (ActionChain{5, 99}));
+}
+
+TEST_F(AlarmActionTest, SharesWhatMayFollowWithTheOthersOfItsValue) {
+  AlarmRule other = Rule({"CHANGE", "LOW < 9"}, 11);
+  other.actions[1] = {.target = 3, .number = 1};
+  AlarmRule waiting = Rule({"HIGH > 5"}, 12);
+  waiting.actions[0] = {.target = 3, .number = 1};
+  waiting.conditions.time_dead_band_ms = 1'000;
+  ASSERT_TRUE(Save(Acting()).ok());
+  ASSERT_TRUE(Save(other).ok());
+  ASSERT_TRUE(Save(waiting).ok());
+  const PendingAction because = {
+      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .chain = {4, 100}};
+  ASSERT_TRUE(JudgeActionOf(because).ok());
+  now_ms_ += 1'000;
+  ASSERT_TRUE(CompleteHolds().ok());
+  const std::vector<PendingAction> actions = Actions();
+  ASSERT_EQ(actions.size(), 4U);
+  for (std::size_t at = 0; at < 3; ++at) EXPECT_EQ(actions[at].chain, (ActionChain{5, 33}));
+}
+
+TEST_F(AlarmActionTest, IsLeftOutWhereNoShareIsLeft) {
+  ASSERT_TRUE(Save(Acting()).ok());
+  const PendingAction because = {
+      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .chain = {2, 1}};
+  ASSERT_TRUE(JudgeActionOf(because).ok());
+  EXPECT_EQ(Records(), Texts({"10: 200- 6"}));
+  EXPECT_EQ(Actions(), std::vector<PendingAction>({because}));
 }
 
 TEST_F(AlarmActionTest, IsLeftOutBehindSixteenOthers) {
   ASSERT_TRUE(Save(Acting()).ok());
   const PendingAction because = {
-      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .depth = 16};
+      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .chain = {16, 100}};
   ASSERT_TRUE(JudgeActionOf(because).ok());
   EXPECT_EQ(Records(), Texts({"10: 200- 6"}));
   EXPECT_EQ(Actions(), std::vector<PendingAction>({because}));
@@ -272,14 +316,14 @@ TEST_F(AlarmActionTest, IsAsDeepAsTheValueThatBeganItsHoldAsksFor) {
   rule.conditions.time_dead_band_ms = 1'000;
   ASSERT_TRUE(Save(rule).ok());
   const PendingAction because = {
-      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .depth = 4};
+      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .chain = {4, 100}};
   ASSERT_TRUE(JudgeActionOf(because).ok());
   Start();
   ASSERT_TRUE(Load({rule}).ok());
   now_ms_ += 1'000;
   ASSERT_TRUE(CompleteHolds().ok());
   ASSERT_EQ(Actions().size(), 2U);
-  EXPECT_EQ(Actions()[0].depth, 5);
+  EXPECT_EQ(Actions()[0].chain, (ActionChain{5, 99}));
 }
 
 TEST_F(AlarmActionTest, ThatCannotBeReadKeepsTheDatabaseShut) {

@@ -194,6 +194,22 @@ TEST_F(AlarmWorkerTest, OpensThoughTheStoreRefusesToCompleteAHold) {
   EXPECT_EQ(database_.Records(alarm).size(), 1U);
 }
 
+// Two actions of each value, each of which is another's source: without a bound 2^16 and more.
+TEST_F(AlarmWorkerTest, EndsAChainThatBranches) {
+  const TagId x = database_.AddPoint("X");
+  database_.AddPoint("Y");
+  AddAlarm("X", {"CHANGE", "CHANGE"}, "SET 'Y' 1", "SET 'Y' 2");
+  AddAlarm("Y", {"CHANGE", "CHANGE"}, "SET 'X' 1", "SET 'X' 2");
+  database_.Write(x, NumberAt(100, 8));
+  database_.Write(x, NumberAt(200, 9));
+  database_.Work();
+  EXPECT_EQ(PendingActions(), 0U);
+  std::size_t actions = 0;
+  for (TagId alarm = 3; alarm <= 4; ++alarm) actions += database_.Records(alarm).size();
+  EXPECT_GT(actions, 16U);
+  EXPECT_LE(actions, 2U * (2 * ActionChain::kWholeShare + 1));
+}
+
 TEST_F(AlarmWorkerTest, EndsAChainWhoseAlarmsWaitForTheirTimeDeadBands) {
   const TagId source = database_.AddPoint("SOURCE");
   Tag tag = AlarmTagOf("ALARM", "SOURCE", {"HIGH > 5", "LOW < 5"});
