@@ -142,6 +142,7 @@ class Keeper {
  private:
   void Save(const AlarmEvent& event) {
     if (is_saved_ && event.conditions == conditions_) return;
+    if (is_saved_) CompleteHolds(event.clock_ms);
     if (state_.position != AlarmState::kNoAlarm) End(event.clock_ms);
     is_saved_ = true;
     conditions_ = event.conditions;

@@ -85,15 +85,16 @@ struct Era {
 };
 
 // The step at which a hold that began with event `begin` and ended with event `end` was complete.
-// The clock counts when a value is judged, or when it is looked at though none has come.
+// The clock counts when a value is judged, when it is looked at though none has come, and when the
+// era ends.
 std::size_t CompletionOf(const Era& era, std::size_t begin, std::size_t end) {
   const std::int64_t band_ms = era.conditions.time_dead_band_ms;
   if (band_ms == 0) return StepOf(begin, kAtNumber);
   const AlarmEvent& first = era.events[begin];
-  for (std::size_t i = begin + 1; i < era.end && i <= end; ++i) {
+  for (std::size_t i = begin + 1; i < era.events.size() && i <= end; ++i) {
     const AlarmEvent& event = era.events[i];
-    const bool has_clock =
-        era.judged[i] || event.kind == Kind::kSilence || event.kind == Kind::kReopened;
+    const bool has_clock = era.judged[i] || event.kind == Kind::kSilence ||
+                           event.kind == Kind::kReopened || i == era.end;
     if (has_clock && event.clock_ms - first.clock_ms >= band_ms) return StepOf(i, kAtClock);
     if (era.judged[i] && event.sample.time_ms - first.sample.time_ms >= band_ms) {
       return StepOf(i, kAtTime);
@@ -193,7 +194,9 @@ class EraWalk {
       Compare(StepOf(i, kAtNumber), newest);
       AddChanges(i);
     }
-    if (standing_ && era_.end < era_.events.size()) {
+    if (era_.end == era_.events.size()) return;
+    Compare(StepOf(era_.end, kAtClock), newest);
+    if (standing_) {
       alarms_.End(record_, era_.events[era_.end].clock_ms);
     }
   }
