@@ -54,6 +54,7 @@ std::uint64_t FeedConsumer::CountGone() {
 void FeedConsumer::Close() noexcept {
   const MutexLock lock(mutex_);
   is_closed_ = true;
+  listens_ = false;
   has_come_.NotifyAll();
 }
 
@@ -65,6 +66,7 @@ std::optional<FeedConsumer::Delivery> FeedConsumer::Next() {
     return delivery;
   }
   if (!gap_from_) return std::nullopt;
+  listens_ = !is_closed_;
   return Delivery{.group = nullptr, .gap_from = *std::exchange(gap_from_, std::nullopt)};
 }
 
@@ -114,6 +116,7 @@ void FeedConsumer::OfferGap(std::int64_t commit) noexcept {
 
 void FeedConsumer::BeginGap(std::int64_t commit) noexcept {
   gap_from_ = commit;
+  listens_ = false;
   has_come_.NotifyOne();
 }
 

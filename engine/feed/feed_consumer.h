@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -69,7 +70,8 @@ class FeedConsumer {
   FeedConsumer(CommitFeed& feed, std::size_t max_changes, WhenFull when_full)
       : feed_(feed), max_changes_(max_changes), when_full_(when_full) {}
 
-  // For the feed.
+  // For the feed. Whether it would take a group; it may be over as soon as it is answered.
+  bool Listens() const { return listens_.load(std::memory_order_relaxed); }
   void Offer(const CommittedGroupPtr& group) noexcept EXCLUDES(mutex_);
   void OfferGap(std::int64_t commit) noexcept EXCLUDES(mutex_);
 
@@ -84,6 +86,8 @@ class FeedConsumer {
   CommitFeed& feed_;
   const std::size_t max_changes_;
   const WhenFull when_full_;
+
+  std::atomic<bool> listens_ = true;  // neither closed nor in a gap
 
   Mutex mutex_;
   CondVar has_come_;

@@ -151,6 +151,28 @@ TEST_F(CommitFeedTest, TellsAGapBehindWhatWaitedWhenTheRingIsFull) {
   EXPECT_EQ(Next(*consumer), 5);
 }
 
+// So that no group is made for those who would not take it.
+TEST_F(CommitFeedTest, IsNotHeardByThoseWhoHaveYetToHearOfAGap) {
+  EXPECT_FALSE(feed_.IsHeard());
+  const auto consumer = Register(1);
+  consumer->WatchAllTags(true);
+  EXPECT_TRUE(feed_.IsHeard());
+  Publish(1, {1});
+  EXPECT_TRUE(feed_.IsHeard()) << "it is full, and does not know yet that something was missed";
+  Publish(2, {1});
+  EXPECT_FALSE(feed_.IsHeard());
+  EXPECT_EQ(Next(*consumer), 1);
+  EXPECT_FALSE(feed_.IsHeard());
+  feed_.Publish(3, nullptr);
+  EXPECT_EQ(Next(*consumer), -2);
+  EXPECT_TRUE(feed_.IsHeard());
+  const auto other = Register();
+  consumer->Close();
+  EXPECT_TRUE(feed_.IsHeard());
+  other->Close();
+  EXPECT_FALSE(feed_.IsHeard());
+}
+
 TEST_F(CommitFeedTest, TellsAGapWhenAGroupCouldNotBeMade) {
   const auto consumer = Register();
   consumer->WatchTag(1, true);
