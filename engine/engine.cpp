@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/guard.h"
+#include "engine/log.h"
 #include "engine/write/turn.h"
 
 namespace zervane {
@@ -62,6 +63,10 @@ Status Engine::Start(const WriteQueue::Limits& limits, AlarmWork alarm_work) {
   Turn turn = Turn::Issue();
   if (Status status = LoadAlarms(turn); !status.ok()) return status;
   if (Status status = writes_.Start(std::move(turn), limits); !status.ok()) return status;
+  // A hold whose time passed while the database was shut is complete before anybody asks.
+  if (Status status = alarm_worker_.CompleteHolds(); !status.ok()) {
+    LogError("holds that are due are completed later: {}", status.message());
+  }
   if (alarm_work == AlarmWork::kByThread) alarm_worker_.Start();
   return {};
 }

@@ -53,7 +53,7 @@ void AlarmBook::PrepareRule(TagId alarm) {
 void AlarmBook::PrepareRemoval(TagId alarm) { removed_.push_back(alarm); }
 
 AlarmBook::Trial& AlarmBook::Try(Alarm& alarm) {
-  if (alarm.batch != batch_) {
+  if (!IsTried(alarm)) {
     trials_.push_back({.alarm = &alarm, .track = alarm.track});
     alarm.batch = batch_;
     alarm.trial_at = trials_.size() - 1;

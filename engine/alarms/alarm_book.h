@@ -100,9 +100,10 @@ class AlarmBook {
   // The alarm on a copy. Valid until the next one is asked for.
   Trial& Try(Alarm& alarm);
   std::span<Trial> trials() { return trials_; }
+  bool IsTried(const Alarm& alarm) const { return alarm.batch == batch_; }
   // How far the alarm is, in this batch.
   const AlarmTrack& TrackOf(const Alarm& alarm) const {
-    return alarm.batch == batch_ ? trials_[alarm.trial_at].track : alarm.track;
+    return IsTried(alarm) ? trials_[alarm.trial_at].track : alarm.track;
   }
   // The newest good value on a copy.
   NewestGood& TryNewest(Source& source);

@@ -122,15 +122,17 @@ Result<std::int64_t> AlarmRecorder::TakeStart(AlarmBook::Trial& trial, std::int6
   }
   std::int64_t start_ms = time_ms;
   if (start_ms <= *track.latest_start_ms) {
-    const Result<std::int64_t> free = FindFree(trial, time_ms);
+    Result<std::int64_t> free = FindFree(trial, time_ms);
+    if (free.ok() && *free > kMaxTimeMs) free = FindLastFree(trial);
     if (!free.ok()) return free.status();
     start_ms = *free;
   }
+  trial.starts.insert(start_ms);
+  if (start_ms < time_ms) return start_ms;
   const bool goes_on = time_ms >= track.taken_from_ms && time_ms <= track.taken_until_ms;
   if (!goes_on) track.taken_from_ms = time_ms;
   track.taken_until_ms = start_ms + 1;
   track.latest_start_ms = std::max(*track.latest_start_ms, start_ms);
-  trial.starts.insert(start_ms);
   return start_ms;
 }
 
@@ -170,6 +172,30 @@ Result<std::int64_t> AlarmRecorder::FindFree(const AlarmBook::Trial& trial, std:
       std::numeric_limits<std::size_t>::max(), [&](const AlarmRecord& record) {
         if (record.start_ms > free_ms) return false;
         free_ms = record.start_ms + 1;
+        pass_those_of_batch();
+        return true;
+      });
+  if (!status.ok()) return status;
+  return free_ms;
+}
+
+// There is one: no store has as many records as there are times.
+Result<std::int64_t> AlarmRecorder::FindLastFree(const AlarmBook::Trial& trial) {
+  const TagId tag = trial.alarm->rule.tag;
+  std::int64_t free_ms = kMaxTimeMs;
+  const auto pass_those_of_batch = [&] {
+    while (trial.starts.contains(free_ms)) --free_ms;
+  };
+  pass_those_of_batch();
+  Status status = Table<AlarmRecord>(store_).Visit(
+      {.table = RecordFormat::kTable,
+       .index = RecordFormat::kByTag,
+       .from = {Cell(std::int64_t{tag})},
+       .to = RecordFormat::KeyCells({.start_ms = free_ms, .tag = tag}),
+       .is_backward = true},
+      std::numeric_limits<std::size_t>::max(), [&](const AlarmRecord& record) {
+        if (record.start_ms < free_ms) return false;
+        free_ms = record.start_ms - 1;
         pass_those_of_batch();
         return true;
       });

@@ -19,8 +19,9 @@ class AlarmRecorder {
  public:
   explicit AlarmRecorder(Store& store) : store_(store) {}
 
-  // A record of the test starts, at the time or the next one at which none of the tag starts. Its
-  // action is the how many-th of its chain.
+  // A record of the test starts, at the time or the next one at which none of the tag starts; where
+  // there is none up to the greatest time, at the last one before. Its action is the how many-th of
+  // its chain.
   Status Raise(AlarmBook::Trial& trial, int position, std::int64_t time_ms,
                const SourceValue& value, std::int32_t action_depth, StoreBatch& batch);
   // The same of one that ends as it starts.
@@ -39,6 +40,7 @@ class AlarmRecorder {
   Result<std::int64_t> TakeStart(AlarmBook::Trial& trial, std::int64_t time_ms);
   Status LookUpLatest(AlarmBook::Trial& trial);
   Result<std::int64_t> FindFree(const AlarmBook::Trial& trial, std::int64_t time_ms);
+  Result<std::int64_t> FindLastFree(const AlarmBook::Trial& trial);
   static void AddAction(const AlarmRule& rule, int position, std::int64_t start_ms,
                         std::int32_t depth, StoreBatch& batch);
 

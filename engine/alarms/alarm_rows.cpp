@@ -39,6 +39,7 @@ void ReadTest(CellReader& cells, TestState* test, bool* is_whole) {
   cells.Into(&test->since_ms);
   cells.Into(&test->value);
   cells.Into(&test->stored_ms);
+  cells.Into(&test->depth);
   *is_whole = *is_whole && hold >= 0 && hold <= static_cast<std::int64_t>(Hold::kComplete);
   test->hold = static_cast<Hold>(hold);
 }
@@ -89,6 +90,7 @@ Row RowFormat<StandingAlarm>::RowOf(const StandingAlarm& alarm) {
     row.push_back(CellOf(test.since_ms));
     row.push_back(CellOf(test.value));
     row.push_back(CellOf(test.stored_ms));
+    row.push_back(CellOf(test.depth));
   }
   return row;
 }

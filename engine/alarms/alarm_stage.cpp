@@ -51,6 +51,7 @@ bool Suits(const AlarmState& state, const AlarmConditions& conditions) {
     const std::optional<AlarmTest>& asked = conditions.tests[at];
     if (!asked || asked->is_change()) return false;
     if (!IsTime(test.since_ms) || !std::isfinite(test.value)) return false;
+    if (test.depth < 0 || test.depth > PendingAction::kGreatestDepth) return false;
   }
   if (state.position == AlarmState::kNoAlarm) return true;
   return state.tests[static_cast<std::size_t>(state.position)].hold == Hold::kComplete &&
@@ -149,10 +150,11 @@ Status AlarmStage::Process(Turn& turn, const StagedRecords& group, StoreBatch& b
     if (group.was_newest[at] == 0 || !IsGoodAt(group.samples, at)) continue;
     const SourceValue value = SourceValueAt(group.samples, at);
     const std::int64_t time_ms = group.samples.times()[at];
-    const Judged judged = {
-        .good = {.time_ms = time_ms, .number = value.number, .stored_ms = now_ms},
-        .value = value,
-        .action_depth = ActionDepthOf(group.tags[at], time_ms)};
+    const Judged judged = {.good = {.time_ms = time_ms,
+                                    .number = value.number,
+                                    .stored_ms = now_ms,
+                                    .depth = DepthOf(group.tags[at], time_ms)},
+                           .value = value};
     if (Status status = JudgeSource(*source, judged, batch); !status.ok()) return status;
   }
   FinishBatch(batch);
@@ -173,17 +175,22 @@ Status AlarmStage::FindActionRecords(const StagedRecords& group) {
   return {};
 }
 
-std::int32_t AlarmStage::ActionDepthOf(TagId tag, std::int64_t time_ms) const {
+std::int32_t AlarmStage::DepthOf(TagId tag, std::int64_t time_ms) const {
   std::int32_t depth = 0;
   for (const ActionRecord& record : action_records_) {
     if (record.tag == tag && record.time_ms == time_ms) depth = std::max(depth, record.depth);
   }
-  return depth + 1;
+  return depth;
 }
 
 Status AlarmStage::JudgeSource(AlarmBook::Source& source, const Judged& judged, StoreBatch& batch) {
   NewestGood& newest = book_.TryNewest(source);
   for (AlarmBook::Alarm* const alarm : source.alarms) {
+    // It may be due for longer than anybody has known, as after an opening.
+    if (alarm->deadline_ms <= judged.good.stored_ms && !book_.IsTried(*alarm)) {
+      Status status = CompleteHoldsOf(*alarm, judged.good.stored_ms, batch);
+      if (!status.ok()) return status;
+    }
     const AlarmState& state = book_.TrackOf(*alarm).state;
     if (!ChangesNothing(alarm->rule.conditions, judged.good, state)) {
       if (Status status = Judge(*alarm, judged, batch); !status.ok()) return status;
@@ -194,7 +201,10 @@ Status AlarmStage::JudgeSource(AlarmBook::Source& source, const Judged& judged, 
   }
   Sample& sample = newest.sample;
   if (IsText(judged.value.type)) {
-    if (source.changes == 0) return {};
+    if (source.changes == 0) {
+      newest.knowledge = Knowledge::kNotLookedUp;
+      return {};
+    }
     sample.value = Value(std::string(judged.value.text));
   } else {
     sample.value = judged.value.number;
@@ -209,7 +219,7 @@ Status AlarmStage::Judge(AlarmBook::Alarm& alarm, const Judged& judged, StoreBat
   AlarmBook::Trial& trial = book_.Try(alarm);
   const AlarmTransitions transitions =
       JudgeValue(alarm.rule.conditions, judged.good, trial.track.state);
-  return Carry(trial, transitions, judged.value.type, judged.action_depth, batch);
+  return Carry(trial, transitions, judged.value.type, batch);
 }
 
 Status AlarmStage::JudgeChange(AlarmBook::Alarm& alarm, const SourceValue& before,
@@ -219,20 +229,20 @@ Status AlarmStage::JudgeChange(AlarmBook::Alarm& alarm, const SourceValue& befor
     if (!test || !test->is_change() || !IsChange(*test, before, judged.value)) continue;
     Status status =
         recorder_.NoteChange(book_.Try(alarm), static_cast<int>(at), judged.good.time_ms,
-                             judged.value, judged.action_depth, batch);
+                             judged.value, judged.good.depth + 1, batch);
     if (!status.ok()) return status;
   }
   return {};
 }
 
 Status AlarmStage::Carry(AlarmBook::Trial& trial, const AlarmTransitions& transitions, TagType type,
-                         std::int32_t action_depth, StoreBatch& batch) {
+                         StoreBatch& batch) {
   for (const AlarmTransition& transition : transitions) {
     const bool is_raised = transition.kind == AlarmTransition::Kind::kRaised;
-    Status status =
-        is_raised ? recorder_.Raise(trial, transition.position, transition.time_ms,
-                                    {.type = type, .number = transition.value}, action_depth, batch)
-                  : recorder_.Return(trial, transition.time_ms, batch);
+    Status status = is_raised ? recorder_.Raise(trial, transition.position, transition.time_ms,
+                                                {.type = type, .number = transition.value},
+                                                transition.depth + 1, batch)
+                              : recorder_.Return(trial, transition.time_ms, batch);
     if (!status.ok()) return status;
   }
   return {};
@@ -258,12 +268,12 @@ Status AlarmStage::CompleteHoldsOf(AlarmBook::Alarm& alarm, std::int64_t now_ms,
   if (!newest.ok()) return newest.status();
   const AlarmTransitions transitions =
       JudgeSilence(alarm.rule.conditions, now_ms, *newest, trial.track.state);
-  constexpr std::int32_t kFirstOfChain = 1;
-  return Carry(trial, transitions, type.value_or(TagType::kFloat64), kFirstOfChain, batch);
+  return Carry(trial, transitions, type.value_or(TagType::kFloat64), batch);
 }
 
 // The values that met the tests are good ones, too, and may be newer than any that is still to be
-// found: a tag without an archive has but its current value.
+// found: a tag without an archive has but its current value. Whether an action wrote the newest one
+// is not known; one is taken to have, where that is so of a value that met a test.
 Result<GoodValue> AlarmStage::NewestFor(AlarmBook::Alarm& alarm, const AlarmState& state) {
   GoodValue good = {.time_ms = kNoTime};
   AlarmBook::Source* const source = book_.FindSource(alarm.rule.source);
@@ -274,10 +284,13 @@ Result<GoodValue> AlarmStage::NewestFor(AlarmBook::Alarm& alarm, const AlarmStat
     good.time_ms = (*newest)->sample.time_ms;
     good.number = ValueIn((*newest)->sample).number;
   }
+  std::int32_t depth = 0;
   for (const TestState& test : state.tests) {
-    if (test.hold == Hold::kNone || test.since_ms <= good.time_ms) continue;
-    good = {.time_ms = test.since_ms, .number = test.value, .stored_ms = test.stored_ms};
+    if (test.hold == Hold::kNone) continue;
+    depth = std::max(depth, test.depth);
+    if (test.since_ms > good.time_ms) good = {.time_ms = test.since_ms, .number = test.value};
   }
+  good.depth = depth;
   return good;
 }
 

@@ -27,7 +27,8 @@ namespace zervane {
 // batch: an alarm and the value that raised it are stored together or not at all.
 //
 // A value counts when it is good and was its tag's newest in its turn. What time alone makes of
-// alarms, in silence, comes as a change of the store: see CompleteHolds.
+// alarms, in silence, comes as a change of the store (see CompleteHolds), or before the next value
+// of the source is judged, whichever is first.
 //
 // Threads: with the turn alone, but for next_deadline_ms and HasNewActions, which any may ask.
 class AlarmStage final : public Stage {
@@ -70,23 +71,22 @@ class AlarmStage final : public Stage {
     std::int64_t time_ms = 0;
     std::int32_t depth = 0;
   };
-  // A value that is judged, and what an action because of it would be in its chain.
+  // A value that is judged.
   struct Judged {
     GoodValue good;
     SourceValue value;
-    std::int32_t action_depth = 1;
   };
 
   Status Start(const StandingAlarm& stored);
   Status CheckActions() const;
   Status FindActionRecords(const StagedRecords& group);
-  std::int32_t ActionDepthOf(TagId tag, std::int64_t time_ms) const;
+  std::int32_t DepthOf(TagId tag, std::int64_t time_ms) const;
   Status JudgeSource(AlarmBook::Source& source, const Judged& judged, StoreBatch& batch);
   Status Judge(AlarmBook::Alarm& alarm, const Judged& judged, StoreBatch& batch);
   Status JudgeChange(AlarmBook::Alarm& alarm, const SourceValue& before, const Judged& judged,
                      StoreBatch& batch);
   Status Carry(AlarmBook::Trial& trial, const AlarmTransitions& transitions, TagType type,
-               std::int32_t action_depth, StoreBatch& batch);
+               StoreBatch& batch);
   Status CompleteHoldsOf(AlarmBook::Alarm& alarm, std::int64_t now_ms, StoreBatch& batch);
   Result<GoodValue> NewestFor(AlarmBook::Alarm& alarm, const AlarmState& state);
   // The source's newest good value in this batch, looked up when it is not known.

@@ -87,11 +87,9 @@ Status AlarmWorker::Work() {
   return Guarded([this]() -> Status {
     while (!is_stopping_.load()) {
       has_actions_left_ = stage_.HasNewActions() || has_actions_left_;
-      const bool is_hold_due = IsHoldDue();
-      if (!is_hold_due && !has_actions_left_) return {};
-      if (is_hold_due) {
-        if (Status status = CompleteHolds(); !status.ok()) return status;
-      }
+      if (!IsHoldDue() && !has_actions_left_) return {};
+      if (Status status = CompleteHolds(); !status.ok()) return status;
+      has_actions_left_ = stage_.HasNewActions() || has_actions_left_;
       if (!has_actions_left_) continue;
       if (Status status = CarryOutActions(); !status.ok()) return status;
     }
@@ -100,9 +98,13 @@ Status AlarmWorker::Work() {
 }
 
 Status AlarmWorker::CompleteHolds() {
-  return writes_.Change(
-      [this](Turn& turn, StoreBatch& batch) { return stage_.CompleteHolds(turn, batch); },
-      [](Turn&) {});
+  while (IsHoldDue()) {
+    Status status = writes_.Change(
+        [this](Turn& turn, StoreBatch& batch) { return stage_.CompleteHolds(turn, batch); },
+        [](Turn&) {});
+    if (!status.ok()) return status;
+  }
+  return {};
 }
 
 Status AlarmWorker::CarryOutActions() {

@@ -30,6 +30,8 @@ class AlarmWorker {
   AlarmWorker(const AlarmWorker&) = delete;
   AlarmWorker& operator=(const AlarmWorker&) = delete;
 
+  // Completes the holds that are due. The status of the store, when it refuses.
+  Status CompleteHolds();
   // Begins to work whenever there is something to do, on a thread of its own. Throws
   // std::system_error when there can be none.
   void Start() EXCLUDES(mutex_);
@@ -50,7 +52,6 @@ class AlarmWorker {
   void Loop() noexcept EXCLUDES(mutex_);
   void Sleep(bool was_refused) noexcept EXCLUDES(mutex_);
   bool IsHoldDue() const { return stage_.next_deadline_ms() <= clock_(); }
-  Status CompleteHolds();
   Status CarryOutActions();
   Status CarryOut(const PendingAction& action);
   Status GiveUp(const PendingAction& action, ZR3_STATUS why);

@@ -40,7 +40,8 @@ void ChooseAlarm(const AlarmConditions& conditions, const GoodValue& judged, Ala
   transitions.Add({.kind = Kind::kRaised,
                    .position = after,
                    .time_ms = is_from_nothing ? met.since_ms : judged.time_ms,
-                   .value = is_from_nothing ? met.value : judged.number});
+                   .value = is_from_nothing ? met.value : judged.number,
+                   .depth = is_from_nothing ? met.depth : judged.depth});
 }
 
 void JudgeNumber(const AlarmConditions& conditions, const GoodValue& value, AlarmState& state) {
@@ -55,7 +56,8 @@ void JudgeNumber(const AlarmConditions& conditions, const GoodValue& value, Alar
     met = {.hold = conditions.time_dead_band_ms == 0 ? Hold::kComplete : Hold::kPending,
            .since_ms = value.time_ms,
            .value = value.number,
-           .stored_ms = value.stored_ms};
+           .stored_ms = value.stored_ms,
+           .depth = value.depth};
   }
 }
 

@@ -35,6 +35,7 @@ struct TestState {
   std::int64_t since_ms = 0;   // the time of the value that met it first
   double value = 0;            // that value
   std::int64_t stored_ms = 0;  // when that was stored, by the database's clock
+  std::int32_t depth = 0;      // how many actions, each because of the other, led to that value
 
   friend bool operator==(const TestState&, const TestState&) = default;
 };
@@ -58,6 +59,7 @@ struct GoodValue {
   std::int64_t time_ms = 0;
   double number = 0;
   std::int64_t stored_ms = 0;  // by the database's clock
+  std::int32_t depth = 0;      // how many actions, each because of the other, led to it
 };
 
 // What becomes of the alarm, in this order: what stands returns, then another is raised.
@@ -68,6 +70,7 @@ struct AlarmTransition {
   int position = 0;          // of the test
   std::int64_t time_ms = 0;  // of the end, or of the start
   double value = 0;          // the source value of the record that is raised
+  std::int32_t depth = 0;    // that of the value
 
   friend bool operator==(const AlarmTransition&, const AlarmTransition&) = default;
 };

@@ -136,7 +136,7 @@ TableInfo AlarmRecords() {
 }
 
 // Of an alarm tag the record that stands, and of each of its tests since when it holds, with which
-// value, and when that was stored.
+// value, when that was stored, and how many actions, each because of the other, led to it.
 TableInfo StandingAlarms() {
   TableInfo table{
       .id = TableId::kStandingAlarm,
@@ -144,7 +144,7 @@ TableInfo StandingAlarms() {
       .columns = {{"tag", Kind::kInteger}, {"position", Kind::kInteger}, {"start", Kind::kInteger}},
       .key_columns = 1,
       .indexes = {}};
-  static constexpr std::array kNames = {"holds", "since", "value", "stored"};
+  static constexpr std::array kNames = {"holds", "since", "value", "stored", "depth"};
   static const std::vector<std::string> names = [] {
     std::vector<std::string> all;
     for (int test = 1; test <= 4; ++test) {

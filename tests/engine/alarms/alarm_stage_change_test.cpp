@@ -113,6 +113,35 @@ TEST_F(AlarmChangeTest, IsAnyOtherTextOfASourceThatHasTexts) {
   EXPECT_EQ(Records(), Texts({"10: 300-300 off"}));
 }
 
+TEST_F(AlarmChangeTest, ComparesATextWithTheOneBeforeThoughNoTestAskedForThat) {
+  constexpr TagId kText = 2;
+  ASSERT_TRUE(PutTag(kText, {.type = TagType::kString, .is_read = true}).ok());
+  const auto write = [&](std::int64_t time_ms, const std::string& text) {
+    EXPECT_EQ(Commit({{kText, TextAt(time_ms, text)}}).fate, Fate::kStored);
+  };
+  ASSERT_TRUE(Save(Rule({"CHANGE"}, kAlarm, kText)).ok());
+  write(100, "a");
+  ASSERT_TRUE(Save(Rule({}, kAlarm, kText)).ok());
+  write(200, "b");
+  ASSERT_TRUE(Save(Rule({"CHANGE"}, kAlarm, kText)).ok());
+  write(300, "a");
+  write(400, "a");
+  EXPECT_EQ(Records(), Texts({"10: 300-300 a"}));
+}
+
+TEST_F(AlarmChangeTest, StartsNothingBeyondTheGreatestTime) {
+  ASSERT_TRUE(Save(Rule({"CHANGE 1", "CHANGE 2"})).ok());
+  Write(kMaxTimeMs - 1, 1);
+  Write(kMaxTimeMs, 5);
+  Write(kMaxTimeMs, 1);
+  Texts starts;
+  for (const AlarmRecord& record : AllRows<AlarmRecord>()) {
+    starts.push_back(
+        fmt::format("{} {}", record.start_ms - kMaxTimeMs, record.end_ms - kMaxTimeMs));
+  }
+  EXPECT_EQ(starts, Texts({"-3 -3", "-2 -2", "-1 -1", "0 0"}));
+}
+
 TEST_F(AlarmChangeTest, KnowsNothingOfWhatCameWhileNothingWatched) {
   ASSERT_TRUE(Save(Rule({"CHANGE"})).ok());
   Write(100, 1);

@@ -35,6 +35,22 @@ TEST_F(AlarmTimeTest, CompletesAHoldWhenTheClockHasGoneOnForLongEnough) {
   EXPECT_EQ(stage_->next_deadline_ms(), AlarmBook::kNever);
 }
 
+TEST_F(AlarmTimeTest, CompletesAHoldThatIsDueBeforeAValueOfItsSourceIsJudged) {
+  const AlarmRule rule = Patient({"HIGH > 5"});
+  ASSERT_TRUE(Save(rule).ok());
+  Write(100, 6);
+  now_ms_ += 60'000;
+  Write(200, 1);
+  EXPECT_EQ(Transitions(), Texts({"10: 100- 6", "10: 100-200 6"}));
+  // Nor does it matter whether the database was opened meanwhile.
+  Write(300, 6);
+  Start();
+  ASSERT_TRUE(Load({rule}).ok());
+  now_ms_ += 60'000;
+  Write(400, 1);
+  EXPECT_EQ(Transitions(), Texts({"10: 300- 6", "10: 300-400 6"}));
+}
+
 TEST_F(AlarmTimeTest, GoesOverInSilenceAtTheNewestGoodValue) {
   ASSERT_TRUE(Save(Patient({"HIGH > 5", "HIHI > 8"})).ok());
   Write(100, 6);
@@ -249,6 +265,21 @@ TEST_F(AlarmActionTest, IsLeftOutBehindSixteenOthers) {
   ASSERT_TRUE(JudgeActionOf(because).ok());
   EXPECT_EQ(Records(), Texts({"10: 200- 6"}));
   EXPECT_EQ(Actions(), std::vector<PendingAction>({because}));
+}
+
+TEST_F(AlarmActionTest, IsAsDeepAsTheValueThatBeganItsHoldAsksFor) {
+  AlarmRule rule = Acting();
+  rule.conditions.time_dead_band_ms = 1'000;
+  ASSERT_TRUE(Save(rule).ok());
+  const PendingAction because = {
+      .key = {.alarm = 99, .start_ms = 200}, .target = kSource, .number = 6, .depth = 4};
+  ASSERT_TRUE(JudgeActionOf(because).ok());
+  Start();
+  ASSERT_TRUE(Load({rule}).ok());
+  now_ms_ += 1'000;
+  ASSERT_TRUE(CompleteHolds().ok());
+  ASSERT_EQ(Actions().size(), 2U);
+  EXPECT_EQ(Actions()[0].depth, 5);
 }
 
 TEST_F(AlarmActionTest, ThatCannotBeReadKeepsTheDatabaseShut) {

@@ -99,7 +99,9 @@ TEST_F(AlarmTagsTest, AsksForAGroupThatExists) {
   Tag tag = AlarmTagOf("ALARM", "NUMBER", {});
   std::get<AlarmProperties>(tag.own).alarm_group_id = 1;
   EXPECT_EQ(StatusOfAdding(tag), ZR3_ERR_GROUP_NOT_FOUND);
-  EXPECT_EQ(*database_.Do(AddAlarmGroup{.group = {.name = "UNIT", .description = {}}}), 1U);
+  AlarmGroup group;
+  group.name = "UNIT";
+  EXPECT_EQ(*database_.Do(AddAlarmGroup{.group = group}), 1U);
   EXPECT_EQ(StatusOfAdding(tag), ZR3_OK);
 }
 

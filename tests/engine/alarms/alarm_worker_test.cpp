@@ -166,19 +166,49 @@ TEST_F(AlarmWorkerTest, EndsAChainOfAlarmsThatSetEachOthersSources) {
   EXPECT_EQ(database_.Records(alarm).size(), 34U);
 }
 
-TEST_F(AlarmWorkerTest, CompletesHoldsWhoseTimePassedWhileTheDatabaseWasShut) {
+TEST_F(AlarmWorkerTest, CompletesHoldsWhoseTimePassedWhileTheDatabaseWasShutBeforeItIsOpen) {
   const TagId source = database_.AddPoint("SOURCE");
   Tag tag = AlarmTagOf("ALARM", "SOURCE", {"HIGH > 5"});
   std::get<AlarmProperties>(tag.own).time_dead_band = 5;
   const TagId alarm = database_.Add(tag);
   database_.Write(source, NumberAt(100, 6));
   database_.Work();
+  database_.Reopen();
   EXPECT_TRUE(database_.Records(alarm).empty());
   database_.SetClock(database_.now_ms() + 5'000);
+  database_.Reopen();
+  EXPECT_EQ(database_.Records(alarm).size(), 1U);
+}
+
+TEST_F(AlarmWorkerTest, OpensThoughTheStoreRefusesToCompleteAHold) {
+  const TagId source = database_.AddPoint("SOURCE");
+  Tag tag = AlarmTagOf("ALARM", "SOURCE", {"HIGH > 5"});
+  std::get<AlarmProperties>(tag.own).time_dead_band = 5;
+  const TagId alarm = database_.Add(tag);
+  database_.Write(source, NumberAt(100, 6));
+  database_.SetClock(database_.now_ms() + 5'000);
+  disk_->Fail(Faults::Call::kCommit, ZR3_ERR_STORAGE_FULL);
   database_.Reopen();
   EXPECT_TRUE(database_.Records(alarm).empty());
   database_.Work();
   EXPECT_EQ(database_.Records(alarm).size(), 1U);
+}
+
+TEST_F(AlarmWorkerTest, EndsAChainWhoseAlarmsWaitForTheirTimeDeadBands) {
+  const TagId source = database_.AddPoint("SOURCE");
+  Tag tag = AlarmTagOf("ALARM", "SOURCE", {"HIGH > 5", "LOW < 5"});
+  auto& own = std::get<AlarmProperties>(tag.own);
+  own.action1 = "SET 'SOURCE' 0";
+  own.action2 = "SET 'SOURCE' 10";
+  own.time_dead_band = 1;
+  const TagId alarm = database_.Add(tag);
+  database_.Write(source, NumberAt(100, 10));
+  for (int second = 0; second < 40; ++second) {
+    database_.SetClock(database_.now_ms() + 1'000);
+    if (second % 7 == 3) database_.Reopen();
+    database_.Work();
+  }
+  EXPECT_EQ(database_.Records(alarm).size(), 17U);
 }
 
 // With the thread of an ordinary opening: nobody calls for it.
