@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -152,6 +153,24 @@ TEST_F(CommitFeedTest, TellsAGapBehindWhatWaitedWhenTheRingIsFull) {
 }
 
 // So that no group is made for those who would not take it.
+TEST_F(CommitFeedTest, TellsAGapWhenTheTextsThatWaitTakeMuchMemory) {
+  const auto consumer = Register(1'000);
+  consumer->WatchAllTags(true);
+  const auto publish_long_texts = [&](std::int64_t commit, std::size_t bytes) {
+    auto group = GroupOf(commit, {7});
+    group->samples.SetTexts(std::string(bytes, 'x'));
+    feed_.Publish(commit, group);
+  };
+  publish_long_texts(1, std::size_t{255} << 20);
+  publish_long_texts(2, std::size_t{1} << 20);
+  publish_long_texts(3, 1);
+  EXPECT_EQ(Next(*consumer), 1);
+  EXPECT_EQ(Next(*consumer), 2);
+  EXPECT_EQ(Next(*consumer), -3);
+  publish_long_texts(4, 1);
+  EXPECT_EQ(Next(*consumer), 4);
+}
+
 TEST_F(CommitFeedTest, IsNotHeardByThoseWhoHaveYetToHearOfAGap) {
   EXPECT_FALSE(feed_.IsHeard());
   const auto consumer = Register(1);
