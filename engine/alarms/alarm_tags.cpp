@@ -182,23 +182,37 @@ Status AlarmTags::Follow(const TagLinks& links, TagId changed, std::optional<std
   return {};
 }
 
+namespace {
+
+// The rule of a stored tag, which could have been saved so.
+Result<AlarmRule> StoredRule(const TagImage& tags, const Tag& tag, TagLinks links) {
+  if (links.empty() || links[0] == 0) return Status(ZR3_ERR_STORAGE_DAMAGED, "it has no source");
+  links.resize(kLinks);
+  Result<AlarmRule> rule = Parse(tag, links);
+  if (!rule.ok()) return rule;
+  for (std::size_t at = 0; at < kAlarmTests; ++at) {
+    if (rule->actions[at].has_value() == (links[1 + at] != 0)) continue;
+    return Status(ZR3_ERR_STORAGE_DAMAGED, "an action without its target, or the reverse");
+  }
+  if (Status status = CheckSource(tags, *rule); !status.ok()) return status;
+  return rule;
+}
+
+}  // namespace
+
 Result<std::vector<AlarmRule>> RulesOf(const TagImage& tags,
                                        const std::function<TagLinks(TagId)>& links_of) {
   std::vector<AlarmRule> rules;
   Status fault;
   tags.tags().VisitFrom(0, [&](const PackedTag& tag) {
     if (tag.tag_class() != ZR3_TAG_CLASS_ALARM) return true;
-    TagLinks links = links_of(tag.id());
-    const bool has_source = !links.empty() && links[0] != 0;
-    links.resize(kLinks);
-    Result<AlarmRule> rule = Parse(tag.Unpack(), links);
-    if (rule.ok() && has_source) {
+    Result<AlarmRule> rule = StoredRule(tags, tag.Unpack(), links_of(tag.id()));
+    if (rule.ok()) {
       rules.push_back(*std::move(rule));
       return true;
     }
     fault = {ZR3_ERR_STORAGE_DAMAGED,
-             fmt::format("the stored alarm tag {}: {}", tag.id(),
-                         rule.ok() ? "it has no source" : rule.status().message())};
+             fmt::format("the stored alarm tag {}: {}", tag.id(), rule.status().message())};
     return false;
   });
   if (!fault.ok()) return fault;

@@ -58,11 +58,15 @@ void AlarmWorker::Wake() noexcept {
 }
 
 void AlarmWorker::Loop() noexcept {
+  bool was_refused = false;  // which is told once
   for (;;) {
     const Status status = Work();
     if (is_stopping_.load()) return;
-    if (!status.ok()) LogError("what alarms ask for is tried again: {}", status.message());
-    Sleep(!status.ok());
+    if (!status.ok() && !was_refused) {
+      LogError("what alarms ask for is tried again every second: {}", status.message());
+    }
+    was_refused = !status.ok();
+    Sleep(was_refused);
   }
 }
 

@@ -329,7 +329,8 @@ Status Catalogue::PlanFollowers(TagId changed, std::optional<std::string_view> n
   return fault;
 }
 
-// Whether a tag is read changes with the links of others alone.
+// Whether a tag is read changes with the links of others alone. Who else reads it is asked only
+// when this tag begins to or no longer does: many may be linked to one.
 std::vector<std::pair<TagId, TagTraits>> Catalogue::PlanTraits(
     const CatalogueChange& change) const {
   const TagId id = change.id();
@@ -340,18 +341,25 @@ std::vector<std::pair<TagId, TagTraits>> Catalogue::PlanTraits(
     traits.is_read = change.before && tags_.Find(id)->is_read;
     all.emplace_back(id, traits);
   }
+  const std::int32_t tag_class = (change.after ? change.after : change.before)->tag_class;
   for (const TagId target : TargetsOf(links_.Of(id), change.links)) {
     std::optional<TagTraits> traits = tags_.Find(target);
     if (target == id || !traits) continue;
-    bool is_read = IsReadByOthers(target, id, tags);
-    for (std::size_t place = 0; place < change.links.size(); ++place) {
-      is_read = is_read || (change.links[place] == target && Reads(tags, id, place));
-    }
+    const bool reads = ReadsBy(change.links, tag_class, target);
+    if (reads == ReadsBy(links_.Of(id), tag_class, target)) continue;
+    const bool is_read = reads || IsReadByOthers(target, id, tags);
     if (is_read == traits->is_read) continue;
     traits->is_read = is_read;
     all.emplace_back(target, *traits);
   }
   return all;
+}
+
+bool Catalogue::ReadsBy(const TagLinks& links, std::int32_t tag_class, TagId target) const {
+  for (std::size_t place = 0; place < links.size(); ++place) {
+    if (links[place] == target && AsksOf(tag_class)->Reads(place)) return true;
+  }
+  return false;
 }
 
 bool Catalogue::IsReadByOthers(TagId target, TagId but, const TagImage& tags) const {

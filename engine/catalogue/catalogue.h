@@ -118,6 +118,8 @@ class Catalogue {
   // The traits that are not as they were with the change.
   std::vector<std::pair<TagId, TagTraits>> PlanTraits(const CatalogueChange& change) const;
   // Whether any tag but this one reads the target.
+  // Whether a tag of the class with these links reads the target.
+  bool ReadsBy(const TagLinks& links, std::int32_t tag_class, TagId target) const;
   bool IsReadByOthers(TagId target, TagId but, const TagImage& tags) const;
   bool Reads(const TagImage& tags, TagId tag, std::size_t place) const;
 

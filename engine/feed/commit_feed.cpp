@@ -26,6 +26,13 @@ Result<std::unique_ptr<FeedConsumer>> CommitFeed::Register(std::size_t max_chang
   return consumer;
 }
 
+bool CommitFeed::IsHeard() const {
+  if (!HasConsumers()) return false;
+  const MutexLock lock(mutex_);
+  return std::any_of(consumers_.begin(), consumers_.end(),
+                     [](const FeedConsumer* consumer) { return consumer->Listens(); });
+}
+
 void CommitFeed::Publish(std::int64_t commit, const CommittedGroupPtr& group) noexcept {
   if (!HasConsumers()) return;
   ZERVANE_ASSERT(group == nullptr || group->commit == commit);

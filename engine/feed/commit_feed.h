@@ -17,7 +17,7 @@ namespace zervane {
 // the one who commits a test.
 //
 //   std::shared_ptr<CommittedGroup> news;
-//   if (feed.HasConsumers()) news = ...;  // before the store is asked, which may take the records
+//   if (feed.IsHeard()) news = ...;  // before the store is asked, which may take the records
 //   ... the store keeps it ...
 //   feed.Publish(commit, news);
 //
@@ -40,6 +40,10 @@ class CommitFeed {
 
   bool HasConsumers() const { return count_.load(std::memory_order_acquire) > 0; }
 
+  // Whether anybody would take a group. Consumers whose rings are full do not, until they have
+  // heard of their gap: so one who never polls costs a commit no more than this.
+  bool IsHeard() const EXCLUDES(mutex_);
+
   // Hands the group of that commit to those who want it. Null: it could not be made, or nobody was
   // there when it had to be; whoever is there now misses it, and is told so.
   void Publish(std::int64_t commit, const CommittedGroupPtr& group) noexcept EXCLUDES(mutex_);
@@ -52,7 +56,7 @@ class CommitFeed {
   void Remove(FeedConsumer& consumer) noexcept EXCLUDES(mutex_);
 
   std::atomic<std::size_t> count_ = 0;
-  Mutex mutex_;  // a consumer's own is taken under it
+  mutable Mutex mutex_;  // a consumer's own is taken under it
   std::vector<FeedConsumer*> consumers_ GUARDED_BY(mutex_);
   bool is_closed_ GUARDED_BY(mutex_) = false;
 };

@@ -54,6 +54,7 @@ std::uint64_t FeedConsumer::CountGone() {
 void FeedConsumer::Close() noexcept {
   const MutexLock lock(mutex_);
   is_closed_ = true;
+  listens_ = false;
   has_come_.NotifyAll();
 }
 
@@ -62,9 +63,11 @@ std::optional<FeedConsumer::Delivery> FeedConsumer::Next() {
     Delivery delivery = {.group = std::move(waiting_.front())};
     waiting_.pop_front();
     waiting_changes_ -= delivery.group->size();
+    waiting_text_bytes_ -= delivery.group->samples.texts().size();
     return delivery;
   }
   if (!gap_from_) return std::nullopt;
+  listens_ = !is_closed_;
   return Delivery{.group = nullptr, .gap_from = *std::exchange(gap_from_, std::nullopt)};
 }
 
@@ -72,7 +75,7 @@ void FeedConsumer::Offer(const CommittedGroupPtr& group) noexcept {
   const MutexLock lock(mutex_);
   if (is_closed_ || gap_from_ || !Wants(*group)) return;
   const bool is_bounded_by_gaps = when_full_ == WhenFull::kGap;
-  if (is_bounded_by_gaps && waiting_changes_ >= max_changes_) return BeginGap(group->commit);
+  if (is_bounded_by_gaps && IsFull()) return BeginGap(group->commit);
   ZERVANE_ASSERT(waiting_.empty() || waiting_.back()->commit < group->commit);
   try {
     waiting_.push_back(PartOf(group));
@@ -80,6 +83,7 @@ void FeedConsumer::Offer(const CommittedGroupPtr& group) noexcept {
     return BeginGap(group->commit);  // want of memory loses what is heard of, not what is stored
   }
   waiting_changes_ += waiting_.back()->size();
+  waiting_text_bytes_ += waiting_.back()->samples.texts().size();
   if (!is_bounded_by_gaps) DropOldest();
   has_come_.NotifyOne();
 }
@@ -87,6 +91,7 @@ void FeedConsumer::Offer(const CommittedGroupPtr& group) noexcept {
 void FeedConsumer::DropOldest() noexcept {
   while (waiting_changes_ - waiting_.front()->size() >= max_changes_) {
     waiting_changes_ -= waiting_.front()->size();
+    waiting_text_bytes_ -= waiting_.front()->samples.texts().size();
     gone_ += waiting_.front()->size();
     waiting_.pop_front();
   }
@@ -114,6 +119,7 @@ void FeedConsumer::OfferGap(std::int64_t commit) noexcept {
 
 void FeedConsumer::BeginGap(std::int64_t commit) noexcept {
   gap_from_ = commit;
+  listens_ = false;
   has_come_.NotifyOne();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -22,9 +23,10 @@ class CommitFeed;
 //   (*consumer)->WatchTag(id, true);
 //   while (const auto delivery = (*consumer)->Await()) ...
 //
-// The ring is full with so many changes; the group that gets it there is still taken. What comes
-// then is dropped, until the consumer has taken what waits and then heard of the gap; or the oldest
-// groups go, and as many changes as fill the ring stay. Nobody ever waits for a consumer.
+// The ring is full with so many changes, or with kMaxTextBytes of texts among their values; the
+// group that gets it there is still taken. What comes then is dropped, until the consumer has taken
+// what waits and then heard of the gap; or the oldest groups go, and as many changes as fill the
+// ring stay. Nobody ever waits for a consumer.
 //
 // Threads: any.
 class FeedConsumer {
@@ -69,7 +71,8 @@ class FeedConsumer {
   FeedConsumer(CommitFeed& feed, std::size_t max_changes, WhenFull when_full)
       : feed_(feed), max_changes_(max_changes), when_full_(when_full) {}
 
-  // For the feed.
+  // For the feed. Whether it would take a group; it may be over as soon as it is answered.
+  bool Listens() const { return listens_.load(std::memory_order_relaxed); }
   void Offer(const CommittedGroupPtr& group) noexcept EXCLUDES(mutex_);
   void OfferGap(std::int64_t commit) noexcept EXCLUDES(mutex_);
 
@@ -80,10 +83,18 @@ class FeedConsumer {
   void DropOldest() noexcept REQUIRES(mutex_);
   void BeginGap(std::int64_t commit) noexcept REQUIRES(mutex_);
   std::optional<Delivery> Next() REQUIRES(mutex_);
+  bool IsFull() const REQUIRES(mutex_) {
+    return waiting_changes_ >= max_changes_ || waiting_text_bytes_ >= kMaxTextBytes;
+  }
 
   CommitFeed& feed_;
+  // How many bytes of texts wait, where a ring may hold a million of them.
+  static constexpr std::size_t kMaxTextBytes = std::size_t{256} << 20;
+
   const std::size_t max_changes_;
   const WhenFull when_full_;
+
+  std::atomic<bool> listens_ = true;  // neither closed nor in a gap
 
   Mutex mutex_;
   CondVar has_come_;
@@ -93,6 +104,7 @@ class FeedConsumer {
   std::bitset<kMaxTables> tables_ GUARDED_BY(mutex_);
   std::deque<CommittedGroupPtr> waiting_ GUARDED_BY(mutex_);
   std::size_t waiting_changes_ GUARDED_BY(mutex_) = 0;
+  std::size_t waiting_text_bytes_ GUARDED_BY(mutex_) = 0;
   std::uint64_t gone_ GUARDED_BY(mutex_) = 0;
   std::optional<std::int64_t> gap_from_ GUARDED_BY(mutex_);  // behind what waits
   bool is_closed_ GUARDED_BY(mutex_) = false;

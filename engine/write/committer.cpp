@@ -208,7 +208,7 @@ bool Committer::Empties(TagId tag) const {
 
 std::shared_ptr<CommittedGroup> Committer::MakeNews(
     const RecordBatch& records, std::span<const std::uint8_t> was_newest) const noexcept {
-  if (!feed_.HasConsumers()) return nullptr;
+  if (!feed_.IsHeard()) return nullptr;
   try {
     auto news = std::make_shared<CommittedGroup>();
     news->commit = last_commit_ + 1;

@@ -1,3 +1,5 @@
+#include "engine/alarms/alarm_tags.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -99,7 +101,9 @@ TEST_F(AlarmTagsTest, AsksForAGroupThatExists) {
   Tag tag = AlarmTagOf("ALARM", "NUMBER", {});
   std::get<AlarmProperties>(tag.own).alarm_group_id = 1;
   EXPECT_EQ(StatusOfAdding(tag), ZR3_ERR_GROUP_NOT_FOUND);
-  EXPECT_EQ(*database_.Do(AddAlarmGroup{.group = {.name = "UNIT", .description = {}}}), 1U);
+  AlarmGroup group;
+  group.name = "UNIT";
+  EXPECT_EQ(*database_.Do(AddAlarmGroup{.group = group}), 1U);
   EXPECT_EQ(StatusOfAdding(tag), ZR3_OK);
 }
 
@@ -149,6 +153,56 @@ TEST_F(AlarmTagsTest, RefusesANameWithWhichAnActionDoesNotFitAnyMore) {
   EXPECT_EQ(Rename(target, std::string(100, '\'')), ZR3_OK);
   EXPECT_EQ(Rename(target, std::string(200, '\'')), ZR3_ERR_INVALID_PROPERTY);
   EXPECT_EQ(Own(alarm).action1.size(), 208U);
+}
+
+// ---- at opening ----
+
+struct StoredCase {
+  const char* name;
+  const char* action;
+  TagLinks links;
+  ZR3_STATUS status;
+};
+
+constexpr TagId kNumber = 1;
+constexpr TagId kText = 2;
+constexpr TagId kAlarm = 3;
+constexpr TagId kGone = 9;
+
+class StoredAlarmTag : public testing::TestWithParam<StoredCase> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Linked, StoredAlarmTag,
+    testing::Values(StoredCase{"ToItsSource", "", {kNumber}, ZR3_OK},
+                    StoredCase{"ToASourceThatIsGone", "", {kGone}, ZR3_OK},
+                    StoredCase{"ToItsTarget", "SET 'NUMBER' 1", {kNumber, kNumber}, ZR3_OK},
+                    StoredCase{"ToNothing", "", {}, ZR3_ERR_STORAGE_DAMAGED},
+                    StoredCase{"ToAText", "", {kText}, ZR3_ERR_STORAGE_DAMAGED},
+                    StoredCase{"ToItself", "", {kAlarm}, ZR3_ERR_STORAGE_DAMAGED},
+                    StoredCase{
+                        "ToATargetOfNoAction", "", {kNumber, kNumber}, ZR3_ERR_STORAGE_DAMAGED},
+                    StoredCase{"ToNoTarget", "SET 'NUMBER' 1", {kNumber}, ZR3_ERR_STORAGE_DAMAGED}),
+    CaseName());
+
+TEST_P(StoredAlarmTag, CouldHaveBeenSavedOrIsDamaged) {
+  TagImageBuilder builder;
+  const auto add = [&](TagId id, Tag tag) {
+    tag.id = id;
+    builder.Add(PackedTag::Pack(tag));
+  };
+  Tag number;
+  number.name = "NUMBER";
+  Tag text;
+  text.name = "TEXT";
+  text.type = ZR3_TAG_TYPE_STRING;
+  Tag alarm = AlarmTagOf("ALARM", "NUMBER", {"HIGH > 1"});
+  std::get<AlarmProperties>(alarm.own).action1 = GetParam().action;
+  add(kNumber, number);
+  add(kText, text);
+  add(kAlarm, alarm);
+  ASSERT_EQ(builder.IndexNames(), nullptr);
+  const auto rules = RulesOf(builder.image(), [](TagId) { return GetParam().links; });
+  EXPECT_EQ(rules.code(), GetParam().status);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -149,6 +150,46 @@ TEST_F(CommitFeedTest, TellsAGapBehindWhatWaitedWhenTheRingIsFull) {
   EXPECT_EQ(Next(*consumer), 0);
   Publish(5, {1});
   EXPECT_EQ(Next(*consumer), 5);
+}
+
+// So that no group is made for those who would not take it.
+TEST_F(CommitFeedTest, TellsAGapWhenTheTextsThatWaitTakeMuchMemory) {
+  const auto consumer = Register(1'000);
+  consumer->WatchAllTags(true);
+  const auto publish_long_texts = [&](std::int64_t commit, std::size_t bytes) {
+    auto group = GroupOf(commit, {7});
+    group->samples.SetTexts(std::string(bytes, 'x'));
+    feed_.Publish(commit, group);
+  };
+  publish_long_texts(1, std::size_t{255} << 20);
+  publish_long_texts(2, std::size_t{1} << 20);
+  publish_long_texts(3, 1);
+  EXPECT_EQ(Next(*consumer), 1);
+  EXPECT_EQ(Next(*consumer), 2);
+  EXPECT_EQ(Next(*consumer), -3);
+  publish_long_texts(4, 1);
+  EXPECT_EQ(Next(*consumer), 4);
+}
+
+TEST_F(CommitFeedTest, IsNotHeardByThoseWhoHaveYetToHearOfAGap) {
+  EXPECT_FALSE(feed_.IsHeard());
+  const auto consumer = Register(1);
+  consumer->WatchAllTags(true);
+  EXPECT_TRUE(feed_.IsHeard());
+  Publish(1, {1});
+  EXPECT_TRUE(feed_.IsHeard()) << "it is full, and does not know yet that something was missed";
+  Publish(2, {1});
+  EXPECT_FALSE(feed_.IsHeard());
+  EXPECT_EQ(Next(*consumer), 1);
+  EXPECT_FALSE(feed_.IsHeard());
+  feed_.Publish(3, nullptr);
+  EXPECT_EQ(Next(*consumer), -2);
+  EXPECT_TRUE(feed_.IsHeard());
+  const auto other = Register();
+  consumer->Close();
+  EXPECT_TRUE(feed_.IsHeard());
+  other->Close();
+  EXPECT_FALSE(feed_.IsHeard());
 }
 
 TEST_F(CommitFeedTest, TellsAGapWhenAGroupCouldNotBeMade) {

@@ -217,6 +217,7 @@ TEST_F(CommitterTest, StoresRowsThoughTheRecordsAreOfATagThatHasGone) {
 
 TEST_F(CommitterTest, TellsTheFeedTheRowsThatGoWithRecords) {
   auto consumer = *feed_.Register(100);
+  consumer->WatchTag(kTag, true);
   consumer->WatchTable(TableId::kProgress, true);
   EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1)}).fate, Fate::kStored);
   const auto delivery = consumer->Poll();
