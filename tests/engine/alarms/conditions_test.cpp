@@ -333,9 +333,11 @@ TEST(TimeDeadBand, EndsInSilenceByTheClockSinceTheValueWasStored) {
   ASSERT_EQ(over.size(), 2U);
   EXPECT_EQ(*over.begin(),
             (AlarmTransition{.kind = Kind::kReturned, .position = 0, .time_ms = 10'500}));
-  EXPECT_EQ(
-      over.begin()[1],
-      (AlarmTransition{.kind = Kind::kRaised, .position = 1, .time_ms = 10'500, .value = 96}));
+  EXPECT_EQ(over.begin()[1], (AlarmTransition{.kind = Kind::kRaised,
+                                              .position = 1,
+                                              .time_ms = 10'500,
+                                              .value = 96,
+                                              .is_of_hold = true}));
   EXPECT_EQ(DeadlineOf(conditions, state), std::nullopt);
   EXPECT_EQ(JudgeSilence(conditions, 90'000, second, state).size(), 0U);
 }
