@@ -140,9 +140,10 @@ struct Watched {
   std::vector<AlarmEvent> events;
 
   std::vector<std::string> Expected() const {
+    const AlarmConditions conditions = ConditionsOf(tag);
     std::vector<std::string> texts;
     for (const oracle::ExpectedAlarm& alarm : oracle::AlarmsOf(events)) {
-      const AlarmTest& test = *ConditionsOf(tag).tests[static_cast<std::size_t>(alarm.position)];
+      const AlarmTest& test = *conditions.tests[static_cast<std::size_t>(alarm.position)];
       texts.push_back(TextOf(alarm.start_ms, alarm.end_ms, test.type, test.priority,
                              ValueTextOf(alarm.source)));
     }
