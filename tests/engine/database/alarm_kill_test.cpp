@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <limits>
 #include <optional>
 #include <set>
 #include <string>
@@ -90,17 +91,18 @@ struct Expected {
 
 Expected ExpectedOf(const SampleColumns& values) {
   Expected expected;
-  std::optional<std::size_t> standing;  // of the alarms
+  constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
+  std::size_t standing = kNone;  // of the alarms
   std::optional<double> before;
   for (std::size_t at = 0; at < values.size(); ++at) {
     const Sample sample = values.At(at);
     if (sample.quality != ZR3_QUALITY_GOOD) continue;
     const double value = sample.value.float64();
-    const bool is_raised = value > alarm_kill::kLimit && !standing;
-    if (value <= alarm_kill::kLimit && standing) {
-      std::string& text = expected.alarms[*standing];
+    const bool is_raised = value > alarm_kill::kLimit && standing == kNone;
+    if (value <= alarm_kill::kLimit && standing != kNone) {
+      std::string& text = expected.alarms[standing];
       text.insert(text.find(' '), std::to_string(sample.time_ms));
-      standing.reset();
+      standing = kNone;
     }
     if (is_raised) {
       standing = expected.alarms.size();
