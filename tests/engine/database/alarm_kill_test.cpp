@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
