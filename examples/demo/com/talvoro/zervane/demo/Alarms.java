@@ -134,7 +134,8 @@ final class Alarms {
   }
 
   static String describe(ZRJniAlarmRecord record) {
-    return String.format("%s of %s, %s", TYPES.get(record.nAlarmType), SOURCE, record.strSrcValue);
+    String value = Text.value(TagType.FLOAT64, Double.valueOf(record.strSrcValue));
+    return String.format("%s of %s, %s %%", TYPES.get(record.nAlarmType), SOURCE, value);
   }
 
   static Instant startOf(ZRJniAlarmRecord record) {

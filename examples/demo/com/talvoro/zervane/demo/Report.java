@@ -170,11 +170,11 @@ final class Report {
   /** Prints the alarms of this run, with who has seen them. */
   void printAlarms(List<ZRJniAlarmRecord> records) {
     heading("Alarms of this run");
-    row("%-23s  %-23s  %-28s %-8s %s", "RAISED", "RETURNED", "ALARM", "SEEN BY", "COMMENT");
+    row("%-23s  %-23s  %-31s  %-8s %s", "RAISED", "RETURNED", "ALARM", "SEEN BY", "COMMENT");
     for (ZRJniAlarmRecord record : records) {
       Instant end = Alarms.endOf(record);
       row(
-          "%-23s  %-23s  %-28s %-8s %s",
+          "%-23s  %-23s  %-31s  %-8s %s",
           Text.preciseTime(Alarms.startOf(record)),
           end == null ? "it stands" : Text.preciseTime(end),
           Alarms.describe(record),
