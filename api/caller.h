@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "api/words/user.h"
+
 namespace zervane {
 
 // Tells the sessions of a database apart; 0 is the engine's own.
@@ -12,12 +14,15 @@ using SessionId = std::uint64_t;
 // lost after it was answered is told to its session, and to no other.
 struct Caller {
   std::string user = "admin";
+  UserId user_id = kAdminId;  // which is what counts: a user of the same name may be another
   SessionId session = 1;
   std::string from = "this process";  // for the log
+  bool is_remote = false;             // not in this process: an empty password never logs in
 
   // The engine itself.
   static const Caller& System() {
-    static const Caller system{.user = "system", .session = 0, .from = "the database"};
+    static const Caller system{
+        .user = "system", .user_id = 0, .session = 0, .from = "the database"};
     return system;
   }
 };

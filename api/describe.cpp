@@ -66,6 +66,8 @@ std::string TextOf(const T& value) {
     return std::to_string(value);
   } else if constexpr (std::is_same_v<T, std::string>) {
     return Quoted(value);
+  } else if constexpr (std::is_same_v<T, Secret>) {
+    return "***";  // not even its length
   } else if constexpr (std::is_same_v<T, Tag>) {
     return Quoted(value.name);
   } else if constexpr (std::is_same_v<T, SampleColumns>) {

@@ -13,6 +13,7 @@
 
 #include "api/fields.h"
 #include "api/words/samples.h"
+#include "api/words/secret.h"
 #include "api/words/tag.h"
 #include "api/words/value.h"
 
@@ -77,6 +78,9 @@ inline void Put(protozero::pbf_writer& out, protozero::pbf_tag_type number, doub
 inline void Put(protozero::pbf_writer& out, protozero::pbf_tag_type number,
                 const std::string& value) {
   out.add_bytes(number, value);
+}
+inline void Put(protozero::pbf_writer& out, protozero::pbf_tag_type number, const Secret& value) {
+  out.add_bytes(number, value.view().data(), value.view().size());
 }
 template <HasFields T>
 void Put(protozero::pbf_writer& out, protozero::pbf_tag_type number, const T& value) {
@@ -147,6 +151,11 @@ inline bool Get(protozero::pbf_reader& in, double* to) {
 }
 inline bool Get(protozero::pbf_reader& in, std::string* to) {
   *to = in.get_bytes();
+  return true;
+}
+inline bool Get(protozero::pbf_reader& in, Secret* to) {
+  const protozero::data_view bytes = in.get_view();
+  *to = Secret({bytes.data(), bytes.size()});
   return true;
 }
 template <HasFields T>

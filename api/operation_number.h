@@ -45,8 +45,27 @@ enum class OperationNumber : std::uint16_t {
   kPollChanges,
   kSubscribeAlarms,
   kPollAlarms,
+  kLogin,
+  kGetCurrentUser,
+  kGetAuthorityLevel,
+  kListAuthorityItems,
+  kAddUser,
+  kDeleteUser,
+  kChangePassword,
+  kResetPassword,
+  kDescribeUser,
+  kListUsers,
+  kAddUserGroup,
+  kDeleteUserGroup,
+  kDescribeUserGroup,
+  kListUserGroups,
+  kAddMember,
+  kRemoveMember,
+  kListMembers,
+  kListGroupsOfUser,
+  kConfigureRelay,
 };
 
-constexpr OperationNumber kLastOperation = OperationNumber::kPollAlarms;
+constexpr OperationNumber kLastOperation = OperationNumber::kConfigureRelay;
 
 }  // namespace zervane

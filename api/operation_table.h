@@ -7,10 +7,12 @@
 #include "api/operation_number.h"
 #include "api/operations/alarms.h"
 #include "api/operations/history.h"
+#include "api/operations/security.h"
 #include "api/operations/subscriptions.h"
 #include "api/operations/system.h"
 #include "api/operations/tags.h"
 #include "api/operations/values.h"
+#include "api/words/user.h"
 
 // All operations: what each one is called, belongs to and needs.
 namespace zervane {
@@ -21,20 +23,25 @@ enum class OperationFamily : std::uint8_t {
   kHistory,
   kAlarms,
   kSubscriptions,
+  kSecurity,
   kSystem,
 };
 
-// What rights are given for: a user has a level in each, from 0, none, to 3, all.
-enum class AuthorityItem : std::uint8_t { kTags, kRecords, kAlarms, kSecurity, kSystem };
-constexpr int kMaxLevel = 3;
+// The level of an operation that even a caller may ask for whose user is gone.
+constexpr int kNoUserNeeded = -1;
+
+// Whether what the operation did, or was refused, is told in the log, with who asked for it. A
+// refusal always is.
+enum class Audit : std::uint8_t { kNo, kYes };
 
 struct OperationRow {
   OperationNumber number;
   std::string_view name;  // for the log
   OperationFamily family;
   AuthorityItem item;
-  int level;  // that the caller must have in the item
+  int level;  // that the caller must have in the item; of what concerns himself, none
   bool changes;
+  Audit audit = Audit::kNo;
 };
 
 // In order of number.
@@ -58,14 +65,16 @@ struct OperationList {
 };
 
 // In order of number.
-using AllOperations =
-    OperationList<AddTag, ModifyTag, DeleteTag, GetTag, GetTagType, FindTagId, GetCatalogueVersion,
-                  FindTags, CountTags, ListTags, WriteSamples, ReadCurrent, ReadCurrentValues,
-                  CountRecords, ReadRecords, ReadClock, CorrectRecord, InterpolateTag,
-                  InterpolateTags, CalculateStatistic, FindAlarmsOfTags, FindAlarmsOfGroup,
-                  ReadLatestAlarms, AcknowledgeAlarms, CommentAlarms, AddAlarmGroup,
-                  ModifyAlarmGroup, DeleteAlarmGroup, FindAlarmGroup, ReadAlarmGroups,
-                  ListAlarmGroups, ListTagsOfGroup, SubscribeTags, UnsubscribeTags, SubscribeFields,
-                  UnsubscribeFields, PollChanges, SubscribeAlarms, PollAlarms>;
+using AllOperations = OperationList<
+    AddTag, ModifyTag, DeleteTag, GetTag, GetTagType, FindTagId, GetCatalogueVersion, FindTags,
+    CountTags, ListTags, WriteSamples, ReadCurrent, ReadCurrentValues, CountRecords, ReadRecords,
+    ReadClock, CorrectRecord, InterpolateTag, InterpolateTags, CalculateStatistic, FindAlarmsOfTags,
+    FindAlarmsOfGroup, ReadLatestAlarms, AcknowledgeAlarms, CommentAlarms, AddAlarmGroup,
+    ModifyAlarmGroup, DeleteAlarmGroup, FindAlarmGroup, ReadAlarmGroups, ListAlarmGroups,
+    ListTagsOfGroup, SubscribeTags, UnsubscribeTags, SubscribeFields, UnsubscribeFields,
+    PollChanges, SubscribeAlarms, PollAlarms, Login, GetCurrentUser, GetAuthorityLevel,
+    ListAuthorityItems, AddUser, DeleteUser, ChangePassword, ResetPassword, DescribeUser, ListUsers,
+    AddUserGroup, DeleteUserGroup, DescribeUserGroup, ListUserGroups, AddMember, RemoveMember,
+    ListMembers, ListGroupsOfUser, ConfigureRelay>;
 
 }  // namespace zervane

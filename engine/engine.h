@@ -17,9 +17,15 @@
 #include "engine/catalogue/catalogue_family.h"
 #include "engine/catalogue/filter_settings.h"
 #include "engine/clock.h"
+#include "engine/derived/calculations/calculations.h"
+#include "engine/derived/statistics_tags/statistics_tags.h"
 #include "engine/filters/filter_stage.h"
 #include "engine/history_family.h"
 #include "engine/record_family.h"
+#include "engine/relay/relay.h"
+#include "engine/relay_family.h"
+#include "engine/security/security.h"
+#include "engine/security_family.h"
 #include "engine/storage/store.h"
 #include "engine/subscription_family.h"
 #include "engine/tag_changes.h"
@@ -34,14 +40,14 @@ namespace zervane {
 // Threads: any may call Handle.
 class Engine final {
  public:
-  // By whom is done what alarms ask for when no value comes: by a thread, or whenever somebody
-  // calls WorkOnAlarms, as tests do that leave nothing to chance.
-  enum class AlarmWork : std::uint8_t { kByThread, kByCaller };
+  // By whom is done what the database does by itself: by threads, or whenever somebody calls Work,
+  // as tests do that leave nothing to chance.
+  enum class OwnWork : std::uint8_t { kByThreads, kByCaller };
 
   // ZR3_ERR_STORAGE_DAMAGED when what the store holds breaks a rule of the database.
   static Result<std::unique_ptr<Engine>> Open(std::unique_ptr<Store> store, Clock clock,
                                               const WriteQueue::Limits& limits = {},
-                                              AlarmWork alarm_work = AlarmWork::kByThread);
+                                              OwnWork own_work = OwnWork::kByThreads);
   ~Engine();
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
@@ -61,6 +67,10 @@ class Engine final {
       return alarms_.Handle(caller, operation);
     } else if constexpr (requires { subscriptions_.Handle(caller, operation); }) {
       return subscriptions_.Handle(caller, operation);
+    } else if constexpr (requires { security_family_.Handle(caller, operation); }) {
+      return security_family_.Handle(caller, operation);
+    } else if constexpr (requires { relay_family_.Handle(caller, operation); }) {
+      return relay_family_.Handle(caller, operation);
     } else {
       return HandleHere(operation);
     }
@@ -79,8 +89,14 @@ class Engine final {
     }
   }
 
-  // REQUIRES that no thread does.
-  Status WorkOnAlarms() { return alarm_worker_.Work(); }
+  // Does what alarms, calculation and statistics tags ask for now, and what comes of that. The
+  // status of the store, when it refuses. REQUIRES that no thread does.
+  Status Work();
+
+  // The level that a caller has in an authority item; kNoUserNeeded when the user is gone.
+  int LevelOf(const Caller& caller, AuthorityItem item) const {
+    return security_.LevelOf(caller, item);
+  }
 
   std::int64_t catalogue_version() const { return catalogue_.version(); }
 
@@ -91,7 +107,9 @@ class Engine final {
  private:
   Engine(std::unique_ptr<Store> store, Clock clock);
 
-  Status Start(const WriteQueue::Limits& limits, AlarmWork alarm_work);
+  Status Start(const WriteQueue::Limits& limits, OwnWork own_work);
+  Status Load(Turn& turn);
+  void StopThreads() noexcept;
   Status LoadAlarms(Turn& turn);
   std::optional<FilterSettings> SettingsOf(TagId id) const;
   Result<std::int64_t> HandleHere(const ReadClock&) { return clock_(); }
@@ -106,12 +124,18 @@ class Engine final {
   FilterStage filters_;
   AlarmStage alarm_stage_;
   AlarmWorker alarm_worker_;
+  Calculations calculations_;
+  StatisticsTags statistics_tags_;
+  Security security_;
+  Relay relay_;
   CatalogueFamily tags_;
   TagChanges tag_changes_;
   RecordFamily records_;
   HistoryFamily history_;
   AlarmFamily alarms_;
   SubscriptionFamily subscriptions_;
+  SecurityFamily security_family_;
+  RelayFamily relay_family_;
 };
 
 }  // namespace zervane

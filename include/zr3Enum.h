@@ -429,7 +429,23 @@ enum {
   X(ZR3_ERR_ALREADY_ACKNOWLEDGED, 119622, "the alarm was acknowledged before")                     \
   X(ZR3_ERR_SOME_ALARMS_FAILED, 119624, "some alarms failed; the per-alarm codes tell why")        \
   /* 121xxx: security */                                                                           \
-  X(ZR3_ERR_NO_RIGHT, 121601, "the user has no right to do this")
+  X(ZR3_ERR_NO_RIGHT, 121601, "the user has no right to do this")                                  \
+  X(ZR3_ERR_LOGIN_FAILED, 121602, "no such user, or another password")                             \
+  X(ZR3_ERR_USER_NOT_FOUND, 121603, "no user has this name")                                       \
+  X(ZR3_ERR_USER_EXISTS, 121604, "a user of this name exists")                                     \
+  X(ZR3_ERR_USER_GROUP_NOT_FOUND, 121605, "no user group has this name")                           \
+  X(ZR3_ERR_USER_GROUP_EXISTS, 121606, "a user group of this name exists")                         \
+  X(ZR3_ERR_INVALID_USER_NAME, 121607, "1 to 63 bytes without control characters name a user")     \
+  X(ZR3_ERR_INVALID_PASSWORD, 121608, "a password has 1 to 127 bytes")                             \
+  X(ZR3_ERR_MEMBER_EXISTS, 121609, "the user is in the group already")                             \
+  X(ZR3_ERR_NOT_A_MEMBER, 121610, "the user is not in the group")                                  \
+  X(ZR3_ERR_BUILT_IN, 121611, "what the database comes with cannot be deleted")                    \
+  X(ZR3_ERR_LAST_ADMINISTRATOR, 121612, "the last administrator cannot be removed")                \
+  X(ZR3_ERR_AUTH_ITEM_NOT_FOUND, 121613, "no authority item has this name")                        \
+  /* 123xxx: relay */                                                                              \
+  X(ZR3_ERR_INVALID_RELAY, 123601, "a port or number among the relay's settings is none")          \
+  /* 125xxx: derived tags */                                                                       \
+  X(ZR3_ERR_CALCULATION_LOOP, 125601, "sources and operands form a loop; the log names it")
 
 typedef int32 ZR3_STATUS;
 enum {

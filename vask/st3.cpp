@@ -10,7 +10,7 @@
 
 #include "vask/api.h"
 #include "vask/call.h"
-#include "vask/derived_tag.h"
+#include "vask/class_tag.h"
 #include "vask/records.h"
 #include "vask/texts.h"
 
@@ -28,7 +28,6 @@ using zervane::StatisticRequest;
 using zervane::StatisticType;
 using zervane::Status;
 using zervane::TimeRegion;
-using zervane::Unsupported;
 
 namespace {
 
@@ -119,13 +118,13 @@ int32 st3_tag_stats_calc(uint32 nTagID, const ZR3StRelatedParam* pParam, float64
 
 int32 st3_add_tag(const ZR3StatsTagProp* pProp, const ZR3Mask* pMask, const char* /*szNode*/,
                   uint32* pTagID) {
-  return zervane::UnsupportedAdd(__func__, ZR3_TAG_CLASS_STATS, pProp, pMask, pTagID);
+  return zervane::AddClassTag(__func__, ZR3_TAG_CLASS_STATS, pProp, pMask, pTagID);
 }
 
-int32 st3_modify_tag_prop(uint32 /*nTagID*/, const ZR3StatsTagProp* pProp, const ZR3Mask* pMask) {
-  return zervane::UnsupportedModify(__func__, ZR3_TAG_CLASS_STATS, pProp, pMask);
+int32 st3_modify_tag_prop(uint32 nTagID, const ZR3StatsTagProp* pProp, const ZR3Mask* pMask) {
+  return zervane::ModifyClassTag(__func__, ZR3_TAG_CLASS_STATS, nTagID, pProp, pMask);
 }
 
-int32 st3_query_tag_prop(uint32 /*nTagID*/, ZR3StatsTagProp* pProp) {
-  return Unsupported(__func__, Arguments().Given(pProp));
+int32 st3_query_tag_prop(uint32 nTagID, ZR3StatsTagProp* pProp) {
+  return zervane::QueryClassTag(__func__, ZR3_TAG_CLASS_STATS, nTagID, pProp);
 }

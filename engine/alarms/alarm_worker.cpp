@@ -1,6 +1,5 @@
 #include "engine/alarms/alarm_worker.h"
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -32,64 +31,22 @@ RowChange RemovalOf(const PendingAction& action) {
 
 AlarmWorker::AlarmWorker(AlarmStage& stage, WritePath& writes, Store& store, const TagIndex& tags,
                          Clock clock)
-    : stage_(stage), writes_(writes), store_(store), tags_(tags), clock_(std::move(clock)) {
-  stage_.OnWork([this] { Wake(); });
+    : stage_(stage),
+      writes_(writes),
+      store_(store),
+      tags_(tags),
+      clock_(std::move(clock)),
+      thread_({.what = "alarms",
+               .work = [this] { return Work(); },
+               .next_deadline_ms = [this] { return stage_.next_deadline_ms(); }},
+              clock_) {
+  stage_.OnWork([this] { thread_.Wake(); });
 }
-
-// ---- the thread ----
-
-void AlarmWorker::Start() {
-  thread_ = std::thread([this] { Loop(); });
-}
-
-void AlarmWorker::Stop() noexcept {
-  {
-    const MutexLock lock(mutex_);
-    is_stopping_.store(true);
-    change_.NotifyAll();
-  }
-  if (thread_.joinable()) thread_.join();
-}
-
-void AlarmWorker::Wake() noexcept {
-  const MutexLock lock(mutex_);
-  is_awake_ = true;
-  change_.NotifyAll();
-}
-
-void AlarmWorker::Loop() noexcept {
-  bool was_refused = false;  // which is told once
-  for (;;) {
-    const Status status = Work();
-    if (is_stopping_.load()) return;
-    if (!status.ok() && !was_refused) {
-      LogError("what alarms ask for is tried again every second: {}", status.message());
-    }
-    was_refused = !status.ok();
-    Sleep(was_refused);
-  }
-}
-
-void AlarmWorker::Sleep(bool was_refused) noexcept {
-  std::chrono::milliseconds sleep = kLongestSleep;
-  if (!was_refused) {
-    const std::int64_t deadline_ms = stage_.next_deadline_ms();
-    const std::int64_t now_ms = clock_();
-    const std::int64_t left_ms = deadline_ms > now_ms ? deadline_ms - now_ms : 0;
-    sleep = std::chrono::milliseconds(std::min<std::int64_t>(left_ms, kLongestSleep.count()));
-  }
-  const MutexLock lock(mutex_);
-  const bool may_sleep = !is_stopping_.load() && (was_refused || !is_awake_) && sleep.count() > 0;
-  if (may_sleep) change_.WaitFor(mutex_, sleep);
-  is_awake_ = false;
-}
-
-// ---- what is to be done ----
 
 // What is done may ask for more: a value that an action writes is judged, too.
 Status AlarmWorker::Work() {
   return Guarded([this]() -> Status {
-    while (!is_stopping_.load()) {
+    while (!thread_.is_stopping()) {
       has_actions_left_ = stage_.HasNewActions() || has_actions_left_;
       if (!IsHoldDue() && !has_actions_left_) return {};
       if (Status status = CompleteHolds(); !status.ok()) return status;
@@ -118,7 +75,7 @@ Status AlarmWorker::CarryOutActions() {
   const auto page = Table<PendingAction>(store_).ReadPage(all, kMostActionsAtOnce);
   if (!page.ok()) return page.status();
   for (const PendingAction& action : page->items) {
-    if (is_stopping_.load()) return {};
+    if (thread_.is_stopping()) return {};
     if (Status status = CarryOut(action); !status.ok()) return status;
   }
   has_actions_left_ = page->next.has_value();

@@ -1,16 +1,12 @@
 #pragma once
 
-#include <atomic>
-#include <chrono>
-#include <thread>
-
 #include "api/words/status.h"
 #include "engine/alarms/alarm_action.h"
 #include "engine/alarms/alarm_stage.h"
 #include "engine/catalogue/tag_index.h"
 #include "engine/clock.h"
-#include "engine/mutex.h"
 #include "engine/storage/store.h"
+#include "engine/work_thread.h"
 #include "engine/write/write_path.h"
 
 namespace zervane {
@@ -21,7 +17,7 @@ namespace zervane {
 // An action that can never be carried out, its target being gone or of another type by now, is
 // logged and goes. What the store refuses is tried again.
 //
-// Threads: any may call Wake; the others one after the other.
+// Threads: one after the other.
 class AlarmWorker {
  public:
   AlarmWorker(AlarmStage& stage, WritePath& writes, Store& store, const TagIndex& tags,
@@ -34,23 +30,16 @@ class AlarmWorker {
   Status CompleteHolds();
   // Begins to work whenever there is something to do, on a thread of its own. Throws
   // std::system_error when there can be none.
-  void Start() EXCLUDES(mutex_);
+  void Start() { thread_.Start(); }
   // Ends that thread, with what it is doing done. What is still to be done is done after the next
   // opening.
-  void Stop() noexcept EXCLUDES(mutex_);
-  // There may be something to do sooner than the thread knows.
-  void Wake() noexcept EXCLUDES(mutex_);
+  void Stop() noexcept { thread_.Stop(); }
 
   // Does all that is to be done now, and what comes of that. The status of the store, when it
   // refuses; then the rest is still to be done.
   Status Work();
 
  private:
-  // The clock may be set while the thread sleeps; and what the store has refused is tried again.
-  static constexpr std::chrono::milliseconds kLongestSleep{1'000};
-
-  void Loop() noexcept EXCLUDES(mutex_);
-  void Sleep(bool was_refused) noexcept EXCLUDES(mutex_);
   bool IsHoldDue() const { return stage_.next_deadline_ms() <= clock_(); }
   Status CarryOutActions();
   Status CarryOut(const PendingAction& action);
@@ -62,13 +51,7 @@ class AlarmWorker {
   const TagIndex& tags_;
   const Clock clock_;
   bool has_actions_left_ = true;  // the store refused one, or may hold some from before
-
-  std::atomic<bool> is_stopping_ = false;
-
-  Mutex mutex_;
-  CondVar change_;
-  bool is_awake_ GUARDED_BY(mutex_) = false;
-  std::thread thread_;
+  WorkThread thread_;
 };
 
 }  // namespace zervane

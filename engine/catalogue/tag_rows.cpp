@@ -23,7 +23,9 @@ struct OwnTable {
 
 // The classes whose tags have rows of a table of their own. Point tags have all in the table of
 // tags.
-constexpr OwnTable kOwnTables[] = {{ZR3_TAG_CLASS_ALARM, TableId::kAlarmTag}};
+constexpr OwnTable kOwnTables[] = {{ZR3_TAG_CLASS_ALARM, TableId::kAlarmTag},
+                                   {ZR3_TAG_CLASS_STATS, TableId::kStatisticsTag},
+                                   {ZR3_TAG_CLASS_CALC, TableId::kCalculationTag}};
 
 const OwnTable* FindOwnTable(std::int32_t tag_class) {
   const auto* const found = std::ranges::find(kOwnTables, tag_class, &OwnTable::tag_class);

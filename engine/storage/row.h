@@ -24,6 +24,11 @@ enum class TableId : std::uint8_t {
   kAlarmGroup,
   kAlarmRecord,
   kStandingAlarm,
+  kStatisticsTag,
+  kCalculationTag,
+  kUser,
+  kUserGroup,
+  kMember,
 };
 
 // The bytes of a cell. They are a type of their own because libstdc++ 12 takes a variant of numbers

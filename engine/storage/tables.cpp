@@ -77,14 +77,11 @@ TableInfo Progress() {
           .indexes = {{1}}};
 }
 
-// What alarm tags have beyond what all tags have, which stands in the table of tags.
-TableInfo AlarmTags() {
-  TableInfo table{.id = TableId::kAlarmTag,
-                  .name = "alarm_tag",
-                  .columns = {{"id", Kind::kInteger}},
-                  .key_columns = 1,
-                  .indexes = {}};
-  for (const PropertyColumn& column : AlarmColumns()) {
+// What the tags of a class have beyond what all tags have, which stands in the table of tags.
+TableInfo OwnTable(TableId id, std::string_view name, std::int32_t tag_class) {
+  TableInfo table{
+      .id = id, .name = name, .columns = {{"id", Kind::kInteger}}, .key_columns = 1, .indexes = {}};
+  for (const PropertyColumn& column : OwnColumns(tag_class)) {
     table.columns.push_back({column.name, KindOf(column.kind)});
   }
   return table;
@@ -158,6 +155,36 @@ TableInfo StandingAlarms() {
   return table;
 }
 
+// A password is kept as what it is checked with; nothing when there is none.
+TableInfo Users() {
+  return {.id = TableId::kUser,
+          .name = "user",
+          .columns = {{"id", Kind::kInteger},
+                      {"name", Kind::kBytes},
+                      {"description", Kind::kBytes},
+                      {"password", Kind::kBytes}},
+          .key_columns = 1,
+          .indexes = {}};
+}
+
+TableInfo UserGroups() {
+  return {
+      .id = TableId::kUserGroup,
+      .name = "user_group",
+      .columns = {{"id", Kind::kInteger}, {"name", Kind::kBytes}, {"description", Kind::kBytes}},
+      .key_columns = 1,
+      .indexes = {}};
+}
+
+// Which users are in which groups.
+TableInfo Members() {
+  return {.id = TableId::kMember,
+          .name = "member",
+          .columns = {{"user_group", Kind::kInteger}, {"user", Kind::kInteger}},
+          .key_columns = 2,
+          .indexes = {}};
+}
+
 // Numbers before bytes, nothing before both.
 int RankOf(const CellView& cell) { return cell.index() == 2 ? 1 : static_cast<int>(cell.index()); }
 
@@ -187,9 +214,19 @@ bool Suits(const Cell& cell, Kind kind) {
 
 std::span<const TableInfo> AllTables() {
   static const std::vector<TableInfo> tables = {
-      Completed(Settings()),     Completed(Tags()),          Completed(Progress()),
-      Completed(AlarmTags()),    Completed(TagLinks()),      Completed(AlarmGroups()),
-      Completed(AlarmRecords()), Completed(StandingAlarms())};
+      Completed(Settings()),
+      Completed(Tags()),
+      Completed(Progress()),
+      Completed(OwnTable(TableId::kAlarmTag, "alarm_tag", ZR3_TAG_CLASS_ALARM)),
+      Completed(TagLinks()),
+      Completed(AlarmGroups()),
+      Completed(AlarmRecords()),
+      Completed(StandingAlarms()),
+      Completed(OwnTable(TableId::kStatisticsTag, "statistics_tag", ZR3_TAG_CLASS_STATS)),
+      Completed(OwnTable(TableId::kCalculationTag, "calculation_tag", ZR3_TAG_CLASS_CALC)),
+      Completed(Users()),
+      Completed(UserGroups()),
+      Completed(Members())};
   return tables;
 }
 

@@ -53,6 +53,8 @@ bool IsWhole(const RowRange& range);
 constexpr std::string_view kLastIdSetting = "last_id";  // the highest identifier ever given
 constexpr std::string_view kCatalogueVersionSetting = "catalogue_version";
 constexpr std::string_view kLastGroupSetting = "last_alarm_group";  // the highest identifier given
+constexpr std::string_view kLastUserSetting = "last_user";          // likewise
+constexpr std::string_view kLastUserGroupSetting = "last_user_group";  // likewise
 // What the texts of earlier layouts are in. Kept by stores themselves.
 constexpr std::string_view kEncodingSetting = "encoding";
 

@@ -35,6 +35,11 @@ class RandomFields {
     value.resize(random_() % 20);
     for (char& c : value) c = static_cast<char>(random_());
   }
+  void Fill(Secret& value) {
+    std::string text;
+    Fill(text);
+    value = Secret(text);
+  }
   template <HasFields T>
   void Fill(T& value) {
     ForEachField(value, [&](const char*, auto& field) { Fill(field); });

@@ -30,7 +30,7 @@ constexpr std::int64_t EndOf(std::int64_t alarm) { return kPeriodMs * (alarm + 1
 class AlarmConcurrency : public testing::Test {
  protected:
   AlarmConcurrency() {
-    Open(Engine::AlarmWork::kByThread);
+    Open(Engine::OwnWork::kByThreads);
     for (TagId i = 0; i < kSources; ++i) {
       sources_.push_back(Add(PointOf(fmt::format("source {}", i))));
       targets_.push_back(Add(PointOf(fmt::format("target {}", i))));
@@ -40,7 +40,7 @@ class AlarmConcurrency : public testing::Test {
     }
   }
 
-  void Open(Engine::AlarmWork work) {
+  void Open(Engine::OwnWork work) {
     engine_.reset();
     auto opened = Engine::Open(
         disk_->Open(disk_), [this] { return now_ms_.load(); }, {}, work);
@@ -163,8 +163,8 @@ TEST_F(AlarmConcurrency, EveryAlarmHasOneLifeThatAllAreToldOfAndItsActionOnce) {
   for (std::thread& other : others) other.join();
   PollUntil(is_over);  // what the others did last
 
-  Open(Engine::AlarmWork::kByCaller);
-  ASSERT_TRUE(engine_->WorkOnAlarms().ok());  // actions that were still pending
+  Open(Engine::OwnWork::kByCaller);
+  ASSERT_TRUE(engine_->Work().ok());  // actions that were still pending
   int acknowledged = 0;
   for (TagId i = 0; i < kSources; ++i) {
     FindAlarmsOfTags find;

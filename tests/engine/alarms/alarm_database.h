@@ -69,7 +69,7 @@ class AlarmDatabase {
   }
   void Write(TagId tag, const Sample& sample) { Write({{tag, sample}}, WriteOrder::kInOrder); }
   void Work() {
-    const Status status = engine_->WorkOnAlarms();
+    const Status status = engine_->Work();
     EXPECT_TRUE(status.ok()) << status.message();
   }
 
@@ -100,7 +100,7 @@ class AlarmDatabase {
  private:
   void Open() {
     const auto clock = [now_ms = now_ms_] { return *now_ms; };
-    auto opened = Engine::Open(open_store_(), clock, {}, Engine::AlarmWork::kByCaller);
+    auto opened = Engine::Open(open_store_(), clock, {}, Engine::OwnWork::kByCaller);
     ASSERT_TRUE(opened.ok()) << opened.status().message();
     engine_ = *std::move(opened);
   }

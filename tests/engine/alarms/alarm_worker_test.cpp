@@ -90,7 +90,7 @@ TEST_F(AlarmWorkerTest, TriesAgainWhatTheStoreRefuses) {
   AddAlarm("SOURCE", {"HIGH > 5"}, "SET 'TARGET' 1");
   database_.Write(source, NumberAt(100, 6));
   disk_->Fail(Faults::Call::kCommit, ZR3_ERR_STORAGE_FULL);
-  EXPECT_EQ(database_.engine().WorkOnAlarms().code(), ZR3_ERR_STORAGE_FULL);
+  EXPECT_EQ(database_.engine().Work().code(), ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(PendingActions(), 1U);
   database_.Work();
   EXPECT_EQ(Archive(target), std::vector<Sample>({NumberAt(100, 1)}));

@@ -30,7 +30,7 @@ struct OpenedDatabase {
     auto opened_store = storage::MustOpen(folder);
     store = opened_store.get();
     auto opened =
-        Engine::Open(std::move(opened_store), SystemClock(), {}, Engine::AlarmWork::kByCaller);
+        Engine::Open(std::move(opened_store), SystemClock(), {}, Engine::OwnWork::kByCaller);
     EXPECT_TRUE(opened.ok()) << opened.status().message();
     if (!opened.ok()) std::abort();
     engine = *std::move(opened);
@@ -168,7 +168,7 @@ class KilledAlarms : public storage::KillFixture {
       ++pending_;
     }
     EXPECT_TRUE(all == raised);
-    EXPECT_TRUE(database.engine->WorkOnAlarms().ok());
+    EXPECT_TRUE(database.engine->Work().ok());
     EXPECT_TRUE(TimesOf(database.Archive(target)) == raised);
     EXPECT_TRUE(database.PendingStarts(alarm_kill::AlarmOf(source)).empty());
   }
