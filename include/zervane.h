@@ -110,8 +110,17 @@ int32 ut3_set_request_cache_capacity(int32 nCapacity);
 /* The database's clock, in milliseconds since 1970-01-01 UTC. */
 int32 ut3_get_server_ms_time(int64* pMsTime);
 
-/* Hands over the settings of a relay, a copy of the whole record by value, and starts it; a later
- * call replaces them. */
+/* Sets the relay, which passes current values and what becomes of alarms on to a Redis as JSON
+ * (docs/relay.md). The settings are kept with the database until another call replaces them, and
+ * come as a copy of the whole record. szHostIP: empty turns the relay off. szPort: 1 to 65535,
+ * empty for 6379, or with szMasterName, which has the host be a Sentinel, 26379. szPassword: what
+ * the master asks for. szMaxTotal: from 1, empty for 8. szMaxWait: milliseconds for a connection
+ * and for a command, from 1, empty for 1000. szRoutingrtalms, szRoutingclearalm, szRoutingrtrec,
+ * szRoutingcrs: the streams and channels of alarms raised, alarms ended, current values, and
+ * acknowledgements and comments; empty turns one off. The other texts are not looked at, but must
+ * end. ZR3_ERR_INVALID_RELAY for a number that is none, ZR3_ERR_INVALID_TEXT, ZR3_ERR_NO_RIGHT,
+ * ZR3_ERR_STORAGE_...: the settings stay as they were. A Redis that cannot be reached is no
+ * failure: it is tried again and again. */
 int32 ut3_send_rest_info(ZRRestCfg cfg);
 
 /* ==== pt3: point tags and tag types ==== */
@@ -239,28 +248,29 @@ int32 sn3_save_tags_disorder_snapshots(int32 nNum, const uint32* pTagIDs, const 
                                        int32* pErrCodes);
 
 /* Subscribes to changes of the current values of nNum tags: what is accepted from then on is handed
- * out once, in order of commit, however often and in whatever form a tag is registered. pReserved is
- * null, else ZR3_ERR_INVALID_ARGUMENT. ZR3_ERR_TAG_NOT_FOUND for an unknown tag, when none of the
- * call is registered. A subscription ends with its session, that of a tag with the tag. */
+ * out once, in order of commit, however often and in whatever form a tag is registered. pReserved
+ * is null, else ZR3_ERR_INVALID_ARGUMENT. ZR3_ERR_TAG_NOT_FOUND for an unknown tag, when none of
+ * the call is registered. A subscription ends with its session, that of a tag with the tag. */
 int32 sn3_register_callback(int32 nNum, const uint32* pTagIDs, void* pReserved);
 
 /* Ends the subscription to those tags, however often they were registered so; succeeds where they
  * were not. What was accepted before is still handed out. */
 int32 sn3_unregister_callback_of_sometag(int32 nNum, const uint32* pTagIDs);
 
-/* Subscribes to nNum pairs of tag and field: 0 any change, 1 changes of the value, 2 of the quality.
- * A tag's first value is a change of both, a NaN after a NaN none. ZR3_ERR_TAG_NOT_FOUND for an
- * unknown tag and ZR3_ERR_INVALID_ARGUMENT for another field, when none of the call is registered. */
+/* Subscribes to nNum pairs of tag and field: 0 any change, 1 changes of the value, 2 of the
+ * quality. A tag's first value is a change of both, a NaN after a NaN none. ZR3_ERR_TAG_NOT_FOUND
+ * for an unknown tag and ZR3_ERR_INVALID_ARGUMENT for another field, when none of the call is
+ * registered. */
 int32 sn3_register_rest(int32 nNum, const ZRRegInfo* pInfos);
 
 /* Ends the subscription to those pairs, likewise. */
 int32 sn3_unregister_callback_rest(int32 nNum, const ZRRegInfo* pInfos);
 
 /* Hands out the changes that have come since the last call: two arrays of *pNum elements, oldest
- * change first, to be released with sn3_free_callback_sn; 0 and nulls when there are none, or nothing
- * is registered. A STRING or BLOB has a buffer of its own. Up to 65,536 changes wait; past that the
- * oldest of a tag that has a newer one goes first. ZR3_ERR_OUT_OF_MEMORY also when 65,536 batches
- * were handed out and not released; the next call has the changes then. */
+ * change first, to be released with sn3_free_callback_sn; 0 and nulls when there are none, or
+ * nothing is registered. A STRING or BLOB has a buffer of its own. Up to 65,536 changes wait; past
+ * that the oldest of a tag that has a newer one goes first. ZR3_ERR_OUT_OF_MEMORY also when 65,536
+ * batches were handed out and not released; the next call has the changes then. */
 int32 sn3_get_callback_sn(int32* pNum, uint32** ppTagIDs, ZR3Record** ppRecords);
 
 /* Releases such a pair of arrays, also when its session is over; two nulls do nothing.
@@ -345,7 +355,15 @@ int32 ar3_modify_record(uint32 nTagID, const ZR3Record* pRecord);
 int32 st3_tag_stats_calc(uint32 nTagID, const ZR3StRelatedParam* pParam, float64* pValue);
 
 /* Creates, changes and reads a statistics tag, as pt3_add_tag, pt3_modify_tag_prop and
- * pt3_query_tag_prop do point tags. */
+ * pt3_query_tag_prop do point tags. Its values are the statistic of its source over one window
+ * after the other, which the database computes by itself (docs/statistics-tags.md); nobody else
+ * writes them. Properties that are not selected on adding are 0 or empty, but month begin day 1,
+ * end day 31, interval 3600, calculation period 60, drop mode AREA.
+ *
+ * ZR3_ERR_NAME_NOT_FOUND for the source, ZR3_ERR_INVALID_TAG_CLASS for one that is an alarm tag,
+ * ZR3_ERR_INVALID_TAG_TYPE for a statistics tag of texts, or a source that has not the statistic,
+ * ZR3_ERR_CALCULATION_LOOP, ZR3_ERR_INVALID_EXPRESSION for the filter, ZR3_ERR_INVALID_PROPERTY for
+ * a number or an enumeration outside its range. */
 int32 st3_add_tag(const ZR3StatsTagProp* pProp, const ZR3Mask* pMask, const char* szNode,
                   uint32* pTagID);
 int32 st3_modify_tag_prop(uint32 nTagID, const ZR3StatsTagProp* pProp, const ZR3Mask* pMask);
@@ -353,7 +371,15 @@ int32 st3_query_tag_prop(uint32 nTagID, ZR3StatsTagProp* pProp);
 
 /* ==== ca3: calculation tags ==== */
 
-/* Creates, changes and reads a calculation tag, as for point tags. */
+/* Creates, changes and reads a calculation tag, as for point tags. Its values are those of an
+ * expression over other tags (docs/expressions.md), computed at every whole multiple of its period,
+ * in seconds, or when its source, or without one any operand, gets a new current value; with a
+ * history also over past time (docs/calculations.md). Nobody else writes them.
+ *
+ * ZR3_ERR_INVALID_EXPRESSION, with the place in the log; ZR3_ERR_NAME_NOT_FOUND for an operand or
+ * the source; ZR3_ERR_INVALID_TAG_CLASS for one that is an alarm tag; ZR3_ERR_INVALID_TAG_TYPE for
+ * an operand, or a calculation tag, of texts; ZR3_ERR_CALCULATION_LOOP; ZR3_ERR_INVALID_PROPERTY
+ * for a mode or a period outside its range, or a history that starts after its end. */
 int32 ca3_add_tag(const ZR3CalcTagProp* pProp, const ZR3Mask* pMask, const char* szNode,
                   uint32* pTagID);
 int32 ca3_modify_tag_prop(uint32 nTagID, const ZR3CalcTagProp* pProp, const ZR3Mask* pMask);
@@ -459,9 +485,9 @@ int32 am3_query_group_child_tags(uint32 nGroupID, ZR3HANDLE* pIterator);
 int32 am3_register_alarm_record_info(void* pReserved);
 
 /* Hands out the transitions that have come since the last call, oldest first, each the whole record
- * as it then stood: an array of *pNum, at most 10,000, to be released with am3_free_callback_am; the
- * rest comes with the next call. 0 and null when there are none. Up to 65,536 wait, then the oldest
- * goes. ZR3_ERR_OUT_OF_MEMORY as of sn3_get_callback_sn. */
+ * as it then stood: an array of *pNum, at most 10,000, to be released with am3_free_callback_am;
+ * the rest comes with the next call. 0 and null when there are none. Up to 65,536 wait, then the
+ * oldest goes. ZR3_ERR_OUT_OF_MEMORY as of sn3_get_callback_sn. */
 int32 am3_get_callback_am(int32* pNum, ZR3AlarmRecord** ppRecords);
 
 /* Releases such an array, as sn3_free_callback_sn does; null does nothing. */
@@ -469,23 +495,37 @@ int32 am3_free_callback_am(int32 nNum, ZR3AlarmRecord* pRecords);
 
 /* ==== sc3: security ==== */
 
-/* Logs a user in for this session. */
+/* A session begins as the user "admin", who has no password until he gets one. What a user may do
+ * says docs/security.md; what he may not is ZR3_ERR_NO_RIGHT, here and everywhere. Users and groups
+ * are named by 1 to 63 bytes without control characters, unique and found without regard to ASCII
+ * case: ZR3_ERR_INVALID_USER_NAME, ZR3_ERR_USER_NOT_FOUND, ZR3_ERR_USER_GROUP_NOT_FOUND. Passwords
+ * have 1 to 127 bytes: ZR3_ERR_INVALID_PASSWORD. The library keeps no copy of one in memory. */
+
+/* Logs a user in for this session; its subscriptions end. ZR3_ERR_LOGIN_FAILED when there is no
+ * such user, or the password is another: the session is as it was. Each failure of a name in a row
+ * is answered 100 ms later, doubling to 30 s, and the next try of that name waits for it. */
 int32 sc3_login(const char* szUser, const char* szPassword);
 
-/* Users. */
+/* Users. Adding: ZR3_ERR_USER_EXISTS. Deleting ends what the user is in, and has the user's
+ * sessions refused from their next call on: ZR3_ERR_BUILT_IN for admin, ZR3_ERR_LAST_ADMINISTRATOR.
+ * Whoever changes a password tells the old one, ZR3_ERR_LOGIN_FAILED as of sc3_login, and needs no
+ * right for his own; resetting one needs the right alone. */
 int32 sc3_add_user(const ZR3SecUser* pUser);
 int32 sc3_delete_user(const char* szUser);
 int32 sc3_modify_password(const char* szUser, const char* szOldPassword, const char* szNewPassword);
 int32 sc3_modify_user_desc(const char* szUser, const char* szDesc);
 int32 sc3_reset_password(const char* szUser, const char* szNewPassword);
 
-/* The name of the user who is logged in, into a buffer of nSize bytes, terminator included. */
+/* The name of the user who is logged in, into a buffer of nSize bytes, terminator included.
+ * ZR3_ERR_BUFFER_TOO_SMALL when it does not fit: nothing is written. */
 int32 sc3_query_current_user_name(int32 nSize, char* szUser);
 
-/* All users: an iterator of ZR3SecUser without passwords. */
+/* All users: an iterator of ZR3SecUser without passwords, in the order in which they were added. */
 int32 sc3_query_all_users(ZR3HANDLE* pIterator);
 
-/* User groups and membership; lists are iterators of ZR3SecGroup and ZR3SecUser. */
+/* User groups and membership; lists are iterators of ZR3SecGroup and ZR3SecUser, likewise.
+ * ZR3_ERR_USER_GROUP_EXISTS; ZR3_ERR_BUILT_IN for deleting one that the database comes with;
+ * ZR3_ERR_MEMBER_EXISTS, ZR3_ERR_NOT_A_MEMBER, ZR3_ERR_LAST_ADMINISTRATOR. */
 int32 sc3_add_group(const ZR3SecGroup* pGroup);
 int32 sc3_delete_group(const char* szGroup);
 int32 sc3_modify_group_desc(const char* szGroup, const char* szDesc);
@@ -495,10 +535,12 @@ int32 sc3_query_members_of_group(const char* szGroup, ZR3HANDLE* pIterator);
 int32 sc3_query_all_groups(ZR3HANDLE* pIterator);
 int32 sc3_query_groups_of_user(const char* szUser, ZR3HANDLE* pIterator);
 
-/* The authority items: an iterator of ZR3SecAuthItem. */
+/* The authority items: an iterator of ZR3SecAuthItem, each with the level of the user who is logged
+ * in. */
 int32 sc3_query_all_auth_items(ZR3HANDLE* pIterator);
 
-/* The level (0 none, 1 read, 2 write, 3 manage) that a user holds for an authority item. */
+/* The level (0 none, 1 read, 2 write, 3 manage) that a user holds for an authority item; of one's
+ * own it needs no right. ZR3_ERR_AUTH_ITEM_NOT_FOUND. */
 int32 sc3_query_auth_of_user(const char* szUser, const char* szAuthItem, int32* pLevel);
 
 #ifdef __cplusplus

@@ -9,33 +9,33 @@ public class RedisInfo {
   /** Name of the data source. */
   public String m_name;
 
-  /** Host. */
+  /** Host of the Redis, or of the Sentinel; empty turns the relay off. */
   public String m_hostip;
 
-  /** Port. */
+  /** Port, 1 to 65535; empty for 6379, of a Sentinel 26379. */
   public String m_port;
 
-  /** Password. */
+  /** Password of the Redis; empty for none. */
   public String m_password;
 
-  /** Most connections of the pool. */
+  /** Most connections, from 1; empty for 8. */
   public String m_maxTotal;
 
-  /** Longest wait for a connection of the pool. */
+  /** Longest wait for a connection and for a command, in milliseconds; empty for 1000. */
   public String m_maxWait;
 
-  /** Name of the master; empty to connect directly. */
+  /** Name of the master that a Sentinel is asked for; empty to connect directly. */
   public String m_mastername;
 
-  /** Routing name of alarms raised. */
+  /** Stream and channel of alarms that are raised; empty: none. */
   public String m_routingrtalms;
 
-  /** Routing name of alarms cleared. */
+  /** Stream and channel of alarms that have ended; empty: none. */
   public String m_routingclearalm;
 
-  /** Routing name of current values. */
+  /** Stream and channel of current values; empty: none. */
   public String m_routingrtrec;
 
-  /** Further routing name. */
+  /** Stream and channel of acknowledgements and comments; empty: none. */
   public String m_routingcrs;
 }
