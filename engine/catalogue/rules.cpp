@@ -108,6 +108,9 @@ Status CheckMask(const PropertyMask& mask, std::int32_t tag_class) {
 Status CheckProperties(const Tag& tag) {
   if (Status status = CheckName(tag.name); !status.ok()) return status;
   if (Status status = CheckColumns(tag, CommonColumns()); !status.ok()) return status;
+  if (tag.tag_class == ZR3_TAG_CLASS_SPC || tag.tag_class == ZR3_TAG_CLASS_SYS) {
+    return {ZR3_ERR_NOT_SUPPORTED, fmt::format("'{}': class {}", tag.name, tag.tag_class)};
+  }
   if (tag.tag_class != ClassOf(tag.own)) {
     return {ZR3_ERR_INVALID_TAG_CLASS, fmt::format("'{}': class {}", tag.name, tag.tag_class)};
   }
