@@ -56,7 +56,7 @@ Result<DatabaseLock> DatabaseLock::Acquire(const std::filesystem::path& file) {
     return Status(ZR3_ERR_DATABASE_IN_USE,
                   fmt::format("process {}, this one, has {} open", getpid(), file.string()));
   }
-  constexpr mode_t kMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;  // as SQLite makes files
+  constexpr mode_t kMode = S_IRUSR | S_IWUSR;  // which SQLite gives the files beside it, too
   Descriptor opened(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, kMode));
   if (!opened.is_open()) return SystemStatus(errno, "cannot open " + file.string());
   if (!Lock(opened)) {

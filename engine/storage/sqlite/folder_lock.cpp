@@ -55,7 +55,7 @@ bool IsAt(int file, const std::filesystem::path& path) {
 
 // The folder's lock file, locked. One that was removed or replaced meanwhile would keep nobody out.
 Result<Descriptor> LockFileOf(const std::filesystem::path& folder) {
-  const std::filesystem::path path = folder / "zervane.lock";
+  const std::filesystem::path path = folder / kLockFile;
   for (;;) {
     Descriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!file.is_open()) return SystemStatus(errno, "cannot open " + path.string());

@@ -11,6 +11,7 @@ namespace zervane::storage {
 
 // The database within its folder.
 constexpr char kDatabaseFile[] = "zervane.db";
+constexpr char kLockFile[] = "zervane.lock";
 
 // The right of one store to a folder: locks on its file zervane.lock, which names the holder's
 // process for others' messages, and on the database's own file, which holds even when somebody

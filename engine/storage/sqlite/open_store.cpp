@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "engine/guard.h"
+#include "engine/storage/sqlite/owner_only.h"
 #include "engine/storage/sqlite/record_table.h"
 #include "engine/storage/sqlite/schema.h"
 #include "engine/storage/sqlite/sqlite.h"
@@ -79,6 +80,7 @@ Result<std::unique_ptr<Store>> Open(const std::filesystem::path& folder,
   if (!decoder.ok()) {
     return Status(decoder.code(), file.string() + ": " + decoder.status().message());
   }
+  KeepForOwner(folder);  // only now: what is refused is left as it is
   auto store = std::make_unique<SqliteStore>(*std::move(lock), file, *std::move(writer),
                                              *std::move(decoder), options);
   const Status status = store->Start(file);

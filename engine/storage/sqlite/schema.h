@@ -12,7 +12,7 @@ namespace zervane::storage {
 // Marks a database file of this system ("ZVDB"), and tells its layout. A change that an older
 // release cannot read adds one to the layout.
 constexpr std::int64_t kApplicationId = 0x5A564442;
-constexpr std::int64_t kLayoutVersion = 5;
+constexpr std::int64_t kLayoutVersion = 6;
 
 // Makes the connection the writer of its file: checks what the file is, sets how it is written and,
 // in an empty one, makes the tables; an earlier layout becomes this one (upgrade.h). A file that is

@@ -44,6 +44,10 @@ DROP TABLE catalogue;
 constexpr TableId kTablesOfLayout5[] = {TableId::kAlarmTag, TableId::kTagLink, TableId::kAlarmGroup,
                                         TableId::kAlarmRecord, TableId::kStandingAlarm};
 
+// What layout 5 did not have.
+constexpr TableId kTablesOfLayout6[] = {TableId::kStatisticsTag, TableId::kCalculationTag,
+                                        TableId::kUser, TableId::kUserGroup, TableId::kMember};
+
 // So many tags are in memory at a time.
 constexpr std::size_t kTagsAtOnce = 1'000;
 
@@ -164,7 +168,8 @@ Status BringToUtf8(Connection& connection, std::int64_t layout, const TextEncodi
 
 }  // namespace
 
-// Layout 3 knew no summaries, which chunks get when they are written again, and layout 4 no alarms.
+// Layout 3 knew no summaries, which chunks get when they are written again, layout 4 no alarms, and
+// layout 5 neither derived tags nor users.
 Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& encoding) {
   if (layout < 3) {
     if (Status status = BringToUtf8(connection, layout, encoding); !status.ok()) return status;
@@ -173,7 +178,10 @@ Status Upgrade(Connection& connection, std::int64_t layout, const TextEncoding& 
     if (Status status = CreateSummaries(connection); !status.ok()) return status;
   }
   std::string sql;
-  for (const TableId table : kTablesOfLayout5) sql += CreateTable(InfoOf(table));
+  if (layout < 5) {
+    for (const TableId table : kTablesOfLayout5) sql += CreateTable(InfoOf(table));
+  }
+  for (const TableId table : kTablesOfLayout6) sql += CreateTable(InfoOf(table));
   return connection.Execute(sql.c_str());
 }
 

@@ -81,14 +81,14 @@ TEST_F(StoreFolder, TakesAnEmptyFileForANewDatabase) {
 
 TEST_F(StoreFolder, RefusesALaterLayoutAndLeavesItsFileAlone) {
   MakeDatabase(folder_.path());
-  EditFile(folder_.path(), "PRAGMA user_version = 6");
+  EditFile(folder_.path(), "PRAGMA user_version = 7");
   const std::string before = Contents(File());
   const Status status = OpenStatus();
   EXPECT_EQ(status.code(), ZR3_ERR_DATABASE_VERSION);
   EXPECT_THAT(status.message(), HasSubstr(File().string()));
-  EXPECT_THAT(status.message(), HasSubstr("layout 6"));
+  EXPECT_THAT(status.message(), HasSubstr("layout 7"));
   EXPECT_EQ(Contents(File()), before);
-  EditFile(folder_.path(), "PRAGMA user_version = 5");
+  EditFile(folder_.path(), "PRAGMA user_version = 6");
   EXPECT_EQ(ReadAll(*MustOpen(folder_.path()), 1).size(), 100U);
 }
 

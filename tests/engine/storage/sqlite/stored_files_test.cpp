@@ -20,12 +20,13 @@
 #include "tests/engine/storage/support.h"
 #include "tests/support/case_name.h"
 
-// Databases that earlier releases left (stored/make_layout_2.cpp, make_layout_4.cpp) are brought
-// over whole, with every record, or are left as they are.
+// Databases that earlier releases left (stored/make_layout_2.cpp, 4 and 5) are brought over whole,
+// with every record, or are left as they are.
 namespace zervane::storage {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Contains;
 using testing::HasSubstr;
 
 // The text in UTF-8, by the C library; none when it is not of the encoding.
@@ -45,6 +46,8 @@ std::optional<std::string> Utf8Of(const std::string& encoding, std::string_view 
   return utf8;
 }
 
+constexpr std::int64_t kPresentLayout = 6;
+
 constexpr std::string_view kKnownEncodings[] = {"GB18030", "ISO-8859-1", "SHIFT_JIS", "CP932",
                                                 "ISO-2022-JP"};
 
@@ -61,16 +64,42 @@ TextEncoding EncodingOf(const std::string& name) {
           }};
 }
 
-// An alarm tag's row of links can be put, which layouts up to 4 had no table for.
-void ExpectRoomForLinks(Store& store) {
-  const Row link = {Cell(std::int64_t{4}), Cell(std::int64_t{0}), Cell(std::int64_t{1})};
-  StoreBatch batch;
-  batch.rows.push_back({.table = TableId::kTagLink, .key = {link[0], link[1]}, .row = link});
-  EXPECT_EQ(StoreDriver(store).Commit(batch).fate, CommitAnswer::Fate::kStored);
-  int links = 0;
-  const auto count = [&](RowView) { return ++links > 0; };
-  EXPECT_TRUE(store.Rows({.table = TableId::kTagLink}, SIZE_MAX, count).ok());
-  EXPECT_EQ(links, 1);
+// A cell of its kind.
+Cell SomeCell(TableColumn::Kind kind) {
+  switch (kind) {
+    case TableColumn::Kind::kInteger:
+      return Cell(std::int64_t{77});
+    case TableColumn::Kind::kReal:
+      return Cell(7.5);
+    default:
+      return Cell(std::string("some"));
+  }
+}
+
+std::vector<Row> RowsOf(Store& store, TableId table) {
+  std::vector<Row> rows;
+  const auto note = [&](RowView row) {
+    Row& copy = rows.emplace_back();
+    for (const CellView& cell : row) copy.push_back(CopyOf(cell));
+    return true;
+  };
+  EXPECT_TRUE(store.Rows({.table = table}, SIZE_MAX, note).ok());
+  return rows;
+}
+
+// Every table takes a row and gives it back, also those that the earlier layout had not.
+void ExpectRoomInEveryTable(Store& store) {
+  for (const TableInfo& table : AllTables()) {
+    SCOPED_TRACE(table.name);
+    Row row;
+    for (const TableColumn& column : table.columns) row.push_back(SomeCell(column.kind));
+    const auto keys = static_cast<std::ptrdiff_t>(table.key_columns);
+    StoreBatch batch;
+    batch.rows.push_back(
+        {.table = table.id, .key = Row(row.begin(), row.begin() + keys), .row = row});
+    EXPECT_EQ(StoreDriver(store).Commit(batch).fate, CommitAnswer::Fate::kStored);
+    EXPECT_THAT(RowsOf(store, table.id), Contains(row));
+  }
 }
 
 struct StoredFile {
@@ -196,10 +225,10 @@ TEST_P(StoredFiles, AreBroughtOverWithAllThatTheyHold) {
     ExpectAll(*store);
     EXPECT_TRUE(store->Close().ok());
   }
-  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 5);
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), kPresentLayout);
   EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM sqlite_schema WHERE name = 'catalogue'"), 0);
   EXPECT_EQ(NumberInFile(folder, "SELECT count(*) FROM damaged"), 2) << "the earlier, the batch";
-  ExpectRoomForLinks(*MustOpen(folder, kTinyOptions, EncodingOf("UTF-8")));
+  ExpectRoomInEveryTable(*MustOpen(folder, kTinyOptions, EncodingOf("UTF-8")));
 }
 
 // What was brought over takes records and tags like any other, and texts that are merged with them
@@ -247,7 +276,7 @@ TEST_P(StoredFiles, AreOldOrNewWheneverTheProcessIsKilled) {
     const bool is_killed = WIFSIGNALED(status);
     EXPECT_TRUE(is_killed || WEXITSTATUS(status) == 0);
     const std::int64_t layout = NumberInFile(folder, "PRAGMA user_version");
-    EXPECT_TRUE(layout == 2 || layout == 5) << layout;
+    EXPECT_TRUE(layout == 2 || layout == kPresentLayout) << layout;
     const auto store = MustOpen(folder, kTinyOptions, EncodingOf(GetParam().encoding));
     ExpectAll(*store);
     if (!is_killed || HasFailure()) break;
@@ -381,7 +410,7 @@ TEST_F(Stored, OfLayout1AreBroughtOverToo) {
   EXPECT_EQ(ReadAll(*store, 1).size(), 59U);
   EXPECT_FALSE(store->ReadHeld(4)->has_value());
   EXPECT_TRUE(store->Close().ok());
-  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 5);
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), kPresentLayout);
 }
 
 // ---- layout 4 ----
@@ -407,32 +436,88 @@ void ExpectOfLayout4(Store& store) {
   }
   EXPECT_EQ(CurrentValues(store).size(), 2U);
   EXPECT_EQ(store.ReadHeld(1)->value().value, Value(61.0));
-  std::vector<std::string> tasks;
-  const auto note = [&](RowView row) {
-    tasks.emplace_back(std::get<std::string_view>(row.front()));
-    return true;
-  };
-  EXPECT_TRUE(store.Rows({.table = TableId::kProgress}, SIZE_MAX, note).ok());
-  EXPECT_EQ(tasks, std::vector<std::string>{"task"});
+  const std::vector<Row> tasks = RowsOf(store, TableId::kProgress);
+  ASSERT_EQ(tasks.size(), 1U);
+  EXPECT_EQ(tasks[0][0], Cell(std::string("task")));
 }
 
-TEST_F(Stored, OfLayout4AreBroughtOverWithAllThatTheyHold) {
-  const fs::path folder = CopiedFile(kLayout4);
+// ---- layout 5 ----
+
+constexpr char kLayout5[] = "layout_5.db";
+
+void ExpectAlarmsOfLayout5(Store& store) {
+  const std::vector<Row> groups = RowsOf(store, TableId::kAlarmGroup);
+  ASSERT_EQ(groups.size(), 2U);
+  EXPECT_EQ(groups[1][1], Cell(std::int64_t{1})) << "the first is the parent of the second";
+  EXPECT_EQ(groups[1][2], Cell(std::string("Boiler")));
+  EXPECT_EQ(SettingOf(store, std::string(kLastGroupSetting)), Cell(std::int64_t{2}));
+  const std::vector<Row> records = RowsOf(store, TableId::kAlarmRecord);
+  ASSERT_EQ(records.size(), 2U);
+  EXPECT_EQ(Row(records[0].begin(), records[0].begin() + 3),
+            (Row{Cell(std::int64_t{4}), Cell(std::int64_t{1'000}), Cell(std::int64_t{6'000})}));
+  EXPECT_EQ(records[0][12], Cell(std::string("seen")));
+  EXPECT_EQ(records[0][13], Cell(std::string("admin")));
+  EXPECT_EQ(records[1][1], Cell(std::int64_t{51'000}));
+  EXPECT_EQ(records[1][2], Cell(std::int64_t{0})) << "it stands";
+  EXPECT_EQ(RowsOf(store, TableId::kStandingAlarm).size(), 1U);
+  EXPECT_EQ(RowsOf(store, TableId::kAlarmTag).size(), 2U);
+  EXPECT_EQ(RowsOf(store, TableId::kTagLink).size(), 4U) << "of each alarm tag source and target";
+}
+
+void ExpectOfLayout5(Store& store) {
+  std::vector<std::string> names;
+  for (const Tag& tag : Tags(store)) names.push_back(tag.name);
+  EXPECT_EQ(names, (std::vector<std::string>{"\u6e29\u5ea6.1", "\u6e29\u5ea6.2", "target", "low",
+                                             "high"}));
+  const std::vector<Sample> numbers = ReadAll(store, 1);
+  const std::vector<Sample> texts = ReadAll(store, 2);
+  ASSERT_EQ(numbers.size(), 60U);
+  ASSERT_EQ(texts.size(), 60U);
+  for (int i = 1; i <= 60; ++i) {
+    const auto at = static_cast<std::size_t>(i - 1);
+    EXPECT_EQ(numbers[at].time_ms, 1000 * i);
+    EXPECT_EQ(numbers[at].value, Value(0.5 * i));
+    EXPECT_EQ(texts[at].value, Value("\u6e29" + std::to_string(i)));
+  }
+  EXPECT_EQ(ReadAll(store, 3).size(), 2U) << "what the alarms' actions wrote";
+  EXPECT_EQ(CurrentValues(store).size(), 3U);
+  EXPECT_TRUE(RowsOf(store, TableId::kProgress).empty());
+  ExpectAlarmsOfLayout5(store);
+}
+
+// ---- both ----
+
+struct LayoutCase {
+  const char* name;
+  const char* file;
+  std::int64_t layout;
+  void (*expect)(Store& store);
+};
+
+class LaterLayouts : public Stored, public testing::WithParamInterface<LayoutCase> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, LaterLayouts,
+                         testing::Values(LayoutCase{"Layout4", kLayout4, 4, ExpectOfLayout4},
+                                         LayoutCase{"Layout5", kLayout5, 5, ExpectOfLayout5}),
+                         CaseName());
+
+TEST_P(LaterLayouts, AreBroughtOverWithAllThatTheyHold) {
+  const fs::path folder = CopiedFile(GetParam().file);
+  ASSERT_EQ(NumberInFile(folder, "PRAGMA user_version"), GetParam().layout);
   const std::int64_t summaries = NumberInFile(folder, "SELECT count(*) FROM summary");
-  EXPECT_GT(summaries, 10);
-  ExpectOfLayout4(*MustOpen(folder));
-  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), 5);
+  GetParam().expect(*MustOpen(folder));
+  EXPECT_EQ(NumberInFile(folder, "PRAGMA user_version"), kPresentLayout);
   EXPECT_GE(NumberInFile(folder, "SELECT count(*) FROM summary"), summaries);
   const auto store = MustOpen(folder);
-  ExpectOfLayout4(*store);
-  ExpectRoomForLinks(*store);
+  GetParam().expect(*store);
+  ExpectRoomInEveryTable(*store);
 }
 
-TEST_F(Stored, OfLayout4AreOldOrNewWheneverTheProcessIsKilled) {
+TEST_P(LaterLayouts, AreOldOrNewWheneverTheProcessIsKilled) {
   int killed = 0;
   for (int writes = 1;; ++writes) {
     SCOPED_TRACE(writes);
-    const fs::path folder = CopiedFile(kLayout4);
+    const fs::path folder = CopiedFile(GetParam().file);
     const pid_t child = fork();
     ASSERT_GE(child, 0);
     if (child == 0) {
@@ -445,10 +530,10 @@ TEST_F(Stored, OfLayout4AreOldOrNewWheneverTheProcessIsKilled) {
     const bool is_killed = WIFSIGNALED(status);
     EXPECT_TRUE(is_killed || WEXITSTATUS(status) == 0);
     const std::int64_t layout = NumberInFile(folder, "PRAGMA user_version");
-    EXPECT_TRUE(layout == 4 || layout == 5) << layout;
+    EXPECT_TRUE(layout == GetParam().layout || layout == kPresentLayout) << layout;
     const auto store = MustOpen(folder);
-    ExpectOfLayout4(*store);
-    ExpectRoomForLinks(*store);
+    GetParam().expect(*store);
+    ExpectRoomInEveryTable(*store);
     if (!is_killed || HasFailure()) break;
     ++killed;
   }

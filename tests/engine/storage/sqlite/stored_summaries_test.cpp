@@ -385,9 +385,10 @@ TEST_F(StoredSummaries, OfAFileThatHadNoneComeAsChunksAreWrittenAgain) {
   EditFile(folder_.path(),
            "DROP TABLE summary; DROP TABLE spare_summary; DROP TABLE alarm_tag; "
            "DROP TABLE tag_link; DROP TABLE alarm_group; DROP TABLE alarm_record; "
-           "DROP TABLE standing_alarm; PRAGMA user_version = 3");
+           "DROP TABLE standing_alarm; DROP TABLE statistics_tag; DROP TABLE calculation_tag; "
+           "DROP TABLE user; DROP TABLE user_group; DROP TABLE member; PRAGMA user_version = 3");
   Open(kSmall);
-  EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 5);
+  EXPECT_EQ(NumberInFile(folder_.path(), "PRAGMA user_version"), 6);
   EXPECT_EQ(Offered({}).size(), 10U);
   EXPECT_EQ(Offered({}).front(), Told(1, 10, false));
   EXPECT_EQ(Sum(), 5050);
