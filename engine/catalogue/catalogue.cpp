@@ -12,6 +12,7 @@
 #include "api/words/tag_columns.h"
 #include "engine/assert.h"
 #include "engine/catalogue/filter_settings.h"
+#include "engine/catalogue/tag_loops.h"
 #include "engine/catalogue/tag_rows.h"
 #include "engine/storage/table.h"
 #include "engine/storage/tables.h"
@@ -127,9 +128,11 @@ Status Catalogue::LoadTags(TagImageBuilder& builder) {
 Status Catalogue::LoadLinks(const TagImage& image) {
   TagId from = 0;
   TagLinks links;
+  std::vector<TagId> readers;
   const auto put = [&] {
     links_.Reserve(links.size());
     links_.Put(from, links);
+    if (!links.empty()) readers.push_back(from);
     links.clear();
   };
   Status fault;
@@ -154,8 +157,20 @@ Status Catalogue::LoadLinks(const TagImage& image) {
   Status status = Table<TagLink>(store_).Visit({.table = TableId::kTagLink},
                                                std::numeric_limits<std::size_t>::max(), take);
   if (!fault.ok()) return fault;
-  if (status.ok()) put();
-  return status;
+  if (!status.ok()) return status;
+  put();
+  return CheckStoredLoops(image, readers);
+}
+
+Status Catalogue::CheckStoredLoops(const TagImage& image, std::span<const TagId> readers) const {
+  const auto reads = [&](TagId id) {
+    const PackedTag* const tag = image.Find(id);
+    return tag == nullptr ? TagLinks() : ReadOf(links_.Of(id), tag->tag_class());
+  };
+  const std::vector<TagId> loop = FindLoop(readers, reads);
+  if (loop.empty()) return {};
+  const auto name_of = [&](TagId id) { return image.Find(id)->name(); };
+  return Damaged(fmt::format("stored tags form a loop: {}", TextOfLoop(loop, name_of)));
 }
 
 TagImagePtr Catalogue::image() const {
@@ -206,12 +221,42 @@ Result<TagLinks> Catalogue::PlanLinks(const Tag* before, const PropertyMask& giv
                                        .tags = tags});
   if (!links.ok()) return links;
   *links = Trimmed(*std::move(links));
+  if (Status status = CheckLoop(after, *links, tags); !status.ok()) return status;
   for (const TagId target : TargetsOf(*links, {})) {
     const PackedTag* const tag = tags.Find(target);
     if (tag == nullptr) continue;
     if (Status status = asks->Follow(*links, target, tag->name(), after); !status.ok()) {
       return status;
     }
+  }
+  return links;
+}
+
+// There was none before, so one has this tag in it, and what the tag did not read yet. A tag that
+// nobody reads is in none, unless it reads itself: so adding many costs nothing.
+Status Catalogue::CheckLoop(const Tag& after, const TagLinks& links, const TagImage& tags) const {
+  const std::optional<TagTraits> traits = tags_.Find(after.id);
+  const bool is_read = traits && traits->is_read;
+  if (!is_read && !ReadsBy(links, after.tag_class, after.id)) return {};
+  TagLinks new_reads = ReadOf(links, after.tag_class);
+  const TagLinks old_reads = ReadOf(links_.Of(after.id), after.tag_class);
+  std::erase_if(new_reads, [&](TagId id) { return std::ranges::count(old_reads, id) > 0; });
+  const auto reads = [&](TagId id) {
+    if (id == after.id) return new_reads;
+    const PackedTag* const tag = tags.Find(id);
+    return tag == nullptr ? TagLinks() : ReadOf(links_.Of(id), tag->tag_class());
+  };
+  const std::vector<TagId> loop = FindLoop({&after.id, 1}, reads);
+  if (loop.empty()) return {};
+  const auto name_of = [&](TagId id) {
+    return id == after.id ? std::string_view(after.name) : tags.Find(id)->name();
+  };
+  return {ZR3_ERR_CALCULATION_LOOP, TextOfLoop(loop, name_of)};
+}
+
+TagLinks Catalogue::ReadOf(TagLinks links, std::int32_t tag_class) const {
+  for (std::size_t place = 0; place < links.size(); ++place) {
+    if (links[place] != 0 && !AsksOf(tag_class)->Reads(place)) links[place] = 0;
   }
   return links;
 }

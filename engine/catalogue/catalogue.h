@@ -51,9 +51,10 @@ struct CatalogueChange {
 //
 // A plan that is not adopted leaves nothing behind.
 //
-// Tags of a registered class are linked to the tags that they read or set. When one of these is
-// renamed or goes, the properties of all that are linked to it tell so with the same change: their
-// own rows follow, whereas their stamps stay, and stages do not hear of them.
+// Tags of a registered class are linked to the tags that they read or set; those that are read
+// never form a loop. When one of these is renamed or goes, the properties of all that are linked to
+// it tell so with the same change: their own rows follow, whereas their stamps stay, and stages do
+// not hear of them.
 //
 // Threads: any may read, and sees the catalogue of one instant in every image. Register, Load,
 // plans, Adopt and LinksOf are called by one thread at a time.
@@ -98,6 +99,8 @@ class Catalogue {
  private:
   Status LoadTags(TagImageBuilder& builder);
   Status LoadLinks(const TagImage& image);
+  // ZR3_ERR_STORAGE_DAMAGED when stored tags read each other in a loop.
+  Status CheckStoredLoops(const TagImage& image, std::span<const TagId> readers) const;
 
   // What the class of a tag asks for, if it is registered.
   TagClass* AsksOf(std::int32_t tag_class) const;
@@ -108,6 +111,11 @@ class Catalogue {
   Result<TagLinks> PlanLinks(const Tag* before, const PropertyMask& given, const TagImage& tags,
                              Tag& after);
 
+  // A tag must not read itself, over others either: ZR3_ERR_CALCULATION_LOOP.
+  Status CheckLoop(const Tag& after, const TagLinks& links, const TagImage& tags) const;
+  // Those of the links of a tag of the class that are read.
+  TagLinks ReadOf(TagLinks links, std::int32_t tag_class) const;
+
   // Makes the change's image and puts its rows into the batch.
   Result<CatalogueChange> Plan(TagImagePtr image, std::optional<Tag> before,
                                std::optional<Tag> after, TagLinks links, StoreBatch& batch);
@@ -117,9 +125,9 @@ class Catalogue {
                        StoreBatch& batch) const;
   // The traits that are not as they were with the change.
   std::vector<std::pair<TagId, TagTraits>> PlanTraits(const CatalogueChange& change) const;
-  // Whether any tag but this one reads the target.
   // Whether a tag of the class with these links reads the target.
   bool ReadsBy(const TagLinks& links, std::int32_t tag_class, TagId target) const;
+  // Whether any tag but this one reads the target.
   bool IsReadByOthers(TagId target, TagId but, const TagImage& tags) const;
   bool Reads(const TagImage& tags, TagId tag, std::size_t place) const;
 

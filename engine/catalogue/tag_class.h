@@ -34,7 +34,8 @@ class TagClass {
   // Whether the tag may be saved, and to what it is linked. A property that names a tag is looked
   // up when the caller has set it; else it stays linked to what it was. The class may keep what it
   // has made of the tag for its stage, which hears of the change next, and then whether it is
-  // stored.
+  // stored. A tag may name itself, which is not among the others yet when it is added: it is linked
+  // to itself then, and the catalogue refuses that as any other loop.
   virtual Result<TagLinks> Plan(const TagDraft& draft) = 0;
 
   // Has the properties of a tag tell the name of one that it is linked to: it is saved, or that

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <variant>
 
+#include "api/words/ascii.h"
 #include "engine/catalogue/tag_class.h"
 
 namespace zervane {
@@ -51,6 +52,10 @@ class ReadingClass final : public TagClass {
                      TagId& link) {
     const auto bit = static_cast<std::size_t>(column - ZR3_TAG_COL_AM_EXT_PROP_MIN);
     if (draft.before != nullptr && !SelectsBit(draft.given.extension, bit)) return {};
+    if (FoldAscii(name) == FoldAscii(draft.after.name)) {
+      link = draft.after.id;
+      return {};
+    }
     const PackedTag* const tag = draft.tags.FindByName(name);
     if (tag == nullptr && !name.empty()) return {ZR3_ERR_NAME_NOT_FOUND, name};
     link = tag == nullptr ? 0 : tag->id();
