@@ -86,7 +86,7 @@ class FakeDatabase : public Database {
   Result<zervane::ListTags::Reply> ListTags(const zervane::ListTags& list);
   Status Close() override;
 
-  std::optional<std::int64_t> HeardCatalogueVersion() const override;
+  std::optional<std::int64_t> HeardCatalogueVersion(const Caller& caller) const override;
   Status Carry(const Caller& caller, OperationNumber number, const void* operation,
                void* reply) override;
 
