@@ -40,7 +40,7 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       history_(*store_, catalogue_.tags(), writes_.current_values(), clock_),
       alarms_(*store_, catalogue_, writes_, alarm_groups_, clock_),
       subscriptions_(catalogue_.tags(), writes_),
-      security_family_(security_),
+      security_family_(security_, subscriptions_),
       relay_family_(relay_) {}
 
 // The threads use the other parts.
@@ -110,6 +110,7 @@ Status Engine::LoadAlarms(Turn& turn) {
 }
 
 Status Engine::Close() {
+  security_.Close();
   tags_.Stop();
   StopThreads();
   Status lost = writes_.Close();

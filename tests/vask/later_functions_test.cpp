@@ -19,28 +19,9 @@ int64 Bit(int32 column) { return int64{1} << (column % 100); }
 
 class LaterFunctions : public ConnectedTest {
  protected:
-  ZR3HANDLE handle = nullptr;
   uint32 id = 0;
   int32 number = 0;
 };
-
-// ---- queries ----
-
-TEST_F(LaterFunctions, LeaveNoHandleBehind) {
-  const ZR3HANDLE garbage = &number;
-  const std::function<int32()> calls[] = {
-      [&] { return sc3_query_all_users(&handle); },
-      [&] { return sc3_query_members_of_group("g", &handle); },
-      [&] { return sc3_query_all_groups(&handle); },
-      [&] { return sc3_query_groups_of_user("u", &handle); },
-      [&] { return sc3_query_all_auth_items(&handle); },
-  };
-  for (const auto& call : calls) {
-    handle = garbage;
-    EXPECT_EQ(call(), ZR3_ERR_NOT_SUPPORTED);
-    EXPECT_EQ(handle, nullptr);
-  }
-}
 
 // ---- tags of the other classes ----
 
@@ -142,33 +123,7 @@ TEST_F(LaterFunctions, RefuseWhatIsReserved) {
   EXPECT_EQ(am3_register_alarm_record_info(&number), ZR3_ERR_INVALID_ARGUMENT);
 }
 
-// ---- security and relay ----
-
-TEST_F(LaterFunctions, CheckTheTextsOfAUserAndAGroup) {
-  const auto user_with = [](auto member) {
-    ZR3SecUser user{};
-    Overflow(user.*member);
-    return sc3_add_user(&user);
-  };
-  EXPECT_EQ(user_with(&ZR3SecUser::szUserName), ZR3_ERR_INVALID_TEXT);
-  EXPECT_EQ(user_with(&ZR3SecUser::szPasswd), ZR3_ERR_INVALID_TEXT);
-  EXPECT_EQ(user_with(&ZR3SecUser::szUserDesc), ZR3_ERR_INVALID_TEXT);
-  const auto group_with = [](auto member) {
-    ZR3SecGroup group{};
-    Overflow(group.*member);
-    return sc3_add_group(&group);
-  };
-  EXPECT_EQ(group_with(&ZR3SecGroup::szGroupName), ZR3_ERR_INVALID_TEXT);
-  EXPECT_EQ(group_with(&ZR3SecGroup::szGroupDesc), ZR3_ERR_INVALID_TEXT);
-}
-
-TEST_F(LaterFunctions, TakeNamesAndPasswordsThatJustFit) {
-  const std::string name(ZR3_LEN_NAME - 1, 'n');
-  const std::string password(ZR3_LEN_PASSWORD - 1, 'p');
-  EXPECT_EQ(sc3_login(name.c_str(), password.c_str()), ZR3_ERR_NOT_SUPPORTED);
-  EXPECT_EQ(sc3_login((name + "n").c_str(), password.c_str()), ZR3_ERR_INVALID_TEXT);
-  EXPECT_EQ(sc3_login(name.c_str(), (password + "p").c_str()), ZR3_ERR_INVALID_TEXT);
-}
+// ---- relay ----
 
 TEST_F(LaterFunctions, CheckEveryTextOfARelay) {
   constexpr std::size_t kTexts = sizeof(ZRRestCfg) / ZR3_LEN_RELAY_TEXT;
