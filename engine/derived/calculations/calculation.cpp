@@ -39,9 +39,9 @@ Status CheckNumbers(const Tag& tag, const CalculationProperties& properties) {
   return {};
 }
 
-std::optional<CalculationHistory> HistoryOf(const CalculationProperties& properties) {
+std::optional<CalculatedPast> HistoryOf(const CalculationProperties& properties) {
   if (!properties.calc_history) return std::nullopt;
-  CalculationHistory history = {.start_s = SecondsOf(properties.calc_start_date), .end_s = {}};
+  CalculatedPast history = {.start_s = SecondsOf(properties.calc_start_date), .end_s = {}};
   if (properties.have_end_time) history.end_s = SecondsOf(properties.calc_end_date);
   return history;
 }

@@ -15,12 +15,12 @@
 
 namespace zervane {
 
-// The past over which a calculation tag is computed, too.
-struct CalculationHistory {
+// The past over which a calculation tag is computed, too, both ends counting.
+struct CalculatedPast {
   std::int64_t start_s = 0;  // since 1970
   std::optional<std::int64_t> end_s;
 
-  friend bool operator==(const CalculationHistory&, const CalculationHistory&) = default;
+  friend bool operator==(const CalculatedPast&, const CalculatedPast&) = default;
 };
 
 // A calculation tag as it is computed, with the tags that it reads by their identifiers.
@@ -36,7 +36,7 @@ struct Calculation {
   TagId source = 0;             // 0: none; it may have been deleted
   Mode mode = Mode::kPoll;
   std::int64_t period_s = 60;
-  std::optional<CalculationHistory> history;
+  std::optional<CalculatedPast> history;
   std::string text;  // the expression
 
   // Whether a new value of the tag is a reason to compute a NOTIFY tag.
