@@ -212,15 +212,16 @@ bool CalculationHistory::HasWork() const {
   return !jobs_.empty();
 }
 
-Status CalculationHistory::Step() {
+Result<TagId> CalculationHistory::Step() {
   const JobPtr job = NextJob();
-  if (job == nullptr) return {};
+  if (job == nullptr) return TagId{0};
   const Result<HistoryStep> step = reader_.Compute(*job->calculation, job->progress);
   if (!step.ok()) return step.status();
-  Status status = step->records.empty() ? WriteEnd(job) : Write(job, *step);
-  if (!IsCurrent(job)) return {};  // it was saved anew, or is gone: that counts
-  if (status.ok()) Follow(job, *step);
-  return status;
+  const Status status = step->records.empty() ? WriteEnd(job) : Write(job, *step);
+  if (!IsCurrent(job)) return TagId{0};  // it was saved anew, or is gone: that counts
+  if (!status.ok()) return status;
+  Follow(job, *step);
+  return step->records.empty() ? TagId{0} : job->calculation->tag;
 }
 
 // The next one behind the last that is ready. There is one, for tags do not read each other in a

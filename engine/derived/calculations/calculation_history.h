@@ -74,9 +74,9 @@ class CalculationHistory {
   // computing goes on. Once it has succeeded it does nothing any more. The status of the store.
   Status Begin(std::int64_t opened_ms) EXCLUDES(mutex_);
   bool HasWork() const EXCLUDES(mutex_);
-  // Computes up to some thousand results of one tag and stores them. The status of the store; the
-  // same is tried again the next time.
-  Status Step() EXCLUDES(mutex_);
+  // Computes up to some thousand results of one tag and stores them. The tag whose records these
+  // are, or 0 when there are none. The status of the store; the same is tried again the next time.
+  Result<TagId> Step() EXCLUDES(mutex_);
 
  private:
   // What is to be done of one stretch. Whoever works changes its progress, which nobody else reads.
