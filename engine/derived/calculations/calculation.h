@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -42,6 +43,8 @@ struct Calculation {
   // Whether a new value of the tag is a reason to compute a NOTIFY tag.
   bool IsTriggeredBy(TagId changed) const;
 };
+
+using CalculationPtr = std::shared_ptr<const Calculation>;
 
 // Of the tags that an expression names in this order, the place of each among those that it reads:
 // names that differ in the case of ASCII letters alone have one.

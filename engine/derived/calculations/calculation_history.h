@@ -21,8 +21,6 @@
 
 namespace zervane {
 
-using CalculationPtr = std::shared_ptr<const Calculation>;
-
 // Computes calculation tags back over the past, in the background.
 //
 // History and live computing share time between them: up to the instant at which a tag is saved it

@@ -14,8 +14,6 @@
 
 namespace zervane {
 
-using CalculationPtr = std::shared_ptr<const Calculation>;
-
 // The tags that a calculation reads, its source among them, each once.
 std::vector<TagId> TargetsOf(const Calculation& calculation);
 

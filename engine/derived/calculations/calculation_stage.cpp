@@ -25,7 +25,7 @@ void CalculationStage::AddValue(const OperandValue& value) {
 }
 
 Status CalculationStage::Process(Turn& turn, const StagedRecords& group, StoreBatch&) {
-  turn.AssertHeld();
+  if (Status status = history_.Check(turn, group.rows); !status.ok()) return status;
   const bool is_writing = is_writing_.load();
   const std::span<const std::int64_t> times = group.samples.times();
   for (const std::uint32_t at : group.read) {
@@ -41,7 +41,7 @@ Status CalculationStage::Process(Turn& turn, const StagedRecords& group, StoreBa
 }
 
 // Whoever computes knows what tags hold that are read already; of others he is told.
-Status CalculationStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch&) {
+Status CalculationStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch& batch) {
   turn.AssertHeld();
   const CalculationPtr rule = rules_.ProposalFor(tag);
   if (rule == nullptr) return {};  // it is no calculation tag
@@ -55,15 +55,18 @@ Status CalculationStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch&) {
     news.found.push_back({.tag = target, .number = OperandOf(*sample), .time_ms = sample->time_ms});
   }
   rules_.PrepareRule(rule);
+  history_.PrepareSave(turn, rule, news.saved_ms, batch);
   return {};
 }
 
-Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch&) {
+Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& batch) {
   turn.AssertHeld();
   const bool is_calculation = rules_.Has(tag);
   if (!is_calculation && !rules_.IsRead(tag)) return {};
   News().removed.push_back(tag);
-  if (is_calculation) rules_.PrepareRemoval(tag);
+  if (!is_calculation) return {};
+  rules_.PrepareRemoval(tag);
+  history_.PrepareRemoval(turn, tag, batch);
   return {};
 }
 
@@ -77,6 +80,7 @@ Status CalculationStage::PrepareRecord(Turn& turn, TagId tag, std::int64_t, std:
 
 void CalculationStage::Keep(Turn& turn) noexcept {
   rules_.Keep();
+  history_.Keep(turn);
   const bool has_news = !news_.empty();
   if (has_news) queue_.Append(news_);
   Discard(turn);
@@ -86,6 +90,7 @@ void CalculationStage::Keep(Turn& turn) noexcept {
 void CalculationStage::Discard(Turn& turn) noexcept {
   turn.AssertHeld();
   rules_.Discard();
+  history_.Discard(turn);
   news_.clear();
   ++batch_;
 }

@@ -11,6 +11,7 @@
 #include "api/words/status.h"
 #include "engine/clock.h"
 #include "engine/current/current_values.h"
+#include "engine/derived/calculations/calculation_history.h"
 #include "engine/derived/calculations/calculation_news.h"
 #include "engine/derived/calculations/calculation_rules.h"
 #include "engine/storage/store.h"
@@ -28,8 +29,12 @@ namespace zervane {
 class CalculationStage final : public Stage {
  public:
   // All outlive it.
-  CalculationStage(CalculationRules& rules, const CurrentValues& current_values, Clock clock)
-      : rules_(rules), current_values_(current_values), clock_(std::move(clock)) {}
+  CalculationStage(CalculationRules& rules, CalculationHistory& history,
+                   const CurrentValues& current_values, Clock clock)
+      : rules_(rules),
+        history_(history),
+        current_values_(current_values),
+        clock_(std::move(clock)) {}
 
   // Whoever computes is told when there are news. Before the first batch. It must not throw.
   void OnNews(std::function<void()> wake) { wake_ = std::move(wake); }
@@ -60,6 +65,7 @@ class CalculationStage final : public Stage {
   void AddValue(const OperandValue& value);
 
   CalculationRules& rules_;
+  CalculationHistory& history_;
   const CurrentValues& current_values_;
   const Clock clock_;
   std::function<void()> wake_;

@@ -43,6 +43,7 @@ class OwnWrite {
 
 void CalculationWorker::Start() {
   const std::int64_t now_ms = clock_();
+  opened_ms_ = now_ms;
   graph_.Visit([&](Node& node) { graph_.Set(CurrentOf(node.tag)); });
   graph_.Visit([&](Node& node) {
     if (node.rule == nullptr) return;
@@ -59,6 +60,7 @@ void CalculationWorker::Start() {
 
 Status CalculationWorker::Work(const std::function<bool()>& is_stopping) {
   return Guarded([&]() -> Status {
+    if (Status status = history_.Begin(opened_ms_); !status.ok()) return status;
     for (;;) {
       if (Status status = Write(); !status.ok()) return status;
       if (is_stopping()) return {};
@@ -66,7 +68,10 @@ Status CalculationWorker::Work(const std::function<bool()>& is_stopping) {
       const Result<bool> has_followed = ComputeNews();
       if (!has_followed.ok()) return has_followed.status();
       const bool was_due = ComputeDue();
-      if (!has_opened && !*has_followed && !was_due) return {};
+      if (has_opened || *has_followed || was_due) continue;
+      const Result<bool> has_past = ComputePast();
+      if (!has_past.ok()) return has_past.status();
+      if (!*has_past) return {};
     }
   });
 }
@@ -102,6 +107,15 @@ bool CalculationWorker::ComputeDue() {
   }
   Run(first, due->time_ms);
   schedule_.SetDone(*due);
+  return true;
+}
+
+// When nothing is to be computed live. What is newest by then is what a live value follows.
+Result<bool> CalculationWorker::ComputePast() {
+  if (!history_.HasWork()) return false;
+  const Result<TagId> tag = history_.Step();
+  if (!tag.ok()) return tag.status();
+  if (*tag != 0) graph_.Set(CurrentOf(*tag));
   return true;
 }
 

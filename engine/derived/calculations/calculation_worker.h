@@ -10,6 +10,7 @@
 #include "api/words/status.h"
 #include "engine/clock.h"
 #include "engine/derived/calculations/calculation_graph.h"
+#include "engine/derived/calculations/calculation_history.h"
 #include "engine/derived/calculations/calculation_news.h"
 #include "engine/derived/calculations/calculation_pass.h"
 #include "engine/derived/calculations/calculation_stage.h"
@@ -31,8 +32,13 @@ namespace zervane {
 class CalculationWorker {
  public:
   // All outlive it.
-  CalculationWorker(CalculationStage& stage, WritePath& writes, Clock clock)
-      : stage_(stage), writes_(writes), clock_(std::move(clock)), pass_(writes.current_values()) {}
+  CalculationWorker(CalculationStage& stage, CalculationHistory& history, WritePath& writes,
+                    Clock clock)
+      : stage_(stage),
+        history_(history),
+        writes_(writes),
+        clock_(std::move(clock)),
+        pass_(writes.current_values()) {}
 
   // Before the first batch, with all calculation tags.
   void Load(const std::vector<CalculationPtr>& rules) { graph_.Load(rules); }
@@ -54,6 +60,7 @@ class CalculationWorker {
   bool ComputeOpening();
   Result<bool> ComputeNews();
   bool ComputeDue();
+  Result<bool> ComputePast();
 
   Status Follow(const CalculationNews& news);
   void FollowSaved(const CalculationNews& news);
@@ -67,12 +74,14 @@ class CalculationWorker {
   Status DropRefused(const WriteSamples::Reply& reply);
 
   CalculationStage& stage_;
+  CalculationHistory& history_;
   WritePath& writes_;
   const Clock clock_;
   CalculationGraph graph_;
   PollSchedule schedule_;
   CalculationPass pass_;
 
+  std::int64_t opened_ms_ = 0;  // from then on values are computed live
   std::vector<Node*> opening_;  // what is computed once, first
   CalculationNewsQueue::List news_;
   SampleBatch unwritten_;

@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/derived/calculations/calculation_history.h"
 #include "engine/derived/calculations/calculation_rules.h"
 #include "engine/derived/calculations/calculation_stage.h"
 #include "engine/derived/calculations/calculation_tags.h"
@@ -13,11 +14,12 @@ namespace zervane {
 
 class Calculations::Impl {
  public:
-  Impl(WritePath& writes, const Catalogue& catalogue, const Clock& clock)
+  Impl(Store& store, WritePath& writes, const Catalogue& catalogue, const Clock& clock)
       : catalogue_(catalogue),
         tags_(rules_),
-        stage_(rules_, writes.current_values(), clock),
-        worker_(stage_, writes, clock),
+        history_(store, writes, catalogue.tags(), clock),
+        stage_(rules_, history_, writes.current_values(), clock),
+        worker_(stage_, history_, writes, clock),
         thread_({.what = "calculations",
                  .work = [this] { return Work(); },
                  .next_deadline_ms = [this] { return worker_.next_deadline_ms(); }},
@@ -28,13 +30,13 @@ class Calculations::Impl {
   TagClass& tags() { return tags_; }
   Stage& stage() { return stage_; }
 
-  Status Load() {
+  Status Load(Turn& turn) {
     const Result<std::vector<CalculationPtr>> rules =
         CalculationsOf(*catalogue_.image(), [this](TagId id) { return catalogue_.LinksOf(id); });
     if (!rules.ok()) return rules.status();
     rules_.Load(*rules);
     worker_.Load(*rules);
-    return {};
+    return history_.Load(turn, *rules);
   }
 
   void Start(bool by_thread) {
@@ -50,13 +52,14 @@ class Calculations::Impl {
   const Catalogue& catalogue_;
   CalculationRules rules_;
   CalculationTags tags_;
+  CalculationHistory history_;
   CalculationStage stage_;
   CalculationWorker worker_;
   WorkThread thread_;  // goes first, for it uses all of the above
 };
 
-Calculations::Calculations(Store&, WritePath& writes, const Catalogue& catalogue, Clock clock)
-    : impl_(std::make_unique<Impl>(writes, catalogue, clock)) {}
+Calculations::Calculations(Store& store, WritePath& writes, const Catalogue& catalogue, Clock clock)
+    : impl_(std::make_unique<Impl>(store, writes, catalogue, clock)) {}
 
 Calculations::~Calculations() { Stop(); }
 
@@ -64,7 +67,7 @@ TagClass& Calculations::tag_class() { return impl_->tags(); }
 
 Stage& Calculations::stage() { return impl_->stage(); }
 
-Status Calculations::Load(Turn&) { return impl_->Load(); }
+Status Calculations::Load(Turn& turn) { return impl_->Load(turn); }
 
 void Calculations::Start(bool by_thread) { impl_->Start(by_thread); }
 
