@@ -17,6 +17,7 @@ namespace {
 
 constexpr TagId kA = 1;
 constexpr TagId kB = 2;
+constexpr TagId kD = 4;  // may be a calculation tag, too
 constexpr TagId kE = 5;  // the first calculation tag
 constexpr TagId kF = 6;
 
@@ -247,8 +248,11 @@ TEST_F(CalculatedHistory, WaitsForThatOfItsOperands) {
   database_.now_ms = 20'000'000;
   database_.Save(PastDatabase::Polled(kF, "'a'", 1, Past{}));
   database_.Save(PastDatabase::Notified(kE, "'f' * 2", 0, Past{}));
+  database_.Write(kA, 19'000'000, 1);
+  database_.Save(PastDatabase::Notified(kD, "'f' * 3", kA, Past{3, {}}));
   database_.Work();
   EXPECT_EQ(database_.RecordsOf(kE).size(), 20'000U);
+  EXPECT_EQ(database_.TextOf(kD), "19000=3");
 }
 
 // ---- saving ----

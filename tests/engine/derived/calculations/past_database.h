@@ -109,7 +109,7 @@ class PastDatabase {
           return Status();
         },
         [&](Turn&) {
-          tags_.Put(tag, {.type = calculation.type, .is_read = true, .is_own = true});
+          tags_.Put(tag, {.type = calculation.type, .is_own = true});
           saved_[tag] = proposal_;
         });
   }
