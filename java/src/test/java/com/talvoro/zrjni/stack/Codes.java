@@ -43,6 +43,18 @@ final class Codes {
   static final int NO_ALARM = 119621;
   static final int ALREADY_ACKNOWLEDGED = 119622;
   static final int SOME_ALARMS_FAILED = 119624;
+  static final int NO_RIGHT = 121601;
+  static final int LOGIN_FAILED = 121602;
+  static final int USER_NOT_FOUND = 121603;
+  static final int USER_EXISTS = 121604;
+  static final int USER_GROUP_NOT_FOUND = 121605;
+  static final int USER_GROUP_EXISTS = 121606;
+  static final int MEMBER_EXISTS = 121609;
+  static final int BUILT_IN = 121611;
+  static final int LAST_ADMINISTRATOR = 121612;
+  static final int AUTH_ITEM_NOT_FOUND = 121613;
+  static final int INVALID_RELAY = 123601;
+  static final int CALCULATION_LOOP = 125601;
 
   private Codes() {}
 }
