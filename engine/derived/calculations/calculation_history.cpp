@@ -45,11 +45,11 @@ typename Map::node_type NodeOf(typename Map::key_type key, typename Map::mapped_
 }  // namespace
 
 CalculationHistory::CalculationHistory(Store& store, WritePath& writes, const TagIndex& tags,
-                                       Clock clock)
+                                       Clock clock, std::size_t most_instants)
     : store_(store),
       writes_(writes),
       clock_(clock),
-      reader_(store, tags, writes.current_values(), std::move(clock)) {}
+      reader_(store, tags, writes.current_values(), std::move(clock), most_instants) {}
 
 // ---- opening ----
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -46,8 +47,12 @@ namespace zervane {
 // Threads: Begin, HasWork and Step by the worker, the others with the turn.
 class CalculationHistory {
  public:
+  // Of one step at the most.
+  static constexpr std::size_t kMostInstants = 4'096;
+
   // All outlive it.
-  CalculationHistory(Store& store, WritePath& writes, const TagIndex& tags, Clock clock);
+  CalculationHistory(Store& store, WritePath& writes, const TagIndex& tags, Clock clock,
+                     std::size_t most_instants = kMostInstants);
   CalculationHistory(const CalculationHistory&) = delete;
   CalculationHistory& operator=(const CalculationHistory&) = delete;
 

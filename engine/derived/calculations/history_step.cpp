@@ -11,9 +11,7 @@
 namespace zervane {
 namespace {
 
-// Of one step: instants, and values of all operands, so that memory does not grow with these.
-constexpr std::size_t kMostInstants = 4'096;
-constexpr std::size_t kFewestInstants = 256;
+// Values of all operands of one step, so that memory does not grow with their number.
 constexpr std::size_t kMostValues = 65'536;
 
 constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
@@ -27,11 +25,6 @@ std::int64_t PeriodOf(const Calculation& calculation) { return calculation.perio
 // The first multiple of the period at or behind a time; 0 is no time that a record can have.
 std::int64_t MultipleFrom(std::int64_t time_ms, std::int64_t period_ms) {
   return std::max((time_ms + period_ms - 1) / period_ms * period_ms, period_ms);
-}
-
-std::size_t InstantsOf(const Calculation& calculation) {
-  const std::size_t tags = std::max<std::size_t>(calculation.operands.size(), 1);
-  return std::clamp(kMostValues / tags, kFewestInstants, kMostInstants);
 }
 
 // The first record's time, of which a summary tells.
@@ -113,19 +106,29 @@ Result<HistoryStep> HistoryReader::Compute(const Calculation& calculation,
     step.after.next_ms = progress.key.until_ms + 1;
     return step;
   }
-  std::optional<Value> previous;
-  if (step.after.previous) previous = RoundedTo(calculation.type, *step.after.previous);
-  std::vector<double> values((*operands)->size());
-  for (std::size_t at = 0; at < instants->size(); ++at) {
-    std::ranges::transform(**operands, values.begin(), [&](const auto& all) { return all[at]; });
-    const Sample record = ComputeRecord(calculation, values, (*instants)[at], previous);
-    previous = record.value;
-    step.records.Add(calculation.tag, record);
+  if (!step.after.previous && !instants->empty()) {
+    const Result<std::optional<double>> before = ValueBefore(calculation, instants->front());
+    if (!before.ok()) return before.status();
+    step.after.previous = *before;
   }
-  if (!step.records.empty()) {
-    step.after.previous = NumberAt(step.records.samples, step.records.size() - 1);
-  }
+  AddResults(calculation, *instants, **operands, &step);
   return step;
+}
+
+void HistoryReader::AddResults(const Calculation& calculation,
+                               std::span<const std::int64_t> times_ms, const Operands& operands,
+                               HistoryStep* step) {
+  if (times_ms.empty()) return;
+  std::optional<Value> previous;
+  if (step->after.previous) previous = RoundedTo(calculation.type, *step->after.previous);
+  std::vector<double> values(operands.size());
+  for (std::size_t at = 0; at < times_ms.size(); ++at) {
+    std::ranges::transform(operands, values.begin(), [&](const auto& all) { return all[at]; });
+    const Sample record = ComputeRecord(calculation, values, times_ms[at], previous);
+    previous = record.value;
+    step->records.Add(calculation.tag, record);
+  }
+  step->after.previous = NumberAt(step->records.samples, times_ms.size() - 1);
 }
 
 // ---- where it begins ----
@@ -157,10 +160,6 @@ Result<HistoryProgress> HistoryReader::Begin(const Calculation& calculation,
         MultipleFrom(std::max(progress.next_ms, first_allowed * period_ms), period_ms);
   }
   progress.from_ms = progress.next_ms;
-  if (progress.IsDone()) return progress;
-  Result<std::optional<double>> previous = ValueBefore(calculation, progress.next_ms);
-  if (!previous.ok()) return previous.status();
-  progress.previous = *previous;
   return progress;
 }
 
@@ -199,14 +198,19 @@ Result<std::optional<double>> HistoryReader::ValueBefore(const Calculation& calc
 
 // ---- instants, and operands there ----
 
+std::size_t HistoryReader::InstantsOf(const Calculation& calculation) const {
+  const std::size_t tags = std::max<std::size_t>(calculation.operands.size(), 1);
+  return std::clamp<std::size_t>(kMostValues / tags, 1, most_instants_);
+}
+
 Result<std::vector<std::int64_t>> HistoryReader::NextInstants(const Calculation& calculation,
                                                               HistoryProgress* progress) const {
   if (!IsPolled(calculation)) return NextRecords(calculation, progress);
   const std::int64_t period_ms = PeriodOf(calculation);
   std::vector<std::int64_t> instants;
-  instants.reserve(InstantsOf(calculation));
-  for (; !progress->IsDone() && instants.size() < InstantsOf(calculation);
-       progress->next_ms += period_ms) {
+  const std::size_t most = InstantsOf(calculation);
+  instants.reserve(most);
+  for (; !progress->IsDone() && instants.size() < most; progress->next_ms += period_ms) {
     instants.push_back(progress->next_ms);
   }
   return instants;

@@ -48,21 +48,26 @@ class HistoryReader {
  public:
   // All outlive it.
   HistoryReader(Store& store, const TagIndex& tags, const CurrentValues& current_values,
-                Clock clock)
-      : store_(store), tags_(tags), current_values_(current_values), clock_(std::move(clock)) {}
+                Clock clock, std::size_t most_instants)
+      : store_(store),
+        tags_(tags),
+        current_values_(current_values),
+        clock_(std::move(clock)),
+        most_instants_(most_instants) {}
 
-  // The results at up to some thousand instants from where the stretch has got to. REQUIRES that
-  // it is not done. The status of the store.
+  // The results at some instants from where the stretch has got to. REQUIRES that it is not done.
+  // The status of the store.
   Result<HistoryStep> Compute(const Calculation& calculation,
                               const HistoryProgress& progress) const;
 
  private:
+  std::size_t InstantsOf(const Calculation& calculation) const;
   // Of each operand what it is at each instant, NaN where it is bad.
   using Operands = std::vector<std::vector<double>>;
 
   // No points: there is no such tag.
   Result<std::optional<TagPoints>> PointsOf(TagId tag, std::int64_t until_ms) const;
-  // The first result there is to be, at the earliest, and what stands before it.
+  // Where the first result is to be, at the earliest.
   Result<HistoryProgress> Begin(const Calculation& calculation, HistoryProgress progress) const;
   // When all operands have a record; none when there is one that has not.
   Result<std::optional<std::int64_t>> FirstOperandsOf(const Calculation& calculation,
@@ -77,11 +82,14 @@ class HistoryReader {
   // No operands: one of them is no tag any more.
   Result<std::optional<Operands>> OperandsAt(const Calculation& calculation,
                                              std::span<const std::int64_t> times_ms) const;
+  static void AddResults(const Calculation& calculation, std::span<const std::int64_t> times_ms,
+                         const Operands& operands, HistoryStep* step);
 
   Store& store_;
   const TagIndex& tags_;
   const CurrentValues& current_values_;
   const Clock clock_;
+  const std::size_t most_instants_;  // of one step
 };
 
 }  // namespace zervane

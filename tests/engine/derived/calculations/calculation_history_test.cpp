@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 #include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/engine/derived/calculations/past_database.h"
+#include "tests/engine/short_memory.h"
 #include "tests/support/case_name.h"
 
 namespace zervane {
@@ -17,6 +19,7 @@ namespace {
 
 constexpr TagId kA = 1;
 constexpr TagId kB = 2;
+constexpr TagId kD = 4;  // may be a calculation tag, too
 constexpr TagId kE = 5;  // the first calculation tag
 constexpr TagId kF = 6;
 
@@ -247,8 +250,11 @@ TEST_F(CalculatedHistory, WaitsForThatOfItsOperands) {
   database_.now_ms = 20'000'000;
   database_.Save(PastDatabase::Polled(kF, "'a'", 1, Past{}));
   database_.Save(PastDatabase::Notified(kE, "'f' * 2", 0, Past{}));
+  database_.Write(kA, 19'000'000, 1);
+  database_.Save(PastDatabase::Notified(kD, "'f' * 3", kA, Past{3, {}}));
   database_.Work();
   EXPECT_EQ(database_.RecordsOf(kE).size(), 20'000U);
+  EXPECT_EQ(database_.TextOf(kD), "19000=3");
 }
 
 // ---- saving ----
@@ -509,6 +515,30 @@ TEST_F(CalculatedHistory, LosesNoGapWhenTheStoreRefusesItAtFirst) {
   EXPECT_EQ(database_.TextOf(kE), "80=1 90=1 100=1 110=1");
 }
 
+TEST_F(CalculatedHistory, IsDamageWhenItsRowsAreNone) {
+  database_.Write(kA, 1'000, 1);
+  database_.Save(PastDatabase::Polled(kE, "'a'", 1, Past{}));
+  database_.Save(PastDatabase::Polled(kF, "'a'", 1, {}));
+  const std::vector<HistoryProgress> rows = database_.Rows();
+  ASSERT_EQ(rows.size(), 1U);
+  for (const TagId tag : {kA, kF, TagId{99}}) {
+    database_.Close();
+    HistoryProgress stray = rows.front();
+    stray.key.tag = tag;
+    StoreBatch batch;
+    Table<HistoryProgress>::Put(stray, batch);
+    storage::StoreDriver(database_.store()).MustCommit(std::move(batch));
+    database_.Open();
+    EXPECT_EQ(database_.opening().code(), ZR3_ERR_STORAGE_DAMAGED) << tag;
+    database_.Close();
+    StoreBatch removal;
+    Table<HistoryProgress>::Remove(stray.key, removal);
+    storage::StoreDriver(database_.store()).MustCommit(std::move(removal));
+  }
+  database_.Open();
+  EXPECT_TRUE(database_.opening().ok());
+}
+
 // ---- a store that refuses ----
 
 TEST_F(CalculatedHistory, TriesTheSameAgainWhenTheStoreRefuses) {
@@ -542,6 +572,85 @@ TEST_F(CalculatedHistory, ChangesNothingWhenASaveIsRefused) {
   database_.Work();
   EXPECT_EQ(database_.RecordsOf(kE).size(), 10'000U);
   EXPECT_EQ(database_.RecordsOf(kE).back(), NumberAt(10'000'000, 1));
+}
+
+// ---- want of memory ----
+
+// Runs what asks for memory with one request after the other failing, until none is left to fail.
+template <typename Try, typename Check>
+void WithEveryRequestFailing(const Try& attempt, const Check& check) {
+  bool failed = true;
+  for (std::uint64_t nth = 1; failed; ++nth) {
+    ASSERT_LT(nth, 10'000U);
+    try {
+      const ShortMemory memory(nth, ShortMemory::Lack::kOne);
+      attempt();
+    } catch (const std::bad_alloc&) {
+    }
+    failed = ShortMemory::Failed() > 0;
+    if (failed) check(nth);
+  }
+}
+
+TEST_F(CalculatedHistory, StoresAllOrNothingOfAStepWhicheverRequestForMemoryFails) {
+  for (TagId tag = 1; tag <= 2; ++tag) {
+    for (std::int64_t at = 1; at <= 40; ++at) {
+      database_.Write(tag, at * 1000 + tag, static_cast<double>(at));
+    }
+  }
+  database_.now_ms = 50'000;
+  database_.Save(PastDatabase::Polled(kE, "'a' + 'b'", 5, Past{0, 30}));
+  database_.Save(PastDatabase::Notified(kF, "'a' - 'b'", 0, Past{}));
+  WithEveryRequestFailing(
+      [&] {
+        while (database_.history().HasWork()) {
+          if (!database_.history().Step().ok()) break;
+        }
+      },
+      [&](std::uint64_t) {
+        // A stretch is stored up to where its row says, and no further.
+        for (const HistoryProgress& row : database_.Rows()) {
+          const std::vector<Sample> stored = database_.RecordsOf(row.key.tag);
+          ASSERT_TRUE(stored.empty() || stored.back().time_ms < row.next_ms);
+        }
+      });
+  database_.Work();
+  EXPECT_EQ(database_.TextOf(kE), "5=8 10=18 15=28 20=38 25=48 30=58");
+  EXPECT_EQ(database_.RecordsOf(kF).size(), 79U);
+  EXPECT_TRUE(database_.Rows().empty());
+}
+
+TEST_F(CalculatedHistory, IsAsItWasWhichRequestForMemoryEverASavingLacks) {
+  database_.Write(kA, 1'000, 1);
+  database_.Save(PastDatabase::Polled(kE, "'a'", 10, Past{}));
+  const std::vector<HistoryProgress> before = database_.Rows();
+  const Calculation other = PastDatabase::Polled(kE, "'a' * 2", 20, Past{0, 60});
+  bool is_saved = false;
+  WithEveryRequestFailing(
+      [&] { is_saved = database_.TrySave(other).ok(); },
+      [&](std::uint64_t) { ASSERT_TRUE(is_saved || database_.Rows() == before); });
+  EXPECT_TRUE(is_saved);
+  database_.Work();
+  EXPECT_EQ(database_.TextOf(kE), "20=2 40=2 60=2");
+}
+
+TEST_F(CalculatedHistory, LosesNoGapWhicheverRequestForMemoryFailsAtTheOpening) {
+  database_.Write(kA, 80'000, 1);
+  database_.Save(PastDatabase::Polled(kE, "'a'", 10, Past{}));
+  database_.Save(PastDatabase::Polled(kF, "'a'", 20, Past{}));
+  database_.Work();
+  database_.Close();
+  database_.now_ms = 121'000;
+  database_.Open();
+  bool has_begun = false;
+  WithEveryRequestFailing([&] { has_begun = database_.Begin().ok() || has_begun; },
+                          [&](std::uint64_t) {
+                            ASSERT_EQ(database_.Rows().size(), has_begun ? 2U : 0U);
+                            ASSERT_EQ(database_.history().HasWork(), has_begun);
+                          });
+  database_.Work();
+  EXPECT_EQ(database_.TextOf(kE), "80=1 90=1 100=1 110=1 120=1");
+  EXPECT_EQ(database_.TextOf(kF), "80=1 100=1 120=1");
 }
 
 }  // namespace

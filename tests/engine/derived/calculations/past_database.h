@@ -56,7 +56,7 @@ class PastDatabase {
   void Open() {
     store_ = std::make_unique<storage::FaultyStore>(below_, faults_);
     path_ = std::make_unique<WritePath>(*store_, tags_, clock());
-    history_ = std::make_unique<CalculationHistory>(*store_, *path_, tags_, clock());
+    history_ = std::make_unique<CalculationHistory>(*store_, *path_, tags_, clock(), most_instants);
     stage_ = std::make_unique<SavingStage>(*this);
     path_->AddStage(*stage_);
     Turn turn = Turn::Issue();
@@ -109,7 +109,7 @@ class PastDatabase {
           return Status();
         },
         [&](Turn&) {
-          tags_.Put(tag, {.type = calculation.type, .is_read = true, .is_own = true});
+          tags_.Put(tag, {.type = calculation.type, .is_own = true});
           saved_[tag] = proposal_;
         });
   }
@@ -189,6 +189,7 @@ class PastDatabase {
   const std::map<TagId, CalculationPtr>& saved() const { return saved_; }
 
   std::int64_t now_ms = 100'000;
+  std::size_t most_instants = CalculationHistory::kMostInstants;  // from the next opening on
   // Called whenever the clock is asked, by whoever asks.
   std::function<void()> on_clock;
 

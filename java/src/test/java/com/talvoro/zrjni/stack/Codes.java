@@ -35,6 +35,7 @@ final class Codes {
   static final int TYPE_MISMATCH = 119604;
   static final int OUT_OF_ORDER = 119605;
   static final int VALUE_TOO_LONG = 119606;
+  static final int BUFFER_TOO_SMALL = 119607;
   static final int INVALID_EXPRESSION = 119608;
   static final int TOO_FEW_GOOD = 119609;
   static final int SOME_RECORDS_FAILED = 119610;
@@ -49,7 +50,10 @@ final class Codes {
   static final int USER_EXISTS = 121604;
   static final int USER_GROUP_NOT_FOUND = 121605;
   static final int USER_GROUP_EXISTS = 121606;
+  static final int INVALID_USER_NAME = 121607;
+  static final int INVALID_PASSWORD = 121608;
   static final int MEMBER_EXISTS = 121609;
+  static final int NOT_A_MEMBER = 121610;
   static final int BUILT_IN = 121611;
   static final int LAST_ADMINISTRATOR = 121612;
   static final int AUTH_ITEM_NOT_FOUND = 121613;
