@@ -128,12 +128,13 @@ final class DeedsOfHistory {
               assertEquals(95, records[1].fFloat64);
             },
             stack -> {
-              int[] tags = {stack.source, Tags.UNKNOWN};
+              int[] tags = {stack.source, stack.source};
               int[] errors = new int[2];
+              ZRJniRecord[] records = {Records.at(1, 0), Records.at(0, 0)};
               assertEquals(
                   Codes.SOME_INSTANTS_FAILED,
-                  Jni_Zervane.queryTagsInterpRecordsByMode(0, tags, 2, instants(), errors));
-              assertEquals(Codes.TAG_NOT_FOUND, errors[1]);
+                  Jni_Zervane.queryTagsInterpRecordsByMode(0, tags, 2, records, errors));
+              assertEquals(Codes.NO_RECORD, errors[1]);
             }),
         Deed.of(
             "modifyRecord",
