@@ -34,8 +34,9 @@ class Database {
   }
 
   // The catalogue's version as it was heard last, when that was no more than a second ago: for as
-  // long as it stays the same, what was looked up in the catalogue holds. A few nanoseconds.
-  virtual std::optional<std::int64_t> HeardCatalogueVersion() const = 0;
+  // long as it stays the same, what was looked up in the catalogue holds. None for a caller who may
+  // not read the catalogue. A few nanoseconds.
+  virtual std::optional<std::int64_t> HeardCatalogueVersion(const Caller& caller) const = 0;
 
   // Stores what is still queued and stops accepting operations; the destructor does the same,
   // silently. The status of queued records that could not be stored, unless it was told before.

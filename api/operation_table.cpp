@@ -12,6 +12,11 @@ using enum OperationFamily;
 constexpr bool kChanges = true;
 constexpr bool kReads = false;
 
+template <typename Op>
+const std::string& UserOf(const void* operation) {
+  return static_cast<const Op*>(operation)->user;
+}
+
 constexpr OperationRow kTable[] = {
     {kAddTag, "add tag", kTags, AuthorityItem::kTags, 3, kChanges, Audit::kYes},
     {kModifyTag, "modify tag", kTags, AuthorityItem::kTags, 3, kChanges, Audit::kYes},
@@ -76,7 +81,7 @@ constexpr OperationRow kTable[] = {
     {kGetCurrentUser, "get current user", OperationFamily::kSecurity, AuthorityItem::kSecurity, 0,
      kReads},
     {kGetAuthorityLevel, "get authority level", OperationFamily::kSecurity,
-     AuthorityItem::kSecurity, 1, kReads},
+     AuthorityItem::kSecurity, 1, kReads, Audit::kNo, UserOf<GetAuthorityLevel>},
     {kListAuthorityItems, "list authority items", OperationFamily::kSecurity,
      AuthorityItem::kSecurity, 1, kReads},
     {kAddUser, "add user", OperationFamily::kSecurity, AuthorityItem::kSecurity, 3, kChanges,
@@ -84,7 +89,7 @@ constexpr OperationRow kTable[] = {
     {kDeleteUser, "delete user", OperationFamily::kSecurity, AuthorityItem::kSecurity, 3, kChanges,
      Audit::kYes},
     {kChangePassword, "change password", OperationFamily::kSecurity, AuthorityItem::kSecurity, 3,
-     kChanges, Audit::kYes},
+     kChanges, Audit::kYes, UserOf<ChangePassword>},
     {kResetPassword, "reset password", OperationFamily::kSecurity, AuthorityItem::kSecurity, 3,
      kChanges, Audit::kYes},
     {kDescribeUser, "describe user", OperationFamily::kSecurity, AuthorityItem::kSecurity, 3,

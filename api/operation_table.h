@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "api/operation_number.h"
@@ -34,14 +35,18 @@ constexpr int kNoUserNeeded = -1;
 // refusal always is.
 enum class Audit : std::uint8_t { kNo, kYes };
 
+// The user whom an operation concerns, which needs no level when that is who asks for it.
+using ConcernedUser = const std::string& (*)(const void* operation);
+
 struct OperationRow {
   OperationNumber number;
   std::string_view name;  // for the log
   OperationFamily family;
   AuthorityItem item;
-  int level;  // that the caller must have in the item; of what concerns himself, none
+  int level;  // that the caller must have in the item
   bool changes;
   Audit audit = Audit::kNo;
+  ConcernedUser concerned_user = nullptr;  // null: the level is needed whomever it concerns
 };
 
 // In order of number.

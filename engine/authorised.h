@@ -10,17 +10,19 @@
 
 namespace zervane {
 
-// The level that a caller has in an authority item, from 0 to kMaxLevel.
+// The level that a caller has in an authority item, from 0 to kMaxLevel; kNoUserNeeded when its
+// user is gone.
 using Levels = std::function<int(const Caller&, AuthorityItem)>;
 
-// Stands before a database: what a caller has no right to do is refused with ZR3_ERR_NO_RIGHT and
-// logged, the rest goes on to it.
+// Stands before a database: what a caller has no right to do is refused with ZR3_ERR_NO_RIGHT, the
+// rest goes on to it. The log is told of every refusal, and of what changes users, tags and alarms
+// or logs in: who, from where, what, and what became of it.
 class Authorised final : public Database {
  public:
-  // Without levels everything is allowed, as it is in this process as long as there are no users.
-  explicit Authorised(std::unique_ptr<Database> database, Levels levels = nullptr);
+  Authorised(std::unique_ptr<Database> database, Levels levels);
 
-  std::optional<std::int64_t> HeardCatalogueVersion() const override;
+  // None for a caller whose level in tags is below that of reading them.
+  std::optional<std::int64_t> HeardCatalogueVersion(const Caller& caller) const override;
   Status Carry(const Caller& caller, OperationNumber number, const void* operation,
                void* reply) override;
   Status Close() override;
@@ -28,7 +30,6 @@ class Authorised final : public Database {
  private:
   const std::unique_ptr<Database> database_;
   const Levels levels_;
-  const bool allows_everything_;
 };
 
 }  // namespace zervane

@@ -12,8 +12,12 @@ Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clo
   Result<std::unique_ptr<Engine>> engine = Engine::Open(std::move(store), std::move(clock));
   if (!engine.ok()) return engine.status();
   return Guarded([&]() -> Result<std::unique_ptr<Database>> {
+    const Engine& levels = **engine;
     auto database = std::make_unique<EmbeddedDatabase>(*std::move(engine));
-    return std::unique_ptr<Database>(std::make_unique<Authorised>(std::move(database)));
+    return std::unique_ptr<Database>(std::make_unique<Authorised>(
+        std::move(database), [&levels](const Caller& caller, AuthorityItem item) {
+          return levels.LevelOf(caller, item);
+        }));
   });
 }
 

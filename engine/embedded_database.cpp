@@ -31,7 +31,7 @@ constexpr auto kHandlers = HandlersOf(AllOperations());
 
 }  // namespace
 
-std::optional<std::int64_t> EmbeddedDatabase::HeardCatalogueVersion() const {
+std::optional<std::int64_t> EmbeddedDatabase::HeardCatalogueVersion(const Caller&) const {
   return engine_->catalogue_version();
 }
 

@@ -18,7 +18,7 @@ class EmbeddedDatabase final : public Database {
   explicit EmbeddedDatabase(std::unique_ptr<Engine> engine) : engine_(std::move(engine)) {}
 
   // Always heard just now: the catalogue is in this process.
-  std::optional<std::int64_t> HeardCatalogueVersion() const override;
+  std::optional<std::int64_t> HeardCatalogueVersion(const Caller& caller) const override;
 
   Status Carry(const Caller& caller, OperationNumber number, const void* operation,
                void* reply) override;

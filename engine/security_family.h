@@ -4,6 +4,7 @@
 #include "api/operations/security.h"
 #include "api/words/status.h"
 #include "engine/security/security.h"
+#include "engine/subscription_family.h"
 
 namespace zervane {
 
@@ -12,7 +13,9 @@ namespace zervane {
 // Threads: any.
 class SecurityFamily {
  public:
-  explicit SecurityFamily(Security& security) : security_(security) {}
+  // Both outlive it. Whoever logs in follows nothing of what his session did.
+  SecurityFamily(Security& security, SubscriptionFamily& subscriptions)
+      : security_(security), subscriptions_(subscriptions) {}
 
   Result<User> Handle(const Caller& caller, const Login& operation);
   Result<std::string> Handle(const Caller& caller, const GetCurrentUser& operation);
@@ -36,6 +39,7 @@ class SecurityFamily {
 
  private:
   Security& security_;
+  SubscriptionFamily& subscriptions_;
 };
 
 }  // namespace zervane

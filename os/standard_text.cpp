@@ -1,5 +1,7 @@
 #include "os/standard_text.h"
 
+#include <string.h>  // explicit_bzero
+
 #include <array>
 #include <new>
 #include <vector>
@@ -93,6 +95,11 @@ StandardText::SystemText StandardText::ToSystem(std::string_view utf8, std::size
   const std::string_view replaced = WithoutWhatLacks(utf8);
   if (Encode(replaced, max_bytes)) return {.bytes = {converted_.data(), size_}};
   return EncodeWhatFits(replaced, max_bytes);
+}
+
+void StandardText::Wipe() noexcept {
+  explicit_bzero(converted_.data(), converted_.size());
+  explicit_bzero(replaced_.data(), replaced_.size());
 }
 
 // Into converted_; false when it does not convert, or does not fit.

@@ -39,6 +39,9 @@ class StandardText {
   // A character that the encoding lacks, and a byte that is no part of one, becomes '?'.
   SystemText ToSystem(std::string_view utf8, std::size_t max_bytes);
 
+  // Wipes what conversions have left here; the views that they answered end.
+  void Wipe() noexcept;
+
   // Whether the encoding can be had, and whether it is UTF-8 by one of its names.
   static bool IsKnown(std::string_view encoding);
   static bool IsUtf8(std::string_view encoding);

@@ -18,7 +18,7 @@
 #include "vask/changes.h"
 #include "vask/class_tag.h"
 #include "vask/handed_out.h"
-#include "vask/paged_iterator.h"
+#include "vask/iterate.h"
 #include "vask/records.h"
 #include "vask/texts.h"
 
@@ -38,11 +38,10 @@ using zervane::FindAlarmGroup;
 using zervane::FindAlarmsOfGroup;
 using zervane::FindAlarmsOfTags;
 using zervane::GroupId;
-using zervane::ItemIterator;
+using zervane::Iterate;
 using zervane::ListAlarmGroups;
 using zervane::ListTagsOfGroup;
 using zervane::ModifyAlarmGroup;
-using zervane::PagedIterator;
 using zervane::PollAlarms;
 using zervane::Query;
 using zervane::ReadAlarmGroups;
@@ -58,24 +57,6 @@ using zervane::TagId;
 namespace {
 
 // ---- iterators ----
-
-// Hands an iterator over the pages of the operation out, which begins at its key; the session
-// outlives its handles, and with them the iterator.
-template <typename Item, typename Key, typename Op>
-Status Iterate(Session& session, Op operation, Key (*key_of)(const Item&),
-               void (*fill)(const Item&, void*), ZR3HANDLE* handle) {
-  const Key from = operation.from;
-  auto fetch = [&session, operation = std::move(operation)](const Key& key,
-                                                            std::int32_t limit) mutable {
-    operation.from = key;
-    operation.limit = limit;
-    return session.Do(operation);
-  };
-  Result<std::unique_ptr<ItemIterator>> iterator = PagedIterator<Item, Key>::Make(
-      {.fetch = std::move(fetch), .key_of = key_of, .fill = fill}, from);
-  if (!iterator.ok()) return iterator.status();
-  return Deliver(session.handles().Add(*std::move(iterator)), handle);
-}
 
 // Iterates over the records that `find`, which names the tags or the group, asks for.
 template <typename Find>

@@ -42,6 +42,16 @@ int32 Query(const char* function, const Arguments& arguments, ZR3HANDLE* iterato
   return Call(function, arguments, std::forward<Body>(body));
 }
 
+// The same for a function that may wait for long, and takes the session for itself what it needs.
+template <typename Body>
+int32 CallAside(const char* function, const Arguments& arguments, Body&& body) noexcept {
+  return StatusOfWork(function, [&] {
+    Session& process = ProcessSession();
+    Status status = process.Hold([&](Session&) -> Status { return {arguments.fault(), {}}; });
+    return status.ok() ? body(process) : status;
+  });
+}
+
 // The answer of a function that this library does not offer yet.
 int32 Unsupported(const char* function, const Arguments& arguments) noexcept;
 

@@ -13,7 +13,7 @@ void RequestCache::SetCapacity(std::size_t capacity) {
 
 Result<TagId> RequestCache::FindTagId(Database& database, const Caller& caller,
                                       std::string_view name) {
-  const std::optional<std::int64_t> version = database.HeardCatalogueVersion();
+  const std::optional<std::int64_t> version = database.HeardCatalogueVersion(caller);
   const bool may_keep = version && capacity_ > 0;
   if (may_keep) {
     const ReaderLock lock(mutex_);
@@ -28,7 +28,7 @@ Result<TagId> RequestCache::FindTagId(Database& database, const Caller& caller,
 // What is found was true after the version was heard, for it was kept after a later version was, or
 // while this one stood.
 Result<TagType> RequestCache::GetTagType(Database& database, const Caller& caller, TagId id) {
-  const std::optional<std::int64_t> version = database.HeardCatalogueVersion();
+  const std::optional<std::int64_t> version = database.HeardCatalogueVersion(caller);
   if (version && version_.load(std::memory_order_acquire) == *version) {
     if (const std::optional<TagType> kept = types_.Find(id)) return *kept;
   }

@@ -26,6 +26,7 @@ Status Session::Connect(const Servers& servers, const DatabaseOpener& open) {
   if (!opened.ok()) return opened.status();
   ZERVANE_ASSERT(*opened != nullptr);
   servers_ = servers;
+  caller_ = Caller();
   database_ = *std::move(opened);
   return {};
 }
@@ -37,8 +38,30 @@ Status Session::Disconnect() {
   cache_.Clear();
   polled_changes_.Clear();
   polled_alarms_.Clear();
-  const std::unique_ptr<Database> database = std::move(database_);
+  const std::shared_ptr<Database> database = std::move(database_);
   return database->Close();
+}
+
+Session::Asker Session::MakeAsker() {
+  const SharedSessionLock lock(mutex_);
+  return {.database = database_, .caller = caller_};
+}
+
+// The database may have been left meanwhile, for the same one even: whoever is connected now has
+// not logged in.
+Status Session::LogIn(const Login& login) {
+  const Asker asker = MakeAsker();
+  if (asker.database == nullptr) return {ZR3_ERR_NOT_CONNECTED, {}};
+  Result<User> user = asker.database->Do(asker.caller, login);
+  if (!user.ok()) return user.status();
+  const SessionLock lock(mutex_);
+  if (database_ != asker.database) return {ZR3_ERR_NOT_CONNECTED, {}};
+  caller_.user = std::move(user->name);
+  caller_.user_id = user->id;
+  cache_.Clear();
+  polled_changes_.Clear();
+  polled_alarms_.Clear();
+  return {};
 }
 
 Session& ProcessSession() {

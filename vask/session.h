@@ -47,6 +47,20 @@ class Session {
     return database_->Do(caller_, operation);
   }
 
+  // Has the database carry out an operation that may wait for long, without holding the session: a
+  // call that disconnects has it end, with ZR3_ERR_NOT_CONNECTED. REQUIRES that this thread does
+  // not hold the session.
+  template <typename Op>
+  Result<typename Op::Reply> DoAside(const Op& operation) {
+    const Asker asker = MakeAsker();
+    if (asker.database == nullptr) return Status(ZR3_ERR_NOT_CONNECTED, {});
+    return asker.database->Do(asker.caller, operation);
+  }
+
+  // Asks in the name of a user from now on, and forgets what the user before has looked up and is
+  // still to get; on a failure nothing has changed. As DoAside.
+  Status LogIn(const Login& login);
+
   // The identifier of a name and the type of a tag's values, from memory where that is still true.
   Result<TagId> FindTagId(std::string_view name) {
     mutex_.AssertHeld();
@@ -75,8 +89,15 @@ class Session {
   }
 
  private:
+  // What a call needs that does not hold the session.
+  struct Asker {
+    std::shared_ptr<Database> database;  // null: not connected
+    Caller caller;
+  };
+  Asker MakeAsker();
+
   SessionMutex mutex_;
-  std::unique_ptr<Database> database_ GUARDED_BY(mutex_);
+  std::shared_ptr<Database> database_ GUARDED_BY(mutex_);
   Caller caller_ GUARDED_BY(mutex_);
   Servers servers_ GUARDED_BY(mutex_);
   // They lock themselves; that they speak of database_ is what the mutex is held for.

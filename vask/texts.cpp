@@ -56,6 +56,19 @@ std::optional<std::string_view> ReadText(StandardText& texts, const char* array,
   return texts.FromSystem({array, size});
 }
 
+std::optional<Secret> ReadSecret(StandardText& texts, const char* array, std::size_t capacity) {
+  struct Wiping {
+    StandardText& texts;
+    ~Wiping() {
+      texts.Wipe();
+      WipeStack();
+    }
+  };
+  const Wiping wiping{texts};
+  const std::optional<std::string_view> utf8 = ReadText(texts, array, capacity);
+  return utf8 ? std::optional<Secret>(*utf8) : std::nullopt;
+}
+
 void WriteText(StandardText& texts, std::string_view utf8, char* array, std::size_t capacity) {
   ZERVANE_ASSERT(capacity > 0);
   const std::string_view text = CallersText(texts, utf8, capacity - 1);

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "api/words/secret.h"
 #include "engine/storage/codec/text_decoder.h"
 #include "os/standard_text.h"
 
@@ -22,6 +23,9 @@ StandardText& TextsOfThisThread();
 // when it does not end within the array, of which no more is read, or does not convert.
 std::optional<std::string_view> ReadText(StandardText& texts, const char* array,
                                          std::size_t capacity);
+
+// The same of a text that nobody else is to see: nothing of it stays in `texts` or on the stack.
+std::optional<Secret> ReadSecret(StandardText& texts, const char* array, std::size_t capacity);
 
 // Writes a text with its terminator into a caller's array, as well as its encoding and its size
 // (at least 1) allow: a character that the encoding lacks becomes '?', and what does not fit is cut

@@ -44,4 +44,12 @@ class Secret {
   std::size_t size_ = 0;
 };
 
+// Wipes what functions that were called from here have left on the stack, to be called where one of
+// them has worked on a secret.
+[[gnu::noinline]] inline void WipeStack() noexcept {
+  constexpr std::size_t kRoom = 16'384;  // more than converting or checking a text takes
+  char room[kRoom];
+  explicit_bzero(room, sizeof room);
+}
+
 }  // namespace zervane

@@ -14,7 +14,7 @@ class ReachedDatabase final : public Database {
  public:
   explicit ReachedDatabase(std::vector<OperationNumber>* reached) : reached_(*reached) {}
 
-  std::optional<std::int64_t> HeardCatalogueVersion() const override { return 42; }
+  std::optional<std::int64_t> HeardCatalogueVersion(const Caller&) const override { return 42; }
   Status Carry(const Caller&, OperationNumber number, const void*, void*) override {
     reached_.push_back(number);
     return {};
@@ -73,9 +73,14 @@ TEST_F(AuthorisedTest, KnowsNoOperationOfAnotherNumber) {
   EXPECT_TRUE(reached_.empty());
 }
 
+TEST_F(AuthorisedTest, TellsTheCataloguesVersionToThoseWhoMayReadIt) {
+  EXPECT_EQ(WithLevel(kNoUserNeeded).HeardCatalogueVersion(Caller()), std::nullopt);
+  EXPECT_EQ(WithLevel(0).HeardCatalogueVersion(Caller()), std::nullopt);
+  EXPECT_EQ(WithLevel(1).HeardCatalogueVersion(Caller()), 42);
+}
+
 TEST_F(AuthorisedTest, PassesOnWhatNeedsNoRight) {
   Authorised database = WithLevel(0);
-  EXPECT_EQ(database.HeardCatalogueVersion(), 42);
   EXPECT_EQ(database.Close().code(), ZR3_ERR_STORAGE_FULL);
 }
 

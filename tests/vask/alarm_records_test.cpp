@@ -104,7 +104,7 @@ TEST(AlarmRecordFrontier, TheTimesOfAQueryAreOnesInOrderAndAnEndOfZeroIsNone) {
 // A database of alarms that keeps what it is asked for and answers as it is told.
 class AlarmDatabase final : public Database {
  public:
-  std::optional<std::int64_t> HeardCatalogueVersion() const override { return 1; }
+  std::optional<std::int64_t> HeardCatalogueVersion(const Caller&) const override { return 1; }
   Status Close() override { return {}; }
   Status Carry(const Caller&, OperationNumber number, const void* operation, void* reply) override {
     switch (number) {

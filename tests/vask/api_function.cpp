@@ -227,50 +227,6 @@ const std::vector<ApiFunction>& AllFunctions() {
   return functions;
 }
 
-bool IsOffered(const std::string& name) {
-  static const std::set<std::string> offered = {
-      "nt3_connect",
-      "nt3_disconnect",
-      "ut3_get_item_step",
-      "ut3_free_handle",
-      "ut3_set_request_timeout",
-      "ut3_set_api_option",
-      "ut3_set_request_cache_capacity",
-      "ut3_get_server_ms_time",
-      "pt3_add_tag",
-      "pt3_modify_tag_prop",
-      "pt3_query_tag_prop",
-      "pt3_query_tag_type",
-      "pt3_query_tags_cond",
-      "tag3_delete_tag",
-      "tag3_query_tags_cond",
-      "tag3_query_specify_page_tags_cond",
-      "tag3_query_tag_num_cond",
-      "tag3_query_all_tags_prop",
-      "tag3_query_id_by_name",
-      "tag3_query_ids_by_names",
-      "cc3_cmd",
-      "sn3_query_snapshot",
-      "sn3_query_snapshots",
-      "sn3_save_snapshot",
-      "sn3_save_snapshots",
-      "sn3_save_snapshots_nowait",
-      "sn3_save_disorder_snapshots",
-      "sn3_save_tags_disorder_snapshots",
-      "ar3_query_raw_records_number",
-      "ar3_query_raw_records",
-      "ar3_query_specify_num_raw_recs",
-      "ar3_query_interp_records_by_mode",
-      "ar3_query_tags_interp_records_by_mode",
-      "ar3_modify_record",
-      "st3_tag_stats_calc",
-      "am3_add_tag",
-      "am3_modify_tag_prop",
-      "am3_query_tag_prop",
-  };
-  return offered.contains(name) || Frees(name);
-}
-
 bool TakesTexts(const std::string& name) {
   static const std::set<std::string> with_texts = {
       "nt3_connect",

@@ -34,6 +34,11 @@ class FakeDatabase : public Database {
   TagId Add(const std::string& name, TagType type);
 
   int calls() const { return calls_; }
+  // Who asked last.
+  Caller last_caller() const {
+    const std::lock_guard lock(mutex_);
+    return last_caller_;
+  }
   const Tag& last_properties() const { return last_properties_; }
   PropertyMask last_mask() const { return last_mask_; }
   WriteOrder last_order() const { return last_order_; }
@@ -86,7 +91,7 @@ class FakeDatabase : public Database {
   Result<zervane::ListTags::Reply> ListTags(const zervane::ListTags& list);
   Status Close() override;
 
-  std::optional<std::int64_t> HeardCatalogueVersion() const override;
+  std::optional<std::int64_t> HeardCatalogueVersion(const Caller& caller) const override;
   Status Carry(const Caller& caller, OperationNumber number, const void* operation,
                void* reply) override;
 
@@ -96,6 +101,8 @@ class FakeDatabase : public Database {
     std::map<std::int64_t, Sample> records;
   };
 
+  // Everybody, with any password, as user 7.
+  Result<User> LogIn(const Login& login);
   Status Write(const WriteSamples& write, WriteSamples::Reply* reply);
   Result<zervane::ReadCurrentValues::Reply> ReadCurrentValues(const std::vector<TagId>& ids);
   static bool Matches(const Tag& tag, const TagQuery& query);
@@ -105,12 +112,13 @@ class FakeDatabase : public Database {
   ZR3_STATUS Judge(const TagSample& record, WriteOrder order);
   ZR3_STATUS FindBefore(TagId id, std::int64_t time_ms, Sample* sample);
 
-  mutable std::mutex mutex_;  // guards the tags and their version
+  mutable std::mutex mutex_;  // guards the tags, their version and the last caller
   std::map<TagId, Kept> tags_;
   TagId last_id_ = 0;
   std::int64_t version_ = 0;
 
   std::atomic<int> calls_{0};
+  Caller last_caller_;  // guarded by mutex_
   ZR3_STATUS write_status_ = ZR3_OK;
   std::int64_t count_ = -1;
   Tag last_properties_;

@@ -556,6 +556,82 @@ Attempt ConnectElsewhere(World&) {
           .done = [] {}};
 }
 
+// ---- users ----
+
+Attempt AddUser(World& world) {
+  auto user = std::make_shared<ZR3SecUser>();
+  std::strcpy(user->szUserName, world.NewName().c_str());
+  std::strcpy(user->szPasswd, "a password longer than what a text holds without memory");
+  std::strcpy(user->szUserDesc, "a description that is longer than that, too");
+  return {.call = [user] { return sc3_add_user(user.get()); },
+          .done = [user] { EXPECT_EQ(sc3_add_user(user.get()), ZR3_ERR_USER_EXISTS); }};
+}
+
+Attempt AddUserGroup(World& world) {
+  auto group = std::make_shared<ZR3SecGroup>();
+  std::strcpy(group->szGroupName, world.NewName().c_str());
+  std::strcpy(group->szGroupDesc, "a description that is longer than a text without memory");
+  return {.call = [group] { return sc3_add_group(group.get()); },
+          .done = [group] { EXPECT_EQ(sc3_add_group(group.get()), ZR3_ERR_USER_GROUP_EXISTS); }};
+}
+
+// A new group with admin in it.
+std::shared_ptr<ZR3SecGroup> GroupOfAdmin(World& world) {
+  auto group = std::make_shared<ZR3SecGroup>();
+  std::strcpy(group->szGroupName, world.NewName().c_str());
+  EXPECT_EQ(sc3_add_group(group.get()), ZR3_OK);
+  EXPECT_EQ(sc3_add_user_to_group("admin", group->szGroupName), ZR3_OK);
+  return group;
+}
+
+Attempt LeaveUserGroup(World& world) {
+  auto group = GroupOfAdmin(world);
+  return {.call = [=] { return sc3_delete_user_from_group("admin", group->szGroupName); },
+          .done = [=] { EXPECT_EQ(sc3_delete_group(group->szGroupName), ZR3_OK); }};
+}
+
+Attempt DeleteUserGroup(World& world) {
+  auto group = GroupOfAdmin(world);
+  return {
+      .call = [=] { return sc3_delete_group(group->szGroupName); },
+      .done =
+          [=] { EXPECT_EQ(sc3_delete_group(group->szGroupName), ZR3_ERR_USER_GROUP_NOT_FOUND); }};
+}
+
+Attempt ListMembers(World&) {
+  auto handle = std::make_shared<ZR3HANDLE>(nullptr);
+  return {.call = [=] { return sc3_query_members_of_group("administrators", handle.get()); },
+          .done =
+              [=] {
+                ZR3SecUser user{};
+                EXPECT_EQ(ut3_get_item_step(*handle, &user), ZR3_OK);
+                EXPECT_STREQ(user.szUserName, "admin");
+                EXPECT_EQ(ut3_free_handle(*handle), ZR3_OK);
+              }};
+}
+
+Attempt ListAuthorityItems(World&) {
+  auto handle = std::make_shared<ZR3HANDLE>(nullptr);
+  return {.call = [=] { return sc3_query_all_auth_items(handle.get()); },
+          .done =
+              [=] {
+                ZR3SecAuthItem item{};
+                EXPECT_EQ(ut3_get_item_step(*handle, &item), ZR3_OK);
+                EXPECT_EQ(item.nAuth, 3);
+                EXPECT_EQ(ut3_free_handle(*handle), ZR3_OK);
+              }};
+}
+
+Attempt LogInAsAdmin(World&) {
+  return {.call = [] { return sc3_login("admin", ""); },
+          .done =
+              [] {
+                char name[ZR3_LEN_NAME] = {};
+                EXPECT_EQ(sc3_query_current_user_name(sizeof name, name), ZR3_OK);
+                EXPECT_STREQ(name, "admin");
+              }};
+}
+
 }  // namespace
 
 std::vector<Deed> AllDeeds() {
@@ -597,6 +673,13 @@ std::vector<Deed> AllDeeds() {
       {"ReadManyAtInstants", ReadManyAtInstants},
       {"CalculateStatistic", CalculateStatistic},
       {"ReadServerTime", ReadServerTime},
+      {"AddUser", AddUser},
+      {"AddUserGroup", AddUserGroup},
+      {"LeaveUserGroup", LeaveUserGroup},
+      {"DeleteUserGroup", DeleteUserGroup},
+      {"ListMembers", ListMembers},
+      {"ListAuthorityItems", ListAuthorityItems},
+      {"LogInAsAdmin", LogInAsAdmin},
       {"SetCacheCapacity", SetCacheCapacity},
       {"AskForAnUnknownHandle", AskForAnUnknownHandle},
       {"ConnectAgain", ConnectAgain},

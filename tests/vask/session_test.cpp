@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 
 #include "tests/vask/fake_database.h"
@@ -200,6 +201,162 @@ TEST(Session, ForgetsNamesOfTheDatabaseBefore) {
   };
   EXPECT_EQ(id_in_database_with_tags({"A", "B"}), 1U);
   EXPECT_EQ(id_in_database_with_tags({"B", "A"}), 2U);
+}
+
+// ---- logging in ----
+
+// A session with a fake database, whose calls end when it is closed.
+class LoginTest : public testing::Test {
+ protected:
+  void Open(bool waits) {
+    ASSERT_TRUE(session_
+                    .Connect({.primary = kFolder, .standby = {}},
+                             [&](const Target&) -> Result<std::unique_ptr<Database>> {
+                               auto fake = std::make_unique<FakeDatabase>();
+                               database_ = fake.get();
+                               if (waits) MakeWait(*fake);
+                               return Result<std::unique_ptr<Database>>(std::move(fake));
+                             })
+                    .ok());
+  }
+  void MakeWait(FakeDatabase& fake) {
+    fake.on_call = [this] {
+      is_called_ = true;
+      while (!is_closed_) std::this_thread::yield();
+      return Status();
+    };
+    fake.on_close = [this] {
+      is_closed_ = true;
+      return Status();
+    };
+  }
+  void AwaitCall() {
+    while (!is_called_) std::this_thread::yield();
+  }
+
+  // Who asks.
+  Caller Asker() {
+    EXPECT_TRUE(session_.Hold([](Session& held) { return held.Do(ReadClock{}).status(); }).ok());
+    return database_->last_caller();
+  }
+
+  Session session_;
+  FakeDatabase* database_ = nullptr;
+  std::atomic<bool> is_called_{false};
+  std::atomic<bool> is_closed_{false};
+};
+
+const Login kAnna{.name = "Anna", .password = Secret("p")};
+
+TEST_F(LoginTest, ChangesWhoAsksUntilTheSessionEnds) {
+  EXPECT_EQ(session_.LogIn(kAnna).code(), ZR3_ERR_NOT_CONNECTED);
+  Open(false);
+  EXPECT_EQ(Asker().user, "admin");
+  EXPECT_EQ(session_.LogIn(kAnna).code(), ZR3_OK);
+  EXPECT_EQ(Asker().user, "Anna");
+  EXPECT_EQ(Asker().user_id, 7U);
+  ASSERT_TRUE(session_.Disconnect().ok());
+  Open(false);
+  EXPECT_EQ(Asker().user, "admin");
+  EXPECT_EQ(Asker().user_id, kAdminId);
+}
+
+TEST_F(LoginTest, LeavesTheSessionAsItWasWhenItFails) {
+  Open(false);
+  EXPECT_TRUE(session_
+                  .Hold([](Session& held) -> Status {
+                    (void)held.FindTagId("none");
+                    return held.polled_changes()
+                                       .HandOver([] { return Result<SampleBatch>(SampleBatch()); },
+                                                 [](const SampleBatch&) {
+                                                   return Status(ZR3_ERR_OUT_OF_MEMORY, {});
+                                                 })
+                                       .code() == 0
+                               ? Status(ZR3_ERR_INTERNAL, {})
+                               : Status();
+                  })
+                  .ok());
+  database_->on_call = [] { return Status(ZR3_ERR_LOGIN_FAILED, {}); };
+  EXPECT_EQ(session_.LogIn(kAnna).code(), ZR3_ERR_LOGIN_FAILED);
+  database_->on_call = nullptr;
+  EXPECT_EQ(Asker().user, "admin");
+  int polls = 0;
+  const auto poll = [&] {
+    return session_.Hold([&](Session& held) {
+      return held.polled_changes().HandOver(
+          [&] {
+            ++polls;
+            return Result<SampleBatch>(SampleBatch());
+          },
+          [](const SampleBatch&) { return Status(ZR3_ERR_OUT_OF_MEMORY, {}); });
+    });
+  };
+  EXPECT_EQ(poll().code(), ZR3_ERR_OUT_OF_MEMORY);
+  EXPECT_EQ(polls, 0) << "what was polled before still waits";
+  ASSERT_TRUE(session_.LogIn(kAnna).ok());
+  EXPECT_EQ(poll().code(), ZR3_ERR_OUT_OF_MEMORY);
+  EXPECT_EQ(polls, 1) << "it was for the user before";
+}
+
+TEST_F(LoginTest, ForgetsWhatTheUserBeforeHasLookedUp) {
+  Open(false);
+  ASSERT_EQ(database_->Add("tag", TagType::kFloat64), 1U);
+  const auto find = [&] {
+    return session_.Hold([](Session& held) { return held.FindTagId("tag").status(); });
+  };
+  ASSERT_TRUE(find().ok());
+  const int calls = database_->calls();
+  ASSERT_TRUE(find().ok());
+  EXPECT_EQ(database_->calls(), calls) << "from memory";
+  ASSERT_TRUE(session_.LogIn(kAnna).ok());
+  ASSERT_TRUE(find().ok());
+  EXPECT_EQ(database_->calls(), calls + 2) << "the login, and the search";
+}
+
+// Else disconnecting would wait for as long as the login does.
+TEST_F(LoginTest, IsEndedByDisconnecting) {
+  Open(true);
+  std::thread login([&] { EXPECT_EQ(session_.LogIn(kAnna).code(), ZR3_ERR_NOT_CONNECTED); });
+  AwaitCall();
+  EXPECT_TRUE(session_.Disconnect().ok());
+  login.join();
+}
+
+TEST_F(LoginTest, HoldsUpNoOtherCalls) {
+  Open(true);
+  std::thread login([&] { (void)session_.LogIn(kAnna); });
+  AwaitCall();
+  EXPECT_EQ(Use(session_), ZR3_OK);
+  EXPECT_TRUE(session_.Disconnect().ok());
+  login.join();
+}
+
+// It was told to the database before.
+TEST_F(LoginTest, ChangesNothingInASessionThatBeganMeanwhile) {
+  Open(true);
+  std::atomic<bool> may_return{false};
+  database_->on_call = [&] {
+    is_called_ = true;
+    while (!may_return) std::this_thread::yield();
+    return Status();
+  };
+  std::thread login([&] { EXPECT_EQ(session_.LogIn(kAnna).code(), ZR3_ERR_NOT_CONNECTED); });
+  AwaitCall();
+  ASSERT_TRUE(session_.Disconnect().ok());
+  Open(false);
+  may_return = true;
+  login.join();
+  EXPECT_EQ(Asker().user, "admin");
+}
+
+TEST_F(LoginTest, IsLikeAllThatIsDoneAsideEndedByDisconnecting) {
+  const ChangePassword change{.user = "Anna", .old_password = {}, .new_password = {}};
+  EXPECT_EQ(session_.DoAside(change).code(), ZR3_ERR_NOT_CONNECTED);
+  Open(true);
+  std::thread waiting([&] { (void)session_.DoAside(change); });
+  AwaitCall();
+  EXPECT_TRUE(session_.Disconnect().ok());
+  waiting.join();
 }
 
 TEST(ProcessSession, IsOne) { EXPECT_EQ(&ProcessSession(), &ProcessSession()); }

@@ -35,6 +35,7 @@ final class Codes {
   static final int TYPE_MISMATCH = 119604;
   static final int OUT_OF_ORDER = 119605;
   static final int VALUE_TOO_LONG = 119606;
+  static final int BUFFER_TOO_SMALL = 119607;
   static final int INVALID_EXPRESSION = 119608;
   static final int TOO_FEW_GOOD = 119609;
   static final int SOME_RECORDS_FAILED = 119610;
@@ -43,6 +44,19 @@ final class Codes {
   static final int NO_ALARM = 119621;
   static final int ALREADY_ACKNOWLEDGED = 119622;
   static final int SOME_ALARMS_FAILED = 119624;
+  static final int NO_RIGHT = 121601;
+  static final int LOGIN_FAILED = 121602;
+  static final int USER_NOT_FOUND = 121603;
+  static final int USER_EXISTS = 121604;
+  static final int USER_GROUP_NOT_FOUND = 121605;
+  static final int USER_GROUP_EXISTS = 121606;
+  static final int INVALID_USER_NAME = 121607;
+  static final int INVALID_PASSWORD = 121608;
+  static final int MEMBER_EXISTS = 121609;
+  static final int NOT_A_MEMBER = 121610;
+  static final int BUILT_IN = 121611;
+  static final int LAST_ADMINISTRATOR = 121612;
+  static final int AUTH_ITEM_NOT_FOUND = 121613;
 
   private Codes() {}
 }
