@@ -60,6 +60,7 @@ Result<std::unique_ptr<RelayIntake>> RelayIntake::Open(What what, CommitFeed& fe
   if (are_values) {
     (*consumer)->WatchAllTags(true);
   } else {
+    (*consumer)->WatchTable(TableId::kAlarmTag, true);
     (*consumer)->WatchTable(TableId::kAlarmRecord, true);
     (*consumer)->WatchTable(TableId::kStandingAlarm, true);
   }

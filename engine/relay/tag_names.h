@@ -7,6 +7,7 @@
 #include "api/words/value.h"
 #include "engine/catalogue/catalogue.h"
 #include "engine/feed/committed_group.h"
+#include "engine/storage/row.h"
 
 namespace zervane {
 
@@ -28,17 +29,23 @@ class TagNames {
 
   // The name now, else the last one; empty for what never was a tag. Until CatchUp or Follow.
   std::string_view NameOf(TagId tag) const;
-  // The name of the tag that an alarm tag watches; empty when that was deleted.
+  // The same for the tag that an alarm tag watches; empty when that was deleted before.
   std::string SourceOf(TagId alarm) const;
 
  private:
-  const PackedTag* Find(TagId tag) const;
+  // Of a tag that has come, or changed, and gone.
+  struct Passing {
+    std::string name;
+    std::string source;
+  };
+
+  void NoteTag(TagId id, RowView row);
+  void NoteAlarmTag(TagId id, RowView row);
 
   const Catalogue& catalogue_;
   TagImagePtr before_;  // as it was when nothing was left to be looked at
   TagImagePtr now_;
-  // Of tags that have come and gone since then.
-  std::unordered_map<TagId, std::string> passing_;
+  std::unordered_map<TagId, Passing> passing_;  // since then
 };
 
 }  // namespace zervane
