@@ -33,7 +33,7 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       calculations_(*store_, writes_, catalogue_, clock_),
       statistics_tags_(*store_, writes_, catalogue_, clock_),
       security_(*store_, writes_),
-      relay_(*store_, writes_, catalogue_, clock_),
+      relay_(*store_, writes_, catalogue_),
       tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
       records_(*store_, catalogue_.tags(), writes_),
@@ -69,15 +69,15 @@ Status Engine::Start(const WriteQueue::Limits& limits, OwnWork own_work) {
   Turn turn = Turn::Issue();
   if (Status status = Load(turn); !status.ok()) return status;
   if (Status status = writes_.Start(std::move(turn), limits); !status.ok()) return status;
+  const bool by_threads = own_work == OwnWork::kByThreads;
+  if (by_threads) relay_.Start();  // first, for it is to hear what the others do
   // A hold whose time passed while the database was shut is complete before anybody asks.
   if (Status status = alarm_worker_.CompleteHolds(); !status.ok()) {
     LogError("holds that are due are completed later: {}", status.message());
   }
-  const bool by_threads = own_work == OwnWork::kByThreads;
   if (by_threads) alarm_worker_.Start();
   calculations_.Start(by_threads);
   statistics_tags_.Start(by_threads);
-  if (by_threads) relay_.Start();
   return {};
 }
 

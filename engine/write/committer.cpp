@@ -69,7 +69,7 @@ CommitAnswer Committer::Commit(Turn& turn, RecordBatch& records, std::span<const
   batch_.rows.assign(rows.begin(), rows.end());
   marks_.Mark(turn, records);
   PrepareCurrent(turn, records, marks_.current());
-  if (!marks_.filtered().empty() || !marks_.read().empty()) {
+  if (!marks_.filtered().empty() || !marks_.read().empty() || !rows.empty()) {
     if (Status status = Process(turn, records, rows); !status.ok()) return {Fate::kRefused, status};
   }
   const CommittedGroupPtr news = MakeNews(records, marks_.was_newest());

@@ -109,9 +109,6 @@ ApiFunction Describe(const char* name, int32 (*function)(Parameters...),
 // to be a FLOAT64 tag of the name "tag".
 const std::vector<ApiFunction>& AllFunctions();
 
-// Whether the library offers it; the others check their arguments and say they are not supported.
-bool IsOffered(const std::string& name);
-
 // Whether there is a text among its arguments, in a record or beside it.
 bool TakesTexts(const std::string& name);
 

@@ -98,31 +98,6 @@ INSTANTIATE_TEST_SUITE_P(Api, EndlessText,
                          })),
                          CaseName());
 
-// ---- right arguments ----
-
-class Offered : public FunctionTest {};
-
-TEST_P(Offered, IsCarriedOut) {
-  Connect();
-  EXPECT_NE(GetParam().valid(), ZR3_ERR_NOT_SUPPORTED);
-}
-
-INSTANTIATE_TEST_SUITE_P(Api, Offered,
-                         testing::ValuesIn(FunctionsThat([](const ApiFunction& function) {
-                           return IsOffered(function.name);
-                         })),
-                         CaseName());
-
-class NotOffered : public FunctionTest {};
-
-TEST_P(NotOffered, SaysSo) { ExpectAll({GetParam().valid}, ZR3_ERR_NOT_SUPPORTED); }
-
-INSTANTIATE_TEST_SUITE_P(Api, NotOffered,
-                         testing::ValuesIn(FunctionsThat([](const ApiFunction& function) {
-                           return !IsOffered(function.name);
-                         })),
-                         CaseName());
-
 // ---- a database that throws ----
 
 class ThrowingDatabase : public FunctionTest {};
@@ -152,7 +127,7 @@ bool AsksTheDatabase(const ApiFunction& function) {
       "nt3_connect",        "ut3_get_item_step",
       "ut3_free_handle",    "ut3_set_request_timeout",
       "ut3_set_api_option", "ut3_set_request_cache_capacity"};
-  return IsOffered(function.name) && !Frees(function.name) && !others.contains(function.name);
+  return !Frees(function.name) && !others.contains(function.name);
 }
 
 INSTANTIATE_TEST_SUITE_P(Api, ThrowingDatabase, testing::ValuesIn(FunctionsThat(AsksTheDatabase)),

@@ -348,10 +348,11 @@ Status FakeDatabase::Carry(const Caller& caller, OperationNumber number, const v
     case OperationNumber::kCalculateStatistic:
       return answer(Calculate(as(static_cast<CalculateStatistic*>(nullptr))));
     default:
-      // Of users it knows nothing, and takes what is told of them.
+      // Of users it knows nothing, and takes what is told of them; of alarms nobody tells it.
       if (number == OperationNumber::kLogin)
         return answer(LogIn(*static_cast<const Login*>(operation)));
-      if (RowOf(number).family == OperationFamily::kSecurity) return Enter();
+      if (Status status = Enter(); !status.ok()) return status;
+      if (RowOf(number).family == OperationFamily::kSecurity) return {};
       return {ZR3_ERR_NOT_SUPPORTED, {}};
   }
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "tests/vask/connected_test.h"
 #include "zervane.h"
 
@@ -144,6 +146,20 @@ TEST_F(Iteration, NeedsAnItemToFill) {
   EXPECT_EQ(ut3_get_item_step(handle, nullptr), ZR3_ERR_NULL_ARGUMENT);
   uint32 id = 0;
   EXPECT_EQ(ut3_get_item_step(handle, &id), ZR3_OK) << "the refused call took an item";
+}
+
+// ---- the relay ----
+
+using RelaySettings = ConnectedTest;
+
+TEST_F(RelaySettings, AreRefusedForAnyTextThatDoesNotEnd) {
+  constexpr std::size_t kTexts = sizeof(ZRRestCfg) / ZR3_LEN_RELAY_TEXT;
+  static_assert(kTexts == 18);
+  for (std::size_t i = 0; i < kTexts; ++i) {
+    ZRRestCfg cfg{};
+    std::memset(reinterpret_cast<char*>(&cfg) + i * ZR3_LEN_RELAY_TEXT, 'x', ZR3_LEN_RELAY_TEXT);
+    EXPECT_EQ(ut3_send_rest_info(cfg), ZR3_ERR_INVALID_TEXT) << i;
+  }
 }
 
 }  // namespace

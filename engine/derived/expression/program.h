@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -26,6 +27,13 @@ struct Instruction {
   double constant = 0;
   UnaryFunction unary = nullptr;
   BinaryFunction binary = nullptr;
+
+  // The same, to the last bit of the constant.
+  friend bool operator==(const Instruction& a, const Instruction& b) {
+    return a.operation == b.operation && a.operand == b.operand && a.unary == b.unary &&
+           a.binary == b.binary &&
+           std::bit_cast<std::uint64_t>(a.constant) == std::bit_cast<std::uint64_t>(b.constant);
+  }
 };
 
 // How many values an operation has from the stack, where it leaves one.
@@ -61,6 +69,9 @@ class Program {
   // The value, which may be NaN or infinite. Nothing is allocated.
   // REQUIRES: there is an operand wherever an instruction asks for one.
   double Evaluate(std::span<const double> operands) const;
+
+  // Whether they compute the same by the same instructions.
+  friend bool operator==(const Program&, const Program&) = default;
 
  private:
   std::vector<Instruction> instructions_;

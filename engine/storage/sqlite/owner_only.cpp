@@ -1,10 +1,12 @@
 #include "engine/storage/sqlite/owner_only.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <memory>
 #include <string>
 #include <system_error>
 
@@ -36,7 +38,7 @@ void CloseToOthers(const fs::path& path) {
 }
 
 bool IsOfDatabase(const std::string& name) {
-  if (name == kDatabaseFile || name == kLockFile) return true;
+  if (name == "." || name == ".." || name == kDatabaseFile || name == kLockFile) return true;
   return std::ranges::any_of(
       kBeside, [&](const char* end) { return name == kDatabaseFile + std::string(end); });
 }
@@ -44,12 +46,15 @@ bool IsOfDatabase(const std::string& name) {
 bool IsOfDatabaseAlone(const fs::path& folder) {
   struct stat found {};
   if (stat(folder.c_str(), &found) != 0 || (found.st_mode & S_ISVTX) != 0) return false;
-  std::error_code error;
-  fs::directory_iterator entry(folder, error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    if (!IsOfDatabase(entry->path().filename().string())) return false;
+  // Not the library's iterator, which ends the process when it lacks memory.
+  const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
+  if (listing == nullptr) return false;
+  for (;;) {
+    errno = 0;
+    const dirent* const entry = readdir(listing.get());
+    if (entry == nullptr) return errno == 0;
+    if (!IsOfDatabase(entry->d_name)) return false;
   }
-  return !error;
 }
 
 }  // namespace

@@ -57,6 +57,8 @@ final class Codes {
   static final int BUILT_IN = 121611;
   static final int LAST_ADMINISTRATOR = 121612;
   static final int AUTH_ITEM_NOT_FOUND = 121613;
+  static final int INVALID_RELAY = 123601;
+  static final int CALCULATION_LOOP = 125601;
 
   private Codes() {}
 }

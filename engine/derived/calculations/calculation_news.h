@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <memory>
+#include <vector>
+
+#include "api/words/value.h"
+#include "engine/derived/calculations/calculation.h"
+#include "engine/mutex.h"
+
+namespace zervane {
+
+// The current value of a tag that calculations read, as they see it.
+struct OperandValue {
+  TagId tag = 0;
+  double number = 0;  // NaN: it is bad, or no number
+  std::int64_t time_ms = kNoTime;
+};
+
+// What one commit means to calculations.
+struct CalculationNews {
+  std::vector<std::shared_ptr<const Calculation>> saved;
+  std::int64_t saved_ms = 0;         // when that was, by the clock
+  std::vector<OperandValue> found;   // what tags hold that are read from now on
+  std::vector<TagId> removed;        // calculation tags, and tags that they read
+  std::vector<OperandValue> values;  // that have become current, of each tag the newest
+  // Of these the current value was corrected: it is to be looked up, once the commit is over.
+  std::vector<TagId> corrected;
+
+  bool empty() const {
+    return saved.empty() && removed.empty() && values.empty() && corrected.empty();
+  }
+};
+
+// News on the way from those who commit to the one who computes. Nothing is ever lost: when very
+// many values wait, the newest commits are taken for one, so that of each tag the newest remains.
+//
+// Threads: any.
+class CalculationNewsQueue {
+ public:
+  using List = std::list<CalculationNews>;
+
+  // So many values of several commits may wait.
+  static constexpr std::size_t kMostValues = 65'536;
+
+  // Needs no memory.
+  void Append(List& news) noexcept EXCLUDES(mutex_);
+  List TakeAll() noexcept EXCLUDES(mutex_);
+
+  // Makes one of the last two when too many values wait. For who is about to append.
+  void Compact() EXCLUDES(mutex_);
+
+ private:
+  Mutex mutex_;
+  List waiting_ GUARDED_BY(mutex_);
+  std::size_t values_ GUARDED_BY(mutex_) = 0;
+};
+
+}  // namespace zervane

@@ -1,0 +1,231 @@
+#include "engine/derived/calculations/calculation_worker.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+
+#include "engine/assert.h"
+#include "engine/guard.h"
+#include "engine/log.h"
+
+namespace zervane {
+namespace {
+
+// Whether the same may succeed later: it is not about what is written.
+bool IsWorthAnotherTry(ZR3_STATUS code) {
+  return code == ZR3_ERR_STORAGE_FAILED || code == ZR3_ERR_STORAGE_FULL ||
+         code == ZR3_ERR_STORAGE_READ_ONLY || code == ZR3_ERR_STORAGE_DAMAGED ||
+         code == ZR3_ERR_OUT_OF_MEMORY || code == ZR3_ERR_INTERNAL || code == ZR3_ERR_NOT_CONNECTED;
+}
+
+bool IsPolled(const CalculationGraph::Node& node) {
+  return node.rule->mode == Calculation::Mode::kPoll;
+}
+
+bool IsPolledEvery(const CalculationGraph::Node* node, std::int64_t period_s) {
+  return node != nullptr && node->rule != nullptr && IsPolled(*node) &&
+         node->rule->period_s == period_s;
+}
+
+// While it lives, the stage leaves out calculation tags.
+class OwnWrite {
+ public:
+  explicit OwnWrite(CalculationStage& stage) : stage_(stage) { stage_.SetIsWriting(true); }
+  OwnWrite(const OwnWrite&) = delete;
+  OwnWrite& operator=(const OwnWrite&) = delete;
+  ~OwnWrite() { stage_.SetIsWriting(false); }
+
+ private:
+  CalculationStage& stage_;
+};
+
+}  // namespace
+
+void CalculationWorker::Start() {
+  const std::int64_t now_ms = clock_();
+  opened_ms_ = now_ms;
+  graph_.Visit([&](Node& node) { graph_.Set(CurrentOf(node.tag)); });
+  graph_.Visit([&](Node& node) {
+    if (node.rule == nullptr) return;
+    node.since_ms = now_ms;
+    if (IsPolled(node)) {
+      schedule_.Add(node.tag, node.rule->period_s, now_ms);
+    } else if (std::ranges::any_of(node.targets, [&](const Node* target) {
+                 return target->time_ms > node.time_ms;
+               })) {
+      opening_.push_back(&node);
+    }
+  });
+}
+
+Status CalculationWorker::Work(const std::function<bool()>& is_stopping) {
+  return Guarded([&]() -> Status {
+    if (Status status = history_.Begin(opened_ms_); !status.ok()) return status;
+    for (;;) {
+      if (Status status = Write(); !status.ok()) return status;
+      if (is_stopping()) return {};
+      const bool has_opened = ComputeOpening();
+      const Result<bool> has_followed = ComputeNews();
+      if (!has_followed.ok()) return has_followed.status();
+      const bool was_due = ComputeDue();
+      if (has_opened || *has_followed || was_due) continue;
+      const Result<bool> has_past = ComputePast();
+      if (!has_past.ok()) return has_past.status();
+      if (!*has_past) return {};
+    }
+  });
+}
+
+bool CalculationWorker::ComputeOpening() {
+  if (opening_.empty()) return false;
+  Run(opening_, kNoTime);
+  opening_.clear();
+  return true;
+}
+
+Result<bool> CalculationWorker::ComputeNews() {
+  if (news_.empty()) news_ = stage_.queue().TakeAll();
+  if (news_.empty()) return false;
+  while (!news_.empty() && unwritten_.size() < kMostUnwritten) {
+    if (Status status = Follow(news_.front()); !status.ok()) return status;
+    news_.pop_front();
+  }
+  return true;
+}
+
+bool CalculationWorker::ComputeDue() {
+  const std::optional<PollSchedule::Due> due = schedule_.DueAt(clock_());
+  if (const std::int64_t passed_over = schedule_.TakePassedOver(); passed_over > 0) {
+    LogError("calculations: {} polled instants are too late and are passed over", passed_over);
+  }
+  if (!due) return false;
+  std::vector<Node*> first;
+  for (const TagId tag : due->tags) {
+    Node* const node = graph_.Find(tag);
+    ZERVANE_ASSERT(node != nullptr && node->rule != nullptr);
+    if (node->since_ms < due->time_ms) first.push_back(node);
+  }
+  Run(first, due->time_ms);
+  schedule_.SetDone(*due);
+  return true;
+}
+
+// When nothing is to be computed live. What is newest by then is what a live value follows.
+Result<bool> CalculationWorker::ComputePast() {
+  if (!history_.HasWork()) return false;
+  const Result<TagId> tag = history_.Step();
+  if (!tag.ok()) return tag.status();
+  if (*tag != 0) graph_.Set(CurrentOf(*tag));
+  return true;
+}
+
+// ---- news ----
+
+Status CalculationWorker::Follow(const CalculationNews& news) {
+  FollowSaved(news);
+  for (const TagId tag : news.removed) FollowRemoval(tag);
+  std::vector<Node*> triggered;
+  for (const OperandValue& value : news.values) FollowValue(value, triggered);
+  for (const TagId tag : news.corrected) {
+    if (Status status = FollowCorrection(tag, triggered); !status.ok()) return status;
+  }
+  Run(triggered, kNoTime);
+  return {};
+}
+
+// To do it twice is as to do it once, for what fails for want of memory is done again.
+void CalculationWorker::FollowSaved(const CalculationNews& news) {
+  for (const CalculationPtr& rule : news.saved) {
+    const Node* const before = graph_.Find(rule->tag);
+    const bool is_polled = rule->mode == Calculation::Mode::kPoll;
+    const bool goes_on = is_polled && IsPolledEvery(before, rule->period_s);
+    if (!goes_on && before != nullptr && before->rule != nullptr && IsPolled(*before)) {
+      schedule_.Remove(rule->tag, before->rule->period_s);
+    }
+    if (!goes_on && is_polled) schedule_.Add(rule->tag, rule->period_s, news.saved_ms);
+    Node& node = graph_.Put(rule);
+    if (!goes_on) node.since_ms = news.saved_ms;
+  }
+  for (const OperandValue& value : news.found) {
+    const Node* const node = graph_.Find(value.tag);
+    if (node != nullptr && value.time_ms >= node->time_ms) graph_.Set(value);
+  }
+}
+
+void CalculationWorker::FollowRemoval(TagId tag) {
+  const Node* const node = graph_.Find(tag);
+  if (node != nullptr && node->rule != nullptr && IsPolled(*node)) {
+    schedule_.Remove(tag, node->rule->period_s);
+  }
+  graph_.Remove(tag);
+}
+
+// Stages hear of a correction before it is there to be read: whoever has the turn next comes after
+// it.
+Status CalculationWorker::FollowCorrection(TagId tag, std::vector<Node*>& triggered) {
+  Status status = writes_.Change([](Turn&, StoreBatch&) { return Status(); }, [](Turn&) {});
+  if (status.ok()) FollowValue(CurrentOf(tag), triggered);
+  return status;
+}
+
+void CalculationWorker::FollowValue(const OperandValue& value, std::vector<Node*>& triggered) {
+  Node* const node = graph_.Find(value.tag);
+  if (node == nullptr) return;
+  graph_.Set(value);
+  for (Node* const reader : node->readers) {
+    if (reader->rule->IsTriggeredBy(value.tag)) triggered.push_back(reader);
+  }
+}
+
+OperandValue CalculationWorker::CurrentOf(TagId tag) const {
+  const std::optional<Sample> sample = writes_.current_values().Find(tag);
+  if (!sample) return {.tag = tag, .number = std::numeric_limits<double>::quiet_NaN()};
+  return {.tag = tag, .number = OperandOf(*sample), .time_ms = sample->time_ms};
+}
+
+// ---- results ----
+
+void CalculationWorker::Run(const std::vector<Node*>& first, std::int64_t time_ms) {
+  const std::size_t before = unwritten_.size();
+  try {
+    pass_.Run(first, time_ms, unwritten_);
+  } catch (...) {
+    unwritten_.tags.resize(before);
+    unwritten_.samples.Cut(before);
+    throw;
+  }
+}
+
+Status CalculationWorker::Write() {
+  while (!unwritten_.empty()) {
+    const OwnWrite own(stage_);
+    const Result<WriteSamples::Reply> reply = writes_.WriteAsSystem(unwritten_, {});
+    if (!reply.ok()) return reply.status();
+    if (reply->status == ZR3_OK) {
+      unwritten_.Clear();
+    } else if (Status status = DropRefused(*reply); !status.ok()) {
+      return status;
+    }
+  }
+  return {};
+}
+
+// A tag that went meanwhile, or whose type is another now, takes no record; the others are to have
+// theirs.
+Status CalculationWorker::DropRefused(const WriteSamples::Reply& reply) {
+  SampleBatch left;
+  for (std::size_t at = 0; at < unwritten_.size(); ++at) {
+    const ZR3_STATUS code = at < reply.codes.size() ? reply.codes[at] : reply.status;
+    if (IsWorthAnotherTry(code)) return {code, zr3_status_text(code)};
+    if (code == ZR3_OK) {
+      left.Add(unwritten_.tags[at], unwritten_.samples.At(at));
+    } else if (code != ZR3_ERR_TAG_NOT_FOUND) {
+      LogError("a record of calculation tag {} is refused: {}", unwritten_.tags[at],
+               zr3_status_text(code));
+    }
+  }
+  unwritten_ = std::move(left);
+  return {};
+}
+
+}  // namespace zervane

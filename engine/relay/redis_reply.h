@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "api/words/status.h"
+
+struct redisReader;
+
+namespace zervane {
+
+// What a Redis has answered.
+struct RedisReply {
+  enum class Kind : std::uint8_t { kText, kNumber, kNothing, kList, kFailure };
+
+  Kind kind = Kind::kNothing;
+  std::string text;  // of a failure as well
+  long long number = 0;
+  std::vector<std::unique_ptr<RedisReply>> list;
+
+  bool IsFailure() const { return kind == Kind::kFailure; }
+  bool IsText() const { return kind == Kind::kText; }
+  // The word that a failure begins with, which is all that is ever told of it: behind it servers
+  // repeat what they were sent, a password among it. "?" when it is not in capitals.
+  std::string_view FailureCode() const;
+};
+
+// Makes replies of what comes from a Redis. What is no reply, or too great for one that anybody
+// would wait for here, is refused.
+//
+// Threads: as a container.
+class RedisReplyReader {
+ public:
+  static constexpr std::size_t kMaxBytes = std::size_t{1} << 20;  // that wait to be a reply
+  static constexpr std::size_t kMaxParts = 16'384;                // of one reply, in lists
+
+  RedisReplyReader();
+  ~RedisReplyReader();
+  RedisReplyReader(const RedisReplyReader&) = delete;
+  RedisReplyReader& operator=(const RedisReplyReader&) = delete;
+
+  Status Feed(std::string_view bytes);
+  // The next reply; null when it is not there as a whole. ZR3_ERR_CONNECT_FAILED for what is none;
+  // then nothing more is to be read.
+  Result<std::unique_ptr<RedisReply>> Next();
+
+ private:
+  redisReader* const reader_;
+  std::size_t parts_ = 0;  // of the reply that is being read
+};
+
+}  // namespace zervane

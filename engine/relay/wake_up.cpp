@@ -1,0 +1,37 @@
+#include "engine/relay/wake_up.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace zervane {
+namespace {
+
+int MakeDescriptor() {
+  const int descriptor = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  if (descriptor < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
+  return descriptor;
+}
+
+}  // namespace
+
+WakeUp::WakeUp() : descriptor_(MakeDescriptor()) {}
+
+WakeUp::~WakeUp() { close(descriptor_); }
+
+// A write fails only when the descriptor is readable anyway.
+void WakeUp::Set() noexcept {
+  if (!is_set_.exchange(true)) (void)eventfd_write(descriptor_, 1);
+}
+
+// The descriptor first: who sets it in between finds it set and does not write, and the one who
+// clears it looks at what it is about only after that.
+void WakeUp::Clear() noexcept {
+  eventfd_t count = 0;
+  (void)eventfd_read(descriptor_, &count);
+  is_set_.store(false);
+}
+
+}  // namespace zervane

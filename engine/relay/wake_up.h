@@ -1,0 +1,32 @@
+#pragma once
+
+#include <atomic>
+
+namespace zervane {
+
+// Ends the wait of a thread that waits for a socket, too: it waits for this one's descriptor to be
+// readable. Once set it stays so until it is cleared.
+//
+// Threads: any.
+class WakeUp {
+ public:
+  // Throws std::system_error when there can be no descriptor.
+  WakeUp();
+  ~WakeUp();
+  WakeUp(const WakeUp&) = delete;
+  WakeUp& operator=(const WakeUp&) = delete;
+
+  // Setting it again costs an instruction.
+  void Set() noexcept;
+  // By the one who waits, before he looks at what it is about.
+  void Clear() noexcept;
+
+  bool is_set() const noexcept { return is_set_.load(); }
+  int descriptor() const noexcept { return descriptor_; }
+
+ private:
+  const int descriptor_;
+  std::atomic<bool> is_set_ = false;
+};
+
+}  // namespace zervane

@@ -1,0 +1,333 @@
+#include "engine/derived/calculations/calculations.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "tests/engine/derived/calculations/calculation_database.h"
+
+namespace zervane {
+namespace {
+
+using Database = CalculationDatabase;
+
+// ---- polled ----
+
+TEST(CalculationsTest, APolledTagIsComputedAtEveryMultipleOfItsPeriodBehindItsSaving) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 100, 1);
+  database.SetClock(2500);
+  const TagId c = database.Add(Database::Polled("c", "'x' * 2", 2));
+  database.Work();
+  EXPECT_EQ(database.Records(c), "");
+  database.SetClock(3999);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "");
+  database.SetClock(4000);
+  database.Work();
+  database.Work();
+  EXPECT_EQ(database.Records(c), "4=2");
+  database.Write(x, 4500, 7);
+  database.SetClock(6001);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "4=2 6=14");
+}
+
+TEST(CalculationsTest, MultiplesThatWerePassedOverAreComputedLateWithTheValuesThenCurrent) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 100, 1);
+  const TagId a = database.Add(Database::Polled("a", "'x'"));
+  const TagId b = database.Add(Database::Polled("b", "'a' * 10", 2));
+  database.SetClock(1000);
+  database.Work();
+  database.Write(x, 1500, 2);
+  database.SetClock(4900);
+  database.Work();
+  EXPECT_EQ(database.Records(a), "1=1 2=2 3=2 4=2");
+  EXPECT_EQ(database.Records(b), "2=20 4=20");
+}
+
+TEST(CalculationsTest, NothingIsMadeUpFromWhileTheDatabaseWasClosed) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 100, 1);
+  const TagId c = database.Add(Database::Polled("c", "'x'"));
+  database.SetClock(1500);
+  database.Work();
+  database.Close();
+  database.SetClock(9500);
+  database.Open();
+  database.Work();
+  database.SetClock(10'200);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 10=1");
+}
+
+TEST(CalculationsTest, MultiplesThatAreAnHourOfSecondsLateArePassedOver) {
+  Database database;
+  const TagId c = database.Add(Database::Polled("c", "1"));
+  database.SetClock(std::int64_t{5000} * 1000);
+  database.Work();
+  const auto count = database.Do(CountRecords{.id = c, .range = {}});
+  ASSERT_TRUE(count.ok());
+  EXPECT_EQ(*count, 3600);
+  EXPECT_EQ(database.Records(c).substr(0, 7), "1401=1 ");
+}
+
+TEST(CalculationsTest, AClockThatIsSetBackComputesNothingTwice) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 1, 1);
+  const TagId c = database.Add(Database::Polled("c", "'x'"));
+  database.SetClock(3000);
+  database.Work();
+  database.Write(x, 2, 5);
+  database.SetClock(1000);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 2=1 3=1");
+  database.SetClock(4000);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 2=1 3=1 4=5");
+}
+
+TEST(CalculationsTest, PolledTagsOfOneInstantSettleInOrderOfDependence) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 1, 1);
+  const TagId a = database.Add(Database::Polled("a", "'x' + 1", 2));
+  const TagId b = database.Add(Database::Polled("b", "'a' * 10"));
+  const TagId c = database.Add(Database::Polled("c", "'a' + 'b'"));
+  database.SetClock(2000);
+  database.Work();
+  EXPECT_EQ(database.Records(a), "2=2");
+  EXPECT_EQ(database.Records(b), "1=0! 2=20");
+  EXPECT_EQ(database.Records(c), "1=0! 2=22");
+}
+
+// The order in which they are saved has no say.
+TEST(CalculationsTest, WhatIsReadIsComputedFirstAlsoWhenItWasSavedLater) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId a = database.Add(Database::Polled("a", "1"));
+  const TagId b = database.Add(Database::Polled("b", "'x'"));
+  Tag tag = database.Read(a);
+  std::get<CalculationProperties>(tag.own).calc_expr = "'b' + 1";
+  EXPECT_EQ(database.Save(a, tag), ZR3_OK);
+  database.Write(x, 1, 5);
+  database.SetClock(1000);
+  database.Work();
+  EXPECT_EQ(database.Records(b), "1=5");
+  EXPECT_EQ(database.Records(a), "1=6");
+}
+
+TEST(CalculationsTest, AChangedPeriodCountsFromItsSavingAndAnyOtherChangeDisturbsNothing) {
+  Database database;
+  const TagId c = database.Add(Database::Polled("c", "1", 2));
+  database.SetClock(1500);
+  Tag tag = database.Read(c);
+  tag.descriptor = "other";
+  EXPECT_EQ(database.Save(c, tag), ZR3_OK);
+  database.SetClock(2500);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "2=1");
+  std::get<CalculationProperties>(tag.own).calc_period = 1;
+  EXPECT_EQ(database.Save(c, tag), ZR3_OK);
+  database.SetClock(4000);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "2=1 3=1 4=1");
+}
+
+// ---- on notification ----
+
+TEST(CalculationsTest, ANotifiedTagIsComputedWhenAnOperandHasANewValueAndStampedWithTheNewest) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId c = database.Add(Database::Notified("c", "'x' - 'y'"));
+  database.Write(x, 3000, 10);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=0!");
+  database.Write(y, 2000, 4);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=6");  // of one time: the later one replaces
+  database.Write(y, 4000, 5);
+  database.Write(x, 5000, 20);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=6 4=5 5=15");  // every commit counts
+  database.Write(x, 4500, 99);                     // late
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=6 4=5 5=15");
+}
+
+TEST(CalculationsTest, SeveralChangesInOneCommitComputeOnce) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId c = database.Add(Database::Notified("c", "'x' + 'y'"));
+  database.Write({{x, Database::At(1000, 1)},
+                  {x, Database::At(2000, 2)},
+                  {y, Database::At(1500, 10)},
+                  {x, Database::At(3000, 3)}});
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=13");
+}
+
+TEST(CalculationsTest, WithASourceNothingElseIsAReasonToCompute) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId s = database.AddPoint("s");
+  const TagId c = database.Add(Database::Notified("c", "'x'", "s"));
+  database.Write(x, 1000, 1);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "");
+  database.Write(s, 500, 0);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1");
+  database.Write(x, 3000, 2);
+  database.Write(s, 4000, 0);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 4=2");
+}
+
+TEST(CalculationsTest, ABadValueTriggersAndMakesTheResultBad) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId c = database.Add(Database::Notified("c", "'x' * 2"));
+  database.Write(x, 1000, 3);
+  database.Write({{x, Database::At(2000, 5, 0)}});
+  database.Write({{x, Database::At(3000, 5, 88)}});
+  database.Write(x, 4000, 4);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=6 2=6! 3=6! 4=8");
+}
+
+TEST(CalculationsTest, AChainAndADiamondSettleInOnePassEachOnce) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId left = database.Add(Database::Notified("left", "'x' + 1"));
+  const TagId right = database.Add(Database::Notified("right", "'left' * 2"));
+  const TagId join = database.Add(Database::Notified("join", "'left' + 'right' + 'x'"));
+  const TagId behind = database.Add(Database::Notified("behind", "'join'", "join"));
+  database.Write(x, 1000, 1);
+  database.Work();
+  EXPECT_EQ(database.Records(left), "1=2");
+  EXPECT_EQ(database.Records(right), "1=4");
+  EXPECT_EQ(database.Records(join), "1=7");
+  EXPECT_EQ(database.Records(behind), "1=7");
+  const std::int64_t before = database.LastCommit();
+  database.Write(x, 2000, 2);
+  database.Work();
+  EXPECT_EQ(database.LastCommit() - before, 2);  // the value, and all that follows from it
+  EXPECT_EQ(database.Records(behind), "1=7 2=11");
+}
+
+TEST(CalculationsTest, ANotifiedTagFollowsAPolledOneAndThatOneReadsANotifiedOne) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId first = database.Add(Database::Notified("first", "'x' + 1"));
+  const TagId polled = database.Add(Database::Polled("polled", "'first' * 2"));
+  const TagId last = database.Add(Database::Notified("last", "'polled' + 1"));
+  database.Write(x, 200, 1);
+  database.SetClock(1000);
+  database.Work();
+  EXPECT_EQ(database.Records(first), "0.2=2");
+  EXPECT_EQ(database.Records(polled), "1=4");
+  EXPECT_EQ(database.Records(last), "1=5");
+}
+
+TEST(CalculationsTest, ACorrectedCurrentValueIsAReasonToComputeAndAnEarlierOneIsNot) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId c = database.Add(Database::Notified("c", "'x' * 2"));
+  database.Write(x, 1000, 1);
+  database.Write(x, 2000, 2);
+  database.Work();
+  const auto correct = [&](std::int64_t at_ms, double number) {
+    const CorrectRecord correction{.id = x, .sample = Database::At(at_ms, number)};
+    EXPECT_EQ(database.Do(correction).code(), ZR3_OK);
+    database.Work();
+  };
+  correct(1000, 50);
+  EXPECT_EQ(database.Records(c), "1=2 2=4");
+  correct(2000, 50);
+  EXPECT_EQ(database.Records(c), "1=2 2=100");
+}
+
+TEST(CalculationsTest, AtOpeningWhatIsOlderThanItsOperandsIsComputedOnce) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId a = database.Add(Database::Notified("a", "'x'"));
+  const TagId b = database.Add(Database::Notified("b", "'a' + 'x'"));
+  database.Write(x, 1000, 1);
+  database.Work();
+  database.Write(x, 2000, 2);
+  database.Write(x, 3000, 3);  // and it is shut before these are followed
+  database.Close();
+  database.Open();
+  database.Work();
+  EXPECT_EQ(database.Records(a), "1=1 3=3");
+  EXPECT_EQ(database.Records(b), "1=2 3=6");
+  database.Close();
+  database.Open();
+  database.Work();
+  EXPECT_EQ(database.Records(b), "1=2 3=6");
+  // What is saved is known again.
+  database.Write(x, 4000, 4);
+  database.Work();
+  EXPECT_EQ(database.Records(b), "1=2 3=6 4=8");
+}
+
+TEST(CalculationsTest, ASavedExpressionCountsFromTheNextValueOn) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  database.Write(y, 100, 1000);
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  database.Write(x, 1000, 1);
+  Tag tag = database.Read(c);
+  std::get<CalculationProperties>(tag.own).calc_expr = "'x' + 'y'";
+  EXPECT_EQ(database.Save(c, tag), ZR3_OK);
+  database.Write(x, 2000, 2);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 2=1002");
+}
+
+TEST(CalculationsTest, WhatTheStoreRefusesIsWrittenLaterAndNothingIsLost) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  const TagId p = database.Add(Database::Polled("p", "'x'"));
+  database.Write(x, 100, 1);
+  database.disk().FailCommitsOfTag(c);
+  database.SetClock(1000);
+  EXPECT_EQ(database.engine().Work().code(), ZR3_ERR_STORAGE_FAILED);
+  database.SetClock(2000);
+  EXPECT_EQ(database.engine().Work().code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(database.Records(p), "");
+  database.disk().EndFailingCommits();
+  database.Write(x, 1200, 2);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "0.1=1 1.2=2");
+  EXPECT_EQ(database.Records(p), "1=1 2=2");
+}
+
+TEST(CalculationsTest, ATagThatGoesWithAResultOnItsWayTakesNoOtherWithIt) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId a = database.Add(Database::Notified("a", "'x'"));
+  const TagId b = database.Add(Database::Notified("b", "'x'"));
+  database.Write(x, 1000, 1);
+  database.disk().FailCommitsOfTag(a);
+  EXPECT_EQ(database.engine().Work().code(), ZR3_ERR_STORAGE_FAILED);
+  database.disk().EndFailingCommits();
+  database.Delete(a);
+  database.Work();
+  EXPECT_EQ(database.Records(b), "1=1");
+}
+
+}  // namespace
+}  // namespace zervane
