@@ -465,10 +465,13 @@ void StatisticsBook::ClaimLate(Entry& entry, std::int64_t windows) {
   if (start_ms && entry.has_source) {
     const Windows all(entry.rule->properties, *start_ms);
     const std::int64_t until_ms = entry.progress.until_ms;
-    const std::int64_t from_ms = entry.rule->IsRunning() ? until_ms - 1 : late.first_ms;
+    // Of running windows it is the one that was the latest when the records came, and ends with the
+    // stretch.
+    const bool is_running = entry.rule->IsRunning();
+    const std::int64_t from_ms = is_running ? late.last_ms : late.first_ms;
+    const std::int64_t to_ms = is_running ? std::min(until_ms, late.last_ms + 1) : until_ms;
     std::int64_t number = all.FirstEndingAfter(std::max(from_ms, entry.progress.from_ms));
-    for (; !job.is_rest_late; ++number) {
-      if (all.EndOf(number) > until_ms) break;
+    for (; !job.is_rest_late && all.EndOf(number) <= to_ms; ++number) {
       const std::optional<Window> window = all.At(number);
       if (!window) continue;
       if (window->begin_ms > late.last_ms) break;
