@@ -272,6 +272,21 @@ TEST_F(StatisticsTag, OfRunningWindowsComputesTheLatestAlone) {
   EXPECT_EQ(db_.Records(tag), "1000=1 2000=1");
 }
 
+TEST_F(StatisticsTag, ComputesTheLatestOfRunningWindowsAgainAndNoOthers) {
+  const TagId tag = Add([](StatisticsProperties& properties) {
+    properties.sample_mode = ZR3_STATS_SAMPLE_MODE_FOREVER;
+    properties.calc_period = 10;
+  });
+  db_.Write(source_, 5, 1);
+  db_.WorkAt(10);
+  db_.Write(source_, 6, 2);  // late, and there is no time to compute it
+  db_.Close();
+  db_.SetClock(1'003);
+  db_.Open();
+  db_.Work();
+  EXPECT_EQ(db_.Records(tag), "10=3 1000=3");
+}
+
 // ---- changes ----
 
 TEST_F(StatisticsTag, KeepsWhatWasComputedWhenItChanges) {
