@@ -88,6 +88,9 @@ Result<UserId> Security::AddUser(std::string_view name, const Secret& password,
                                  std::string_view description) {
   if (Status status = CheckUserName(name); !status.ok()) return status;
   if (Status status = CheckPassword(password.view()); !status.ok()) return status;
+  // The rules are asked in the turn; before it for what would be refused anyway, as that costs
+  // less.
+  if (book()->Find(name) != nullptr) return Status(ZR3_ERR_USER_EXISTS, std::string(name));
   Result<std::string> kept = passwords_.Keep(password);
   if (!kept.ok()) return kept.status();
   return ChangeUser([&](UserBook& book, StoreBatch& batch) {

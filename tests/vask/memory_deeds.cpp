@@ -558,21 +558,27 @@ Attempt ConnectElsewhere(World&) {
 
 // ---- users ----
 
-Attempt AddUser(World& world) {
-  auto user = std::make_shared<ZR3SecUser>();
-  std::strcpy(user->szUserName, world.NewName().c_str());
-  std::strcpy(user->szPasswd, "a password longer than what a text holds without memory");
-  std::strcpy(user->szUserDesc, "a description that is longer than that, too");
-  return {.call = [user] { return sc3_add_user(user.get()); },
-          .done = [user] { EXPECT_EQ(sc3_add_user(user.get()), ZR3_ERR_USER_EXISTS); }};
-}
-
+// Every one that stays would have the next call ask for more memory.
 Attempt AddUserGroup(World& world) {
   auto group = std::make_shared<ZR3SecGroup>();
   std::strcpy(group->szGroupName, world.NewName().c_str());
   std::strcpy(group->szGroupDesc, "a description that is longer than a text without memory");
   return {.call = [group] { return sc3_add_group(group.get()); },
-          .done = [group] { EXPECT_EQ(sc3_add_group(group.get()), ZR3_ERR_USER_GROUP_EXISTS); }};
+          .done = [group] { EXPECT_EQ(sc3_delete_group(group->szGroupName), ZR3_OK); }};
+}
+
+Attempt DescribeUser(World& world) {
+  auto text = std::make_shared<std::string>(world.NewName() + std::string(64, 'd'));
+  return {.call = [text] { return sc3_modify_user_desc("admin", text->c_str()); },
+          .done =
+              [text] {
+                ZR3HANDLE handle = nullptr;
+                ZR3SecUser user{};
+                EXPECT_EQ(sc3_query_all_users(&handle), ZR3_OK);
+                EXPECT_EQ(ut3_get_item_step(handle, &user), ZR3_OK);
+                EXPECT_EQ(user.szUserDesc, *text);
+                EXPECT_EQ(ut3_free_handle(handle), ZR3_OK);
+              }};
 }
 
 // A new group with admin in it.
@@ -673,8 +679,8 @@ std::vector<Deed> AllDeeds() {
       {"ReadManyAtInstants", ReadManyAtInstants},
       {"CalculateStatistic", CalculateStatistic},
       {"ReadServerTime", ReadServerTime},
-      {"AddUser", AddUser},
       {"AddUserGroup", AddUserGroup},
+      {"DescribeUser", DescribeUser},
       {"LeaveUserGroup", LeaveUserGroup},
       {"DeleteUserGroup", DeleteUserGroup},
       {"ListMembers", ListMembers},

@@ -195,6 +195,14 @@ TEST_F(CommitterTest, StoresRowsBeforeWhatStagesAddWhichSeeThem) {
   EXPECT_THAT(TasksIn(*below_), ElementsAre(1));
 }
 
+TEST_F(CommitterTest, ShowsStagesRowsOfRecordsThatNobodyLooksAtToo) {
+  EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1)}).fate, Fate::kStored);
+  EXPECT_THAT(stage_.notes, ElementsAre("process 0", "row 1", "keep"));
+  stage_.refusal = {ZR3_ERR_STORAGE_DAMAGED, {}};
+  EXPECT_EQ(Commit({{kTag, NumberAt(11)}}, {TaskAt(2)}).fate, Fate::kRefused);
+  EXPECT_THAT(TasksIn(*below_), ElementsAre(1));
+}
+
 TEST_F(CommitterTest, StoresNeitherRowsNorRecordsWhenTheStoreOrAStageRefuses) {
   faults_->FailCommitsTo(TableId::kProgress, ZR3_ERR_STORAGE_FULL);
   EXPECT_EQ(Commit({{kTag, NumberAt(10)}}, {TaskAt(1)}).status.code(), ZR3_ERR_STORAGE_FULL);
