@@ -7,6 +7,8 @@
 #include <optional>
 #include <utility>
 
+#include "engine/history/good_records.h"
+
 namespace zervane {
 namespace {
 
@@ -104,7 +106,8 @@ Status TagPoints::ReadTail(const CurrentValues& current_values) {
 Status TagPoints::Visit(TimeRange range, Direction direction, ScanVisitor& visitor) const {
   range.to_ms = std::min(range.to_ms, now_ms_);
   if (range.empty()) return {};
-  TailedVisitor tailed(tail_, range, direction, visitor);
+  GoodRecords good(direction, visitor);
+  TailedVisitor tailed(tail_, range, direction, has_bad_ ? visitor : good);
   if (Status status = store_->Scan(tag_, range, direction, tailed); !status.ok()) return status;
   tailed.Finish();
   return {};

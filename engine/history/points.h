@@ -33,6 +33,14 @@ class TagPoints {
   // The later of the clock and the tag's newest record. Nothing is known beyond it.
   std::int64_t now_ms() const { return now_ms_; }
 
+  // The same points without those that are not good, as if these had never been. What is newest
+  // stays so.
+  TagPoints WithoutBad() const {
+    TagPoints points = *this;
+    points.has_bad_ = false;
+    return points;
+  }
+
   // Shows the records of the range, up to now, to the visitor as Store::Scan does.
   Status Visit(TimeRange range, Direction direction, ScanVisitor& visitor) const;
 
@@ -46,7 +54,8 @@ class TagPoints {
   TagId tag_;
   TagType type_;
   std::int64_t now_ms_;
-  SampleColumns tail_;  // up to two records, ascending
+  bool has_bad_ = true;  // bad ones are shown, too
+  SampleColumns tail_;   // up to two records, ascending
 };
 
 }  // namespace zervane

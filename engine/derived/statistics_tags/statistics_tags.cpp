@@ -1,42 +1,36 @@
 #include "engine/derived/statistics_tags/statistics_tags.h"
 
 #include <utility>
+#include <vector>
+
+#include "engine/derived/statistics_tags/statistics_book.h"
+#include "engine/derived/statistics_tags/statistics_stage.h"
+#include "engine/derived/statistics_tags/statistics_tag_class.h"
+#include "engine/derived/statistics_tags/statistics_worker.h"
+#include "engine/derived/statistics_tags/window_values.h"
 
 namespace zervane {
 
-namespace {
-
-class NoTags final : public TagClass {
- public:
-  Result<TagLinks> Plan(const TagDraft&) override { return Status(ZR3_ERR_NOT_SUPPORTED, {}); }
-  Status Follow(const TagLinks&, TagId, std::optional<std::string_view>, Tag&) override {
-    return {};
-  }
-  bool Reads(std::size_t) const override { return true; }
-};
-
-class NoStage final : public Stage {
- public:
-  Status Process(Turn&, const StagedRecords&, StoreBatch&) override { return {}; }
-  Status PrepareTagChange(Turn&, TagId, StoreBatch&) override { return {}; }
-  Status PrepareTagRemoval(Turn&, TagId, StoreBatch&) override { return {}; }
-  Status PrepareRecord(Turn&, TagId, std::int64_t, std::uint8_t*, StoreBatch&) override {
-    return {};
-  }
-  void Keep(Turn&) noexcept override {}
-  void Discard(Turn&) noexcept override {}
-};
-
-}  // namespace
-
 class StatisticsTags::Impl {
  public:
-  NoTags tags;
-  NoStage stage;
+  Impl(Store& store, WritePath& writes, const Catalogue& all_tags, const Clock& clock)
+      : catalogue(all_tags),
+        book(clock),
+        tags(book),
+        stage(store, all_tags.tags(), book),
+        worker(book, stage, WindowValues(store, all_tags.tags(), writes.current_values(), clock),
+               writes, clock) {}
+
+  const Catalogue& catalogue;
+  StatisticsBook book;
+  StatisticsTagClass tags;
+  StatisticsStage stage;
+  StatisticsWorker worker;
 };
 
-StatisticsTags::StatisticsTags(Store&, WritePath&, const Catalogue&, Clock)
-    : impl_(std::make_unique<Impl>()) {}
+StatisticsTags::StatisticsTags(Store& store, WritePath& writes, const Catalogue& catalogue,
+                               Clock clock)
+    : impl_(std::make_unique<Impl>(store, writes, catalogue, clock)) {}
 
 StatisticsTags::~StatisticsTags() { Stop(); }
 
@@ -44,12 +38,20 @@ TagClass& StatisticsTags::tag_class() { return impl_->tags; }
 
 Stage& StatisticsTags::stage() { return impl_->stage; }
 
-Status StatisticsTags::Load(Turn&) { return {}; }
+Status StatisticsTags::Load(Turn& turn) {
+  const Catalogue& catalogue = impl_->catalogue;
+  Result<std::vector<StatisticsRule>> rules =
+      StatisticsRulesOf(*catalogue.image(), [&](TagId id) { return catalogue.LinksOf(id); });
+  if (!rules.ok()) return rules.status();
+  return impl_->stage.Load(turn, *std::move(rules));
+}
 
-void StatisticsTags::Start(bool) {}
+void StatisticsTags::Start(bool by_thread) {
+  if (by_thread) impl_->worker.Start();
+}
 
-void StatisticsTags::Stop() noexcept {}
+void StatisticsTags::Stop() noexcept { impl_->worker.Stop(); }
 
-Status StatisticsTags::Work() { return {}; }
+Status StatisticsTags::Work() { return impl_->worker.Work(); }
 
 }  // namespace zervane

@@ -1,0 +1,69 @@
+#include "engine/derived/statistics_tags/wall_clock.h"
+
+#include <algorithm>
+#include <ctime>
+#include <optional>
+
+#include "engine/assert.h"
+
+namespace zervane {
+namespace {
+
+std::tm FieldsOf(CalendarDay day, std::int32_t second_of_day) {
+  const std::chrono::year_month_day date(day);
+  std::tm fields = {};
+  fields.tm_year = static_cast<int>(date.year()) - 1900;
+  fields.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
+  fields.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
+  fields.tm_hour = second_of_day / 3600;
+  fields.tm_min = second_of_day / 60 % 60;
+  fields.tm_sec = second_of_day % 60;
+  return fields;
+}
+
+bool ShowTheSame(const std::tm& a, const std::tm& b) {
+  return a.tm_year == b.tm_year && a.tm_mon == b.tm_mon && a.tm_mday == b.tm_mday &&
+         a.tm_hour == b.tm_hour && a.tm_min == b.tm_min && a.tm_sec == b.tm_sec;
+}
+
+// What the clock would show by summer time, or without it.
+struct Reading {
+  std::int64_t time_s = 0;
+  bool is_shown = false;  // the clock shows so at that instant
+};
+
+Reading Read(const std::tm& asked, bool by_summer_time) {
+  std::tm fields = asked;
+  fields.tm_isdst = by_summer_time ? 1 : 0;  // never left to the library, which would guess
+  const std::time_t time_s = std::mktime(&fields);
+  return {.time_s = time_s, .is_shown = ShowTheSame(asked, fields)};
+}
+
+}  // namespace
+
+// Which of the two readings is the earlier one depends on the zone: some have summer time as their
+// standard and set the clock back in winter.
+std::int64_t InstantOf(CalendarDay day, std::int32_t second_of_day) {
+  ZERVANE_ASSERT(second_of_day >= 0 && second_of_day < 86'400);
+  const std::tm asked = FieldsOf(day, second_of_day);
+  const Reading summer = Read(asked, true);
+  const Reading standard = Read(asked, false);
+  if (summer.is_shown && standard.is_shown) {
+    return std::min(summer.time_s, standard.time_s) * 1000;
+  }
+  if (summer.is_shown || standard.is_shown) {
+    return (summer.is_shown ? summer : standard).time_s * 1000;
+  }
+  return std::max(summer.time_s, standard.time_s) * 1000;
+}
+
+CalendarDay DayOf(std::int64_t time_ms) {
+  const std::time_t time_s = time_ms / 1000;
+  std::tm shown = {};
+  (void)localtime_r(&time_s, &shown);
+  return std::chrono::year(shown.tm_year + 1900) /
+         std::chrono::month(static_cast<unsigned>(shown.tm_mon + 1)) /
+         std::chrono::day(static_cast<unsigned>(shown.tm_mday));
+}
+
+}  // namespace zervane
