@@ -3,6 +3,7 @@
 #include <spdlog/common.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <utility>
@@ -35,6 +36,9 @@ void AddLogLine(spdlog::level::level_enum level, fmt::string_view format,
     if (!log.should_log(level)) return;
     fmt::memory_buffer line;  // a short one needs no memory of the heap
     fmt::vformat_to(fmt::appender(line), format, arguments);
+    // Texts of callers stand in it: none may begin a line of its own.
+    const auto is_control = [](unsigned char c) { return c < 0x20 || c == 0x7F; };
+    std::replace_if(line.begin(), line.end(), is_control, '?');
     log.log(level, spdlog::string_view_t(line.data(), line.size()));
   } catch (...) {
     // There is nobody left to tell.

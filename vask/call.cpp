@@ -23,14 +23,4 @@ ZR3_STATUS Failed(const char* function, const Status& failure) noexcept {
   return failure.code();
 }
 
-int32 Unsupported(const char* function, const Arguments& arguments) noexcept {
-  return Call(function, arguments, [](Session&) -> Status { return {ZR3_ERR_NOT_SUPPORTED, {}}; });
-}
-
-int32 UnsupportedQuery(const char* function, const Arguments& arguments,
-                       ZR3HANDLE* iterator) noexcept {
-  if (iterator != nullptr) *iterator = nullptr;
-  return Unsupported(function, arguments);
-}
-
 }  // namespace zervane

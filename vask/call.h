@@ -52,13 +52,6 @@ int32 CallAside(const char* function, const Arguments& arguments, Body&& body) n
   });
 }
 
-// The answer of a function that this library does not offer yet.
-int32 Unsupported(const char* function, const Arguments& arguments) noexcept;
-
-// The same for a query, whose iterator becomes 0.
-int32 UnsupportedQuery(const char* function, const Arguments& arguments,
-                       ZR3HANDLE* iterator) noexcept;
-
 // Hands a value out to the caller, or its failure.
 template <typename T, typename Out>
 Status Deliver(const Result<T>& result, Out* out) {

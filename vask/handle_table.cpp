@@ -82,6 +82,15 @@ void HandleTable::Clear() {
   places_.clear();
 }
 
+void HandleTable::ForgetFetched() noexcept {
+  const MutexLock lock(mutex_);
+  for (const std::shared_ptr<Entry>& entry : ahead_) {
+    entry->may_be_ahead = false;
+    ForgetAhead(entry);
+  }
+  others_.splice(others_.end(), ahead_);
+}
+
 std::shared_ptr<HandleTable::Entry> HandleTable::NoteUse(Entries::iterator used) {
   ahead_.splice(ahead_.begin(), (*used)->may_be_ahead ? ahead_ : others_, used);
   (*used)->may_be_ahead = true;
@@ -92,7 +101,7 @@ std::shared_ptr<HandleTable::Entry> HandleTable::NoteUse(Entries::iterator used)
   return *last;
 }
 
-// Called without the table's lock: it waits for a step of that iterator which is under way.
+// It waits for a step of that iterator which is under way.
 void HandleTable::ForgetAhead(const std::shared_ptr<Entry>& entry) {
   if (entry == nullptr) return;
   const MutexLock lock(entry->mutex);

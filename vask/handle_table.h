@@ -50,6 +50,10 @@ class HandleTable {
   // Frees every iterator.
   void Clear();
 
+  // Has all iterators forget what they fetched ahead: another user must not see it. REQUIRES that
+  // no call steps through one.
+  void ForgetFetched() noexcept;
+
  private:
   struct Entry {
     Mutex mutex;

@@ -59,6 +59,7 @@ Status Session::LogIn(const Login& login) {
   caller_.user = std::move(user->name);
   caller_.user_id = user->id;
   cache_.Clear();
+  handles_.ForgetFetched();
   polled_changes_.Clear();
   polled_alarms_.Clear();
   return {};

@@ -15,9 +15,10 @@ struct Place {
 
 Status Failure(std::string what) { return {ZR3_ERR_CONNECT_FAILED, std::move(what)}; }
 
-// Of a reply to what no Redis refuses that can be used.
+// Of a reply that is not what is asked for; only a failure's has a code.
 Status Refusal(std::string_view command, const RedisReply& reply) {
-  return Failure(std::string(command) + " is answered with " + std::string(reply.FailureCode()));
+  return Failure(std::string(command) + " is answered with " +
+                 std::string(reply.IsFailure() ? reply.FailureCode() : "?"));
 }
 
 Result<std::unique_ptr<RedisConnection>> Connect(const Place& place, const RelayConfig& config,
@@ -63,7 +64,11 @@ Status CheckRedis(bool must_be_master, RedisConnection& redis) {
   const auto reply = redis.Ask({command});
   if (!reply.ok()) return reply.status();
   if ((*reply)->IsFailure()) return Refusal(command, **reply);
-  if (!must_be_master) return {};
+  if (!must_be_master) {
+    // Who answers whatever he is sent, or sends it back, is no Redis.
+    const bool is_redis = (*reply)->IsText() && (*reply)->text == "PONG";
+    return is_redis ? Status() : Refusal(command, **reply);
+  }
   const auto& role = (*reply)->list;
   const bool is_master = !role.empty() && role[0]->IsText() && role[0]->text == "master";
   return is_master ? Status() : Failure("what the Sentinel calls the master is none (yet)");

@@ -202,8 +202,9 @@ Status RelaySender::Deliver(RedisConnection& redis, std::string_view commands, s
                             const std::function<void()>& sent) {
   if (count == 0) return {};
   Status status = redis.Exchange(commands, 2 * count, [&](std::size_t at, RedisReply& reply) {
-    Status judged = JudgeReply(reply);
-    if (judged.ok() && at % 2 == 1) sent();
+    const bool is_publish = at % 2 == 1;
+    Status judged = JudgeReply(is_publish, reply);
+    if (judged.ok() && is_publish) sent();
     return judged;
   });
   if (status.ok()) back_off_.Reset();
@@ -213,8 +214,13 @@ Status RelaySender::Deliver(RedisConnection& redis, std::string_view commands, s
 // What one command is refused for would not be otherwise on another connection: the key holds
 // something that is no stream, or is not this user's, or the server knows no such command. All else
 // is about the server as it is now.
-Status RelaySender::JudgeReply(const RedisReply& reply) {
-  if (!reply.IsFailure()) return {};
+Status RelaySender::JudgeReply(bool is_publish, const RedisReply& reply) {
+  using Kind = RedisReply::Kind;
+  // The identifier of the stream's entry, or the number of those who heard.
+  if (reply.kind == (is_publish ? Kind::kNumber : Kind::kText)) return {};
+  if (!reply.IsFailure()) {
+    return {ZR3_ERR_CONNECT_FAILED, "what it answers is not what a Redis does"};
+  }
   const std::string_view code = reply.FailureCode();
   if (code != "WRONGTYPE" && code != "NOPERM" && code != "ERR") {
     return {ZR3_ERR_CONNECT_FAILED, "what it is sent is answered with " + std::string(code)};

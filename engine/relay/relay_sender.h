@@ -69,7 +69,7 @@ class RelaySender {
   // `commands` has two for each of so many; `sent` hears of each that has arrived, in order.
   Status Deliver(RedisConnection& redis, std::string_view commands, std::size_t count,
                  const std::function<void()>& sent);
-  Status JudgeReply(const RedisReply& reply);
+  Status JudgeReply(bool is_publish, const RedisReply& reply);
   void TellGone() noexcept;
   void TellFailure(const Status& failure) noexcept;
   void TellSuccess() noexcept;

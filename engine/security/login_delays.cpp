@@ -46,15 +46,20 @@ class LoginDelays::Attempt {
     Name& state = name_->second;
     ++state.waiting;
     while (state.is_tried && !delays_.is_closed_) delays_.change_.Wait(delays_.mutex_);
+    if (delays_.is_closed_) return;  // it waits to the end, so that nobody removes the name
     --state.waiting;
-    is_mine_ = !delays_.is_closed_;
-    if (is_mine_) state.is_tried = true;
+    state.is_tried = true;
+    is_mine_ = true;
   }
   // A name without failures need not be remembered, and not too many with some.
   ~Attempt() {
     const MutexLock lock(delays_.mutex_);
     Name& state = name_->second;
-    if (is_mine_) state.is_tried = false;
+    if (is_mine_) {
+      state.is_tried = false;
+    } else {
+      --state.waiting;
+    }
     if (delays_.IsIdle(state) && state.failures == 0) delays_.Remove(name_);
     delays_.RemoveOldest();
     delays_.change_.NotifyAll();

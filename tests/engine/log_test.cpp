@@ -52,6 +52,11 @@ TEST_F(LogTest, HasALineForEachCallThatItsLevelLetsThrough) {
   EXPECT_EQ(text_.str(), "error: 1 of two\nwarning: three\n");
 }
 
+TEST_F(LogTest, HasOneLineForEachCallWhateverTheTextsInItAre) {
+  LogError("no user '{}'", "x\n2026-11-22 zervane info: audit\r \t \x7f");
+  EXPECT_EQ(text_.str(), "error: no user 'x?2026-11-22 zervane info: audit? ? ?'\n");
+}
+
 TEST_F(LogTest, LeavesALineOutThatThereIsNoMemoryFor) {
   const std::string long_text(10'000, 'x');
   {

@@ -1,5 +1,6 @@
 #include "vask/handle_table.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -191,6 +192,21 @@ TEST(HandleTable, HasThoseUsedLongAgoForgetWhatTheyFetched) {
   ASSERT_EQ(table.Free(handles[5]).code(), ZR3_OK);
   ASSERT_EQ(table.Step(handles[2], &item).code(), ZR3_OK);
   EXPECT_EQ(forgotten, (std::vector<int>{2, 3}));
+}
+
+TEST(HandleTable, HasAllForgetWhatTheyFetchedAndGoOnWhereTheyWere) {
+  HandleTable table;
+  std::vector<int> forgotten;
+  const ZR3HANDLE first = Add(table, std::make_unique<Numbers>(3, nullptr, &forgotten));
+  const ZR3HANDLE second = Add(table, std::make_unique<Numbers>(4, nullptr, &forgotten));
+  int item = 0;
+  ASSERT_EQ(table.Step(first, &item).code(), ZR3_OK);
+  table.ForgetFetched();
+  EXPECT_THAT(forgotten, testing::UnorderedElementsAre(3, 4));
+  ASSERT_EQ(table.Step(first, &item).code(), ZR3_OK);
+  EXPECT_EQ(item, 2);
+  EXPECT_EQ(table.Free(first).code(), ZR3_OK);
+  EXPECT_EQ(table.Free(second).code(), ZR3_OK);
 }
 
 }  // namespace

@@ -414,5 +414,19 @@ TEST_F(SecurityFunctions, ALevelIsOfAUserAndAnItem) {
   EXPECT_EQ(LevelOf("ADMIN", "System"), 3);
 }
 
+TEST_F(SecurityFunctions, HandOutNothingThatWasFetchedForTheUserBefore) {
+  ASSERT_EQ(Add("bob", "secret"), ZR3_OK);
+  ZR3HANDLE users = nullptr;
+  ASSERT_EQ(sc3_query_all_users(&users), ZR3_OK);
+  ZR3SecUser user{};
+  ASSERT_EQ(ut3_get_item_step(users, &user), ZR3_OK);
+  EXPECT_STREQ(user.szUserName, "admin");
+  ASSERT_EQ(sc3_login("bob", "secret"), ZR3_OK);
+  EXPECT_EQ(ut3_get_item_step(users, &user), ZR3_ERR_NO_RIGHT);
+  ASSERT_EQ(sc3_login("admin", ""), ZR3_OK);
+  ASSERT_EQ(ut3_get_item_step(users, &user), ZR3_OK) << "where it was";
+  EXPECT_STREQ(user.szUserName, "bob");
+}
+
 }  // namespace
 }  // namespace zervane

@@ -74,6 +74,12 @@ TEST_F(RedisLogin, GivesUpAServerThatRefuses) {
   EXPECT_EQ(FaultOfPing("-ERR max number of clients reached\r\n"), "PING is answered with ERR");
 }
 
+TEST_F(RedisLogin, GivesUpAServerThatAnswersSomethingElse) {
+  for (const char* answer : {"*1\r\n$4\r\nPING\r\n", ":1\r\n", "$-1\r\n", "+OK\r\n"}) {
+    EXPECT_EQ(FaultOfPing(answer), "PING is answered with ?") << answer;
+  }
+}
+
 TEST_F(RedisLogin, NeverTellsThePassword) {
   RelayConfig config = To(0, kPatience);
   config.password = Secret("sesame");

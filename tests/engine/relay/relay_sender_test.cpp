@@ -103,7 +103,8 @@ TEST_F(RelaySenderTest, KeepsWhatCouldNotBeSent) {
   for (const char* answer : {"-READONLY You can't write against a read only replica.\r\n",
                              "-LOADING Redis is loading the dataset in memory\r\n",
                              "-NOAUTH Authentication required.\r\n", "-OOM command not allowed\r\n",
-                             "garbage\r\n", "$99999999999999999999\r\n", ""}) {
+                             "*1\r\n$4\r\nXADD\r\n", ":1\r\n", "$-1\r\n", "garbage\r\n",
+                             "$99999999999999999999\r\n", ""}) {
     Push("{}");
     const std::size_t before = pauses().size();
     const FakeServer server(Answering([&](const Command& command) {
@@ -116,6 +117,18 @@ TEST_F(RelaySenderTest, KeepsWhatCouldNotBeSent) {
     EXPECT_EQ(queue_.size(), 1U) << answer;
     (void)queue_.Pop(1);
   }
+}
+
+TEST_F(RelaySenderTest, TakesNothingForPublishedWithoutTheNumberOfThoseWhoHeard) {
+  Push("{}");
+  const FakeServer server(Answering([](const Command& command) -> std::string {
+    return command == Command{"PING"} ? "+PONG\r\n" : "$3\r\n1-1\r\n";
+  }));
+  {
+    const auto sender = Start(server.port());
+    AwaitPauses(1);
+  }
+  EXPECT_EQ(queue_.size(), 1U);
 }
 
 TEST_F(RelaySenderTest, GivesUpACommandThatIsAnsweredByteByByteOrNever) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "tests/engine/security/fake_pause.h"
 
@@ -102,6 +103,25 @@ TEST_F(LoginDelaysTest, EndWithTheDatabase) {
   failing.join();
   waiting.join();
   EXPECT_EQ(Succeed("bert"), ZR3_ERR_NOT_CONNECTED);
+}
+
+TEST_F(LoginDelaysTest, EndForAllTriesThatWaitForOneOfTheirName) {
+  for (int round = 0; round < 50; ++round) {
+    auto made = std::make_unique<FakePause>();
+    FakePause& pause = *made;
+    pause.Hold();
+    LoginDelays delays(std::move(made));
+    std::thread failing([&] { (void)delays.Try("anna", Failure); });
+    pause.AwaitWaits(1);
+    std::vector<std::thread> waiting;
+    for (int i = 0; i < 4; ++i) {
+      waiting.emplace_back(
+          [&] { EXPECT_EQ(delays.Try("anna", Success).code(), ZR3_ERR_NOT_CONNECTED); });
+    }
+    delays.Close();
+    failing.join();
+    for (std::thread& thread : waiting) thread.join();
+  }
 }
 
 TEST(MachinePause, ComesBackOnceItHasEnded) {

@@ -64,6 +64,13 @@ record Measurement(
               "0 idle, 1 working, 2 busy",
               (before, now) -> state(100 - now.cpuShareSince(before, "idle", "iowait"))),
           new Measurement(
+              "HOST.CPU.COUNT",
+              TagType.INT16,
+              "",
+              0,
+              "processors",
+              (before, now) -> Runtime.getRuntime().availableProcessors()),
+          new Measurement(
               "HOST.LOAD.1MIN",
               TagType.FLOAT32,
               "",

@@ -5,8 +5,13 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.talvoro.zrjni.Jni_Zervane;
+import java.io.BufferedReader;
 import java.io.IOException;
+import java.io.InputStreamReader;
 import java.io.StringWriter;
+import java.net.ServerSocket;
+import java.net.Socket;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -92,13 +97,13 @@ class ExamplesTest {
 
     assertAll(
         () -> assertEquals(0, first.exitCode(), first.errors()),
-        () -> assertContains(first, "22 tags, of which 22 are new"),
-        () -> assertContains(first, "   1 s     110 records"),
-        () -> assertContains(first, "This run wrote 110 records; the database holds 110 since"),
+        () -> assertContains(first, "23 tags, of which 23 are new"),
+        () -> assertContains(first, "   1 s     115 records"),
+        () -> assertContains(first, "This run wrote 115 records; the database holds 115 since"),
         () -> assertContains(first, "The database is the embedded database in " + folder),
         () -> assertEquals(0, second.exitCode(), second.errors()),
-        () -> assertContains(second, "22 tags, of which 0 are new"),
-        () -> assertContains(second, "This run wrote 110 records; the database holds 220 since"));
+        () -> assertContains(second, "23 tags, of which 0 are new"),
+        () -> assertContains(second, "This run wrote 115 records; the database holds 230 since"));
   }
 
   @Test
@@ -124,7 +129,7 @@ class ExamplesTest {
     ChildJvm.Result result = run(DEMO, seconds, "memory:");
 
     assertEquals(1, result.exitCode());
-    assertEquals("Demo: usage: Demo [SECONDS [ADDRESS]]\n", result.errors());
+    assertEquals("Demo: usage: Demo [--redis HOST:PORT] [SECONDS [ADDRESS]]\n", result.errors());
   }
 
   @Test
@@ -136,17 +141,18 @@ class ExamplesTest {
         result,
         """
         Search
-          5 tags named *.CPU.*
+          6 tags named *.CPU.*
              1  HOST.CPU.BUSY        processor time that was used
              2  HOST.CPU.USER        processor time of programs
              3  HOST.CPU.SYSTEM      processor time of the kernel
              4  HOST.CPU.WAIT        processor time waiting for disks
              5  HOST.CPU.STATE       0 idle, 1 working, 2 busy
+             6  HOST.CPU.COUNT       processors
           5 tags in %
           3 tags in a page of 3 of HOST.* from identifier 12 on
-            12  HOST.MEM.SHARE       share of memory in use
-            13  HOST.TASKS.TOTAL     processes and threads
-            14  HOST.TASKS.RUNNING   tasks running or ready to run
+            12  HOST.MEM.DIRTY       memory to be written to disks
+            13  HOST.MEM.SHARE       share of memory in use
+            14  HOST.TASKS.TOTAL     processes and threads
         """);
   }
 
@@ -157,8 +163,8 @@ class ExamplesTest {
     assertEquals(0, result.exitCode(), result.errors());
     String number = " +-?[\\d,]+\\.\\d\\d";
     List<String> statistics = linesOf(result, "Statistics of this run");
-    assertEquals(23, statistics.size(), "a heading and a line for each tag");
-    for (String line : statistics.subList(1, 23)) {
+    assertEquals(24, statistics.size(), "a heading and a line for each tag");
+    for (String line : statistics.subList(1, 24)) {
       String numbers = line.contains("TOP") || line.contains("UPTIME") ? "" : number.repeat(4);
       assertTrue(line.matches("  HOST\\.[A-Z0-9.]+" + numbers + "( [^ ]+)? +100\\.00 %"), line);
     }
@@ -167,6 +173,71 @@ class ExamplesTest {
     String time = "  \\d{4}-\\d\\d-\\d\\d [\\d:]{8}\\.\\d{3}";
     for (String line : axis.subList(1, 7)) {
       assertTrue(line.matches(time + number + " %" + number + " MiB"), line);
+    }
+  }
+
+  @Test
+  void theDemoTellsWhatTheDatabaseComputesAndWhatAViewerMayNot() throws Exception {
+    ChildJvm.Result result = run(DEMO, "8", "memory:");
+
+    assertEquals(0, result.exitCode(), result.errors());
+    String computed = String.join("\n", linesOf(result, "Computed by the database"));
+    assertTrue(
+        computed.matches(
+            "  HOST\\.CPU\\.BUSY\\.PROCESSORS: up to \\d+\\.\\d\\d processors were busy\n"
+                + "  HOST\\.CPU\\.BUSY\\.MEAN: [1-9] mean\\(s\\) of five seconds"),
+        computed);
+    String viewer = String.join("\n", linesOf(result, "A user who may only look"));
+    assertTrue(
+        viewer.matches(
+            "  viewer reads HOST\\.CPU\\.BUSY: \\d+\\.\\d\\d %\n"
+                + "  viewer writes it: refused, no right to do this \\(121601\\)"),
+        viewer);
+  }
+
+  @Test
+  void theDemoRelaysToARedis() throws Exception {
+    int port = freePort();
+    Process redis =
+        new ProcessBuilder("redis-server", "--bind", "127.0.0.1", "--port", port + "", "--save", "")
+            .directory(folder.toFile())
+            .redirectErrorStream(true)
+            .start();
+    try {
+      awaitLine(redis, "Ready to accept connections");
+      ChildJvm.Result result = run(DEMO, "--redis", "127.0.0.1:" + port, "2", "memory:");
+
+      assertEquals(0, result.exitCode(), result.errors());
+      String length = ask(port, "XLEN zervane.values");
+      assertTrue(length.matches(":[1-9]\\d*"), length);
+    } finally {
+      redis.destroy();
+      redis.waitFor();
+    }
+  }
+
+  private static int freePort() throws IOException {
+    try (ServerSocket socket = new ServerSocket(0)) {
+      return socket.getLocalPort();
+    }
+  }
+
+  private static void awaitLine(Process process, String part) throws IOException {
+    BufferedReader lines = process.inputReader();
+    String line = lines.readLine();
+    while (line != null && !line.contains(part)) {
+      line = lines.readLine();
+    }
+    assertTrue(line != null, "redis-server has ended");
+  }
+
+  /** The first line of the reply to a command. */
+  private static String ask(int port, String command) throws IOException {
+    try (Socket socket = new Socket("127.0.0.1", port)) {
+      socket.getOutputStream().write((command + "\r\n").getBytes(StandardCharsets.UTF_8));
+      InputStreamReader reply =
+          new InputStreamReader(socket.getInputStream(), StandardCharsets.UTF_8);
+      return new BufferedReader(reply).readLine();
     }
   }
 
