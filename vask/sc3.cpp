@@ -111,6 +111,18 @@ int32 DoWithTexts(const char* function, const Arguments& arguments, Make make) {
   });
 }
 
+// The same for one with a new password, which takes a while to be made safe to keep: others go on
+// with the session meanwhile.
+template <typename Make>
+int32 DoAsideWithTexts(const char* function, const Arguments& arguments, Make make) {
+  return CallAside(function, arguments, [&](Session& session) -> Status {
+    CallTexts texts;
+    const auto operation = make(texts);
+    if (!texts.status().ok()) return texts.status();
+    return session.DoAside(operation).status();
+  });
+}
+
 // ---- lists ----
 
 void FillUser(const User& user, void* record) {
@@ -199,7 +211,7 @@ int32 sc3_add_user(const ZR3SecUser* pUser) {
                                   .Text(pUser, &ZR3SecUser::szUserName)
                                   .Text(pUser, &ZR3SecUser::szPasswd)
                                   .Text(pUser, &ZR3SecUser::szUserDesc);
-  return DoWithTexts(__func__, arguments, [&](CallTexts& texts) {
+  return DoAsideWithTexts(__func__, arguments, [&](CallTexts& texts) {
     return AddUser{.name = texts.Name(pUser->szUserName),
                    .password = texts.Password(pUser->szPasswd),
                    .description = texts.Description(pUser->szUserDesc)};
@@ -213,15 +225,12 @@ int32 sc3_delete_user(const char* szUser) {
 
 int32 sc3_modify_password(const char* szUser, const char* szOldPassword,
                           const char* szNewPassword) {
-  return CallAside(__func__, CheckNamed(szUser, ZR3_LEN_PASSWORD, szOldPassword, szNewPassword),
-                   [&](Session& session) -> Status {
-                     CallTexts texts;
-                     const ChangePassword change{.user = texts.Name(szUser),
-                                                 .old_password = texts.Password(szOldPassword),
-                                                 .new_password = texts.Password(szNewPassword)};
-                     if (!texts.status().ok()) return texts.status();
-                     return session.DoAside(change).status();
-                   });
+  const Arguments arguments = CheckNamed(szUser, ZR3_LEN_PASSWORD, szOldPassword, szNewPassword);
+  return DoAsideWithTexts(__func__, arguments, [&](CallTexts& texts) {
+    return ChangePassword{.user = texts.Name(szUser),
+                          .old_password = texts.Password(szOldPassword),
+                          .new_password = texts.Password(szNewPassword)};
+  });
 }
 
 int32 sc3_modify_user_desc(const char* szUser, const char* szDesc) {
@@ -231,7 +240,7 @@ int32 sc3_modify_user_desc(const char* szUser, const char* szDesc) {
 }
 
 int32 sc3_reset_password(const char* szUser, const char* szNewPassword) {
-  return DoWithTexts(
+  return DoAsideWithTexts(
       __func__, CheckNamed(szUser, ZR3_LEN_PASSWORD, szNewPassword), [&](CallTexts& texts) {
         return ResetPassword{.user = texts.Name(szUser), .password = texts.Password(szNewPassword)};
       });
