@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <random>
 #include <string>
@@ -43,6 +44,13 @@ class KillFixture : public testing::Test {
       CopyAsAfterCrash(folder_.path(), copy.path());
       ExpectAllAnswered(copy.path());
     }
+  }
+
+  // The same, and some more when no kill has come yet at the instant that the test is about.
+  void RunRoundsUntil(int rounds, const std::function<bool()>& has_come) {
+    constexpr int kMostMore = 100;
+    RunRounds(rounds);
+    for (int more = 0; more < kMostMore && !has_come() && !HasFailure(); ++more) RunRounds(2);
   }
 
   TempFolder folder_;
