@@ -9,6 +9,9 @@
 namespace zervane {
 namespace {
 
+constexpr std::int32_t kHourSeconds = 3'600;
+constexpr std::int32_t kDaySeconds = 86'400;
+
 std::tm FieldsOf(CalendarDay day, std::int32_t second_of_day) {
   const std::chrono::year_month_day date(day);
   std::tm fields = {};
@@ -29,32 +32,44 @@ bool ShowTheSame(const std::tm& a, const std::tm& b) {
 // What the clock would show by summer time, or without it.
 struct Reading {
   std::int64_t time_s = 0;
-  bool is_shown = false;  // the clock shows so at that instant
+  bool is_shown = false;  // the clock shows so at that instant; what else it says is of no use
 };
 
 Reading Read(const std::tm& asked, bool by_summer_time) {
   std::tm fields = asked;
   fields.tm_isdst = by_summer_time ? 1 : 0;  // never left to the library, which would guess
+  fields.tm_wday = -1;                       // and stays so where there is no such instant
   const std::time_t time_s = std::mktime(&fields);
-  return {.time_s = time_s, .is_shown = ShowTheSame(asked, fields)};
+  return {.time_s = time_s, .is_shown = fields.tm_wday >= 0 && ShowTheSame(asked, fields)};
+}
+
+// The instant at which the clock shows the time, the first one of two; none when it passes over it.
+// Which of the two readings is the earlier one depends on the zone: some have summer time as their
+// standard and set the clock back in winter.
+std::optional<std::int64_t> ShownAt(CalendarDay day, std::int32_t second_of_day) {
+  const std::tm asked = FieldsOf(day, second_of_day);
+  const Reading summer = Read(asked, true);
+  const Reading standard = Read(asked, false);
+  if (summer.is_shown && standard.is_shown) return std::min(summer.time_s, standard.time_s);
+  if (!summer.is_shown && !standard.is_shown) return std::nullopt;
+  return (summer.is_shown ? summer : standard).time_s;
 }
 
 }  // namespace
 
-// Which of the two readings is the earlier one depends on the zone: some have summer time as their
-// standard and set the clock back in winter.
+// A time that the clock passes over is so much behind the last full hours before it that the clock
+// shows: mostly that is an hour, on days of summer time, but some zones have skipped a whole day.
 std::int64_t InstantOf(CalendarDay day, std::int32_t second_of_day) {
-  ZERVANE_ASSERT(second_of_day >= 0 && second_of_day < 86'400);
-  const std::tm asked = FieldsOf(day, second_of_day);
-  const Reading summer = Read(asked, true);
-  const Reading standard = Read(asked, false);
-  if (summer.is_shown && standard.is_shown) {
-    return std::min(summer.time_s, standard.time_s) * 1000;
+  ZERVANE_ASSERT(second_of_day >= 0 && second_of_day < kDaySeconds);
+  constexpr int kMostHours = 48;
+  for (int back = 0; back <= kMostHours; ++back) {
+    const std::int64_t second = second_of_day - std::int64_t{back} * kHourSeconds;
+    const std::int64_t days = second < 0 ? (second + 1) / kDaySeconds - 1 : 0;
+    const auto second_there = static_cast<std::int32_t>(second - days * kDaySeconds);
+    const auto shown = ShownAt(day + std::chrono::days(days), second_there);
+    if (shown) return (*shown + std::int64_t{back} * kHourSeconds) * 1000;
   }
-  if (summer.is_shown || standard.is_shown) {
-    return (summer.is_shown ? summer : standard).time_s * 1000;
-  }
-  return std::max(summer.time_s, standard.time_s) * 1000;
+  return std::chrono::milliseconds(day.time_since_epoch()).count() + second_of_day * 1000LL;
 }
 
 CalendarDay DayOf(std::int64_t time_ms) {

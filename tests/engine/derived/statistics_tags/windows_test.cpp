@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "engine/derived/statistics_tags/wall_clock.h"
 
 namespace zervane {
 namespace {
@@ -348,6 +351,38 @@ INSTANTIATE_TEST_SUITE_P(
                      "2026-12-25 00:00",
                      {"2026-12-20 00:00, 2027-01-06 00:00"}}),
     [](const auto& c) { return std::string(c.param.name); });
+
+struct GapCase {
+  const char* name;
+  const char* zone;
+  CalendarDay day;
+  std::int32_t second_of_day;
+  const char* instant;  // UTC
+};
+
+class TimesThatTheClockPassesOver : public testing::TestWithParam<GapCase> {};
+
+TEST_P(TimesThatTheClockPassesOver, AreAsMuchLaterAsItIsPutForward) {
+  const GapCase& c = GetParam();
+  const ZoneOf zone(c.zone);
+  EXPECT_EQ(TextOf(InstantOf(c.day, c.second_of_day)), c.instant);
+}
+
+using std::chrono::year;
+
+INSTANTIATE_TEST_SUITE_P(
+    Gaps, TimesThatTheClockPassesOver,
+    testing::Values(GapCase{"BySummerTime", "Europe/Berlin", year(2026) / 3 / 29,
+                            2 * kHour + kHour / 2, "2026-03-29 01:30"},
+                    GapCase{"ByHalfAnHour", "Australia/Lord_Howe", year(2026) / 10 / 4,
+                            2 * kHour + kHour / 4, "2026-10-03 15:45"},
+                    GapCase{"ByTwoHours", "Antarctica/Troll", year(2026) / 3 / 29,
+                            kHour + kHour / 2, "2026-03-29 01:30"},
+                    GapCase{"ByADay", "Pacific/Apia", year(2011) / 12 / 30, 10 * kHour,
+                            "2011-12-30 20:00"},
+                    GapCase{"ByAnotherStandardTime", "America/Caracas", year(2016) / 5 / 1,
+                            2 * kHour + kHour / 2, "2016-05-01 07:00"}),
+    [](const auto& given) { return std::string(given.param.name); });
 
 TEST(CalendarWindow, BeginsAtTheStartOrBehind) {
   const ZoneOf zone("UTC");
