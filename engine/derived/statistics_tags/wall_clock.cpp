@@ -32,6 +32,7 @@ bool ShowTheSame(const std::tm& a, const std::tm& b) {
 // What the clock would show by summer time, or without it.
 struct Reading {
   std::int64_t time_s = 0;
+  long offset_s = 0;      // from UTC
   bool is_shown = false;  // the clock shows so at that instant; what else it says is of no use
 };
 
@@ -40,16 +41,31 @@ Reading Read(const std::tm& asked, bool by_summer_time) {
   fields.tm_isdst = by_summer_time ? 1 : 0;  // never left to the library, which would guess
   fields.tm_wday = -1;                       // and stays so where there is no such instant
   const std::time_t time_s = std::mktime(&fields);
-  return {.time_s = time_s, .is_shown = fields.tm_wday >= 0 && ShowTheSame(asked, fields)};
+  return {.time_s = time_s,
+          .offset_s = fields.tm_gmtoff,
+          .is_shown = fields.tm_wday >= 0 && ShowTheSame(asked, fields)};
+}
+
+// Whether the clock is put neither forward nor back within a day of that instant, and has no summer
+// time there: then it shows a time once.
+bool IsEvenAround(const Reading& standard) {
+  for (const std::time_t time_s : {standard.time_s - kDaySeconds, standard.time_s + kDaySeconds}) {
+    std::tm shown = {};
+    if (localtime_r(&time_s, &shown) == nullptr) return false;
+    if (shown.tm_isdst != 0 || shown.tm_gmtoff != standard.offset_s) return false;
+  }
+  return true;
 }
 
 // The instant at which the clock shows the time, the first one of two; none when it passes over it.
 // Which of the two readings is the earlier one depends on the zone: some have summer time as their
-// standard and set the clock back in winter.
+// standard and set the clock back in winter. Summer time is asked for only where there may be some:
+// where there is none the library looks for it over decades.
 std::optional<std::int64_t> ShownAt(CalendarDay day, std::int32_t second_of_day) {
   const std::tm asked = FieldsOf(day, second_of_day);
-  const Reading summer = Read(asked, true);
   const Reading standard = Read(asked, false);
+  if (standard.is_shown && IsEvenAround(standard)) return standard.time_s;
+  const Reading summer = Read(asked, true);
   if (summer.is_shown && standard.is_shown) return std::min(summer.time_s, standard.time_s);
   if (!summer.is_shown && !standard.is_shown) return std::nullopt;
   return (summer.is_shown ? summer : standard).time_s;
