@@ -21,14 +21,16 @@ WakeUp::WakeUp() : descriptor_(MakeDescriptor()) {}
 
 WakeUp::~WakeUp() { close(descriptor_); }
 
-// A write fails only when the descriptor is readable anyway.
+// A write fails only when the descriptor is readable anyway. Who finds it set need not set it: the
+// one who clears it looks at what it is about only after that.
 void WakeUp::Set() noexcept {
+  if (is_set()) return;
+  const MutexLock lock(mutex_);
   if (!is_set_.exchange(true)) (void)eventfd_write(descriptor_, 1);
 }
 
-// The descriptor first: who sets it in between finds it set and does not write, and the one who
-// clears it looks at what it is about only after that.
 void WakeUp::Clear() noexcept {
+  const MutexLock lock(mutex_);
   eventfd_t count = 0;
   (void)eventfd_read(descriptor_, &count);
   is_set_.store(false);

@@ -2,6 +2,8 @@
 
 #include <atomic>
 
+#include "engine/mutex.h"
+
 namespace zervane {
 
 // Ends the wait of a thread that waits for a socket, too: it waits for this one's descriptor to be
@@ -17,16 +19,17 @@ class WakeUp {
   WakeUp& operator=(const WakeUp&) = delete;
 
   // Setting it again costs an instruction.
-  void Set() noexcept;
+  void Set() noexcept EXCLUDES(mutex_);
   // By the one who waits, before he looks at what it is about.
-  void Clear() noexcept;
+  void Clear() noexcept EXCLUDES(mutex_);
 
   bool is_set() const noexcept { return is_set_.load(); }
   int descriptor() const noexcept { return descriptor_; }
 
  private:
   const int descriptor_;
-  std::atomic<bool> is_set_ = false;
+  Mutex mutex_;                       // for both to change together
+  std::atomic<bool> is_set_ = false;  // and the descriptor is readable
 };
 
 }  // namespace zervane

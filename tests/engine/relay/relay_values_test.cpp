@@ -21,7 +21,9 @@ TEST_F(RelayedValues, AreThoseThatBecomeCurrentInTheirOrder) {
                    {tag, {.time_ms = kTime + 2, .value = 3.0}}})
                 .status,
             ZR3_OK);
-  const Texts sent = reader.AwaitStream("values", 3);
+  // The first may come twice: as what is current when the connection stands, and as itself.
+  Texts sent = reader.AwaitStream("values", 3);
+  if (sent[1] == sent[0]) sent = reader.AwaitStream("values", 4);
   const Texts expected = {Json("a", tag, kTime, "1"), Json("a", tag, kTime + 1, "2"),
                           Json("a", tag, kTime + 2, "3")};
   EXPECT_EQ(Texts(sent.end() - 2, sent.end()), Texts(expected.end() - 2, expected.end()));
