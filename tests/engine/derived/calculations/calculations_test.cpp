@@ -281,6 +281,137 @@ TEST(CalculationsTest, AtOpeningWhatIsOlderThanItsOperandsIsComputedOnce) {
   EXPECT_EQ(database.Records(b), "1=2 3=6 4=8");
 }
 
+// None of these values is newer than the tag's own newest record.
+TEST(CalculationsTest, AtOpeningWhatWasNotFollowedIsComputedHoweverOldItIs) {
+  struct Case {
+    const char* what;
+    void (*change)(Database&, TagId x, TagId y);
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"an operand behind the other",
+       [](Database& database, TagId, TagId y) { database.Write(y, 2000, 4); }, "3=6"},
+      {"an operand of the other's time",
+       [](Database& database, TagId, TagId y) { database.Write(y, 3000, 4); }, "3=6"},
+      {"another value of the same time",
+       [](Database& database, TagId x, TagId) { database.Write(x, 3000, 20); }, "3=19"},
+      {"a correction",
+       [](Database& database, TagId x, TagId) {
+         const CorrectRecord correction{.id = x, .sample = Database::At(3000, 30)};
+         EXPECT_EQ(database.Do(correction).code(), ZR3_OK);
+       },
+       "3=29"},
+      {"several of one tag",
+       [](Database& database, TagId x, TagId y) {
+         database.Write(y, 2000, 4);
+         database.Write(x, 3000, 20);
+         database.Write(y, 2500, 5);
+       },
+       "3=15"},
+  };
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.what);
+    Database database;
+    const TagId x = database.AddPoint("x");
+    const TagId y = database.AddPoint("y");
+    const TagId c = database.Add(Database::Notified("c", "'x' - 'y'"));
+    const TagId behind = database.Add(Database::Notified("behind", "'c' * 1"));
+    database.Write({{x, Database::At(3000, 10)}, {y, Database::At(1000, 1)}});
+    database.Work();
+    EXPECT_EQ(database.Records(c), "3=9");
+    one.change(database, x, y);
+    database.Close();
+    database.Open();
+    database.Work();
+    EXPECT_EQ(database.Records(c), one.expected);
+    EXPECT_EQ(database.Records(behind), one.expected);
+    EXPECT_TRUE(database.Unfollowed().empty());
+  }
+}
+
+TEST(CalculationsTest, OneRowWaitsForEveryTagThatIsAReasonUntilWhatFollowsIsStored) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId polled = database.AddPoint("polled");
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  database.Add(Database::Notified("d", "'x' + 'y'", "y"));
+  database.Add(Database::Polled("p", "'polled'"));
+  for (std::int64_t at = 1; at <= 5; ++at) {
+    database.Write({{x, Database::At(at, 1)}, {y, Database::At(at, 1)}});
+    database.Write(polled, at, 1);
+  }
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x, y}));
+  database.disk().FailCommitsOfTag(c);
+  EXPECT_EQ(database.engine().Work().code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x, y}));
+  database.disk().EndFailingCommits();
+  database.Work();
+  EXPECT_TRUE(database.Unfollowed().empty());
+  database.Write(x, 6, 1);
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x}));
+  database.Delete(x);
+  EXPECT_TRUE(database.Unfollowed().empty());
+}
+
+TEST(CalculationsTest, WhatComesToNothingLeavesNoRow) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId s = database.AddPoint("s");
+  const TagId c = database.Add(Database::Notified("c", "'x'", "s"));
+  database.Write(x, 1000, 1);
+  database.Write(s, 3000, 1);
+  database.Work();
+  Tag tag = database.Read(c);
+  std::get<CalculationProperties>(tag.own).source_tag = "";
+  EXPECT_EQ(database.Save(c, tag), ZR3_OK);
+  database.Write(x, 2000, 2);  // its result were older than the newest one
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x}));
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=1");
+  EXPECT_TRUE(database.Unfollowed().empty());
+  const std::int64_t before = database.LastCommit();
+  database.Work();
+  EXPECT_EQ(database.LastCommit(), before);
+}
+
+TEST(CalculationsTest, AtOpeningATagWithASourceIsComputedForItsSourceAlone) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId s = database.AddPoint("s");
+  const TagId c = database.Add(Database::Notified("c", "'x'", "s"));
+  database.Write(x, 1000, 1);
+  database.Write(s, 1000, 0);
+  database.Work();
+  database.Write(x, 3000, 2);
+  for (int opening = 0; opening < 2; ++opening) {
+    database.Close();
+    database.Open();
+    database.Work();
+    EXPECT_EQ(database.Records(c), "1=1");
+  }
+  database.Write(s, 2000, 0);
+  database.Close();
+  database.Open();
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 3=2");
+}
+
+TEST(CalculationsTest, AReaderThatIsSavedLaterSeesWhatWasComputedAndNotWhatWasStored) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  database.Write(x, 1000, 1);
+  database.Work();
+  database.Write(x, 1000, 2);
+  const TagId d = database.Add(Database::Notified("d", "'c'", "y"));
+  database.Write(y, 2000, 0);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=2");
+  EXPECT_EQ(database.Records(d), "2=2");
+}
+
 TEST(CalculationsTest, ASavedExpressionCountsFromTheNextValueOn) {
   Database database;
   const TagId x = database.AddPoint("x");
