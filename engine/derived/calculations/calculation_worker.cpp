@@ -105,7 +105,8 @@ Result<bool> CalculationWorker::ComputeNews() {
 }
 
 bool CalculationWorker::ComputeDue() {
-  const std::optional<PollSchedule::Due> due = schedule_.DueAt(clock_());
+  const std::int64_t now_ms = clock_();
+  const std::optional<PollSchedule::Due> due = schedule_.DueAt(now_ms);
   if (const std::int64_t passed_over = schedule_.TakePassedOver(); passed_over > 0) {
     LogError("calculations: {} polled instants are too late and are passed over", passed_over);
   }
@@ -114,6 +115,8 @@ bool CalculationWorker::ComputeDue() {
   for (const TagId tag : due->tags) {
     Node* const node = graph_.Find(tag);
     ZERVANE_ASSERT(node != nullptr && node->rule != nullptr);
+    // It was saved, or the database opened, before the clock was set back.
+    if (node->since_ms > now_ms + PollSchedule::kMostSetBackMs) node->since_ms = kNoTime;
     if (node->since_ms < due->time_ms) first.push_back(node);
   }
   Run(first, due->time_ms);

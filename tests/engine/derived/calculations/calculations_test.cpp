@@ -94,6 +94,61 @@ TEST(CalculationsTest, AClockThatIsSetBackComputesNothingTwice) {
   EXPECT_EQ(database.Records(c), "1=1 2=1 3=1 4=5");
 }
 
+// A day ahead by mistake, in which an hour of multiples came late.
+TEST(CalculationsTest, AClockThatIsSetFarBackComputesTheMultiplesBehindItAnew) {
+  constexpr std::int64_t kDay = std::int64_t{24} * 3'600'000;
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 1, 5);
+  const TagId c = database.Add(Database::Polled("c", "'x'", 3600));
+  const TagId follower = database.Add(Database::Notified("follower", "'c'"));
+  database.SetClock(kDay);
+  database.Work();
+  const TagId during = database.Add(Database::Polled("during", "'x' * 2", 3600));
+  database.Work();
+  const std::string ahead = database.Records(c);
+  EXPECT_EQ(ahead.substr(0, 14), "3600=5 7200=5 ");
+  EXPECT_EQ(ahead.substr(ahead.size() - 8), " 86400=5");
+
+  database.SetClock(10'000);
+  database.Write(x, 10'000, 6);
+  database.Work();
+  const TagId after = database.Add(Database::Polled("after", "'x' * 3", 3600));
+  EXPECT_EQ(database.Records(c), ahead);
+  database.SetClock(std::int64_t{2} * 3'600'000);
+  database.Work();
+  EXPECT_EQ(database.Records(c).substr(0, 21), "3600=6 7200=6 10800=5");
+  EXPECT_EQ(database.Records(during), "3600=12 7200=12");
+  EXPECT_EQ(database.Records(after), "3600=18 7200=18");
+  // What is stamped ahead stays the current value until the clock is there, and no late record is a
+  // reason to compute.
+  EXPECT_EQ(database.Records(follower), ahead);
+  database.Write({{x, Database::At(std::int64_t{2} * 3'600'000 + 1, 0, 0)}});
+  database.SetClock(std::int64_t{3} * 3'600'000);
+  database.Work();
+  EXPECT_EQ(database.Records(c).substr(0, 31), "3600=6 7200=6 10800=6! 14400=5 ");
+
+  database.Write(x, std::int64_t{3} * 3'600'000 + 1, 7);
+  database.SetClock(kDay);
+  database.Work();
+  const std::string there = database.Records(follower);
+  EXPECT_EQ(there.substr(there.size() - 8), " 86400=7");
+}
+
+TEST(CalculationsTest, ATagOfASecondIsNotSilentForTheDayThatTheClockIsSetBack) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 1, 5);
+  const TagId c = database.Add(Database::Polled("c", "'x'"));
+  database.SetClock(std::int64_t{24} * 3'600'000);
+  database.Work();
+  database.SetClock(10'000);
+  database.Work();
+  database.SetClock(12'000);
+  database.Work();
+  EXPECT_EQ(database.Records(c).substr(0, 16), "11=5 12=5 82801=");
+}
+
 TEST(CalculationsTest, PolledTagsOfOneInstantSettleInOrderOfDependence) {
   Database database;
   const TagId x = database.AddPoint("x");
