@@ -51,6 +51,7 @@ void CalculationGraph::Remove(TagId tag) {
   node->number = kUnknown;
   node->time_ms = kNoTime;
   node->computed.reset();
+  node->late.reset();
   const std::vector<Node*> targets = node->targets;
   Unlink(*node);
   node->rank = 0;

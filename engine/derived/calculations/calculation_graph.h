@@ -38,6 +38,8 @@ class CalculationGraph {
     std::vector<Node*> targets;   // operands and the source, each once
     // What was last computed, which may not be written yet.
     std::optional<Sample> computed;
+    // The last result that was older than the tag's newest record, if it was the last one at all.
+    std::optional<Sample> late;
 
     std::vector<Node*> readers;
     std::uint32_t rank = 0;

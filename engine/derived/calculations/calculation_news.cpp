@@ -53,6 +53,8 @@ void CalculationNewsQueue::Compact() {
   std::vector<OperandValue> joined = Joined(before->values, last->values);
   values_ -= before->values.size() + last->values.size() - joined.size();
   before->values = std::move(joined);
+  before->number = last->number;
+  before->notifies = before->notifies || last->notifies;
   waiting_.erase(last);
 }
 

@@ -29,9 +29,8 @@ struct CalculationNews {
   // Of these the current value was corrected: it is to be looked up, once the commit is over.
   std::vector<TagId> corrected;
 
-  bool empty() const {
-    return saved.empty() && removed.empty() && values.empty() && corrected.empty();
-  }
+  std::uint64_t number = 0;  // of the commit; it counts up
+  bool notifies = false;     // rows stand until it is followed
 };
 
 // News on the way from those who commit to the one who computes. Nothing is ever lost: when very

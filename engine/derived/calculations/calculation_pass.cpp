@@ -47,16 +47,25 @@ void CalculationPass::Add(Node& node) {
 
 bool CalculationPass::Compute(Node& node, std::int64_t time_ms, SampleBatch& batch) {
   const std::optional<Sample> newest = NewestOf(node);
-  if (time_ms == kNoTime || (newest && time_ms < newest->time_ms)) return false;
+  const bool is_late = newest && time_ms < newest->time_ms;
+  if (time_ms == kNoTime || (is_late && node.rule->mode == Calculation::Mode::kNotify)) {
+    return false;
+  }
   operands_.clear();
   for (const Node* const operand : node.operands) operands_.push_back(operand->number);
+  const std::optional<Sample>& before = is_late && node.late ? node.late : newest;
   std::optional<Value> previous;
-  if (newest && newest->type == node.rule->type) previous = newest->value;
+  if (before && before->type == node.rule->type) previous = before->value;
   const Sample record = ComputeRecord(*node.rule, operands_, time_ms, previous);
   batch.Add(node.tag, record);
+  if (is_late) {
+    node.late = record;
+    return false;
+  }
   node.number = OperandOf(record);
   node.time_ms = record.time_ms;
   node.computed = record;
+  node.late.reset();
   return true;
 }
 

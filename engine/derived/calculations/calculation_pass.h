@@ -28,7 +28,8 @@ class CalculationPass {
  private:
   // A tag is computed once in a pass.
   void Add(Node& node);
-  // Whether the result becomes the tag's current value: it is not older than the one before.
+  // Whether the result becomes the tag's current value. A polled one that is older than the newest
+  // record, as when the clock was set back, is a late record; a notified one is none at all.
   bool Compute(Node& node, std::int64_t time_ms, SampleBatch& batch);
   std::optional<Sample> NewestOf(const Node& node) const;
 

@@ -19,14 +19,31 @@ std::vector<TagId> TargetsOf(const Calculation& calculation) {
 
 void CalculationRules::Load(const std::vector<CalculationPtr>& rules) {
   for (const CalculationPtr& rule : rules) {
-    for (const TagId target : TargetsOf(*rule)) ++readers_.At(target);
+    for (const Reading& reading : ReadingsOf(*rule)) {
+      Readers& readers = readers_.At(reading.tag);
+      ++readers.all;
+      if (reading.notifies) ++readers.notified;
+    }
     rules_.emplace(rule->tag, rule);
   }
 }
 
 bool CalculationRules::IsRead(TagId tag) const {
-  const std::uint32_t* const readers = readers_.Find(tag);
-  return readers != nullptr && *readers > 0;
+  const Readers* const readers = readers_.Find(tag);
+  return readers != nullptr && readers->all > 0;
+}
+
+bool CalculationRules::Notifies(TagId tag) const {
+  const Readers* const readers = readers_.Find(tag);
+  return readers != nullptr && readers->notified > 0;
+}
+
+std::vector<CalculationRules::Reading> CalculationRules::ReadingsOf(const Calculation& rule) {
+  std::vector<Reading> readings;
+  for (const TagId target : TargetsOf(rule)) {
+    readings.push_back({.tag = target, .notifies = rule.IsTriggeredBy(target)});
+  }
+  return readings;
 }
 
 void CalculationRules::Propose(Calculation rule) {
@@ -50,17 +67,26 @@ void CalculationRules::Prepare(TagId tag, CalculationPtr rule) {
   ZERVANE_ASSERT(std::ranges::find(changes_, tag, &Change::tag) == changes_.end());
   Change change = {.tag = tag, .rule = std::move(rule), .begins = {}, .ends = {}};
   const auto before = rules_.find(tag);
-  if (before != rules_.end() && before->second != nullptr) change.ends = TargetsOf(*before->second);
-  if (change.rule != nullptr) change.begins = TargetsOf(*change.rule);
-  for (const TagId target : change.begins) (void)readers_.At(target);
+  if (before != rules_.end() && before->second != nullptr)
+    change.ends = ReadingsOf(*before->second);
+  if (change.rule != nullptr) change.begins = ReadingsOf(*change.rule);
+  for (const Reading& reading : change.begins) (void)readers_.At(reading.tag);
   changes_.push_back(std::move(change));
   if (before == rules_.end()) rules_.emplace(tag, nullptr);
 }
 
 void CalculationRules::Keep() noexcept {
   for (Change& change : changes_) {
-    for (const TagId target : change.ends) --*readers_.Find(target);
-    for (const TagId target : change.begins) ++*readers_.Find(target);
+    for (const Reading& reading : change.ends) {
+      Readers& readers = *readers_.Find(reading.tag);
+      --readers.all;
+      if (reading.notifies) --readers.notified;
+    }
+    for (const Reading& reading : change.begins) {
+      Readers& readers = *readers_.Find(reading.tag);
+      ++readers.all;
+      if (reading.notifies) ++readers.notified;
+    }
     rules_.find(change.tag)->second = std::move(change.rule);
   }
   Discard();

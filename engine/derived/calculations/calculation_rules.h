@@ -29,6 +29,8 @@ class CalculationRules {
   bool Has(TagId calculation) const { return rules_.contains(calculation); }
   // Whether any calculation reads the tag.
   bool IsRead(TagId tag) const;
+  // Whether a new value of the tag is a reason to compute any NOTIFY tag.
+  bool Notifies(TagId tag) const;
 
   // The rule of a tag that is about to be saved; and what was last proposed for the tag in this
   // batch, null when nothing was.
@@ -44,18 +46,30 @@ class CalculationRules {
   void Discard() noexcept;
 
  private:
+  // That a calculation reads a tag.
+  struct Reading {
+    TagId tag = 0;
+    bool notifies = false;  // a new value of it is a reason to compute the calculation
+  };
   struct Change {
     TagId tag = 0;
-    CalculationPtr rule;        // null: it goes
-    std::vector<TagId> begins;  // to be read
-    std::vector<TagId> ends;    // to be
+    CalculationPtr rule;  // null: it goes
+    std::vector<Reading> begins;
+    std::vector<Reading> ends;
   };
   using Rules = std::unordered_map<TagId, CalculationPtr>;
 
+  // How many calculations read a tag, and of how many it is a reason.
+  struct Readers {
+    std::uint32_t all = 0;
+    std::uint32_t notified = 0;
+  };
+
   void Prepare(TagId tag, CalculationPtr rule);
+  static std::vector<Reading> ReadingsOf(const Calculation& rule);
 
   Rules rules_;
-  TagArray<std::uint32_t> readers_;  // how many calculations read a tag
+  TagArray<Readers> readers_;
 
   // Of the batch that is on its way.
   std::vector<CalculationPtr> proposals_;

@@ -1,7 +1,10 @@
 #include "engine/derived/calculations/calculation_stage.h"
 
+#include <algorithm>
 #include <optional>
 #include <span>
+
+#include "engine/assert.h"
 
 namespace zervane {
 
@@ -9,11 +12,18 @@ CalculationNews& CalculationStage::News() {
   if (news_.empty()) {
     queue_.Compact();
     news_.emplace_back();
+    news_.front().number = batch_;
   }
   return news_.front();
 }
 
-void CalculationStage::AddValue(const OperandValue& value) {
+void CalculationStage::AddReason(TagId tag, StoreBatch& batch) {
+  if (!rules_.Notifies(tag)) return;
+  rows_.PrepareValue(tag, batch_, batch);
+  News().notifies = true;
+}
+
+void CalculationStage::AddValue(const OperandValue& value, StoreBatch& batch) {
   std::vector<OperandValue>& values = News().values;
   Place& place = places_.At(value.tag);
   if (place.batch == batch_) {
@@ -22,22 +32,31 @@ void CalculationStage::AddValue(const OperandValue& value) {
   }
   values.push_back(value);
   place = {.batch = batch_, .at = values.size() - 1};
+  AddReason(value.tag, batch);
 }
 
-Status CalculationStage::Process(Turn& turn, const StagedRecords& group, StoreBatch&) {
+Status CalculationStage::Process(Turn& turn, const StagedRecords& group, StoreBatch& batch) {
   if (Status status = history_.Check(turn, group.rows); !status.ok()) return status;
-  const bool is_writing = is_writing_.load();
+  const std::uint64_t through = writing_through_.load();
   const std::span<const std::int64_t> times = group.samples.times();
   for (const std::uint32_t at : group.read) {
     const TagId tag = group.tags[at];
     if (group.was_newest[at] == 0 || !rules_.IsRead(tag)) continue;
-    if (is_writing && rules_.Has(tag)) continue;
+    if (through != 0 && rules_.Has(tag)) continue;
     AddValue({.tag = tag,
               .number = OperandOf(group.samples.types()[at], group.samples.qualities()[at],
                                   group.samples.values()[at]),
-              .time_ms = times[at]});
+              .time_ms = times[at]},
+             batch);
   }
+  if (std::ranges::any_of(group.rows, NotifyRows::IsAllDone)) PrepareDone(turn, through, batch);
   return {};
+}
+
+void CalculationStage::PrepareDone(Turn& turn, std::uint64_t through, StoreBatch& batch) {
+  turn.AssertHeld();
+  ZERVANE_ASSERT(through != 0);
+  rows_.PrepareDone(through, batch);
 }
 
 // Whoever computes knows what tags hold that are read already; of others he is told.
@@ -61,6 +80,7 @@ Status CalculationStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch& bat
 
 Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& batch) {
   turn.AssertHeld();
+  rows_.PrepareRemoval(tag, batch);
   const bool is_calculation = rules_.Has(tag);
   if (!is_calculation && !rules_.IsRead(tag)) return {};
   News().removed.push_back(tag);
@@ -71,16 +91,18 @@ Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& ba
 }
 
 Status CalculationStage::PrepareRecord(Turn& turn, TagId tag, std::int64_t, std::uint8_t* marks,
-                                       StoreBatch&) {
+                                       StoreBatch& batch) {
   turn.AssertHeld();
   if ((*marks & kCurrent) == 0 || !rules_.IsRead(tag)) return {};
   News().corrected.push_back(tag);
+  AddReason(tag, batch);
   return {};
 }
 
 void CalculationStage::Keep(Turn& turn) noexcept {
   rules_.Keep();
   history_.Keep(turn);
+  rows_.Keep();
   const bool has_news = !news_.empty();
   if (has_news) queue_.Append(news_);
   Discard(turn);
@@ -91,6 +113,7 @@ void CalculationStage::Discard(Turn& turn) noexcept {
   turn.AssertHeld();
   rules_.Discard();
   history_.Discard(turn);
+  rows_.Discard();
   news_.clear();
   ++batch_;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <list>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "engine/derived/calculations/calculation_history.h"
 #include "engine/derived/calculations/calculation_news.h"
 #include "engine/derived/calculations/calculation_rules.h"
+#include "engine/derived/calculations/notify_rows.h"
 #include "engine/storage/store.h"
 #include "engine/tag_array.h"
 #include "engine/write/stage.h"
@@ -22,12 +24,16 @@
 namespace zervane {
 
 // Notes what commits mean to calculations, for the one who computes: new current values of tags
-// that they read, and which calculation tags are saved or go. It adds nothing to a batch, and costs
-// a record that nobody reads nothing.
+// that they read, and which calculation tags are saved or go. A value for which NOTIFY tags are to
+// be computed gets a row of `progress` in its batch, unless one of its tag stands; the batch of
+// what was computed removes it. A record that nobody reads costs nothing.
 //
 // Threads: with the turn alone, but for the queue, and SetIsWriting.
 class CalculationStage final : public Stage {
  public:
+  // What was before the first commit.
+  static constexpr std::uint64_t kOpening = 1;
+
   // All outlive it.
   CalculationStage(CalculationRules& rules, CalculationHistory& history,
                    const CurrentValues& current_values, Clock clock)
@@ -39,9 +45,19 @@ class CalculationStage final : public Stage {
   // Whoever computes is told when there are news. Before the first batch. It must not throw.
   void OnNews(std::function<void()> wake) { wake_ = std::move(wake); }
 
-  // Whether what the one who computes writes is on its way: he knows the values of calculation tags
-  // that become current then.
-  void SetIsWriting(bool is_writing) noexcept { is_writing_.store(is_writing); }
+  // Before the first batch: what was left to do. ZR3_ERR_STORAGE_DAMAGED when the store holds of it
+  // what is none of it.
+  Status Load(Turn& turn, Store& store) { return rows_.Load(turn, store); }
+  // Then: the tags whose values were still to be followed when the database ended.
+  std::span<const TagId> unfollowed() const { return rows_.standing(); }
+
+  // What the one who computes has of all commits up to `through` is on its way, until EndWriting:
+  // he knows the values of calculation tags that become current then. With NotifyRows::AllDone
+  // among its rows what he was to compute of these commits is done.
+  void BeginWriting(std::uint64_t through) noexcept { writing_through_.store(through); }
+  void EndWriting() noexcept { writing_through_.store(0); }
+  // The same for a change, when there is nothing to write.
+  void PrepareDone(Turn& turn, std::uint64_t through, StoreBatch& batch);
 
   CalculationNewsQueue& queue() { return queue_; }
 
@@ -54,6 +70,8 @@ class CalculationStage final : public Stage {
   void Discard(Turn& turn) noexcept override;
 
  private:
+  static constexpr std::uint64_t kFirstBatch = kOpening + 1;
+
   // Where the value of a tag stands among those of a batch.
   struct Place {
     std::uint64_t batch = 0;
@@ -62,7 +80,8 @@ class CalculationStage final : public Stage {
 
   // What this batch means so far.
   CalculationNews& News();
-  void AddValue(const OperandValue& value);
+  void AddValue(const OperandValue& value, StoreBatch& batch);
+  void AddReason(TagId tag, StoreBatch& batch);
 
   CalculationRules& rules_;
   CalculationHistory& history_;
@@ -70,10 +89,11 @@ class CalculationStage final : public Stage {
   const Clock clock_;
   std::function<void()> wake_;
   CalculationNewsQueue queue_;
-  std::atomic<bool> is_writing_ = false;
+  std::atomic<std::uint64_t> writing_through_ = 0;  // 0: nothing of it is on its way
+  NotifyRows rows_;
 
   // Of the batch that is on its way.
-  std::uint64_t batch_ = 1;
+  std::uint64_t batch_ = kFirstBatch;
   CalculationNewsQueue::List news_;  // one, or none
   TagArray<Place> places_;
 };

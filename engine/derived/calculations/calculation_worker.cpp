@@ -30,10 +30,12 @@ bool IsPolledEvery(const CalculationGraph::Node* node, std::int64_t period_s) {
 // While it lives, the stage leaves out calculation tags.
 class OwnWrite {
  public:
-  explicit OwnWrite(CalculationStage& stage) : stage_(stage) { stage_.SetIsWriting(true); }
+  OwnWrite(CalculationStage& stage, std::uint64_t through) : stage_(stage) {
+    stage_.BeginWriting(through);
+  }
   OwnWrite(const OwnWrite&) = delete;
   OwnWrite& operator=(const OwnWrite&) = delete;
-  ~OwnWrite() { stage_.SetIsWriting(false); }
+  ~OwnWrite() { stage_.EndWriting(); }
 
  private:
   CalculationStage& stage_;
@@ -48,13 +50,7 @@ void CalculationWorker::Start() {
   graph_.Visit([&](Node& node) {
     if (node.rule == nullptr) return;
     node.since_ms = now_ms;
-    if (IsPolled(node)) {
-      schedule_.Add(node.tag, node.rule->period_s, now_ms);
-    } else if (std::ranges::any_of(node.targets, [&](const Node* target) {
-                 return target->time_ms > node.time_ms;
-               })) {
-      opening_.push_back(&node);
-    }
+    if (IsPolled(node)) schedule_.Add(node.tag, node.rule->period_s, now_ms);
   });
 }
 
@@ -77,9 +73,21 @@ Status CalculationWorker::Work(const std::function<bool()>& is_stopping) {
 }
 
 bool CalculationWorker::ComputeOpening() {
-  if (opening_.empty()) return false;
-  Run(opening_, kNoTime);
-  opening_.clear();
+  if (!is_opening_) return false;
+  std::vector<Node*> first;
+  graph_.Visit([&](Node& node) {
+    if (node.rule == nullptr) return;
+    const bool is_behind = std::ranges::any_of(node.targets, [&](const Node* target) {
+      return node.rule->IsTriggeredBy(target->tag) && target->time_ms > node.time_ms;
+    });
+    if (is_behind) first.push_back(&node);
+  });
+  for (const TagId tag : unfollowed_) {
+    if (const Node* const node = graph_.Find(tag)) AddTriggered(*node, first);
+  }
+  Run(first, kNoTime);
+  has_rows_done_ = !unfollowed_.empty();
+  is_opening_ = false;
   return true;
 }
 
@@ -87,14 +95,18 @@ Result<bool> CalculationWorker::ComputeNews() {
   if (news_.empty()) news_ = stage_.queue().TakeAll();
   if (news_.empty()) return false;
   while (!news_.empty() && unwritten_.size() < kMostUnwritten) {
-    if (Status status = Follow(news_.front()); !status.ok()) return status;
+    const CalculationNews& news = news_.front();
+    if (Status status = Follow(news); !status.ok()) return status;
+    followed_ = news.number;
+    has_rows_done_ = has_rows_done_ || news.notifies;
     news_.pop_front();
   }
   return true;
 }
 
 bool CalculationWorker::ComputeDue() {
-  const std::optional<PollSchedule::Due> due = schedule_.DueAt(clock_());
+  const std::int64_t now_ms = clock_();
+  const std::optional<PollSchedule::Due> due = schedule_.DueAt(now_ms);
   if (const std::int64_t passed_over = schedule_.TakePassedOver(); passed_over > 0) {
     LogError("calculations: {} polled instants are too late and are passed over", passed_over);
   }
@@ -103,6 +115,8 @@ bool CalculationWorker::ComputeDue() {
   for (const TagId tag : due->tags) {
     Node* const node = graph_.Find(tag);
     ZERVANE_ASSERT(node != nullptr && node->rule != nullptr);
+    // It was saved, or the database opened, before the clock was set back.
+    if (node->since_ms > now_ms + PollSchedule::kMostSetBackMs) node->since_ms = kNoTime;
     if (node->since_ms < due->time_ms) first.push_back(node);
   }
   Run(first, due->time_ms);
@@ -146,9 +160,10 @@ void CalculationWorker::FollowSaved(const CalculationNews& news) {
     Node& node = graph_.Put(rule);
     if (!goes_on) node.since_ms = news.saved_ms;
   }
+  // What calculation tags hold is known already, and may be newer than what is stored.
   for (const OperandValue& value : news.found) {
     const Node* const node = graph_.Find(value.tag);
-    if (node != nullptr && value.time_ms >= node->time_ms) graph_.Set(value);
+    if (node != nullptr && node->rule == nullptr) graph_.Set(value);
   }
 }
 
@@ -172,8 +187,12 @@ void CalculationWorker::FollowValue(const OperandValue& value, std::vector<Node*
   Node* const node = graph_.Find(value.tag);
   if (node == nullptr) return;
   graph_.Set(value);
-  for (Node* const reader : node->readers) {
-    if (reader->rule->IsTriggeredBy(value.tag)) triggered.push_back(reader);
+  AddTriggered(*node, triggered);
+}
+
+void CalculationWorker::AddTriggered(const Node& node, std::vector<Node*>& triggered) {
+  for (Node* const reader : node.readers) {
+    if (reader->rule->IsTriggeredBy(node.tag)) triggered.push_back(reader);
   }
 }
 
@@ -198,16 +217,31 @@ void CalculationWorker::Run(const std::vector<Node*>& first, std::int64_t time_m
 
 Status CalculationWorker::Write() {
   while (!unwritten_.empty()) {
-    const OwnWrite own(stage_);
-    const Result<WriteSamples::Reply> reply = writes_.WriteAsSystem(unwritten_, {});
+    std::vector<RowChange> rows;
+    if (has_rows_done_) rows.push_back(NotifyRows::AllDone());
+    const OwnWrite own(stage_, followed_);
+    const Result<WriteSamples::Reply> reply = writes_.WriteAsSystem(unwritten_, std::move(rows));
     if (!reply.ok()) return reply.status();
     if (reply->status == ZR3_OK) {
       unwritten_.Clear();
+      has_rows_done_ = false;
     } else if (Status status = DropRefused(*reply); !status.ok()) {
       return status;
     }
   }
-  return {};
+  return has_rows_done_ ? WriteDone() : Status();
+}
+
+// Nothing came of what was followed.
+Status CalculationWorker::WriteDone() {
+  const auto plan = [this](Turn& turn, StoreBatch& batch) {
+    batch.rows.push_back(NotifyRows::AllDone());
+    stage_.PrepareDone(turn, followed_, batch);
+    return Status();
+  };
+  Status status = writes_.Change(plan, [](Turn&) {});
+  if (status.ok()) has_rows_done_ = false;
+  return status;
 }
 
 // A tag that went meanwhile, or whose type is another now, takes no record; the others are to have

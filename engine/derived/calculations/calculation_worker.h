@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -25,8 +26,9 @@ namespace zervane {
 // its own; what several passes in a row have computed is written in one batch. What the store
 // refuses stays, and is tried again before anything else is computed.
 //
-// Nothing of it stands in the store: at opening NOTIFY tags whose operands or source are newer than
-// their own newest record are computed once, which is all that can be missing after a kill.
+// What is still to be followed of NOTIFY tags stands in the store, see NotifyRows, and goes with
+// what is computed. At opening the tags that it names are computed once, and those NOTIFY tags,
+// too, of which a value that is a reason is newer than their own newest record.
 //
 // Threads: one at a time, but for those of the stage.
 class CalculationWorker {
@@ -40,8 +42,12 @@ class CalculationWorker {
         clock_(std::move(clock)),
         pass_(writes.current_values()) {}
 
-  // Before the first batch, with all calculation tags.
-  void Load(const std::vector<CalculationPtr>& rules) { graph_.Load(rules); }
+  // Before the first batch, with all calculation tags, and the tags whose values were still to be
+  // followed when the database ended.
+  void Load(const std::vector<CalculationPtr>& rules, std::span<const TagId> unfollowed) {
+    graph_.Load(rules);
+    unfollowed_.assign(unfollowed.begin(), unfollowed.end());
+  }
   // Once current values can be read.
   void Start();
 
@@ -67,10 +73,12 @@ class CalculationWorker {
   void FollowRemoval(TagId tag);
   Status FollowCorrection(TagId tag, std::vector<Node*>& triggered);
   void FollowValue(const OperandValue& value, std::vector<Node*>& triggered);
+  static void AddTriggered(const Node& node, std::vector<Node*>& triggered);
   OperandValue CurrentOf(TagId tag) const;
 
   void Run(const std::vector<Node*>& first, std::int64_t time_ms);
   Status Write();
+  Status WriteDone();
   Status DropRefused(const WriteSamples::Reply& reply);
 
   CalculationStage& stage_;
@@ -82,9 +90,12 @@ class CalculationWorker {
   CalculationPass pass_;
 
   std::int64_t opened_ms_ = 0;  // from then on values are computed live
-  std::vector<Node*> opening_;  // what is computed once, first
+  std::vector<TagId> unfollowed_;
+  bool is_opening_ = true;  // what is computed at opening is still to come
   CalculationNewsQueue::List news_;
   SampleBatch unwritten_;
+  std::uint64_t followed_ = CalculationStage::kOpening;  // the last commit that was
+  bool has_rows_done_ = false;                           // which go with the next write
 };
 
 }  // namespace zervane

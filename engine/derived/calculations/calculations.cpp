@@ -15,7 +15,8 @@ namespace zervane {
 class Calculations::Impl {
  public:
   Impl(Store& store, WritePath& writes, const Catalogue& catalogue, const Clock& clock)
-      : catalogue_(catalogue),
+      : store_(store),
+        catalogue_(catalogue),
         tags_(rules_),
         history_(store, writes, catalogue.tags(), clock),
         stage_(rules_, history_, writes.current_values(), clock),
@@ -35,7 +36,8 @@ class Calculations::Impl {
         CalculationsOf(*catalogue_.image(), [this](TagId id) { return catalogue_.LinksOf(id); });
     if (!rules.ok()) return rules.status();
     rules_.Load(*rules);
-    worker_.Load(*rules);
+    if (Status status = stage_.Load(turn, store_); !status.ok()) return status;
+    worker_.Load(*rules, stage_.unfollowed());
     return history_.Load(turn, *rules);
   }
 
@@ -49,6 +51,7 @@ class Calculations::Impl {
   }
 
  private:
+  Store& store_;
   const Catalogue& catalogue_;
   CalculationRules rules_;
   CalculationTags tags_;

@@ -29,6 +29,9 @@ std::int64_t PollSchedule::NextDue() const {
 std::optional<PollSchedule::Due> PollSchedule::DueAt(std::int64_t now_ms) {
   for (auto& [period_s, period] : periods_) {
     const std::int64_t period_ms = period_s * 1000;
+    if (period.next_ms - now_ms > period_ms + kMostSetBackMs) {
+      period.next_ms = (now_ms / period_ms + 1) * period_ms;
+    }
     const std::int64_t late = (now_ms - period.next_ms) / period_ms;
     if (now_ms < period.next_ms || late < kMostLate) continue;
     const std::int64_t passed_over = late - kMostLate + 1;

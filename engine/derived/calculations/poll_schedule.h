@@ -25,6 +25,10 @@ class PollSchedule {
   // So many multiples of a period that are late are computed; those before them are passed over.
   static constexpr std::int64_t kMostLate = 3'600;
 
+  // When the clock is set back by no more than this, nothing is computed before it has passed the
+  // last multiple that was. When by more, the multiples behind it come anew.
+  static constexpr std::int64_t kMostSetBackMs = 60'000;
+
   // At multiples behind the time. To add it twice, with one period, is as to add it once.
   void Add(TagId tag, std::int64_t period_s, std::int64_t behind_ms);
   void Remove(TagId tag, std::int64_t period_s);

@@ -12,6 +12,7 @@
 #include "api/operations/history.h"
 #include "api/operations/tags.h"
 #include "api/operations/values.h"
+#include "engine/derived/calculations/notify_rows.h"
 #include "engine/engine.h"
 #include "tests/engine/test_disk.h"
 
@@ -127,6 +128,22 @@ class CalculationDatabase {
     const Result<LeaseAnswer> lease = disk_->Open(disk_)->Lease(LeaseWish::kLook);
     EXPECT_TRUE(lease.ok());
     return lease.ok() ? lease->last_commit : 0;
+  }
+
+  // The tags whose values the store says are still to be followed.
+  std::vector<TagId> Unfollowed() {
+    std::vector<TagId> tags;
+    const RowRange range = {.table = TableId::kProgress,
+                            .from = RowFormat<NotifyReason>::AllKeys(),
+                            .to = RowFormat<NotifyReason>::AllKeys()};
+    const Status status = disk_->Open(disk_)->Rows(range, 1'000'000, [&](RowView row) {
+      const auto reason = RowFormat<NotifyReason>::FromRow(row);
+      EXPECT_TRUE(reason);
+      if (reason) tags.push_back(reason->tag);
+      return true;
+    });
+    EXPECT_TRUE(status.ok());
+    return tags;
   }
 
   TestDisk& disk() { return *disk_; }

@@ -49,6 +49,7 @@ void CalculationOracle::Remove(TagId tag) {
 
 void CalculationOracle::Work() {
   Run(std::exchange(opening_, {}));
+  unfollowed_.clear();
   for (const Commit& commit : waiting_) {
     FollowTags(commit);
     Pass pass;
@@ -63,7 +64,13 @@ void CalculationOracle::Work() {
 }
 
 void CalculationOracle::Reopen() {
-  for (const Commit& commit : waiting_) FollowTags(commit);
+  for (const Commit& commit : waiting_) {
+    FollowTags(commit);
+    unfollowed_.erase(commit.removed);
+    for (const auto& [tag, record] : commit.values) {
+      if (Notifies(tag)) unfollowed_.insert(tag);
+    }
+  }
   waiting_.clear();
   held_.clear();
   for (const auto& [tag, records] : records_) held_[tag] = NewestOf(tag);
@@ -71,10 +78,18 @@ void CalculationOracle::Reopen() {
   for (auto& [tag, calculated] : calculated_) {
     calculated.behind_ms = now_ms_;
     if (calculated.rule.is_polled) continue;
-    for (const TagId target : TargetsOf(calculated.rule)) {
-      if (HeldBy(target).time_ms > HeldBy(tag).time_ms) opening_.asked.insert(tag);
+    for (const TagId trigger : TriggersOf(calculated.rule)) {
+      const bool is_newer = HeldBy(trigger).time_ms > HeldBy(tag).time_ms;
+      if (is_newer || unfollowed_.contains(trigger)) opening_.asked.insert(tag);
     }
   }
+}
+
+bool CalculationOracle::Notifies(TagId tag) const {
+  return std::ranges::any_of(calculated_, [tag](const auto& entry) {
+    const Rule& rule = entry.second.rule;
+    return !rule.is_polled && TriggersOf(rule).contains(tag);
+  });
 }
 
 void CalculationOracle::FollowTags(const Commit& commit) {

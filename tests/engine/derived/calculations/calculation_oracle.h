@@ -70,6 +70,7 @@ class CalculationOracle {
   };
 
   void FollowTags(const Commit& commit);
+  bool Notifies(TagId tag) const;
   void PollUpTo(std::int64_t now_ms);
   void Run(Pass pass);
   bool Decide(TagId tag, Pass& pass);
@@ -82,7 +83,8 @@ class CalculationOracle {
 
   std::int64_t now_ms_;
   std::map<TagId, Records> records_;  // as they are stored
-  Pass opening_;  // what is asked for first
+  Pass opening_;                      // what is asked for first
+  std::set<TagId> unfollowed_;        // whose values were reasons to compute when it was closed
   std::vector<Commit> waiting_;
   std::map<TagId, Calculated> calculated_;
   std::map<TagId, Record> held_;  // as of the last commit that was followed

@@ -94,6 +94,61 @@ TEST(CalculationsTest, AClockThatIsSetBackComputesNothingTwice) {
   EXPECT_EQ(database.Records(c), "1=1 2=1 3=1 4=5");
 }
 
+// A day ahead by mistake, in which an hour of multiples came late.
+TEST(CalculationsTest, AClockThatIsSetFarBackComputesTheMultiplesBehindItAnew) {
+  constexpr std::int64_t kDay = std::int64_t{24} * 3'600'000;
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 1, 5);
+  const TagId c = database.Add(Database::Polled("c", "'x'", 3600));
+  const TagId follower = database.Add(Database::Notified("follower", "'c'"));
+  database.SetClock(kDay);
+  database.Work();
+  const TagId during = database.Add(Database::Polled("during", "'x' * 2", 3600));
+  database.Work();
+  const std::string ahead = database.Records(c);
+  EXPECT_EQ(ahead.substr(0, 14), "3600=5 7200=5 ");
+  EXPECT_EQ(ahead.substr(ahead.size() - 8), " 86400=5");
+
+  database.SetClock(10'000);
+  database.Write(x, 10'000, 6);
+  database.Work();
+  const TagId after = database.Add(Database::Polled("after", "'x' * 3", 3600));
+  EXPECT_EQ(database.Records(c), ahead);
+  database.SetClock(std::int64_t{2} * 3'600'000);
+  database.Work();
+  EXPECT_EQ(database.Records(c).substr(0, 21), "3600=6 7200=6 10800=5");
+  EXPECT_EQ(database.Records(during), "3600=12 7200=12");
+  EXPECT_EQ(database.Records(after), "3600=18 7200=18");
+  // What is stamped ahead stays the current value until the clock is there, and no late record is a
+  // reason to compute.
+  EXPECT_EQ(database.Records(follower), ahead);
+  database.Write({{x, Database::At(std::int64_t{2} * 3'600'000 + 1, 0, 0)}});
+  database.SetClock(std::int64_t{3} * 3'600'000);
+  database.Work();
+  EXPECT_EQ(database.Records(c).substr(0, 31), "3600=6 7200=6 10800=6! 14400=5 ");
+
+  database.Write(x, std::int64_t{3} * 3'600'000 + 1, 7);
+  database.SetClock(kDay);
+  database.Work();
+  const std::string there = database.Records(follower);
+  EXPECT_EQ(there.substr(there.size() - 8), " 86400=7");
+}
+
+TEST(CalculationsTest, ATagOfASecondIsNotSilentForTheDayThatTheClockIsSetBack) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.Write(x, 1, 5);
+  const TagId c = database.Add(Database::Polled("c", "'x'"));
+  database.SetClock(std::int64_t{24} * 3'600'000);
+  database.Work();
+  database.SetClock(10'000);
+  database.Work();
+  database.SetClock(12'000);
+  database.Work();
+  EXPECT_EQ(database.Records(c).substr(0, 16), "11=5 12=5 82801=");
+}
+
 TEST(CalculationsTest, PolledTagsOfOneInstantSettleInOrderOfDependence) {
   Database database;
   const TagId x = database.AddPoint("x");
@@ -279,6 +334,137 @@ TEST(CalculationsTest, AtOpeningWhatIsOlderThanItsOperandsIsComputedOnce) {
   database.Write(x, 4000, 4);
   database.Work();
   EXPECT_EQ(database.Records(b), "1=2 3=6 4=8");
+}
+
+// None of these values is newer than the tag's own newest record.
+TEST(CalculationsTest, AtOpeningWhatWasNotFollowedIsComputedHoweverOldItIs) {
+  struct Case {
+    const char* what;
+    void (*change)(Database&, TagId x, TagId y);
+    const char* expected;
+  };
+  const Case cases[] = {
+      {"an operand behind the other",
+       [](Database& database, TagId, TagId y) { database.Write(y, 2000, 4); }, "3=6"},
+      {"an operand of the other's time",
+       [](Database& database, TagId, TagId y) { database.Write(y, 3000, 4); }, "3=6"},
+      {"another value of the same time",
+       [](Database& database, TagId x, TagId) { database.Write(x, 3000, 20); }, "3=19"},
+      {"a correction",
+       [](Database& database, TagId x, TagId) {
+         const CorrectRecord correction{.id = x, .sample = Database::At(3000, 30)};
+         EXPECT_EQ(database.Do(correction).code(), ZR3_OK);
+       },
+       "3=29"},
+      {"several of one tag",
+       [](Database& database, TagId x, TagId y) {
+         database.Write(y, 2000, 4);
+         database.Write(x, 3000, 20);
+         database.Write(y, 2500, 5);
+       },
+       "3=15"},
+  };
+  for (const Case& one : cases) {
+    SCOPED_TRACE(one.what);
+    Database database;
+    const TagId x = database.AddPoint("x");
+    const TagId y = database.AddPoint("y");
+    const TagId c = database.Add(Database::Notified("c", "'x' - 'y'"));
+    const TagId behind = database.Add(Database::Notified("behind", "'c' * 1"));
+    database.Write({{x, Database::At(3000, 10)}, {y, Database::At(1000, 1)}});
+    database.Work();
+    EXPECT_EQ(database.Records(c), "3=9");
+    one.change(database, x, y);
+    database.Close();
+    database.Open();
+    database.Work();
+    EXPECT_EQ(database.Records(c), one.expected);
+    EXPECT_EQ(database.Records(behind), one.expected);
+    EXPECT_TRUE(database.Unfollowed().empty());
+  }
+}
+
+TEST(CalculationsTest, OneRowWaitsForEveryTagThatIsAReasonUntilWhatFollowsIsStored) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId polled = database.AddPoint("polled");
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  database.Add(Database::Notified("d", "'x' + 'y'", "y"));
+  database.Add(Database::Polled("p", "'polled'"));
+  for (std::int64_t at = 1; at <= 5; ++at) {
+    database.Write({{x, Database::At(at, 1)}, {y, Database::At(at, 1)}});
+    database.Write(polled, at, 1);
+  }
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x, y}));
+  database.disk().FailCommitsOfTag(c);
+  EXPECT_EQ(database.engine().Work().code(), ZR3_ERR_STORAGE_FAILED);
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x, y}));
+  database.disk().EndFailingCommits();
+  database.Work();
+  EXPECT_TRUE(database.Unfollowed().empty());
+  database.Write(x, 6, 1);
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x}));
+  database.Delete(x);
+  EXPECT_TRUE(database.Unfollowed().empty());
+}
+
+TEST(CalculationsTest, WhatComesToNothingLeavesNoRow) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId s = database.AddPoint("s");
+  const TagId c = database.Add(Database::Notified("c", "'x'", "s"));
+  database.Write(x, 1000, 1);
+  database.Write(s, 3000, 1);
+  database.Work();
+  Tag tag = database.Read(c);
+  std::get<CalculationProperties>(tag.own).source_tag = "";
+  EXPECT_EQ(database.Save(c, tag), ZR3_OK);
+  database.Write(x, 2000, 2);  // its result were older than the newest one
+  EXPECT_EQ(database.Unfollowed(), (std::vector<TagId>{x}));
+  database.Work();
+  EXPECT_EQ(database.Records(c), "3=1");
+  EXPECT_TRUE(database.Unfollowed().empty());
+  const std::int64_t before = database.LastCommit();
+  database.Work();
+  EXPECT_EQ(database.LastCommit(), before);
+}
+
+TEST(CalculationsTest, AtOpeningATagWithASourceIsComputedForItsSourceAlone) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId s = database.AddPoint("s");
+  const TagId c = database.Add(Database::Notified("c", "'x'", "s"));
+  database.Write(x, 1000, 1);
+  database.Write(s, 1000, 0);
+  database.Work();
+  database.Write(x, 3000, 2);
+  for (int opening = 0; opening < 2; ++opening) {
+    database.Close();
+    database.Open();
+    database.Work();
+    EXPECT_EQ(database.Records(c), "1=1");
+  }
+  database.Write(s, 2000, 0);
+  database.Close();
+  database.Open();
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=1 3=2");
+}
+
+TEST(CalculationsTest, AReaderThatIsSavedLaterSeesWhatWasComputedAndNotWhatWasStored) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  database.Write(x, 1000, 1);
+  database.Work();
+  database.Write(x, 1000, 2);
+  const TagId d = database.Add(Database::Notified("d", "'c'", "y"));
+  database.Write(y, 2000, 0);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=2");
+  EXPECT_EQ(database.Records(d), "2=2");
 }
 
 TEST(CalculationsTest, ASavedExpressionCountsFromTheNextValueOn) {
