@@ -33,7 +33,7 @@ Engine::Engine(std::unique_ptr<Store> store, Clock clock)
       alarm_worker_(alarm_stage_, writes_, *store_, catalogue_.tags(), clock_),
       tags_(catalogue_),
       tag_changes_(catalogue_, writes_, clock_),
-      records_(*store_, catalogue_.tags(), writes_, [this](TagId id) { return ClassOf(id); }),
+      records_(*store_, catalogue_.tags(), writes_),
       history_(*store_, catalogue_.tags(), writes_.current_values(), clock_),
       alarms_(*store_, catalogue_, writes_, alarm_groups_, clock_),
       subscriptions_(catalogue_.tags(), writes_) {}
@@ -48,11 +48,6 @@ std::optional<FilterSettings> Engine::SettingsOf(TagId id) const {
   const Result<Tag> tag = catalogue_.Find(id);
   if (!tag.ok()) return std::nullopt;
   return FilterSettingsOf(*tag);
-}
-
-std::int32_t Engine::ClassOf(TagId id) const {
-  const Result<Tag> tag = catalogue_.Find(id);
-  return tag.ok() ? tag->tag_class : std::int32_t{ZR3_TAG_CLASS_BASIC};
 }
 
 Status Engine::Start(const WriteQueue::Limits& limits, AlarmWork alarm_work) {

@@ -94,7 +94,6 @@ class Engine final {
   Status Start(const WriteQueue::Limits& limits, AlarmWork alarm_work);
   Status LoadAlarms(Turn& turn);
   std::optional<FilterSettings> SettingsOf(TagId id) const;
-  std::int32_t ClassOf(TagId id) const;
   Result<std::int64_t> HandleHere(const ReadClock&) { return clock_(); }
 
   const std::unique_ptr<Store> store_;

@@ -58,10 +58,8 @@ Status RecordFamily::PlanCorrection(const CorrectRecord& operation, StoreBatch& 
 Status RecordFamily::CheckCorrection(const CorrectRecord& operation) const {
   const std::optional<TagTraits> traits = tags_.Find(operation.id);
   if (!traits) return NoSuchTag(operation.id);
-  const std::int32_t tag_class = class_of_(operation.id);
-  if (tag_class != ZR3_TAG_CLASS_BASIC) {
-    return {ZR3_ERR_INVALID_TAG_CLASS,
-            fmt::format("tag {} of class {} has records of its own", operation.id, tag_class)};
+  if (traits->is_own) {
+    return {ZR3_ERR_INVALID_TAG_CLASS, fmt::format("tag {} has records of its own", operation.id)};
   }
   const ZR3_STATUS code = JudgeSample(operation.sample, traits);
   if (code == ZR3_OK) return {};

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <utility>
 
 #include "api/caller.h"
 #include "api/operations/history.h"
@@ -18,11 +16,8 @@ namespace zervane {
 // Threads: any.
 class RecordFamily {
  public:
-  // The class of a tag (ZR3_TAG_CLASS_...) that is there.
-  using ClassLookup = std::function<std::int32_t(TagId)>;
-
-  RecordFamily(Store& store, const TagIndex& tags, WritePath& writes, ClassLookup class_of)
-      : store_(store), tags_(tags), writes_(writes), class_of_(std::move(class_of)) {}
+  RecordFamily(Store& store, const TagIndex& tags, WritePath& writes)
+      : store_(store), tags_(tags), writes_(writes) {}
 
   Result<WriteSamples::Reply> Handle(const Caller& caller, const WriteSamples& operation) {
     return writes_.Write(caller, operation);
@@ -52,7 +47,6 @@ class RecordFamily {
   Store& store_;
   const TagIndex& tags_;
   WritePath& writes_;
-  const ClassLookup class_of_;
 };
 
 }  // namespace zervane
