@@ -23,9 +23,11 @@ class RecordFamilyTest : public testing::Test {
         tags_.Reserve(tag);
         return Status();
       };
-      EXPECT_TRUE(writes_.Change(plan, [&](Turn&) { tags_.Put(tag, {}); }).ok());
+      EXPECT_TRUE(
+          writes_.Change(plan, [&](Turn&) { tags_.Put(tag, {.is_own = tag == kStatistics}); })
+              .ok());
       const WriteSamples write = {.batch = BatchOf({{tag, NumberAt(10)}})};
-      EXPECT_EQ(writes_.Write({}, write)->status, ZR3_OK);
+      EXPECT_EQ(writes_.Write(Caller::System(), write)->status, ZR3_OK);
     }
   }
   ~RecordFamilyTest() override { (void)writes_.Close(); }
@@ -33,9 +35,7 @@ class RecordFamilyTest : public testing::Test {
   std::unique_ptr<Store> store_ = OpenMemoryStore();
   TagIndex tags_;
   WritePath writes_{*store_, tags_, [] { return std::int64_t{0}; }};
-  RecordFamily family_{*store_, tags_, writes_, [](TagId tag) {
-                         return tag == kPoint ? ZR3_TAG_CLASS_BASIC : ZR3_TAG_CLASS_STATS;
-                       }};
+  RecordFamily family_{*store_, tags_, writes_};
 };
 
 TEST_F(RecordFamilyTest, CorrectsRecordsOfPointTagsAlone) {
