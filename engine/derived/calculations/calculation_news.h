@@ -26,8 +26,9 @@ struct CalculationNews {
   std::vector<OperandValue> found;   // what tags hold that are read from now on
   std::vector<TagId> removed;        // calculation tags, and tags that they read
   std::vector<OperandValue> values;  // that have become current, of each tag the newest
-  // Of these the current value was corrected: it is to be looked up, once the commit is over.
-  std::vector<TagId> corrected;
+  // A current value was corrected: it is among the values of the next news, for which the stage can
+  // be asked.
+  bool corrects = false;
 
   std::uint64_t number = 0;  // of the commit; it counts up
   bool notifies = false;     // rows stand until it is followed

@@ -8,23 +8,40 @@
 
 namespace zervane {
 
-CalculationNews& CalculationStage::News() {
-  if (news_.empty()) {
-    queue_.Compact();
-    news_.emplace_back();
-    news_.front().number = batch_;
+CalculationNews& CalculationStage::News(StoreBatch& batch) {
+  if (!news_.empty()) return news_.back();
+  queue_.Compact();
+  CalculationNewsQueue::List news(1);
+  news.front().number = batch_;
+  if (!corrected_.empty()) TellCorrected(batch);
+  news.back().notifies = !news_.empty() && news_.back().notifies;
+  news_.splice(news_.end(), news);
+  return news_.back();
+}
+
+// Before what this batch means. Rows are to stay until that is followed as well.
+void CalculationStage::TellCorrected(StoreBatch& batch) {
+  CalculationNews news;
+  news.number = batch_ - 1;
+  for (const TagId tag : corrected_) {
+    const std::optional<Sample> sample = current_values_.Find(tag);
+    if (!sample) continue;
+    news.values.push_back({.tag = tag, .number = OperandOf(*sample), .time_ms = sample->time_ms});
+    if (!rules_.Notifies(tag)) continue;
+    rows_.PrepareValue(tag, batch_, batch);
+    news.notifies = true;
   }
-  return news_.front();
+  news_.push_back(std::move(news));
 }
 
 void CalculationStage::AddReason(TagId tag, StoreBatch& batch) {
   if (!rules_.Notifies(tag)) return;
   rows_.PrepareValue(tag, batch_, batch);
-  News().notifies = true;
+  News(batch).notifies = true;
 }
 
 void CalculationStage::AddValue(const OperandValue& value, StoreBatch& batch) {
-  std::vector<OperandValue>& values = News().values;
+  std::vector<OperandValue>& values = News(batch).values;
   Place& place = places_.At(value.tag);
   if (place.batch == batch_) {
     values[place.at] = value;
@@ -53,6 +70,11 @@ Status CalculationStage::Process(Turn& turn, const StagedRecords& group, StoreBa
   return {};
 }
 
+void CalculationStage::PrepareCorrected(Turn& turn, StoreBatch& batch) {
+  turn.AssertHeld();
+  if (!corrected_.empty()) (void)News(batch);
+}
+
 void CalculationStage::PrepareDone(Turn& turn, std::uint64_t through, StoreBatch& batch) {
   turn.AssertHeld();
   ZERVANE_ASSERT(through != 0);
@@ -64,7 +86,7 @@ Status CalculationStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch& bat
   turn.AssertHeld();
   const CalculationPtr rule = rules_.ProposalFor(tag);
   if (rule == nullptr) return {};  // it is no calculation tag
-  CalculationNews& news = News();
+  CalculationNews& news = News(batch);
   news.saved.push_back(rule);
   news.saved_ms = clock_();
   for (const TagId target : TargetsOf(*rule)) {
@@ -83,7 +105,7 @@ Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& ba
   rows_.PrepareRemoval(tag, batch);
   const bool is_calculation = rules_.Has(tag);
   if (!is_calculation && !rules_.IsRead(tag)) return {};
-  News().removed.push_back(tag);
+  News(batch).removed.push_back(tag);
   if (!is_calculation) return {};
   rules_.PrepareRemoval(tag);
   history_.PrepareRemoval(turn, tag, batch);
@@ -94,7 +116,9 @@ Status CalculationStage::PrepareRecord(Turn& turn, TagId tag, std::int64_t, std:
                                        StoreBatch& batch) {
   turn.AssertHeld();
   if ((*marks & kCurrent) == 0 || !rules_.IsRead(tag)) return {};
-  News().corrected.push_back(tag);
+  News(batch).corrects = true;
+  corrects_.push_back(tag);
+  corrected_.reserve(corrected_.size() + corrects_.size());
   AddReason(tag, batch);
   return {};
 }
@@ -104,6 +128,8 @@ void CalculationStage::Keep(Turn& turn) noexcept {
   history_.Keep(turn);
   rows_.Keep();
   const bool has_news = !news_.empty();
+  if (has_news) corrected_.clear();  // for they are told now
+  corrected_.insert(corrected_.end(), corrects_.begin(), corrects_.end());
   if (has_news) queue_.Append(news_);
   Discard(turn);
   if (has_news && wake_) wake_();
@@ -115,6 +141,7 @@ void CalculationStage::Discard(Turn& turn) noexcept {
   history_.Discard(turn);
   rows_.Discard();
   news_.clear();
+  corrects_.clear();
   ++batch_;
 }
 

@@ -51,6 +51,9 @@ class CalculationStage final : public Stage {
   // Then: the tags whose values were still to be followed when the database ended.
   std::span<const TagId> unfollowed() const { return rows_.standing(); }
 
+  // Tells what current values were corrected to, if that is not told yet. For a change.
+  void PrepareCorrected(Turn& turn, StoreBatch& batch);
+
   // What the one who computes has of all commits up to `through` is on its way, until EndWriting:
   // he knows the values of calculation tags that become current then. With NotifyRows::AllDone
   // among its rows what he was to compute of these commits is done.
@@ -79,7 +82,8 @@ class CalculationStage final : public Stage {
   };
 
   // What this batch means so far.
-  CalculationNews& News();
+  CalculationNews& News(StoreBatch& batch);
+  void TellCorrected(StoreBatch& batch);
   void AddValue(const OperandValue& value, StoreBatch& batch);
   void AddReason(TagId tag, StoreBatch& batch);
 
@@ -92,9 +96,14 @@ class CalculationStage final : public Stage {
   std::atomic<std::uint64_t> writing_through_ = 0;  // 0: nothing of it is on its way
   NotifyRows rows_;
 
+  // Tags whose current values were corrected, which is not told yet: a stage hears of a correction
+  // before it is there to be read, and looks it up when it is asked next.
+  std::vector<TagId> corrected_;
+
   // Of the batch that is on its way.
   std::uint64_t batch_ = kFirstBatch;
-  CalculationNewsQueue::List news_;  // one, or none
+  CalculationNewsQueue::List news_;  // none; one; or two, of which the first has what was corrected
+  std::vector<TagId> corrects_;
   TagArray<Place> places_;
 };
 

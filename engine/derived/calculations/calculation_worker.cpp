@@ -140,11 +140,8 @@ Status CalculationWorker::Follow(const CalculationNews& news) {
   for (const TagId tag : news.removed) FollowRemoval(tag);
   std::vector<Node*> triggered;
   for (const OperandValue& value : news.values) FollowValue(value, triggered);
-  for (const TagId tag : news.corrected) {
-    if (Status status = FollowCorrection(tag, triggered); !status.ok()) return status;
-  }
   Run(triggered, kNoTime);
-  return {};
+  return news.corrects ? AskForCorrected() : Status();
 }
 
 // To do it twice is as to do it once, for what fails for want of memory is done again.
@@ -175,11 +172,14 @@ void CalculationWorker::FollowRemoval(TagId tag) {
   graph_.Remove(tag);
 }
 
-// Stages hear of a correction before it is there to be read: whoever has the turn next comes after
-// it.
-Status CalculationWorker::FollowCorrection(TagId tag, std::vector<Node*>& triggered) {
-  Status status = writes_.Change([](Turn&, StoreBatch&) { return Status(); }, [](Turn&) {});
-  if (status.ok()) FollowValue(CurrentOf(tag), triggered);
+// Nothing may come behind it that has the stage tell it. It is followed before anything is polled.
+Status CalculationWorker::AskForCorrected() {
+  const auto plan = [this](Turn& turn, StoreBatch& batch) {
+    stage_.PrepareCorrected(turn, batch);
+    return Status();
+  };
+  Status status = writes_.Change(plan, [](Turn&) {});
+  news_.splice(news_.end(), stage_.queue().TakeAll());
   return status;
 }
 

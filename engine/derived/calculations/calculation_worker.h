@@ -71,7 +71,7 @@ class CalculationWorker {
   Status Follow(const CalculationNews& news);
   void FollowSaved(const CalculationNews& news);
   void FollowRemoval(TagId tag);
-  Status FollowCorrection(TagId tag, std::vector<Node*>& triggered);
+  Status AskForCorrected();
   void FollowValue(const OperandValue& value, std::vector<Node*>& triggered);
   static void AddTriggered(const Node& node, std::vector<Node*>& triggered);
   OperandValue CurrentOf(TagId tag) const;

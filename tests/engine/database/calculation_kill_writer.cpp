@@ -21,6 +21,7 @@ namespace {
 using zervane::DatabaseClient;
 using zervane::Status;
 using zervane::TagId;
+using zervane::calculation_kill::Kind;
 
 constexpr int kAnswers = 3;
 constexpr int kStepsPerOpen = 40;
@@ -36,14 +37,24 @@ Status AddMissingTags(DatabaseClient& database) {
   return {};
 }
 
+Status Step(DatabaseClient& database, unsigned seed, std::int64_t number) {
+  bool is_first = true;
+  for (const auto& batch : zervane::calculation_kill::StepOf(seed, number)) {
+    const bool corrects = !is_first && zervane::calculation_kill::KindOf(number) == Kind::kCorrect;
+    is_first = false;
+    std::vector<std::int32_t> codes(batch.size());
+    Status status = corrects ? database.CorrectRecord(batch.front().tag, batch.front().sample)
+                             : database.Write(batch, zervane::WriteOrder::kAnyOrder,
+                                              zervane::WriteAnswer::kDurable, codes);
+    if (!status.ok()) return status;
+  }
+  return {};
+}
+
 Status Work(DatabaseClient& database, unsigned seed, std::int64_t& number) {
   if (Status status = AddMissingTags(database); !status.ok()) return status;
   for (int i = 0; i < kStepsPerOpen; ++i, ++number) {
-    const auto batch = zervane::calculation_kill::StepOf(seed, number);
-    std::vector<std::int32_t> codes(batch.size());
-    Status status =
-        database.Write(batch, zervane::WriteOrder::kInOrder, zervane::WriteAnswer::kDurable, codes);
-    if (!status.ok()) return status;
+    if (Status status = Step(database, seed, number); !status.ok()) return status;
     if (write(kAnswers, &number, sizeof(number)) != sizeof(number)) {
       return {ZR3_ERR_INTERNAL, "nobody listens"};
     }

@@ -196,7 +196,6 @@ class RandomPlant {
     oracle_.Write(records);
   }
 
-  // At once followed, as a correction is looked up when it is; or never, for it is closed.
   void Correct() {
     if (written_.empty()) return;
     const bool is_last = Chance(2);
@@ -207,7 +206,6 @@ class RandomPlant {
     const Oracle::Record record = RandomRecord(time_ms);
     EXPECT_EQ(database_.Do(CorrectRecord{.id = tag, .sample = SampleOf(record)}).code(), ZR3_OK);
     oracle_.Correct(tag, record);
-    Chance(2) ? Work() : Reopen();
   }
 
   void Reopen() {

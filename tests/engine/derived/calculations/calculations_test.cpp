@@ -312,6 +312,27 @@ TEST(CalculationsTest, ACorrectedCurrentValueIsAReasonToComputeAndAnEarlierOneIs
   EXPECT_EQ(database.Records(c), "1=2 2=100");
 }
 
+TEST(CalculationsTest, ACorrectionIsFollowedBeforeWhatIsWrittenBehindIt) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  const TagId y = database.AddPoint("y");
+  const TagId c = database.Add(Database::Notified("c", "'x' + 'y'"));
+  database.Write({{x, Database::At(1000, 1)}, {y, Database::At(1000, 1)}});
+  database.Work();
+  const auto correct = [&](TagId tag, std::int64_t at_ms, double number) {
+    const CorrectRecord correction{.id = tag, .sample = Database::At(at_ms, number)};
+    EXPECT_EQ(database.Do(correction).code(), ZR3_OK);
+  };
+  correct(x, 1000, 50);
+  database.Write(y, 2000, 10);
+  correct(y, 2000, 20);
+  correct(x, 1000, 60);
+  database.Write(x, 3000, 7);
+  database.Work();
+  EXPECT_EQ(database.Records(c), "1=51 2=80 3=27");
+  EXPECT_TRUE(database.Unfollowed().empty());
+}
+
 TEST(CalculationsTest, AtOpeningWhatIsOlderThanItsOperandsIsComputedOnce) {
   Database database;
   const TagId x = database.AddPoint("x");
