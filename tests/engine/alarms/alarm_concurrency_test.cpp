@@ -106,13 +106,15 @@ class AlarmConcurrency : public testing::Test {
     }
   }
 
+  // A poll hands out some thousand transitions at the most: the rest comes with the next.
   void PollUntil(const std::atomic<bool>& is_over) {
-    bool was_over = false;
-    while (!was_over) {
-      was_over = is_over;
+    bool is_done = false;
+    while (!is_done) {
+      const bool was_over = is_over;
       const auto polled = Do(PollAlarms{});
       ASSERT_TRUE(polled.ok()) << polled.status().message();
       for (const AlarmRecord& record : *polled) told_[record.key()].push_back(record);
+      is_done = was_over && polled->empty();
     }
   }
 
