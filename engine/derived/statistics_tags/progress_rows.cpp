@@ -47,9 +47,9 @@ Row RowFormat<StatisticsProgress>::AllKeys() { return {CellOf(std::string(kTask)
 
 Row RowFormat<StatisticsProgress>::RowOf(const StatisticsProgress& progress) {
   Row row = KeyCells(progress.tag);
-  row.push_back(
-      CellOf(fmt::format("{} {} {} {} {}", progress.until_ms, progress.from_ms, progress.added_ms,
-                         progress.first_record_ms, progress.reset_ms)));
+  row.push_back(CellOf(fmt::format("{} {} {} {} {} {} {}", progress.until_ms, progress.from_ms,
+                                   progress.seen_ms, progress.first_record_ms, progress.reset_ms,
+                                   progress.gap.after_ms, progress.gap.until_ms)));
   return row;
 }
 
@@ -57,16 +57,17 @@ std::optional<StatisticsProgress> RowFormat<StatisticsProgress>::FromRow(RowView
   StatisticsProgress progress;
   std::string detail;
   if (!FromCell(row[1], &progress.tag) || !FromCell(row[3], &detail)) return std::nullopt;
-  const auto numbers = NumbersIn<5>(detail);
+  const auto numbers = NumbersIn<7>(detail);
   if (!numbers) return std::nullopt;
   for (const std::int64_t time_ms : *numbers) {
     if (!IsTimeOrNone(time_ms)) return std::nullopt;
   }
   progress.until_ms = (*numbers)[0];
   progress.from_ms = (*numbers)[1];
-  progress.added_ms = (*numbers)[2];
+  progress.seen_ms = (*numbers)[2];
   progress.first_record_ms = (*numbers)[3];
   progress.reset_ms = (*numbers)[4];
+  progress.gap = {.after_ms = (*numbers)[5], .until_ms = (*numbers)[6]};
   return progress;
 }
 

@@ -9,6 +9,14 @@
 
 namespace zervane {
 
+// Windows that are passed over: those that end behind the one time and up to the other.
+struct WindowGap {
+  std::int64_t after_ms = kNoTime;
+  std::int64_t until_ms = kNoTime;
+
+  friend bool operator==(const WindowGap&, const WindowGap&) = default;
+};
+
 // How far a statistics tag is. Times are kNoTime where there is none.
 struct StatisticsProgress {
   TagId tag = 0;
@@ -16,12 +24,15 @@ struct StatisticsProgress {
   std::int64_t until_ms = kNoTime;
   // Those that end up to it are none of the present properties.
   std::int64_t from_ms = kNoTime;
-  // When the tag was added: what ends up to it is its past.
-  std::int64_t added_ms = 0;
+  // When this was written: what ends up to it is the tag's past, or closed while the database was
+  // open. All of it is computed but for the gap.
+  std::int64_t seen_ms = 0;
   // The source's first record, down to the second, once it was found for a tag without a start.
   std::int64_t first_record_ms = kNoTime;
   // When it was last told to start anew.
   std::int64_t reset_ms = kNoTime;
+  // Of what closed while the database was shut, as long as there is something to do before it.
+  WindowGap gap = {};
 
   friend bool operator==(const StatisticsProgress&, const StatisticsProgress&) = default;
 };

@@ -124,20 +124,14 @@ class StatisticsBook {
     TagId tag = 0;
     friend auto operator<=>(const Place&, const Place&) = default;
   };
-  // Windows that are passed over: those that end behind the one time and up to the other.
-  struct Gap {
-    std::int64_t after_ms = kNoTime;
-    std::int64_t until_ms = kNoTime;
-  };
   struct Entry {
     std::shared_ptr<const StatisticsRule> rule;
     StatisticsProgress
         progress;  // as of the last batch that was stored, but for what is passed over
     bool has_source = false;
-    bool may_find_start = true;       // there were records since it was looked for
-    bool is_opened = false;           // the database was opened with it
-    std::int64_t known_ms = kNoTime;  // since when it is there as it is; kNoTime: taken care of
-    Gap gap;
+    bool may_find_start = true;         // there were records since it was looked for
+    bool is_opened = false;             // the database was opened with it
+    std::int64_t known_ms = kNoTime;    // since when it is there as it is; kNoTime: taken care of
     std::int64_t claimed_ms = kNoTime;  // windows that end up to it are computed, or being so
     std::map<std::int64_t, LateStretch> late;  // by the times of their keys
     std::int64_t late_claimed_ms = kNoTime;    // the key of the one that is being computed
@@ -178,7 +172,7 @@ class StatisticsBook {
   void Finish() noexcept;
   void FinishJob(const StatisticsJob& job) noexcept;
   void EndBatch() noexcept;
-  void PassOver(Entry& entry) const noexcept;
+  static void PassOver(Entry& entry) noexcept;
   void PutInLine(Entry& entry) noexcept;
   Place PlaceOf(const Entry& entry) noexcept;
 

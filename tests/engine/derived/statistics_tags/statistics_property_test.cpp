@@ -16,6 +16,7 @@
 #include "tests/engine/derived/statistics_tags/statistics_database.h"
 #include "tests/engine/history/random_requests.h"
 #include "tests/support/seed.h"
+#include "tests/support/time_zone.h"
 
 // Random tags, computed by the whole database, and by a plain list of windows and the plain
 // calculation of statistics.
@@ -354,8 +355,7 @@ class RandomStatistics {
 };
 
 TEST(StatisticsOfRandomTags, AreThoseOfAPlainListOfWindows) {
-  setenv("TZ", "UTC", 1);
-  tzset();
+  const ScopedTimeZone zone("UTC");
   const Seed seed;
   for (std::uint32_t run = 0; run < 6; ++run) {
     SCOPED_TRACE(run);

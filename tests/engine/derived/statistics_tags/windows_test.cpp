@@ -11,22 +11,10 @@
 #include <vector>
 
 #include "engine/derived/statistics_tags/wall_clock.h"
+#include "tests/support/time_zone.h"
 
 namespace zervane {
 namespace {
-
-// The process's time zone for the length of a test. Nobody else looks at it here.
-class ZoneOf {
- public:
-  explicit ZoneOf(const char* zone) {
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-  ~ZoneOf() {
-    unsetenv("TZ");
-    tzset();
-  }
-};
 
 // "2026-03-29 01:00" in UTC, with seconds where there are some.
 std::string TextOf(std::int64_t time_ms) {
@@ -65,7 +53,7 @@ class CalendarWindows : public testing::TestWithParam<CalendarCase> {};
 
 TEST_P(CalendarWindows, GoByTheClockOnTheWall) {
   const CalendarCase& c = GetParam();
-  const ZoneOf zone(c.zone);
+  const ScopedTimeZone zone(c.zone);
   StatisticsProperties properties;
   properties.sample_mode = c.mode;
   properties.sample_begin_offset = c.begin_s;
@@ -364,7 +352,7 @@ class TimesThatTheClockPassesOver : public testing::TestWithParam<GapCase> {};
 
 TEST_P(TimesThatTheClockPassesOver, AreAsMuchLaterAsItIsPutForward) {
   const GapCase& c = GetParam();
-  const ZoneOf zone(c.zone);
+  const ScopedTimeZone zone(c.zone);
   EXPECT_EQ(TextOf(InstantOf(c.day, c.second_of_day)), c.instant);
 }
 
@@ -385,7 +373,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& given) { return std::string(given.param.name); });
 
 TEST(CalendarWindow, BeginsAtTheStartOrBehind) {
-  const ZoneOf zone("UTC");
+  const ScopedTimeZone zone("UTC");
   StatisticsProperties properties;
   properties.sample_mode = kDay;
   const std::int64_t start_ms = TimeOf("2026-06-10 00:01");
