@@ -85,8 +85,10 @@ void RelaySender::Loop() noexcept {
       if (next != config) back_off_.Reset();
       config = std::move(next);
     }
+    connected_ = {};
     const Status failure = Guarded([&] { return Serve(*config); });
     if (interrupt_.is_set()) continue;
+    if (connected_) back_off_.NoteHeld(surroundings_.now() - *connected_);
     TellFailure(failure);
     const std::chrono::milliseconds time = back_off_.Next();
     if (surroundings_.pause) {
@@ -114,6 +116,7 @@ Status RelaySender::Serve(const RelayConfig& config) {
   refused_ = 0;
   auto redis = OpenRedis(config, names_, interrupt_);
   if (!redis.ok()) return redis.status();
+  connected_ = surroundings_.now();
   if (Status status = SendWhatWaited(config, **redis); !status.ok()) return status;
   (void)queue_.WasAskedForAll();
   if (Status status = SendAllCurrent(config, **redis); !status.ok()) return status;
@@ -201,13 +204,15 @@ Status RelaySender::SendEntries(const RelayConfig& config, RedisConnection& redi
 Status RelaySender::Deliver(RedisConnection& redis, std::string_view commands, std::size_t count,
                             const std::function<void()>& sent) {
   if (count == 0) return {};
+  const std::uint64_t refused_before = refused_;
   Status status = redis.Exchange(commands, 2 * count, [&](std::size_t at, RedisReply& reply) {
     const bool is_publish = at % 2 == 1;
     Status judged = JudgeReply(is_publish, reply);
     if (judged.ok() && is_publish) sent();
     return judged;
   });
-  if (status.ok()) back_off_.Reset();
+  const bool has_all_refused = refused_ - refused_before == 2 * count;
+  if (status.ok() && !has_all_refused) back_off_.Reset();
   return status;
 }
 

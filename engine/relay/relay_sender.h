@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -32,9 +33,11 @@ namespace zervane {
 // Threads: any may call Use; Stop and the destructor once, last.
 class RelaySender {
  public:
+  using Clock = std::chrono::steady_clock;
   // What tests have in other ways.
   struct Surroundings {
     Resolver resolver = ResolveBySystem;
+    std::function<Clock::time_point()> now = Clock::now;
     // Waits so long, or until it is woken.
     std::function<void(std::chrono::milliseconds, const WakeUp&)> pause;  // none: it does so
   };
@@ -87,6 +90,7 @@ class RelaySender {
   // Of the thread alone.
   NameLookup names_;
   BackOff back_off_;
+  std::optional<Clock::time_point> connected_;  // since when there is a connection
   std::string told_;           // the failure that was told last; empty: it goes well
   std::uint64_t refused_ = 0;  // commands of the connection that were refused
 

@@ -17,5 +17,14 @@ TEST(BackOffTest, DoublesFromATenthOfASecondToHalfAMinute) {
   EXPECT_EQ(back_off.Next().count(), 100);
 }
 
+TEST(BackOffTest, BeginsAnewAfterWhatHasHeldForLongerThanTheLastWait) {
+  BackOff back_off;
+  for (int i = 0; i < 3; ++i) (void)back_off.Next();
+  back_off.NoteHeld(std::chrono::milliseconds(400));
+  EXPECT_EQ(back_off.Next().count(), 800);
+  back_off.NoteHeld(std::chrono::milliseconds(801));
+  EXPECT_EQ(back_off.Next().count(), 100);
+}
+
 }  // namespace
 }  // namespace zervane

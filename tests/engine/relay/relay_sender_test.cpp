@@ -1,7 +1,9 @@
 #include "engine/relay/relay_sender.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 
+#include <atomic>
 #include <future>
 #include <string>
 #include <vector>
@@ -30,10 +32,11 @@ class RelaySenderTest : public testing::Test {
     config->routes = {"", "raised", "ended", "notes"};
     auto sender = std::make_unique<RelaySender>(
         queue_, catalogue_, current_values_,
-        RelaySender::Surroundings{.resolver = std::move(resolver),
-                                  .pause = [this](milliseconds time, const WakeUp& interrupt) {
-                                    Pause(time, interrupt);
-                                  }});
+        RelaySender::Surroundings{
+            .resolver = std::move(resolver),
+            .now = [this] { return now_.load(); },
+            .pause = [this](milliseconds time,
+                            const WakeUp& interrupt) { Pause(time, interrupt); }});
     sender->Use(config);
     return sender;
   }
@@ -44,8 +47,7 @@ class RelaySenderTest : public testing::Test {
     queue_.Push(std::move(entry));
   }
   void AwaitPauses(std::size_t count) {
-    const MutexLock lock(mutex_);
-    while (pauses_.size() < count) change_.Wait(mutex_);
+    EXPECT_TRUE(Await([&] { return pauses().size() >= count; }));
   }
   std::vector<std::int64_t> pauses() {
     const MutexLock lock(mutex_);
@@ -56,6 +58,7 @@ class RelaySenderTest : public testing::Test {
 
   // So many pauses are over at once, the next ones when they are interrupted.
   std::size_t free_pauses_ = 0;
+  std::atomic<RelaySender::Clock::time_point> now_ = RelaySender::Clock::time_point();
   std::unique_ptr<Store> store_ = OpenMemoryStore();
   Catalogue catalogue_{*store_};
   CurrentValues current_values_;
@@ -66,14 +69,12 @@ class RelaySenderTest : public testing::Test {
     {
       const MutexLock lock(mutex_);
       pauses_.push_back(time.count());
-      change_.NotifyAll();
       if (pauses_.size() <= free_pauses_) return;
     }
     while (!interrupt.is_set()) std::this_thread::yield();
   }
 
   Mutex mutex_;
-  CondVar change_;
   std::vector<std::int64_t> pauses_ GUARDED_BY(mutex_);
 };
 
@@ -175,6 +176,40 @@ TEST_F(RelaySenderTest, GoesOnWhenOneCommandIsRefused) {
   }
 }
 
+TEST_F(RelaySenderTest, WaitsLongerForAServerThatRefusesEveryCommandAndCloses) {
+  free_pauses_ = 3;
+  const FakeServer server([&](int socket) {
+    Answering([&](const Command& command) -> std::string {
+      if (command == Command{"PING"}) return "+PONG\r\n";
+      if (command[0] == "XADD") return "-ERR no\r\n";
+      constexpr std::string_view kRefusal = "-ERR no\r\n";
+      EXPECT_EQ(send(socket, kRefusal.data(), kRefusal.size(), MSG_NOSIGNAL), std::ssize(kRefusal));
+      Push("{}");
+      return {};
+    })(socket);
+  });
+  Push("{}");
+  const auto sender = Start(server.port());
+  AwaitPauses(4);
+  EXPECT_EQ(pauses(), (std::vector<std::int64_t>{100, 200, 400, 800}));
+}
+
+TEST_F(RelaySenderTest, TriesAgainSoonWhenAConnectionIsLostThatHasHeld) {
+  free_pauses_ = 2;
+  const FakeServer server([&](int socket) {
+    if (pauses().size() < 2) return;
+    Answering([&](const Command& command) -> std::string {
+      if (command == Command{"PING"}) return "+PONG\r\n";
+      now_ = now_.load() + milliseconds(201);
+      return "-LOADING\r\n";
+    })(socket);
+  });
+  Push("{}");
+  const auto sender = Start(server.port());
+  AwaitPauses(3);
+  EXPECT_EQ(pauses(), (std::vector<std::int64_t>{100, 200, 100}));
+}
+
 TEST_F(RelaySenderTest, SendsAgainOnlyWhatWasNotAnswered) {
   std::atomic<int> answered = 0;
   std::vector<std::string> seen;  // of the server's thread, until it has ended
@@ -205,7 +240,7 @@ TEST_F(RelaySenderTest, StopsAtOnceWhateverItWaitsFor) {
       ListenOnly(socket);
     });
     const auto sender = Start(server.port(), std::chrono::hours(24));
-    accepted.get_future().wait();
+    EXPECT_EQ(accepted.get_future().wait_for(kPatience), std::future_status::ready);
   }
   auto gate = std::make_shared<std::promise<void>>();
   auto asked = std::make_shared<std::promise<void>>();
@@ -216,7 +251,7 @@ TEST_F(RelaySenderTest, StopsAtOnceWhateverItWaitsFor) {
                                 gate->get_future().wait();
                                 return ResolveBySystem("127.0.0.1", port);
                               });
-    asked->get_future().wait();
+    EXPECT_EQ(asked->get_future().wait_for(kPatience), std::future_status::ready);
   }
   gate->set_value();
   EXPECT_TRUE(pauses().empty());
