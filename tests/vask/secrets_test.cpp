@@ -76,6 +76,9 @@ bool IsIn(const Needle& needle, std::string_view bytes) {
   return std::ranges::any_of(kSteps, [&](std::size_t step) { return needle.IsIn(bytes, step); });
 }
 
+// Sanitizers keep notes of their own in stretches as large as this; nothing is copied to there.
+constexpr unsigned long long kShadowBytes = 1ULL << 36;
+
 // In which of the process's pages it stands.
 std::vector<std::string> PlacesOf(const Needle& needle) {
   std::vector<std::string> places;
@@ -88,6 +91,7 @@ std::vector<std::string> PlacesOf(const Needle& needle) {
     char access[5] = {};
     if (std::sscanf(line.c_str(), "%llx-%llx %4s", &begin, &end, access) != 3) continue;
     if (access[0] != 'r' || line.find("[v") != std::string::npos) continue;
+    if (end - begin >= kShadowBytes) continue;
     constexpr std::size_t kOverlap = 128;
     for (auto at = begin; at < end; at += piece.size() - kOverlap) {
       const auto size = std::min<std::size_t>(piece.size(), end - at);
