@@ -40,11 +40,11 @@ Result<Nothing> Answer(Status status) {
 }  // namespace
 
 Result<Nothing> SubscriptionFamily::Handle(const Caller& caller, const SubscribeTags& operation) {
-  return Answer(subscriptions_.Register(caller.session, WishesOf(operation.ids)));
+  return Answer(subscriptions_.Register(Follower::Of(caller), WishesOf(operation.ids)));
 }
 
 Result<Nothing> SubscriptionFamily::Handle(const Caller& caller, const UnsubscribeTags& operation) {
-  return Answer(subscriptions_.Unregister(caller.session, WishesOf(operation.ids)));
+  return Answer(subscriptions_.Unregister(Follower::Of(caller), WishesOf(operation.ids)));
 }
 
 Result<Nothing> SubscriptionFamily::Handle(const Caller& caller, const SubscribeFields& operation) {
@@ -54,25 +54,25 @@ Result<Nothing> SubscriptionFamily::Handle(const Caller& caller, const Subscribe
                     "field " + std::to_string(field) + " of tag " + std::to_string(tag));
     }
   }
-  return Answer(subscriptions_.Register(caller.session, WishesOf(operation.fields)));
+  return Answer(subscriptions_.Register(Follower::Of(caller), WishesOf(operation.fields)));
 }
 
 // A field that is none is one of which nothing is registered.
 Result<Nothing> SubscriptionFamily::Handle(const Caller& caller,
                                            const UnsubscribeFields& operation) {
-  return Answer(subscriptions_.Unregister(caller.session, WishesOf(operation.fields)));
+  return Answer(subscriptions_.Unregister(Follower::Of(caller), WishesOf(operation.fields)));
 }
 
 Result<PollChanges::Reply> SubscriptionFamily::Handle(const Caller& caller, const PollChanges&) {
-  return subscriptions_.Poll(caller.session);
+  return subscriptions_.Poll(Follower::Of(caller));
 }
 
 Result<Nothing> SubscriptionFamily::Handle(const Caller& caller, const SubscribeAlarms&) {
-  return Answer(subscriptions_.RegisterAlarms(caller.session));
+  return Answer(subscriptions_.RegisterAlarms(Follower::Of(caller)));
 }
 
 Result<PollAlarms::Reply> SubscriptionFamily::Handle(const Caller& caller, const PollAlarms&) {
-  return subscriptions_.PollAlarms(caller.session, kMaxPolledAlarms);
+  return subscriptions_.PollAlarms(Follower::Of(caller), kMaxPolledAlarms);
 }
 
 }  // namespace zervane

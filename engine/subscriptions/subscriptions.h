@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -16,18 +17,30 @@
 
 namespace zervane {
 
-// What sessions follow, by session.
+// Whose a subscription is. Of a session that another user has taken over, what the user before
+// registered meanwhile is not the new one's.
+struct Follower {
+  static Follower Of(const Caller& caller) {
+    return {.session = caller.session, .user = caller.user_id};
+  }
+  friend auto operator<=>(const Follower&, const Follower&) = default;
+
+  SessionId session = 0;
+  UserId user = 0;
+};
+
+// What users of sessions follow.
 //
 //   Subscriptions subscriptions(tags, writes);
-//   status = subscriptions.Register(caller.session, wishes);
-//   changes = subscriptions.Poll(caller.session);
+//   status = subscriptions.Register(Follower::Of(caller), wishes);
+//   changes = subscriptions.Poll(Follower::Of(caller));
 //
 // Threads: any.
 class Subscriptions {
  public:
-  // Sessions that may have registered something. Each has up to two consumers of the feed, which
+  // Followers that may have registered something. Each has up to two consumers of the feed, which
   // are fewer; it is the bound for those who never get one.
-  static constexpr std::size_t kMaxSessions = 1'024;
+  static constexpr std::size_t kMaxFollowers = 1'024;
   // Of a call, however often it names a tag.
   static constexpr std::size_t kMaxWishes = std::size_t{1} << 22;
 
@@ -35,16 +48,16 @@ class Subscriptions {
   Subscriptions(const TagIndex& tags, WritePath& writes) : tags_(tags), writes_(writes) {}
 
   // As ValueSubscription's. ZR3_ERR_INVALID_COUNT for more than kMaxWishes, ZR3_ERR_OUT_OF_MEMORY
-  // for a session too many.
-  Status Register(SessionId session, std::span<const Wish> wishes) EXCLUDES(mutex_);
-  Status Unregister(SessionId session, std::span<const Wish> wishes) EXCLUDES(mutex_);
-  Result<SampleBatch> Poll(SessionId session) EXCLUDES(mutex_);
+  // for a follower too many.
+  Status Register(Follower follower, std::span<const Wish> wishes) EXCLUDES(mutex_);
+  Status Unregister(Follower follower, std::span<const Wish> wishes) EXCLUDES(mutex_);
+  Result<SampleBatch> Poll(Follower follower) EXCLUDES(mutex_);
 
   // As AlarmSubscription's.
-  Status RegisterAlarms(SessionId session) EXCLUDES(mutex_);
-  std::vector<AlarmRecord> PollAlarms(SessionId session, std::size_t max) EXCLUDES(mutex_);
+  Status RegisterAlarms(Follower follower) EXCLUDES(mutex_);
+  std::vector<AlarmRecord> PollAlarms(Follower follower, std::size_t max) EXCLUDES(mutex_);
 
-  // Ends what the session has registered, and drops what waits for it.
+  // Ends what was registered in the session, and drops what waits there.
   void EndSession(SessionId session) EXCLUDES(mutex_);
 
  private:
@@ -56,16 +69,16 @@ class Subscriptions {
   };
   using SubscriptionPtr = std::shared_ptr<Subscription>;
 
-  // The session's, which is made when there is none; null when there are too many.
-  SubscriptionPtr FindOrAdd(SessionId session) EXCLUDES(mutex_);
-  // Null when the session has registered nothing.
-  SubscriptionPtr Find(SessionId session) EXCLUDES(mutex_);
+  // The follower's, which is made when there is none; null when there are too many.
+  SubscriptionPtr FindOrAdd(Follower follower) EXCLUDES(mutex_);
+  // Null when the follower has registered nothing.
+  SubscriptionPtr Find(Follower follower) EXCLUDES(mutex_);
 
   const TagIndex& tags_;
   WritePath& writes_;
 
   Mutex mutex_;  // no other is taken under it
-  std::map<SessionId, SubscriptionPtr> sessions_ GUARDED_BY(mutex_);
+  std::map<Follower, SubscriptionPtr> followers_ GUARDED_BY(mutex_);
 };
 
 }  // namespace zervane

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "api/operations/security.h"
 #include "api/operations/subscriptions.h"
 #include "engine/subscriptions/subscriptions.h"
 #include "tests/engine/embedded_fixture.h"
@@ -49,6 +50,25 @@ TEST_F(SubscriptionOperations, EverySessionHasItsOwn) {
   EXPECT_THAT(Poll(ClientOf(2)),
               ElementsAre(std::pair(a_, NumberAt(10)), std::pair(b_, NumberAt(10))));
   EXPECT_THAT(Poll(ClientOf(3)), IsEmpty());
+}
+
+// A call that began before a session went over to another user may end behind it.
+TEST_F(SubscriptionOperations, NobodyHasWhatTheUserBeforeInTheSessionRegistered) {
+  DatabaseClient admin = ClientOf(1);
+  const Result<UserId> ann =
+      admin.Do(AddUser{.name = "ann", .password = Secret("pw"), .description = {}});
+  ASSERT_TRUE(ann.ok()) << ann.status().message();
+  ASSERT_TRUE(admin.Do(AddMember{.user = "ann", .group = "viewers"}).ok());
+  ASSERT_TRUE(admin.Do(SubscribeTags{{a_}}).ok());
+  Caller later = CallerOf(1);
+  later.user = "ann";
+  later.user_id = *ann;
+  WriteAt(a_, 10);
+  EXPECT_THAT(Poll(DatabaseClient(database_.database(), later)), IsEmpty());
+  EXPECT_THAT(Poll(admin), ElementsAre(std::pair(a_, NumberAt(10))));
+  ASSERT_TRUE(admin.Do(Login{.name = "ann", .password = Secret("pw")}).ok());
+  WriteAt(a_, 20);
+  EXPECT_THAT(Poll(admin), IsEmpty());
 }
 
 TEST_F(SubscriptionOperations, APairIsOfAnyChangeOfTheValueOrOfTheQuality) {
@@ -106,7 +126,7 @@ TEST_F(SubscriptionOperations, MoreTagsThanACallMayNameAreRefused) {
 
 TEST_F(SubscriptionOperations, MoreSessionsThanThereMayBeAreRefused) {
   bool is_refused = false;
-  for (SessionId session = 1; session <= Subscriptions::kMaxSessions + 2; ++session) {
+  for (SessionId session = 1; session <= Subscriptions::kMaxFollowers + 2; ++session) {
     const ZR3_STATUS code = ClientOf(session).Do(SubscribeTags{{a_}}).code();
     EXPECT_EQ(code, is_refused || code != ZR3_OK ? ZR3_ERR_OUT_OF_MEMORY : ZR3_OK);
     is_refused = code != ZR3_OK;
