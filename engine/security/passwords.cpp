@@ -79,6 +79,11 @@ std::optional<KeptPassword> Parse(std::string_view kept) {
   return parsed;
 }
 
+// libsodium wants an address even of nothing.
+const char* AddressOf(const Secret& password) {
+  return password.empty() ? "" : password.view().data();
+}
+
 // Any number of threads may ask.
 void StartSodium() {
   static const bool is_started = sodium_init() >= 0;
@@ -125,9 +130,8 @@ Result<std::string> Passwords::Keep(const Secret& password) {
   const Place place(*this);
   if (!place.is_mine()) return DatabaseClosed();
   std::array<char, crypto_pwhash_argon2id_STRBYTES> kept{};
-  const int outcome =
-      crypto_pwhash_argon2id_str(kept.data(), password.view().data(), password.view().size(),
-                                 cost_.passes, cost_.memory_bytes);
+  const int outcome = crypto_pwhash_argon2id_str(
+      kept.data(), AddressOf(password), password.view().size(), cost_.passes, cost_.memory_bytes);
   WipeStack();
   if (outcome != 0) return Status(ZR3_ERR_OUT_OF_MEMORY, {});
   return std::string(kept.data());
@@ -139,10 +143,9 @@ Result<bool> Passwords::Check(std::string_view kept, const Secret& password) {
   const std::optional<KeptPassword> parsed = Parse(kept);
   const KeptPassword against = parsed.value_or(KeptPassword{.cost = cost_});
   Outcome found{};
-  const int failed =
-      crypto_pwhash_argon2id(found.data(), found.size(), password.view().data(),
-                             password.view().size(), against.salt.data(), against.cost.passes,
-                             against.cost.memory_bytes, crypto_pwhash_argon2id_ALG_ARGON2ID13);
+  const int failed = crypto_pwhash_argon2id(
+      found.data(), found.size(), AddressOf(password), password.view().size(), against.salt.data(),
+      against.cost.passes, against.cost.memory_bytes, crypto_pwhash_argon2id_ALG_ARGON2ID13);
   WipeStack();
   if (failed != 0) return Status(ZR3_ERR_OUT_OF_MEMORY, {});
   const bool fits = sodium_memcmp(found.data(), against.outcome.data(), found.size()) == 0;
