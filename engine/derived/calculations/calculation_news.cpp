@@ -8,7 +8,7 @@ namespace zervane {
 namespace {
 
 bool HasValuesAlone(const CalculationNews& news) {
-  return news.saved.empty() && news.removed.empty() && !news.corrects;
+  return news.saved.empty() && news.found.empty() && news.removed.empty() && !news.corrects;
 }
 
 // The values of both, of each tag the later one.

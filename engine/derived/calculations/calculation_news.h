@@ -22,12 +22,13 @@ struct OperandValue {
 // What one commit means to calculations.
 struct CalculationNews {
   std::vector<std::shared_ptr<const Calculation>> saved;
-  std::int64_t saved_ms = 0;         // when that was, by the clock
-  std::vector<OperandValue> found;   // what tags hold that are read from now on
+  std::int64_t saved_ms = 0;  // when that was, by the clock
+  // What tags hold that are read from now on, or were corrected: no reason to compute anything.
+  std::vector<OperandValue> found;
   std::vector<TagId> removed;        // calculation tags, and tags that they read
   std::vector<OperandValue> values;  // that have become current, of each tag the newest
-  // A current value was corrected: it is among the values of the next news, for which the stage can
-  // be asked.
+  // A current value was corrected: it is among what is found with the next news, for which the
+  // stage can be asked.
   bool corrects = false;
 
   std::uint64_t number = 0;  // of the commit; it counts up

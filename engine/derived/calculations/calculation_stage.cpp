@@ -8,28 +8,24 @@
 
 namespace zervane {
 
-CalculationNews& CalculationStage::News(StoreBatch& batch) {
+CalculationNews& CalculationStage::News() {
   if (!news_.empty()) return news_.back();
   queue_.Compact();
   CalculationNewsQueue::List news(1);
   news.front().number = batch_;
-  if (!corrected_.empty()) TellCorrected(batch);
-  news.back().notifies = !news_.empty() && news_.back().notifies;
+  if (!corrected_.empty()) TellCorrected();
   news_.splice(news_.end(), news);
   return news_.back();
 }
 
-// Before what this batch means. Rows are to stay until that is followed as well.
-void CalculationStage::TellCorrected(StoreBatch& batch) {
+// Before what this batch means. It is no reason to compute anything.
+void CalculationStage::TellCorrected() {
   CalculationNews news;
   news.number = batch_ - 1;
   for (const TagId tag : corrected_) {
     const std::optional<Sample> sample = current_values_.Find(tag);
     if (!sample) continue;
-    news.values.push_back({.tag = tag, .number = OperandOf(*sample), .time_ms = sample->time_ms});
-    if (!rules_.Notifies(tag)) continue;
-    rows_.PrepareValue(tag, batch_, batch);
-    news.notifies = true;
+    news.found.push_back({.tag = tag, .number = OperandOf(*sample), .time_ms = sample->time_ms});
   }
   news_.push_back(std::move(news));
 }
@@ -37,11 +33,11 @@ void CalculationStage::TellCorrected(StoreBatch& batch) {
 void CalculationStage::AddReason(TagId tag, StoreBatch& batch) {
   if (!rules_.Notifies(tag)) return;
   rows_.PrepareValue(tag, batch_, batch);
-  News(batch).notifies = true;
+  News().notifies = true;
 }
 
 void CalculationStage::AddValue(const OperandValue& value, StoreBatch& batch) {
-  std::vector<OperandValue>& values = News(batch).values;
+  std::vector<OperandValue>& values = News().values;
   Place& place = places_.At(value.tag);
   if (place.batch == batch_) {
     values[place.at] = value;
@@ -70,9 +66,9 @@ Status CalculationStage::Process(Turn& turn, const StagedRecords& group, StoreBa
   return {};
 }
 
-void CalculationStage::PrepareCorrected(Turn& turn, StoreBatch& batch) {
+void CalculationStage::PrepareCorrected(Turn& turn) {
   turn.AssertHeld();
-  if (!corrected_.empty()) (void)News(batch);
+  if (!corrected_.empty()) (void)News();
 }
 
 void CalculationStage::PrepareDone(Turn& turn, std::uint64_t through, StoreBatch& batch) {
@@ -86,7 +82,7 @@ Status CalculationStage::PrepareTagChange(Turn& turn, TagId tag, StoreBatch& bat
   turn.AssertHeld();
   const CalculationPtr rule = rules_.ProposalFor(tag);
   if (rule == nullptr) return {};  // it is no calculation tag
-  CalculationNews& news = News(batch);
+  CalculationNews& news = News();
   news.saved.push_back(rule);
   news.saved_ms = clock_();
   for (const TagId target : TargetsOf(*rule)) {
@@ -105,7 +101,7 @@ Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& ba
   rows_.PrepareRemoval(tag, batch);
   const bool is_calculation = rules_.Has(tag);
   if (!is_calculation && !rules_.IsRead(tag)) return {};
-  News(batch).removed.push_back(tag);
+  News().removed.push_back(tag);
   if (!is_calculation) return {};
   rules_.PrepareRemoval(tag);
   history_.PrepareRemoval(turn, tag, batch);
@@ -113,13 +109,12 @@ Status CalculationStage::PrepareTagRemoval(Turn& turn, TagId tag, StoreBatch& ba
 }
 
 Status CalculationStage::PrepareRecord(Turn& turn, TagId tag, std::int64_t, std::uint8_t* marks,
-                                       StoreBatch& batch) {
+                                       StoreBatch&) {
   turn.AssertHeld();
   if ((*marks & kCurrent) == 0 || !rules_.IsRead(tag)) return {};
-  News(batch).corrects = true;
+  News().corrects = true;
   corrects_.push_back(tag);
   corrected_.reserve(corrected_.size() + corrects_.size());
-  AddReason(tag, batch);
   return {};
 }
 

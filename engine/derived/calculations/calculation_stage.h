@@ -52,7 +52,7 @@ class CalculationStage final : public Stage {
   std::span<const TagId> unfollowed() const { return rows_.standing(); }
 
   // Tells what current values were corrected to, if that is not told yet. For a change.
-  void PrepareCorrected(Turn& turn, StoreBatch& batch);
+  void PrepareCorrected(Turn& turn);
 
   // What the one who computes has of all commits up to `through` is on its way, until EndWriting:
   // he knows the values of calculation tags that become current then. With NotifyRows::AllDone
@@ -82,8 +82,8 @@ class CalculationStage final : public Stage {
   };
 
   // What this batch means so far.
-  CalculationNews& News(StoreBatch& batch);
-  void TellCorrected(StoreBatch& batch);
+  CalculationNews& News();
+  void TellCorrected();
   void AddValue(const OperandValue& value, StoreBatch& batch);
   void AddReason(TagId tag, StoreBatch& batch);
 

@@ -174,8 +174,8 @@ void CalculationWorker::FollowRemoval(TagId tag) {
 
 // Nothing may come behind it that has the stage tell it. It is followed before anything is polled.
 Status CalculationWorker::AskForCorrected() {
-  const auto plan = [this](Turn& turn, StoreBatch& batch) {
-    stage_.PrepareCorrected(turn, batch);
+  const auto plan = [this](Turn& turn, StoreBatch&) {
+    stage_.PrepareCorrected(turn);
     return Status();
   };
   Status status = writes_.Change(plan, [](Turn&) {});

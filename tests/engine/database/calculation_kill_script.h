@@ -38,12 +38,11 @@ enum class Kind : std::uint8_t {
   kInOrder,     // one batch of values, each newer than those before
   kOutOfOrder,  // a value, and one of the other operand that is behind it
   kReplace,     // a value, and another one of its time
-  kCorrect,     // a value, and its correction
 };
 
 inline Kind KindOf(std::int64_t number) {
-  constexpr Kind kRevising[] = {Kind::kOutOfOrder, Kind::kReplace, Kind::kCorrect};
-  return number % 2 == 0 ? Kind::kInOrder : kRevising[number / 2 % 3];
+  if (number % 2 == 0) return Kind::kInOrder;
+  return number / 2 % 2 == 0 ? Kind::kOutOfOrder : Kind::kReplace;
 }
 
 inline std::int64_t StepAt(std::int64_t time_ms) { return (time_ms - kFirstStepMs) / kStepMs; }
@@ -52,7 +51,7 @@ inline std::int64_t StepAt(std::int64_t time_ms) { return (time_ms - kFirstStepM
 // values up to its time, whenever the database ended.
 inline bool IsSettled(std::int64_t number) { return KindOf(number) == Kind::kInOrder; }
 
-// One after the other. Of kCorrect the second is a correction.
+// One after the other.
 inline std::vector<std::vector<TagSample>> StepOf(unsigned seed, std::int64_t number) {
   std::mt19937_64 random(seed + static_cast<std::uint64_t>(number));
   const auto draw = [&](std::int64_t from, std::int64_t to) {

@@ -21,7 +21,6 @@ namespace {
 using zervane::DatabaseClient;
 using zervane::Status;
 using zervane::TagId;
-using zervane::calculation_kill::Kind;
 
 constexpr int kAnswers = 3;
 constexpr int kStepsPerOpen = 40;
@@ -38,14 +37,10 @@ Status AddMissingTags(DatabaseClient& database) {
 }
 
 Status Step(DatabaseClient& database, unsigned seed, std::int64_t number) {
-  bool is_first = true;
   for (const auto& batch : zervane::calculation_kill::StepOf(seed, number)) {
-    const bool corrects = !is_first && zervane::calculation_kill::KindOf(number) == Kind::kCorrect;
-    is_first = false;
     std::vector<std::int32_t> codes(batch.size());
-    Status status = corrects ? database.CorrectRecord(batch.front().tag, batch.front().sample)
-                             : database.Write(batch, zervane::WriteOrder::kAnyOrder,
-                                              zervane::WriteAnswer::kDurable, codes);
+    Status status = database.Write(batch, zervane::WriteOrder::kAnyOrder,
+                                   zervane::WriteAnswer::kDurable, codes);
     if (!status.ok()) return status;
   }
   return {};

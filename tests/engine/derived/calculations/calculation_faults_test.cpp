@@ -51,17 +51,24 @@ TEST(CalculationNewsTest, WhenVeryManyValuesWaitTheNewestCommitsAreTakenForOne) 
 // Two operands, what is computed from them, and what follows from that.
 class ShortOfMemory : public testing::Test {
  protected:
+  void SetUp() override { database_.Write(z_, 0, 1); }
+
   // What is done with too little memory; it may fail, and change nothing then.
   void Deed(std::int64_t at_ms) {
+    (void)database_.Do(CorrectRecord{.id = z_, .sample = Database::At(0, 7)});
+    Write(
+        {{x_, Database::At(at_ms, static_cast<double>(at_ms))}, {y_, Database::At(at_ms - 5, 1)}});
+    Write({{x_, Database::At(at_ms, 7)}});
+    (void)database_.engine().Work();
+    (void)database_.Do(CorrectRecord{.id = z_, .sample = Database::At(0, 8)});
+    Write({{y_, Database::At(at_ms - 5, 2)}});
+    (void)database_.engine().Work();
+  }
+  void Write(const std::vector<TagSample>& records) {
     WriteSamples write{
         .batch = {}, .order = WriteOrder::kAnyOrder, .answer = WriteAnswer::kDurable};
-    write.batch.Add(x_, Database::At(at_ms, static_cast<double>(at_ms)));
-    write.batch.Add(y_, Database::At(at_ms - 5, 1));
+    for (const TagSample& record : records) write.batch.Add(record.tag, record.sample);
     (void)database_.Do(write);
-    (void)database_.Do(CorrectRecord{.id = x_, .sample = Database::At(at_ms, 7)});
-    (void)database_.engine().Work();
-    (void)database_.Do(CorrectRecord{.id = y_, .sample = Database::At(at_ms - 5, 2)});
-    (void)database_.engine().Work();
   }
 
   void WithEveryRequestFailing(ShortMemory::Lack lack, const std::function<void()>& check) {
@@ -99,7 +106,8 @@ class ShortOfMemory : public testing::Test {
   Database database_;
   const TagId x_ = database_.AddPoint("x");
   const TagId y_ = database_.AddPoint("y");
-  const TagId sum_ = database_.Add(Database::Notified("sum", "'x' + 'y'"));
+  const TagId z_ = database_.AddPoint("z");  // which is corrected, and has no weight
+  const TagId sum_ = database_.Add(Database::Notified("sum", "'x' + 'y' + 0 * 'z'"));
   const TagId behind_ = database_.Add(Database::Notified("behind", "'sum' * 2"));
   std::int64_t at_ms_ = 10;
 };

@@ -32,7 +32,12 @@ void CalculationOracle::Write(const std::vector<std::pair<TagId, Record>>& recor
   waiting_.push_back(std::move(commit));
 }
 
-void CalculationOracle::Correct(TagId tag, const Record& record) { Write({{tag, record}}); }
+void CalculationOracle::Correct(TagId tag, const Record& record) {
+  Commit commit;
+  if (record.time_ms == NewestOf(tag).time_ms) commit.corrected[tag] = record;
+  records_[tag][record.time_ms] = record;
+  waiting_.push_back(std::move(commit));
+}
 
 void CalculationOracle::Save(TagId tag, const Rule& rule) {
   Commit commit;
@@ -52,6 +57,7 @@ void CalculationOracle::Work() {
   unfollowed_.clear();
   for (const Commit& commit : waiting_) {
     FollowTags(commit);
+    for (const auto& [tag, record] : commit.corrected) held_[tag] = record;
     Pass pass;
     for (const auto& [tag, record] : commit.values) {
       held_[tag] = record;

@@ -53,6 +53,7 @@ class CalculationOracle {
  private:
   struct Commit {
     std::map<TagId, Record> values = {};
+    std::map<TagId, Record> corrected = {};
     std::optional<std::pair<TagId, Rule>> saved = {};
     std::int64_t saved_ms = 0;
     TagId removed = 0;

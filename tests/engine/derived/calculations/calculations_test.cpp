@@ -294,7 +294,8 @@ TEST(CalculationsTest, ANotifiedTagFollowsAPolledOneAndThatOneReadsANotifiedOne)
   EXPECT_EQ(database.Records(last), "1=5");
 }
 
-TEST(CalculationsTest, ACorrectedCurrentValueIsAReasonToComputeAndAnEarlierOneIsNot) {
+// What was computed from a record before stays.
+TEST(CalculationsTest, ACorrectionIsNoReasonToComputeButCountsFromThenOn) {
   Database database;
   const TagId x = database.AddPoint("x");
   const TagId c = database.Add(Database::Notified("c", "'x' * 2"));
@@ -309,10 +310,14 @@ TEST(CalculationsTest, ACorrectedCurrentValueIsAReasonToComputeAndAnEarlierOneIs
   correct(1000, 50);
   EXPECT_EQ(database.Records(c), "1=2 2=4");
   correct(2000, 50);
-  EXPECT_EQ(database.Records(c), "1=2 2=100");
+  EXPECT_EQ(database.Records(c), "1=2 2=4");
+  const TagId d = database.Add(Database::Polled("d", "'x' + 0 * 'c'", 10));
+  database.SetClock(10'000);
+  database.Work();
+  EXPECT_EQ(database.Records(d), "10=50");
 }
 
-TEST(CalculationsTest, ACorrectionIsFollowedBeforeWhatIsWrittenBehindIt) {
+TEST(CalculationsTest, ACorrectionCountsForWhatIsWrittenBehindIt) {
   Database database;
   const TagId x = database.AddPoint("x");
   const TagId y = database.AddPoint("y");
@@ -329,7 +334,7 @@ TEST(CalculationsTest, ACorrectionIsFollowedBeforeWhatIsWrittenBehindIt) {
   correct(x, 1000, 60);
   database.Write(x, 3000, 7);
   database.Work();
-  EXPECT_EQ(database.Records(c), "1=51 2=80 3=27");
+  EXPECT_EQ(database.Records(c), "1=2 2=60 3=27");
   EXPECT_TRUE(database.Unfollowed().empty());
 }
 
@@ -371,12 +376,12 @@ TEST(CalculationsTest, AtOpeningWhatWasNotFollowedIsComputedHoweverOldItIs) {
        [](Database& database, TagId, TagId y) { database.Write(y, 3000, 4); }, "3=6"},
       {"another value of the same time",
        [](Database& database, TagId x, TagId) { database.Write(x, 3000, 20); }, "3=19"},
-      {"a correction",
+      {"a correction, which is no reason",
        [](Database& database, TagId x, TagId) {
          const CorrectRecord correction{.id = x, .sample = Database::At(3000, 30)};
          EXPECT_EQ(database.Do(correction).code(), ZR3_OK);
        },
-       "3=29"},
+       "3=9"},
       {"several of one tag",
        [](Database& database, TagId x, TagId y) {
          database.Write(y, 2000, 4);
