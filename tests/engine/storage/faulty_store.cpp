@@ -111,6 +111,10 @@ std::optional<CommitAnswer> Faults::MeetCommit(const StoreBatch& batch) {
   if (!is_settled_) return Refused(ZR3_ERR_STORAGE_FAILED);
   const Status refusal = RefusalOf(batch);
   if (!refusal.ok()) return Refused(refusal.code());
+  // What can fail comes before the commit: noting it as carried out then has its room.
+  if (commit_sizes_.size() == commit_sizes_.capacity()) {
+    commit_sizes_.reserve(2 * commit_sizes_.size() + 1);
+  }
   return std::nullopt;
 }
 
