@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <ctime>
 #include <map>
 #include <optional>
 #include <random>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "engine/derived/statistics_tags/statistics_rule.h"
+#include "tests/engine/derived/statistics_tags/plain_tag.h"
 #include "tests/engine/derived/statistics_tags/statistics_database.h"
 #include "tests/engine/history/random_requests.h"
 #include "tests/support/seed.h"
@@ -26,75 +25,12 @@ namespace {
 using Database = StatisticsDatabase;
 
 constexpr int kSteps = 60;
-constexpr std::int64_t kDayMs = 86'400'000;
-
-struct Expected {
-  std::optional<double> number;  // none: there is no result, the value is the one before
-  bool is_good = false;
-};
-
-// A statistics tag as the plain list has it. Days are those of UTC.
-struct PlainTag {
-  TagId id = 0;
-  StatisticsProperties properties;
-  TagType type = TagType::kFloat64;
-  std::size_t filter = 0;
-  std::optional<std::int64_t> start_ms;
-  std::int64_t until_ms = kNoTime;       // windows up to it are computed or passed over
-  std::int64_t computed_ms = kNoTime;    // as of the last that was stored
-  std::int64_t from_ms = kNoTime;        // those up to it are none of the present properties
-  std::optional<std::int64_t> known_ms;  // running windows up to it but the latest do not count
-  std::vector<std::int64_t> late;
-  std::vector<Window> late_running;
-  std::map<std::int64_t, Expected> records;
-
-  bool IsRunning() const {
-    return properties.sample_mode == ZR3_STATS_SAMPLE_MODE_TIME_MOVING ||
-           properties.sample_mode == ZR3_STATS_SAMPLE_MODE_FOREVER;
-  }
-
-  // All windows that end up to the time, by their ends.
-  std::vector<Window> WindowsUpTo(std::int64_t time_ms) const {
-    std::vector<Window> windows;
-    const std::int64_t interval_ms = std::int64_t{properties.sample_interval} * 1000;
-    const std::int64_t period_ms = std::int64_t{properties.calc_period} * 1000;
-    const auto add = [&](std::int64_t begin_ms, std::int64_t end_ms) {
-      if (end_ms <= time_ms) windows.push_back({.begin_ms = begin_ms, .end_ms = end_ms});
-    };
-    switch (properties.sample_mode) {
-      case ZR3_STATS_SAMPLE_MODE_INTERVAL:
-        for (std::int64_t at = *start_ms; at + interval_ms <= time_ms; at += interval_ms) {
-          add(at, at + interval_ms);
-        }
-        break;
-      case ZR3_STATS_SAMPLE_MODE_TIME_MOVING:
-        for (std::int64_t at = *start_ms + period_ms; at <= time_ms; at += period_ms) {
-          add(at - interval_ms, at);
-        }
-        break;
-      case ZR3_STATS_SAMPLE_MODE_FOREVER:
-        for (std::int64_t at = *start_ms + period_ms; at <= time_ms; at += period_ms) {
-          add(*start_ms, at);
-        }
-        break;
-      default:
-        for (std::int64_t day_ms = *start_ms / kDayMs * kDayMs; day_ms <= time_ms;
-             day_ms += kDayMs) {
-          const std::int64_t begin_ms =
-              day_ms + std::int64_t{properties.sample_begin_offset} * 1000;
-          std::int64_t end_ms = day_ms + std::int64_t{properties.sample_end_offset} * 1000;
-          if (end_ms <= begin_ms) end_ms += kDayMs;
-          if (begin_ms >= *start_ms) add(begin_ms, end_ms);
-        }
-    }
-    return windows;
-  }
-};
 
 class RandomStatistics {
  public:
   explicit RandomStatistics(std::uint32_t seed) : random_(seed) {
     source_ = database_.AddPoint("source");
+    texts_ = database_.AddPoint("texts", TagType::kString);
     for (int i = 0; i < 6; ++i) AddTag();
   }
 
@@ -116,7 +52,9 @@ class RandomStatistics {
   }
 
   void Work() {
-    if (Chance(12)) {
+    if (Chance(60)) {
+      now_ms_ += Draw(1, 20) * kPlainDayMs;
+    } else if (Chance(12)) {
       now_ms_ -= Draw(1, 7'200) * 1000;  // the clock is put back
     } else {
       now_ms_ += Draw(1, Chance(4) ? 100'000 : 4'000) * 1000;
@@ -137,17 +75,27 @@ class RandomStatistics {
   bool Chance(int one_in) { return Draw(1, one_in) == 1; }
   void SetClock() { database_.SetClock((now_ms_ - Database::kStart) / 1000); }
 
+  std::int32_t TypeFor(bool is_of_texts) {
+    constexpr std::int32_t kOfTexts[] = {ZR3_STATS_TYPE_COUNT, ZR3_STATS_TYPE_COUNT_CHG_VALUE,
+                                         ZR3_STATS_TYPE_PCT_GOOD, ZR3_STATS_TYPE_TIME_DURATION};
+    return is_of_texts ? kOfTexts[Draw(0, 3)] : static_cast<std::int32_t>(Draw(0, 25));
+  }
+
   static double ParameterOf(std::int64_t eighths) { return static_cast<double>(eighths) / 8; }
 
-  void AddTag() {
-    PlainTag tag;
-    StatisticsProperties& properties = tag.properties;
-    properties.source_tag = "source";
-    properties.stats_type = static_cast<std::int32_t>(Draw(0, 25));
+  void DrawWindows(StatisticsProperties* drawn) {
+    StatisticsProperties& properties = *drawn;
     constexpr std::int32_t kModes[] = {
         ZR3_STATS_SAMPLE_MODE_INTERVAL, ZR3_STATS_SAMPLE_MODE_EVERY_DAY,
-        ZR3_STATS_SAMPLE_MODE_TIME_MOVING, ZR3_STATS_SAMPLE_MODE_FOREVER};
-    properties.sample_mode = kModes[Draw(0, 3)];
+        ZR3_STATS_SAMPLE_MODE_EVERY_MONTH, ZR3_STATS_SAMPLE_MODE_TIME_MOVING,
+        ZR3_STATS_SAMPLE_MODE_FOREVER};
+    properties.sample_mode = kModes[Draw(0, 4)];
+    // Mostly about the day on which it begins, the fourteenth.
+    const auto day = [&] {
+      return static_cast<std::uint8_t>(Chance(4) ? Draw(1, 31) : Draw(11, 18));
+    };
+    properties.sample_month_begin_day = day();
+    properties.sample_month_end_day = day();
     const auto start_s = Database::kStart / 1000 - Draw(0, 200'000);
     properties.sample_start_date = static_cast<std::int32_t>(Chance(3) ? 0 : start_s);
     properties.sample_interval = static_cast<std::int32_t>(Draw(900, 9'000));
@@ -155,12 +103,20 @@ class RandomStatistics {
     properties.sample_begin_offset = static_cast<std::int32_t>(Draw(0, 23) * 3600);
     properties.sample_end_offset = static_cast<std::int32_t>(Draw(0, 24) * 3600);
     properties.scan_period = static_cast<std::int32_t>(Chance(2) ? 0 : Draw(1, 3'000));
+  }
+
+  void DrawCalculation(PlainTag* drawn) {
+    PlainTag& tag = *drawn;
+    StatisticsProperties& properties = tag.properties;
     properties.pct_good = Chance(3) ? static_cast<float>(Draw(0, 100)) : 0;
     tag.filter = Chance(3) ? static_cast<std::size_t>(Draw(1, 4)) : 0;
     properties.filter_fail_mode = static_cast<std::int32_t>(Draw(0, 1));
     properties.drop_bad_mode = static_cast<std::int32_t>(Draw(0, 1));
     properties.use_bad_value = Chance(4);
     properties.sample_type = static_cast<std::int32_t>(Chance(3) ? Draw(1, 2) : 0);
+    if (tag.is_of_texts && properties.sample_type == ZR3_STATS_SAMPLE_TYPE_LINER_INTERP) {
+      properties.sample_type = ZR3_STATS_SAMPLE_TYPE_PREV_INTERP;
+    }
     properties.interp_period = static_cast<std::int32_t>(Draw(60, 700));
     // Not where a value on a line may lie just beside the filter's limit.
     const bool has_lines = properties.sample_type == ZR3_STATS_SAMPLE_TYPE_LINER_INTERP;
@@ -170,6 +126,16 @@ class RandomStatistics {
     properties.count_param2 = properties.count_param1 + ParameterOf(Draw(0, 12));
     properties.conversion = Chance(3) ? ParameterOf(Draw(1, 30)) : 0;
     properties.conversion_type = static_cast<std::int32_t>(Draw(0, 1));
+  }
+
+  void AddTag() {
+    PlainTag tag;
+    StatisticsProperties& properties = tag.properties;
+    tag.is_of_texts = Chance(4);
+    properties.source_tag = tag.is_of_texts ? "texts" : "source";
+    properties.stats_type = TypeFor(tag.is_of_texts);
+    DrawWindows(&properties);
+    DrawCalculation(&tag);
     tag.type = Chance(4) ? TagType::kInt32 : TagType::kFloat64;
     const std::string name = fmt::format("statistic {}", tags_.size());
     tag.id = database_.Add(Database::TagOf(properties, name, tag.type));
@@ -184,7 +150,7 @@ class RandomStatistics {
     const bool starts_anew = is_forever && Chance(2);
     StatisticsProperties properties = tag.properties;
     properties.reset = starts_anew;
-    if (!starts_anew) properties.stats_type = static_cast<std::int32_t>(Draw(0, 25));
+    if (!starts_anew) properties.stats_type = TypeFor(tag.is_of_texts);
     const bool changes = starts_anew || properties.stats_type != tag.properties.stats_type;
     const auto bit = [](std::int32_t column) {
       return std::int64_t{1} << (column - ZR3_TAG_COL_ST_EXT_PROP_MIN);
@@ -208,19 +174,25 @@ class RandomStatistics {
   }
 
   void Write() {
+    const bool are_texts = Chance(3);
     std::vector<TagSample> records;
     for (std::int64_t count = Draw(1, 12); count > 0; --count) {
       const bool is_old = Chance(3);
       const std::int64_t at_s =
           (now_ms_ - Database::kStart) / 1000 - Draw(0, is_old ? 150'000 : 3'000);
       const std::uint16_t quality = Chance(5) ? 0 : 192;
-      records.push_back({source_, Database::At(at_s, ParameterOf(Draw(-16, 16)), quality)});
+      Sample sample = Database::At(at_s, ParameterOf(Draw(-16, 16)), quality);
+      if (are_texts) {
+        sample.type = TagType::kString;
+        sample.value = Value(Draw(0, 1) == 0 ? "off" : "on");
+      }
+      records.push_back({are_texts ? texts_ : source_, sample});
     }
     database_.Write(records);
     for (const TagSample& record : records) {
-      points_[record.sample.time_ms] = record.sample;
+      (are_texts ? text_points_ : points_)[record.sample.time_ms] = record.sample;
       for (PlainTag& tag : tags_) {
-        NoteLate(tag, record.sample.time_ms);
+        if (tag.is_of_texts == are_texts) NoteLate(tag, record.sample.time_ms);
       }
     }
   }
@@ -261,8 +233,8 @@ class RandomStatistics {
     if (tag.start_ms) return;
     if (tag.properties.sample_start_date != 0) {
       tag.start_ms = std::int64_t{tag.properties.sample_start_date} * 1000;
-    } else if (!points_.empty() && is_working_) {
-      tag.start_ms = points_.begin()->first / 1000 * 1000;
+    } else if (!PointsOf(tag).empty() && is_working_) {
+      tag.start_ms = PointsOf(tag).begin()->first / 1000 * 1000;
     }
     PassOver(tag);
   }
@@ -290,18 +262,23 @@ class RandomStatistics {
     }
   }
 
+  const std::map<std::int64_t, Sample>& PointsOf(const PlainTag& tag) const {
+    return tag.is_of_texts ? text_points_ : points_;
+  }
+
   void ComputeWindow(PlainTag& tag, const Window& window) {
+    const std::map<std::int64_t, Sample>& points = PointsOf(tag);
+    const TagType type = tag.is_of_texts ? TagType::kString : TagType::kFloat64;
     std::vector<Sample> all;
-    for (const auto& [time_ms, sample] : points_) all.push_back(sample);
-    const std::int64_t last_ms = points_.empty() ? kNoTime : points_.rbegin()->first;
+    for (const auto& [time_ms, sample] : points) all.push_back(sample);
+    const std::int64_t last_ms = points.empty() ? kNoTime : points.rbegin()->first;
     const std::int64_t known_until_ms = std::max(now_ms_, last_ms);
     const StatisticRequest request = RequestFor(tag.properties, window);
     StatisticRequest share = request;
     share.type = StatisticType::kPercentGood;
     share.source = SampleSource::kRecords;
     share.filter.clear();
-    const double percent =
-        oracle::StatisticOf(all, TagType::kFloat64, share, {}, known_until_ms).number;
+    const double percent = oracle::StatisticOf(all, type, share, {}, known_until_ms).number;
     const bool is_of_time =
         request.type == StatisticType::kPercentGood || request.type == StatisticType::kTimeDuration;
     std::vector<Sample> used = all;
@@ -309,9 +286,9 @@ class RandomStatistics {
         !tag.properties.use_bad_value) {
       std::erase_if(used, [](const Sample& sample) { return sample.quality != 192; });
     }
-    const oracle::Answer answer = oracle::StatisticOf(used, TagType::kFloat64, request,
-                                                      kFilters[tag.filter].filter, known_until_ms);
-    Expected& expected = tag.records[window.end_ms];
+    const oracle::Answer answer =
+        oracle::StatisticOf(used, type, request, kFilters[tag.filter].filter, known_until_ms);
+    ExpectedStatistic& expected = tag.records[window.end_ms];
     expected = {};
     if (answer.code != ZR3_OK) return;
     double number = answer.number;
@@ -348,9 +325,11 @@ class RandomStatistics {
   std::mt19937 random_;
   Database database_;
   TagId source_ = 0;
+  TagId texts_ = 0;
   std::int64_t now_ms_ = Database::kStart;
   std::vector<PlainTag> tags_;
   std::map<std::int64_t, Sample> points_;
+  std::map<std::int64_t, Sample> text_points_;
   bool is_working_ = false;
 };
 
