@@ -90,8 +90,9 @@ Status LoginDelays::Try(const std::string& name, const std::function<Status()>& 
   if (!attempt.is_mine()) return DatabaseClosed();
   Status status = check();
   if (status.ok()) attempt.Succeed();
-  if (status.code() == ZR3_ERR_LOGIN_FAILED) pause_->Wait(attempt.Fail());
-  return status;
+  if (status.code() != ZR3_ERR_LOGIN_FAILED) return status;
+  pause_->Wait(attempt.Fail());
+  return is_closed() ? DatabaseClosed() : status;  // a wait that was cut short tells nothing
 }
 
 void LoginDelays::Close() noexcept {
@@ -101,6 +102,11 @@ void LoginDelays::Close() noexcept {
     change_.NotifyAll();
   }
   pause_->End();
+}
+
+bool LoginDelays::is_closed() {
+  const MutexLock lock(mutex_);
+  return is_closed_;
 }
 
 std::size_t LoginDelays::CountNames() {

@@ -42,7 +42,7 @@ class LoginDelays {
   explicit LoginDelays(std::unique_ptr<Pause> pause) : pause_(std::move(pause)) {}
 
   // The status of check(), of which ZR3_ERR_LOGIN_FAILED is a failure, answered when the time has
-  // come. ZR3_ERR_NOT_CONNECTED once it is closed.
+  // come. ZR3_ERR_NOT_CONNECTED once it is closed, for those that wait then, too.
   Status Try(const std::string& name, const std::function<Status()>& check) EXCLUDES(mutex_);
 
   // Ends all waits, and refuses what is tried later.
@@ -64,6 +64,7 @@ class LoginDelays {
 
   static std::chrono::milliseconds DelayOf(int failures);
   Names::iterator FindOrAdd(const std::string& name) REQUIRES(mutex_);
+  bool is_closed() EXCLUDES(mutex_);
   bool IsIdle(const Name& name) const { return !name.is_tried && name.waiting == 0; }
   void Remove(Names::iterator name) noexcept REQUIRES(mutex_);
   void RemoveOldest() noexcept REQUIRES(mutex_);

@@ -153,7 +153,7 @@ TEST_F(SecurityFamilyTest, LoggingInEndsWhatTheSessionHasSubscribedTo) {
 
 TEST_F(SecurityFamilyTest, LoginsEndWithTheDatabase) {
   world_->pause->Hold();
-  std::thread waiting([&] { EXPECT_EQ(LogIn("admin", "x"), ZR3_ERR_LOGIN_FAILED); });
+  std::thread waiting([&] { EXPECT_EQ(LogIn("admin", "x"), ZR3_ERR_NOT_CONNECTED); });
   world_->pause->AwaitWaits(1);
   world_->security.Close();
   waiting.join();
