@@ -1,31 +1,15 @@
 #include "engine/derived/calculations/calculation_news.h"
 
+#include <algorithm>
 #include <iterator>
-#include <unordered_map>
-#include <utility>
+
+#include "engine/assert.h"
 
 namespace zervane {
 namespace {
 
 bool HasValuesAlone(const CalculationNews& news) {
   return news.saved.empty() && news.found.empty() && news.removed.empty() && !news.corrects;
-}
-
-// The values of both, of each tag the later one.
-std::vector<OperandValue> Joined(const std::vector<OperandValue>& earlier,
-                                 const std::vector<OperandValue>& later) {
-  std::vector<OperandValue> joined = earlier;
-  std::unordered_map<TagId, std::size_t> places;
-  for (std::size_t at = 0; at < joined.size(); ++at) places[joined[at].tag] = at;
-  for (const OperandValue& value : later) {
-    const auto [place, is_new] = places.emplace(value.tag, joined.size());
-    if (is_new) {
-      joined.push_back(value);
-    } else {
-      joined[place->second] = value;
-    }
-  }
-  return joined;
 }
 
 }  // namespace
@@ -38,9 +22,12 @@ void CalculationNewsQueue::Append(List& news) noexcept {
 
 CalculationNewsQueue::List CalculationNewsQueue::TakeAll() noexcept {
   List all;
+  Places places;  // goes without the mutex
   const MutexLock lock(mutex_);
   all.swap(waiting_);
   values_ = 0;
+  joined_ = nullptr;
+  places_.swap(places);
   return all;
 }
 
@@ -50,12 +37,40 @@ void CalculationNewsQueue::Compact() {
   const auto last = std::prev(waiting_.end());
   const auto before = std::prev(last);
   if (!HasValuesAlone(*before) || !HasValuesAlone(*last)) return;
-  std::vector<OperandValue> joined = Joined(before->values, last->values);
-  values_ -= before->values.size() + last->values.size() - joined.size();
-  before->values = std::move(joined);
-  before->number = last->number;
-  before->notifies = before->notifies || last->notifies;
+  const std::size_t both = before->values.size() + last->values.size();
+  Join(*before, *last);
+  values_ -= both - before->values.size();
   waiting_.erase(last);
+}
+
+// Of each tag the later value. What can fail comes first.
+void CalculationNewsQueue::Join(CalculationNews& news, const CalculationNews& later) {
+  std::vector<OperandValue>& values = news.values;
+  const std::size_t most = values.size() + later.values.size();
+  if (values.capacity() < most) values.reserve(std::max(most, 2 * values.capacity()));
+  FindPlaces(news, later);
+  for (const OperandValue& value : later.values) {
+    const std::size_t place = places_.find(value.tag)->second;
+    ZERVANE_ASSERT(place <= values.size());
+    if (place == values.size()) {
+      values.push_back(value);
+    } else {
+      values[place] = value;
+    }
+  }
+  news.number = later.number;
+  news.notifies = news.notifies || later.notifies;
+}
+
+void CalculationNewsQueue::FindPlaces(const CalculationNews& news, const CalculationNews& later) {
+  const bool are_there = joined_ == &news;
+  joined_ = nullptr;  // for as long as they are of neither
+  if (!are_there) {
+    places_.clear();
+    for (const OperandValue& value : news.values) places_.emplace(value.tag, places_.size());
+  }
+  for (const OperandValue& value : later.values) places_.emplace(value.tag, places_.size());
+  joined_ = &news;
 }
 
 }  // namespace zervane

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "api/words/value.h"
@@ -50,13 +51,23 @@ class CalculationNewsQueue {
   void Append(List& news) noexcept EXCLUDES(mutex_);
   List TakeAll() noexcept EXCLUDES(mutex_);
 
-  // Makes one of the last two when too many values wait. For who is about to append.
+  // Makes one of the last two when too many values wait. For who is about to append. It costs what
+  // the last one has, however many wait before it.
   void Compact() EXCLUDES(mutex_);
 
  private:
+  using Places = std::unordered_map<TagId, std::size_t>;
+
+  // Has places_ be of that news, with a place for each tag of the later one, too.
+  void FindPlaces(const CalculationNews& news, const CalculationNews& later) REQUIRES(mutex_);
+  void Join(CalculationNews& news, const CalculationNews& later) REQUIRES(mutex_);
+
   Mutex mutex_;
   List waiting_ GUARDED_BY(mutex_);
   std::size_t values_ GUARDED_BY(mutex_) = 0;
+  // Where the values of tags stand in the news to which others were joined last.
+  const CalculationNews* joined_ GUARDED_BY(mutex_) = nullptr;
+  Places places_ GUARDED_BY(mutex_);
 };
 
 }  // namespace zervane

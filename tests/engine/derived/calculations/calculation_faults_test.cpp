@@ -4,6 +4,7 @@
 #include <functional>
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/derived/calculations/calculation_news.h"
@@ -46,6 +47,79 @@ TEST(CalculationNewsTest, WhenVeryManyValuesWaitTheNewestCommitsAreTakenForOne) 
   }
   EXPECT_EQ(database.Records(c), expected);
   EXPECT_TRUE(database.Unfollowed().empty());
+}
+
+CalculationNewsQueue::List NewsOf(TagId first, TagId last, double number) {
+  CalculationNewsQueue::List news(1);
+  for (TagId tag = first; tag <= last; ++tag) {
+    news.front().values.push_back({.tag = tag, .number = number, .time_ms = 1});
+  }
+  return news;
+}
+
+// Who writes waits for it, so that it must not cost what all that wait would.
+TEST(CalculationNewsTest, TakingCommitsForOneCostsWhatTheNewestOneHas) {
+  constexpr TagId kTags = CalculationNewsQueue::kMostValues;
+  CalculationNewsQueue queue;
+  for (auto news = NewsOf(1, kTags, 1); !news.empty();) queue.Append(news);
+  double number = 2;
+  const auto append = [&](TagId tag) {
+    queue.Compact();
+    auto news = NewsOf(tag, tag, number++);
+    queue.Append(news);
+  };
+  append(7);
+  append(kTags + 1);
+  for (const TagId tag : {TagId{7}, TagId{8}, kTags + 1, kTags + 2}) {
+    append(tag);
+    const ShortMemory memory(20);
+    EXPECT_NO_THROW(queue.Compact()) << tag;
+  }
+  const CalculationNewsQueue::List all = queue.TakeAll();
+  ASSERT_EQ(all.size(), 1U);
+  const std::vector<OperandValue>& values = all.front().values;
+  ASSERT_EQ(values.size(), kTags + 2);
+  for (const OperandValue& value : values) {
+    const double expected = value.tag == 7           ? 4
+                            : value.tag == 8         ? 5
+                            : value.tag == kTags + 1 ? 6
+                            : value.tag == kTags + 2 ? 7
+                                                     : 1;
+    EXPECT_EQ(value.number, expected) << value.tag;
+  }
+}
+
+// What could not be joined waits as it was, and is joined the next time.
+TEST(CalculationNewsTest, NothingIsLostWhenThereIsTooLittleMemoryToTakeCommitsForOne) {
+  constexpr TagId kTags = CalculationNewsQueue::kMostValues;
+  bool failed = true;
+  for (std::uint64_t nth = 1; failed && nth < 40; ++nth) {
+    CalculationNewsQueue queue;
+    for (const auto& [first, last] : {std::pair(TagId{1}, kTags), std::pair(TagId{5}, TagId{9})}) {
+      auto news = NewsOf(first, last, last);
+      queue.Append(news);
+    }
+    queue.Compact();
+    auto news = NewsOf(kTags - 1, kTags + 3, 2);
+    queue.Append(news);
+    {
+      const ShortMemory memory(nth, ShortMemory::Lack::kOne);
+      try {
+        queue.Compact();
+      } catch (const std::bad_alloc&) {
+      }
+    }
+    failed = ShortMemory::Failed() > 0;
+    queue.Compact();
+    const CalculationNewsQueue::List all = queue.TakeAll();
+    ASSERT_EQ(all.size(), 1U);
+    ASSERT_EQ(all.front().values.size(), kTags + 3);
+    for (const OperandValue& value : all.front().values) {
+      const bool is_second = value.tag >= 5 && value.tag <= 9;
+      EXPECT_EQ(value.number, value.tag >= kTags - 1 ? 2 : is_second ? 9 : kTags) << value.tag;
+    }
+  }
+  EXPECT_FALSE(failed) << "or not every request failed once";
 }
 
 // Two operands, what is computed from them, and what follows from that.
