@@ -82,8 +82,7 @@ Result<Calculation> MakeCalculation(const Tag& tag, const TagLinks& links) {
                                          ? Calculation::Mode::kNotify
                                          : Calculation::Mode::kPoll,
                              .period_s = properties.calc_period,
-                             .history = HistoryOf(properties),
-                             .text = properties.calc_expr};
+                             .history = HistoryOf(properties)};
   for (const std::size_t place : OperandPlaces(parsed->tags)) {
     calculation.operands.push_back(1 + place < links.size() ? links[1 + place] : 0);
   }

@@ -38,7 +38,6 @@ struct Calculation {
   Mode mode = Mode::kPoll;
   std::int64_t period_s = 60;
   std::optional<CalculatedPast> history;
-  std::string text;  // the expression
 
   // Whether a new value of the tag is a reason to compute a NOTIFY tag.
   bool IsTriggeredBy(TagId changed) const;

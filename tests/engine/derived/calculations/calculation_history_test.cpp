@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "engine/derived/expression/parser.h"
 #include "tests/engine/derived/calculations/past_database.h"
 #include "tests/engine/short_memory.h"
 #include "tests/support/case_name.h"
@@ -301,7 +302,13 @@ INSTANTIATE_TEST_SUITE_P(
     CalculatedHistory, ChangedHistory,
     testing::Values(
         ChangeCase{"Nothing", [](Calculation&) {}, false},
-        ChangeCase{"ANameAlone", [](Calculation& c) { c.text = "'renamed' + 'b'"; }, false},
+        ChangeCase{"ANameAlone",
+                   [](Calculation& c) {
+                     c.program =
+                         ParseExpression("'renamed' + 'b'", {.variables = {}, .allows_tags = true})
+                             ->program;
+                   },
+                   false},
         ChangeCase{"ThePeriodOfANotifyTag", [](Calculation& c) { c.period_s = 7; }, false},
         ChangeCase{"TheProgram",
                    [](Calculation& c) {
