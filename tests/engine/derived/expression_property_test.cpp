@@ -51,5 +51,17 @@ TEST(ExpressionProperty, RefusesWhatTheReferenceRefuses) {
   EXPECT_GT(refused, kTexts / 4);
 }
 
+TEST(ExpressionProperty, AgreesWithTheReferenceOnTokensInAnyOrder) {
+  const Seed seed;
+  std::mt19937 random(seed.value());
+  int expressions = 0;
+  for (int i = 0; i < 4 * kTexts && !HasFatalFailure(); ++i) {
+    const std::string text = RandomTokens(random);
+    ExpectAgreement(text);
+    if (IsExpression(text)) ++expressions;
+  }
+  EXPECT_GT(expressions, 0) << "some are";
+}
+
 }  // namespace
 }  // namespace zervane

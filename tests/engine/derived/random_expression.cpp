@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -78,6 +79,21 @@ class Generator {
 std::string RandomExpression(std::mt19937& random) {
   Generator generator(random);
   return generator.Any(static_cast<int>(generator.Below(7)));
+}
+
+std::string RandomTokens(std::mt19937& random) {
+  static constexpr std::string_view kTokens[] = {
+      "+",     "-",    "*",   "/",     "^",    "(",   ")",      "?",     ":",    ",",
+      "<",     "<=",   ">",   ">=",    "==",   "!=",  "&&",     "||",    "!",    "=",
+      "&",     " ",    "(",   ")",     "1",    "0",   ".5",     "1e309", "2E-2", "e",
+      "value", "time", "x",   "_pi",   "_",    "'a'", "'a''b'", "'",     "''",   "'\xc3\xa9'",
+      "\xc3",  "sin",  "max", "atan2", "sin(", "max("};
+  Generator generator(random);
+  std::string text;
+  for (std::size_t i = 0, count = generator.Below(12); i < count; ++i) {
+    text += kTokens[generator.Below(std::size(kTokens))];
+  }
+  return text;
 }
 
 std::string Mutated(std::string text, std::mt19937& random) {

@@ -12,4 +12,7 @@ std::string RandomExpression(std::mt19937& random);
 // The text with a few bytes changed, removed or added, most of them such as expressions have.
 std::string Mutated(std::string text, std::mt19937& random);
 
+// Words and signs such as expressions have, in no order: hardly ever is it one.
+std::string RandomTokens(std::mt19937& random);
+
 }  // namespace zervane
