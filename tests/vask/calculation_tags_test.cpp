@@ -213,6 +213,12 @@ TEST_P(RefusedCalculationTag, LeavesEverythingAsItWas) {
   EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
 }
 
+std::string Times(int times, const std::string& text) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
 std::function<void(ZR3CalcTagProp&)> WithExpression(const std::string& expression) {
   return [=](ZR3CalcTagProp& tag) { std::strcpy(tag.szCalcExpr, expression.c_str()); };
 }
@@ -234,6 +240,18 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"VariableOfFilters", WithExpression("value"), ZR3_ERR_INVALID_EXPRESSION},
         RefusalCase{"NestingOf65",
                     WithExpression(std::string(65, '(') + "1" + std::string(65, ')')),
+                    ZR3_ERR_INVALID_EXPRESSION},
+        RefusalCase{"SignsOfAllBytes", WithExpression(std::string(511, '-')),
+                    ZR3_ERR_INVALID_EXPRESSION},
+        RefusalCase{"ManyPowers", WithExpression(Times(250, "2^") + "2"),
+                    ZR3_ERR_INVALID_EXPRESSION},
+        RefusalCase{"ManyConditionals", WithExpression(Times(120, "0?1:") + "2"),
+                    ZR3_ERR_INVALID_EXPRESSION},
+        RefusalCase{"BlanksAlone", WithExpression(std::string(511, ' ')),
+                    ZR3_ERR_INVALID_EXPRESSION},
+        RefusalCase{"AnOpenQuote", WithExpression("'X' + 'X"), ZR3_ERR_INVALID_EXPRESSION},
+        RefusalCase{"ATextThatIsNone", WithExpression("'X' + \xFF"), ZR3_ERR_INVALID_TEXT},
+        RefusalCase{"LettersBeyondAscii", WithExpression("'X' + \xC3\xA9"),
                     ZR3_ERR_INVALID_EXPRESSION},
         RefusalCase{"UnknownOperand", WithExpression("'NOBODY'"), ZR3_ERR_NAME_NOT_FOUND},
         RefusalCase{"TextForAnOperand", WithExpression("'TEXT'"), ZR3_ERR_INVALID_TAG_TYPE},
@@ -258,14 +276,31 @@ INSTANTIATE_TEST_SUITE_P(
     CaseName());
 
 TEST_F(CalculationTags, TakeExpressionsAtTheirLimits) {
-  const std::string limits[] = {
-      std::string(64, '(') + "1" + std::string(64, ')'),
-      std::string(64, '+') + "1",
-      "1" + std::string(510, ' '),
+  struct LimitCase {
+    std::string expression;
+    int16 quality;
+    double number;
   };
-  for (const std::string& expression : limits) {
-    const uint32 id = Add(CalculationOf(expression));
-    EXPECT_EQ(Get(id).szCalcExpr, expression);
+  const LimitCase limits[] = {
+      {Times(64, "(") + "'X'" + Times(64, ")"), 192, 5},
+      {Times(64, "+") + "'X'", 192, 5},
+      {Times(64, "-") + "'X'", 192, 5},
+      {"'X'" + Times(64, "^1"), 192, 5},
+      {Times(64, "0?1:") + "'X'", 192, 5},
+      {"'X'" + std::string(508, ' '), 192, 5},
+      {Times(254, "1+") + "'X'", 192, 259},
+      {"'X' / 0", 0, 0},
+      {"('X' - 5) / 0", 0, 0},
+      {Times(5, "2^") + "'X'", 0, 0},
+  };
+  int32 second = 1'000;
+  for (const LimitCase& limit : limits) {
+    const uint32 id = Add(CalculationOf(limit.expression));
+    EXPECT_EQ(Get(id).szCalcExpr, limit.expression);
+    Write(1, ++second, 5);
+    const ZR3Record record = Await(id, second);
+    EXPECT_EQ(record.nQuality, limit.quality) << limit.expression;
+    EXPECT_EQ(record.value.fFloat64, limit.number) << limit.expression;
     EXPECT_EQ(tag3_delete_tag(id), ZR3_OK);
   }
 }

@@ -338,6 +338,25 @@ TEST_F(SecurityFunctions, TakeNamesAndPasswordsThatJustFit) {
   EXPECT_EQ(CurrentUser(), name);
 }
 
+TEST_F(SecurityFunctions, TakeNamesOfGroupsThatJustFit) {
+  const std::string name(ZR3_LEN_NAME - 1, 'g');
+  ASSERT_EQ(AddGroup(name, std::string(ZR3_LEN_DESC - 1, 'd')), ZR3_OK);
+  EXPECT_EQ(sc3_add_user_to_group("admin", name.c_str()), ZR3_OK);
+  EXPECT_EQ(sc3_add_user_to_group("admin", (name + "g").c_str()), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(sc3_delete_group((name + "g").c_str()), ZR3_ERR_INVALID_TEXT);
+  EXPECT_EQ(sc3_delete_group(name.c_str()), ZR3_OK);
+}
+
+TEST_F(SecurityFunctions, NobodyIsWithoutAName) {
+  EXPECT_EQ(sc3_login("", ""), ZR3_ERR_LOGIN_FAILED);
+  EXPECT_EQ(sc3_delete_user(""), ZR3_ERR_USER_NOT_FOUND);
+  EXPECT_EQ(sc3_reset_password("", "p"), ZR3_ERR_USER_NOT_FOUND);
+  EXPECT_EQ(sc3_add_user_to_group("", "viewers"), ZR3_ERR_USER_NOT_FOUND);
+  EXPECT_EQ(sc3_add_user_to_group("admin", ""), ZR3_ERR_USER_GROUP_NOT_FOUND);
+  EXPECT_EQ(sc3_delete_group(""), ZR3_ERR_USER_GROUP_NOT_FOUND);
+  EXPECT_EQ(CurrentUser(), "admin");
+}
+
 // ---- groups ----
 
 TEST_F(SecurityFunctions, GroupsComeAndGo) {

@@ -288,5 +288,32 @@ TEST_F(Secrets, NamesHaveUpTo63BytesInTheCallersEncoding) {
   EXPECT_EQ(current, name);
 }
 
+TEST_F(Secrets, ExpressionsNameTagsInTheirCallersEncoding) {
+  const std::string name = ForeignLetter() + "'" + ForeignLetter();
+  ZR3PtTagProp point{};
+  std::strcpy(point.szTagName, name.c_str());
+  point.nTagType = ZR3_TAG_TYPE_FLOAT64;
+  const ZR3Mask type{.nCommMask = int64{1} << ZR3_TAG_COL_COMM_PROP_TAG_TYPE, .nExtMask = 0};
+  uint32 id = 0;
+  ASSERT_EQ(pt3_add_tag(&point, &type, nullptr, &id), ZR3_OK);
+  const std::string expression =
+      "'" + ForeignLetter() + "''" + ForeignLetter() + "' + 1" + std::string(400, ' ');
+  ZR3CalcTagProp calculation{};
+  std::strcpy(calculation.szTagName, "c");
+  std::strcpy(calculation.szCalcExpr, expression.c_str());
+  calculation.nCalcMode = ZR3_CALC_MODE_NOTIFY;
+  const ZR3Mask own{.nCommMask = 0, .nExtMask = -1};
+  uint32 computed = 0;
+  ASSERT_EQ(ca3_add_tag(&calculation, &own, nullptr, &computed), ZR3_OK);
+  ZR3CalcTagProp stored{};
+  ASSERT_EQ(ca3_query_tag_prop(computed, &stored), ZR3_OK);
+  EXPECT_EQ(stored.szCalcExpr, expression);
+  std::strcpy(calculation.szTagName, "d");
+  std::strcpy(calculation.szCalcExpr, ("1 + " + ForeignLetter()).c_str());
+  EXPECT_EQ(ca3_add_tag(&calculation, &own, nullptr, &computed), ZR3_ERR_INVALID_EXPRESSION);
+  std::strcpy(calculation.szCalcExpr, ("'" + ForeignLetter() + "'").c_str());
+  EXPECT_EQ(ca3_add_tag(&calculation, &own, nullptr, &computed), ZR3_ERR_NAME_NOT_FOUND);
+}
+
 }  // namespace
 }  // namespace zervane

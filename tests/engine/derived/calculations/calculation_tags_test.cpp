@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "tests/engine/derived/calculations/calculation_database.h"
+#include "tests/support/case_name.h"
 
 namespace zervane {
 namespace {
@@ -57,6 +58,92 @@ TEST(CalculationTagsTest, WhatCannotBeComputedIsRefusedWithItsStatus) {
     PropertiesOf(polled).calc_mode = mode;
     EXPECT_EQ(database.CodeOfAdding(polled), ZR3_ERR_INVALID_PROPERTY) << mode;
   }
+}
+
+// An expression, and what a tag "x" that is written 5 makes of it; kRefused: none, for it is
+// refused.
+struct LimitCase {
+  const char* name;
+  std::string expression;
+  std::string record;
+};
+
+constexpr const char* kRefused = "refused";
+
+std::string Times(int times, const std::string& text) {
+  std::string all;
+  for (int i = 0; i < times; ++i) all += text;
+  return all;
+}
+
+class ExpressionLimits : public testing::TestWithParam<LimitCase> {};
+
+TEST_P(ExpressionLimits, AreTheSameWhenATagIsAddedAndChanged) {
+  Database database;
+  const TagId x = database.AddPoint("x");
+  database.AddPoint("\xe6\xb8\xa9\xe5\xba\xa6");
+  const bool is_refused = GetParam().record == kRefused;
+  const Tag asked = Database::Notified("c", GetParam().expression, "x");
+  EXPECT_EQ(database.CodeOfAdding(asked), is_refused ? ZR3_ERR_INVALID_EXPRESSION : ZR3_OK);
+  const Result<TagId> added = database.Do(FindTagId{.name = "c"});
+  EXPECT_EQ(added.code(), is_refused ? ZR3_ERR_NAME_NOT_FOUND : ZR3_OK);
+
+  const TagId changed = database.Add(Database::Notified("d", "'x' - 1", "x"));
+  Tag change = asked;
+  change.name = "d";
+  EXPECT_EQ(database.Save(changed, change), is_refused ? ZR3_ERR_INVALID_EXPRESSION : ZR3_OK);
+  EXPECT_EQ(database.ExpressionOf(changed), is_refused ? "'x' - 1" : GetParam().expression);
+  database.Write(x, 1'000, 5);
+  database.Work();
+  EXPECT_EQ(database.Records(changed), is_refused ? "1=4" : GetParam().record);
+  if (!is_refused) {
+    EXPECT_EQ(database.Records(*added), GetParam().record);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CalculationTags, ExpressionLimits,
+    testing::Values(
+        LimitCase{"MostBytes", Times(254, "1+") + "'x'", "1=259"},
+        LimitCase{"OneByteTooMany", Times(254, "1+") + "'x' ", kRefused},
+        LimitCase{"MostBlanks", "'x'" + std::string(508, ' '), "1=5"},
+        LimitCase{"OneBlankTooMany", "'x'" + std::string(509, ' '), kRefused},
+        LimitCase{"MostBrackets", Times(64, "(") + "'x'" + Times(64, ")"), "1=5"},
+        LimitCase{"OneBracketTooMany", Times(65, "(") + "'x'" + Times(65, ")"), kRefused},
+        LimitCase{"MostSigns", Times(64, "-") + "'x'", "1=5"},
+        LimitCase{"OneSignTooMany", Times(65, "-") + "'x'", kRefused},
+        LimitCase{"SignsAlone", Times(511, "-"), kRefused},
+        LimitCase{"SignsOfAllBytes", Times(508, "-") + "'x'", kRefused},
+        LimitCase{"MostPowers", "'x'" + Times(64, "^1"), "1=5"},
+        LimitCase{"OnePowerTooMany", "'x'" + Times(65, "^1"), kRefused},
+        LimitCase{"ManyPowers", Times(250, "2^") + "2", kRefused},
+        LimitCase{"PowersBeyondNumbers", Times(5, "2^") + "2", "1=0!"},
+        LimitCase{"MostConditionals", Times(64, "0?1:") + "'x'", "1=5"},
+        LimitCase{"OneConditionalTooMany", Times(65, "0?1:") + "'x'", kRefused},
+        LimitCase{"ManyConditionals", Times(120, "0?1:") + "'x'", kRefused},
+        LimitCase{"ConditionalsBesideEachOther", Times(63, "(0?1:0)+") + "'x'", "1=5"},
+        LimitCase{"DivisionByZero", "'x' / 0", "1=0!"},
+        LimitCase{"ZeroByZero", "('x' - 5) / 0", "1=0!"},
+        LimitCase{"DivisionByZeroThatIsNotChosen", "'x' == 5 ? 'x' : 1 / 0", "1=5"},
+        LimitCase{"Empty", "", kRefused}, LimitCase{"OneBlank", " ", kRefused},
+        LimitCase{"BlanksAlone", std::string(511, ' '), kRefused},
+        LimitCase{"BlanksOfAllKinds", "\t\r\n ", kRefused},
+        LimitCase{"AnOpenQuote", "'x' + 'x", kRefused},
+        LimitCase{"LettersBeyondAscii", "'x' + \xc3\xa9", kRefused},
+        LimitCase{"ANameBeyondAscii", "'x' > 4 ? 'x' : '\xe6\xb8\xa9\xe5\xba\xa6'", "1=0!"}),
+    CaseName());
+
+TEST(CalculationTagsTest, NamesOfNoTagsAreRefusedHoweverManyThereAre) {
+  Database database;
+  database.AddPoint("x");
+  const TagId c = database.Add(Database::Notified("c", "'x'"));
+  for (const std::string& expression :
+       {std::string("'y'"), std::string("'x ' + 1"), "'" + std::string(509, 'n') + "'",
+        "'x'" + Times(100, "+'y'"), std::string("'\xe6\xb8\xa9'")}) {
+    EXPECT_EQ(database.CodeOfAdding(Database::Notified("d", expression)), ZR3_ERR_NAME_NOT_FOUND);
+    EXPECT_EQ(database.Save(c, Database::Notified("c", expression)), ZR3_ERR_NAME_NOT_FOUND);
+  }
+  EXPECT_EQ(database.ExpressionOf(c), "'x'");
 }
 
 TEST(CalculationTagsTest, RenamingAnOperandRewritesEveryMentionOfIt) {
