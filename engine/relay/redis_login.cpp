@@ -1,5 +1,6 @@
 #include "engine/relay/redis_login.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string>
 #include <string_view>
@@ -29,11 +30,19 @@ Result<std::unique_ptr<RedisConnection>> Connect(const Place& place, const Relay
   return RedisConnection::Open(*addresses, deadline, config.max_wait, interrupt);
 }
 
+// As long as a name may be, and without what can stand in none.
+bool IsHost(std::string_view text) {
+  constexpr std::size_t kMostBytes = 253;
+  return text.size() <= kMostBytes &&
+         std::ranges::all_of(text, [](char c) { return c > ' ' && c < 0x7F; });
+}
+
 Result<Place> PlaceOf(const RedisReply& reply) {
   const bool is_place = reply.list.size() == 2 && reply.list[0]->IsText() &&
                         reply.list[1]->IsText() && !reply.list[0]->text.empty();
   if (!is_place) return Failure("the Sentinel knows no master of that name");
   Place place{.host = reply.list[0]->text, .port = 0};
+  if (!IsHost(place.host)) return Failure("the Sentinel answers a host that is none");
   const std::string& port = reply.list[1]->text;
   const auto [end, fault] = std::from_chars(port.data(), port.data() + port.size(), place.port);
   const bool is_port = fault == std::errc() && end == port.data() + port.size() && place.port > 0;

@@ -147,6 +147,46 @@ TEST_F(RedisLogin, RefusesWhatASentinelAnswersThatNamesNoMaster) {
   }
 }
 
+TEST_F(RedisLogin, RefusesASentinelThatAnswersAHostThatIsNone) {
+  bool was_looked_up = false;
+  NameLookup names([&](const std::string&, std::uint16_t port) {
+    was_looked_up = true;
+    return ResolveBySystem("127.0.0.1", port);
+  });
+  for (const std::string& host :
+       {std::string(10'000, 'h'), std::string(254, 'h'), std::string("127.0.0.1\0x", 11),
+        std::string("127.0.0.1\n"), std::string("a b")}) {
+    const FakeServer sentinel(Answering([&](const Command&) {
+      return "*2\r\n$" + std::to_string(host.size()) + "\r\n" + host + "\r\n$1\r\n1\r\n";
+    }));
+    RelayConfig config = To(sentinel.port(), kPatience);
+    config.master_name = "main";
+    EXPECT_EQ(OpenRedis(config, names, interrupt_).status().message(),
+              "the Sentinel answers a host that is none")
+        << host.size();
+  }
+  EXPECT_FALSE(was_looked_up);
+}
+
+TEST_F(RedisLogin, RefusesASentinelThatNamesASentinel) {
+  std::atomic<int> named_port = 0;
+  const auto serve = Answering([&](const Command& command) -> std::string {
+    if (command == Command{"ROLE"}) return "*2\r\n$8\r\nsentinel\r\n*1\r\n$4\r\nmain\r\n";
+    const std::string port = std::to_string(named_port);
+    return "*2\r\n$9\r\n127.0.0.1\r\n$" + std::to_string(port.size()) + "\r\n" + port + "\r\n";
+  });
+  const FakeServer sentinel(serve);
+  const FakeServer other(serve);
+  RelayConfig config = To(sentinel.port(), kPatience);
+  config.master_name = "main";
+  for (const FakeServer* const named : {&sentinel, &other}) {
+    named_port = named->port();
+    EXPECT_EQ(Open(config).message(), "what the Sentinel calls the master is none (yet)");
+  }
+  EXPECT_EQ(sentinel.connections(), 3);
+  EXPECT_EQ(other.connections(), 1) << "nobody asks on from there";
+}
+
 TEST_F(RedisLogin, EndsAtOnceWhenItIsInterrupted) {
   const FakeServer server([&](int socket) {
     interrupt_.Set();
