@@ -3,6 +3,7 @@
 #include <hiredis/hiredis.h>
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <utility>
 
@@ -16,8 +17,10 @@ using Kind = RedisReply::Kind;
 
 // Hands the part to the list that it belongs to, when it is in one; which owns it from then on.
 void* Place(const redisReadTask* task, std::unique_ptr<RedisReply> part) {
-  auto* const parts = static_cast<std::size_t*>(task->privdata);
-  if (++*parts > RedisReplyReader::kMaxParts) return nullptr;
+  auto* const extent = static_cast<RedisReplyReader::Extent*>(task->privdata);
+  extent->bytes += part->text.size();
+  if (++extent->parts > RedisReplyReader::kMaxParts) return nullptr;
+  if (extent->bytes > RedisReplyReader::kMaxBytes) return nullptr;
   RedisReply* const placed = part.get();
   if (task->parent == nullptr) return part.release();
   static_cast<RedisReply*>(task->parent->obj)->list.push_back(std::move(part));
@@ -52,12 +55,19 @@ void* MakeNothing(const redisReadTask* task) {
 }
 void Free(void* reply) { delete static_cast<RedisReply*>(reply); }
 
+// What a failure may begin with.
+constexpr auto kCodes = std::to_array<std::string_view>(
+    {"ASK",      "BUSY",        "BUSYGROUP",    "BUSYKEY",   "CLUSTERDOWN", "CROSSSLOT",  "DENIED",
+     "ERR",      "EXECABORT",   "IDONTKNOW",    "LOADING",   "MASTERDOWN",  "MISCONF",    "MOVED",
+     "NOAUTH",   "NOGOODSLAVE", "NOMASTERLINK", "NOPERM",    "NOPROTO",     "NOREPLICAS", "OOM",
+     "READONLY", "TRYAGAIN",    "UNBLOCKED",    "WRONGPASS", "WRONGTYPE"});
+
 redisReplyObjectFunctions kMakers = {MakeText, MakeList, MakeNumber, MakeNothing, Free};
 
-redisReader* MakeReader(std::size_t* parts) {
+redisReader* MakeReader(RedisReplyReader::Extent* extent) {
   redisReader* const reader = redisReaderCreateWithFunctions(&kMakers);
   if (reader == nullptr) throw std::bad_alloc();
-  reader->privdata = parts;
+  reader->privdata = extent;
   return reader;
 }
 
@@ -65,12 +75,11 @@ redisReader* MakeReader(std::size_t* parts) {
 
 std::string_view RedisReply::FailureCode() const {
   const std::string_view code = std::string_view(text).substr(0, text.find_first_of(" \r\n"));
-  const bool is_word = !code.empty() && code.size() <= 16 &&
-                       std::ranges::all_of(code, [](char c) { return c >= 'A' && c <= 'Z'; });
-  return is_word ? code : "?";
+  const auto* const known = std::ranges::find(kCodes, code);
+  return known == kCodes.end() ? "?" : *known;
 }
 
-RedisReplyReader::RedisReplyReader() : reader_(MakeReader(&parts_)) {}
+RedisReplyReader::RedisReplyReader() : reader_(MakeReader(&extent_)) {}
 
 RedisReplyReader::~RedisReplyReader() { redisReaderFree(reader_); }
 
@@ -87,7 +96,7 @@ Result<std::unique_ptr<RedisReply>> RedisReplyReader::Next() {
   if (read == nullptr && reader_->len - reader_->pos > kMaxBytes) {
     return Status(ZR3_ERR_CONNECT_FAILED, "its answer is longer than any should be");
   }
-  if (read != nullptr) parts_ = 0;
+  if (read != nullptr) extent_ = {};
   return std::unique_ptr<RedisReply>(static_cast<RedisReply*>(read));
 }
 

@@ -24,8 +24,8 @@ struct RedisReply {
 
   bool IsFailure() const { return kind == Kind::kFailure; }
   bool IsText() const { return kind == Kind::kText; }
-  // The word that a failure begins with, which is all that is ever told of it: behind it servers
-  // repeat what they were sent, a password among it. "?" when it is not in capitals.
+  // The word that a failure begins with, which is all that is ever told of it: servers repeat what
+  // they were sent, a password among it. "?" when it is none of those that a Redis is known to say.
   std::string_view FailureCode() const;
 };
 
@@ -35,8 +35,15 @@ struct RedisReply {
 // Threads: as a container.
 class RedisReplyReader {
  public:
-  static constexpr std::size_t kMaxBytes = std::size_t{1} << 20;  // that wait to be a reply
-  static constexpr std::size_t kMaxParts = 16'384;                // of one reply, in lists
+  // Of one reply, as bytes that wait to be one and, in lists, as texts that have been read.
+  static constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
+  static constexpr std::size_t kMaxParts = 16'384;  // of one reply, in lists
+
+  // How much of a reply has been read.
+  struct Extent {
+    std::size_t parts = 0;
+    std::size_t bytes = 0;  // of texts
+  };
 
   RedisReplyReader();
   ~RedisReplyReader();
@@ -50,7 +57,7 @@ class RedisReplyReader {
 
  private:
   redisReader* const reader_;
-  std::size_t parts_ = 0;  // of the reply that is being read
+  Extent extent_;
 };
 
 }  // namespace zervane

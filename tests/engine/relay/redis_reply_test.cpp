@@ -42,10 +42,12 @@ TEST(RedisReplyReaderTest, TellsNoMoreOfAFailureThanItsCode) {
   EXPECT_EQ(Read("-sesame\r\n")->FailureCode(), "?");
   EXPECT_EQ(Read("-ERR\tsesame\r\n")->FailureCode(), "?");
   EXPECT_EQ(Read("-ABCDEFGHIJKLMNOPQ rest\r\n")->FailureCode(), "?");
+  EXPECT_EQ(Read("-SESAME\r\n")->FailureCode(), "?") << "a password may look like a code";
 }
 
 TEST(RedisReplyReaderTest, RefusesWhatIsNoReply) {
-  for (const char* bytes : {"HTTP/1.1 400 Bad Request\r\n", "\r\n", "$x\r\n", "*99999999999\r\n",
+  for (const char* bytes : {"HTTP/1.1 400 Bad Request\r\n", "\r\n", "$x\r\n", "$-2\r\n",
+                            "$99999999999999999999\r\n", "*-2\r\n", "*99999999999\r\n",
                             "*1\r\n*1\r\n*1\r\n*1\r\n*1\r\n*1\r\n*1\r\n*1\r\n*1\r\n*1\r\n:1\r\n"}) {
     RedisReplyReader reader;
     ASSERT_TRUE(reader.Feed(bytes).ok());
@@ -65,6 +67,44 @@ TEST(RedisReplyReaderTest, RefusesAReplyThatNobodyWouldWaitFor) {
   }
   EXPECT_EQ(code, ZR3_ERR_CONNECT_FAILED);
   EXPECT_LE(fed, RedisReplyReader::kMaxBytes + 2 * piece.size());
+}
+
+TEST(RedisReplyReaderTest, TakesNoMemoryForATextsLength) {
+  for (const char* size : {"2147483648", "9223372036854775807"}) {
+    RedisReplyReader reader;
+    ASSERT_TRUE(reader.Feed("$" + std::string(size) + "\r\nx").ok());
+    const auto reply = reader.Next();
+    ASSERT_TRUE(reply.ok()) << size;
+    EXPECT_EQ(*reply, nullptr) << size;
+  }
+}
+
+TEST(RedisReplyReaderTest, RefusesAListWhosePartsAreTooMuchTogether) {
+  constexpr std::size_t kPart = 65'536;
+  const std::string part = "$" + std::to_string(kPart) + "\r\n" + std::string(kPart, 'x') + "\r\n";
+  for (const char* lists : {"*1000\r\n", "*1\r\n*1\r\n*1000\r\n"}) {
+    RedisReplyReader reader;
+    ASSERT_TRUE(reader.Feed(lists).ok());
+    ZR3_STATUS code = reader.Next().code();
+    std::size_t fed = 0;
+    for (; code == ZR3_OK && fed <= 4 * RedisReplyReader::kMaxBytes; fed += kPart) {
+      ASSERT_TRUE(reader.Feed(part).ok());
+      code = reader.Next().code();
+    }
+    EXPECT_EQ(code, ZR3_ERR_CONNECT_FAILED);
+    EXPECT_LE(fed, RedisReplyReader::kMaxBytes + kPart);
+  }
+}
+
+TEST(RedisReplyReaderTest, ReadsAnyNumberOfRepliesThatAreSmall) {
+  RedisReplyReader reader;
+  const std::string text = "$65536\r\n" + std::string(65'536, 'x') + "\r\n";
+  for (std::size_t read = 0; read <= 2 * RedisReplyReader::kMaxBytes; read += 65'536) {
+    ASSERT_TRUE(reader.Feed(text).ok());
+    const auto reply = reader.Next();
+    ASSERT_TRUE(reply.ok()) << read;
+    ASSERT_NE(*reply, nullptr);
+  }
 }
 
 TEST(RedisReplyReaderTest, TakesNoMemoryForAListsLengthAndRefusesItsParts) {
