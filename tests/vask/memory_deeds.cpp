@@ -687,6 +687,7 @@ std::vector<Deed> AllDeeds() {
       {"ListAuthorityItems", ListAuthorityItems},
       {"LogInAsAdmin", LogInAsAdmin},
       {"SetCacheCapacity", SetCacheCapacity},
+      {"SetRelay", SetRelay},
       {"AskForAnUnknownHandle", AskForAnUnknownHandle},
       {"ConnectAgain", ConnectAgain},
       {"ConnectElsewhere", ConnectElsewhere},

@@ -21,6 +21,9 @@ struct Deed {
   Attempt (*prepare)(World& world);
 };
 
+// The one about the relay, whose Redis is never there.
+Attempt SetRelay(World& world);
+
 // Every exported function that does something, but for connecting and disconnecting.
 std::vector<Deed> AllDeeds();
 
