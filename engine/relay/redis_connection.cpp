@@ -27,6 +27,8 @@ Status Failure(const char* what, int fault) {
   return Failure(what + std::string(": ") + std::generic_category().message(fault));
 }
 
+Status Unasked() { return Failure("it says something that it was not asked"); }
+
 // Closes a socket unless it is released.
 class OwnedSocket {
  public:
@@ -131,7 +133,7 @@ Status RedisConnection::Exchange(std::string_view commands, std::size_t count,
       deadline = NextDeadline();
     }
   }
-  return {};
+  return reader_.HasMore() ? Unasked() : Status();
 }
 
 Status RedisConnection::SendSome(std::string_view& commands) {
@@ -178,7 +180,7 @@ Status RedisConnection::AwaitNews(const WakeUp& news) {
     if (waits[0].revents != 0) return Failure("interrupted");
     if (waits[2].revents != 0) {
       if (Status status = ReceiveSome(); !status.ok()) return status;
-      return Failure("it says something that it was not asked");
+      return Unasked();
     }
     if (waits[1].revents != 0) return {};
   }

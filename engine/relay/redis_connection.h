@@ -39,8 +39,8 @@ class RedisConnection {
   RedisConnection& operator=(const RedisConnection&) = delete;
 
   // Sends commands and hands over their replies in order. An answer must be there as a whole
-  // `max_wait` after the one before it, the first so long after the sending began. A failure of
-  // `replied` is answered.
+  // `max_wait` after the one before it, the first so long after the sending began, and nothing is
+  // to come behind the last. A failure of `replied` is answered.
   Status Exchange(std::string_view commands, std::size_t count, const Replied& replied);
   // The same for one command, whose words are wiped wherever they were copied to.
   Result<std::unique_ptr<RedisReply>> Ask(std::initializer_list<std::string_view> words);

@@ -88,6 +88,8 @@ Status RedisReplyReader::Feed(std::string_view bytes) {
   return {ZR3_ERR_CONNECT_FAILED, "its answer cannot be read"};
 }
 
+bool RedisReplyReader::HasMore() const { return reader_->len > reader_->pos; }
+
 Result<std::unique_ptr<RedisReply>> RedisReplyReader::Next() {
   void* read = nullptr;
   if (redisReaderGetReply(reader_, &read) != REDIS_OK) {

@@ -54,6 +54,8 @@ class RedisReplyReader {
   // The next reply; null when it is not there as a whole. ZR3_ERR_CONNECT_FAILED for what is none;
   // then nothing more is to be read.
   Result<std::unique_ptr<RedisReply>> Next();
+  // Whether more has come than the replies that were read.
+  bool HasMore() const;
 
  private:
   redisReader* const reader_;

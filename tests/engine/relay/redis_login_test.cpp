@@ -80,6 +80,14 @@ TEST_F(RedisLogin, GivesUpAServerThatAnswersSomethingElse) {
   }
 }
 
+// What comes too early would be taken for the answer to something that has not arrived.
+TEST_F(RedisLogin, GivesUpAServerThatAnswersMoreThanItIsAsked) {
+  for (const char* more : {"$3\r\n1-1\r\n:0\r\n", "$3"}) {
+    EXPECT_EQ(FaultOfPing(std::string("+PONG\r\n") + more),
+              "it says something that it was not asked");
+  }
+}
+
 TEST_F(RedisLogin, NeverTellsThePassword) {
   RelayConfig config = To(0, kPatience);
   config.password = Secret("sesame");
