@@ -7,17 +7,28 @@
 #include "engine/guard.h"
 
 namespace zervane {
+namespace {
+
+// The levels of an engine's own users.
+struct LevelsOfUsers {
+  int operator()(const Caller& caller, AuthorityItem item) const {
+    return engine.LevelOf(caller, item);
+  }
+
+  const Engine& engine;
+};
+
+}  // namespace
 
 Result<std::unique_ptr<Database>> OpenEmbedded(std::unique_ptr<Store> store, Clock clock) {
   Result<std::unique_ptr<Engine>> engine = Engine::Open(std::move(store), std::move(clock));
   if (!engine.ok()) return engine.status();
   return Guarded([&]() -> Result<std::unique_ptr<Database>> {
-    const Engine& levels = **engine;
+    const LevelsOfUsers levels{**engine};
     auto database = std::make_unique<EmbeddedDatabase>(*std::move(engine));
-    return std::unique_ptr<Database>(std::make_unique<Authorised>(
-        std::move(database), [&levels](const Caller& caller, AuthorityItem item) {
-          return levels.LevelOf(caller, item);
-        }));
+    return std::unique_ptr<Database>(
+        std::make_unique<AuthorisedDatabase<EmbeddedDatabase, LevelsOfUsers>>(std::move(database),
+                                                                              levels));
   });
 }
 

@@ -46,7 +46,7 @@ class Security {
   // The highest level of the groups that the caller's user is in; kNoUserNeeded when the user is
   // gone. The engine itself has kMaxLevel. Some nanoseconds, for it is asked with every operation.
   int LevelOf(const Caller& caller, AuthorityItem item) const {
-    if (caller.user_id == Caller::System().user_id) return kMaxLevel;
+    if (caller.user_id == kSystemId) return kMaxLevel;
     const std::atomic<std::uint16_t>* word = levels_.Find(caller.user_id);
     if (word == nullptr) return kNoUserNeeded;
     return PackedLevels(word->load(std::memory_order_relaxed)).Level(item);
@@ -77,6 +77,8 @@ class Security {
   void Close() noexcept;
 
  private:
+  static constexpr UserId kSystemId = 0;  // Caller::System()'s
+
   using Levels = SharedTagArray<std::atomic<std::uint16_t>>;  // of PackedLevels, by user
 
   // The account of the name, if the password is its.
