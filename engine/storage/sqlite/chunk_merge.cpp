@@ -108,8 +108,8 @@ class ChunkMerge {
       if (will_grow) continue;
       edits_.added.back().statistics = StatisticsOf(*piece.samples, piece.begin, piece.end);
     }
-    ZERVANE_ASSERT(planned_to_ms_ < first_ms());
-    planned_to_ms_ = run_.times().back();
+    // Groups follow each other, except where rows of chunks overlap, as in a damaged file.
+    planned_to_ms_ = std::max(planned_to_ms_, run_.times().back());
   }
 
   // Where those records end that make a chunk: of one type, up to the size.

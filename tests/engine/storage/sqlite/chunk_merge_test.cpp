@@ -186,6 +186,18 @@ TEST_F(ChunkMerging, SetsADamagedChunkAsideForRecordsThatFallIntoIt) {
 
 // ---- reading the table ----
 
+TEST_F(ChunkMerging, TakesRecordsThoughRowsOverlapAsInADamagedFile) {
+  Merge(Records(1, 91, 10));
+  const SampleColumns inside = Ascending(Records(50, 59));
+  EXPECT_TRUE(InsertChunk(*file_, ids_.Next(), EncodeForTable(kTag, AllOf(inside))).ok());
+  ByTime late = Records(45, 45);
+  late.merge(Records(60, 60));
+  Merge(late);
+  Query records(*file_, "SELECT sum(count) FROM chunk");
+  ASSERT_TRUE(records.Next());
+  EXPECT_EQ(records.Integer(0), 10 + 10 + 2);
+}
+
 TEST_F(ChunkMerging, IsSearchedByItsIndexAlone) {
   Query plan(*file_,
              "EXPLAIN QUERY PLAN SELECT id, first_time, last_time, count FROM chunk WHERE tag = 1 "
